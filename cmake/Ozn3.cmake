@@ -1,0 +1,16 @@
+# One place for the conventions every target of the project follows.
+function(ozn3_conventions target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-unused-parameter)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+endfunction()
+
+# A library of the project: hidden symbols unless marked for export, an alias ozn3::name.
+function(ozn3_library name kind)
+  add_library(${name} ${kind} ${ARGN})
+  add_library(ozn3::${name} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  ozn3_conventions(${name})
+endfunction()

@@ -1,0 +1,145 @@
+#include "app/CliJobs.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <cstdio>
+
+#include "db/DemoGenerator.h"
+#include "db/SchemaInstaller.h"
+#include "host/Database.h"
+#include "host/Progress.h"
+#include "host/Tree.h"
+
+namespace cli {
+
+namespace {
+void out(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stdout); }
+void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
+}  // namespace
+
+QString HelpText()
+{
+    return QStringLiteral(
+        "ozn3 — потери электроэнергии в сетях 0,38 кВ (host application of ozn32lib)\n"
+        "\n"
+        "Usage:\n"
+        "  ozn3 [--db CONNECTION]          open the main window on a database\n"
+        "                                  (default: the embedded database %1)\n"
+        "  ozn3 init-db PATH               create an empty database with every table\n"
+        "  ozn3 demo-db PATH [--size small|large]\n"
+        "                                  create (if missing) and fill a generated demo network;\n"
+        "                                  small: about 200 substations, large: 20,000 substations\n"
+        "                                  and 60,000 LV feeders over three years\n"
+        "  ozn3 stats --db CONNECTION      print the network's counts per level\n"
+        "  ozn3 --help                     this text\n"
+        "\n"
+        "CONNECTION is a database file (embedded engine, one process) or host[/port]:path on a\n"
+        "Firebird server. The server user and password come from ISC_USER / ISC_PASSWORD.\n"
+        "Without a display the window cannot open; the command then prints the counts per level.\n")
+        .arg(DefaultDatabasePath());
+}
+
+QString Option(const QStringList& args, const QString& name)
+{
+    const int i = args.indexOf(name);
+    return i >= 0 && i + 1 < args.size() ? args.at(i + 1) : QString();
+}
+
+int InitDb(const QStringList& args)
+{
+    if (args.size() < 2) {
+        err(QStringLiteral("Укажите путь к файлу базы данных: ozn3 init-db PATH"));
+        return 2;
+    }
+    QString error;
+    if (!db::CreateDatabase(args.at(1), error)) {
+        err(error);
+        return 1;
+    }
+    out(QStringLiteral("База данных создана: %1").arg(args.at(1)));
+    return 0;
+}
+
+int DemoDb(const QStringList& args)
+{
+    if (args.size() < 2 || args.at(1).startsWith(QLatin1String("--"))) {
+        err(QStringLiteral("Укажите путь к файлу базы данных: ozn3 demo-db PATH [--size small|large]"));
+        return 2;
+    }
+    const QString path = args.at(1);
+    db::DemoSize size = db::DemoSize::Small;
+    const QString sizeText = Option(args, QStringLiteral("--size"));
+    if (!sizeText.isEmpty() && !db::ParseDemoSize(sizeText, size)) {
+        err(QStringLiteral("Неверный размер сети: %1 (small или large)").arg(sizeText));
+        return 2;
+    }
+    QString error;
+    ConnectionSpec spec;
+    if (!ConnectionSpec::parse(path, spec, error)) {
+        err(error);
+        return 2;
+    }
+    if (spec.isServer() || !QFileInfo::exists(spec.path)) {
+        if (!db::CreateDatabase(path, error)) {
+            err(error);
+            return 1;
+        }
+    }
+    auto database = TfdbDatabase::Open(path, error);
+    if (!database) {
+        err(error);
+        return 1;
+    }
+    ToznFDConnection& connection = *database->GetDefaultConnection();
+    {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QStringLiteral("select count(*) from \"AOEnergo\""));
+        q->Open();
+        if (q->Value(0).toInt() > 0) {
+            err(QStringLiteral("В базе данных %1 уже есть сеть; демонстрационные данные не добавлены").arg(path));
+            return 1;
+        }
+    }
+    host::TerminalProgress bar;
+    bar.Start(QStringLiteral("Демонстрационная сеть"), 0);
+    QElapsedTimer timer;
+    timer.start();
+    try {
+        const db::DemoCounts counts = db::DemoGenerator(connection).Generate(
+            db::DemoShape::For(size), [&](int rows, const QString& stage) {
+                bar.SetText(QStringLiteral("%1 (%2 строк)").arg(stage).arg(rows));
+            });
+        bar.Finish();
+        out(QStringLiteral("Сформировано: ТП %1, линий 0,4 кВ %2, строк %3 за %4 с")
+                .arg(counts.nodes)
+                .arg(counts.lvFiders)
+                .arg(counts.rows)
+                .arg(timer.elapsed() / 1000.0, 0, 'f', 1));
+    } catch (const EDatabaseError& e) {
+        bar.Finish();
+        err(QStringLiteral("Ошибка при заполнении базы данных: %1").arg(e.Text()));
+        return 1;
+    }
+    return 0;
+}
+
+int Stats(const QString& connection)
+{
+    QString error;
+    auto database = TfdbDatabase::Open(connection, error);
+    if (!database) {
+        err(error);
+        return 1;
+    }
+    TfdbTree* tree = database->GetTree();
+    const std::pair<int, const char*> levels[] = {
+        {NodeType::AOEnergo, "0 АО энерго"}, {NodeType::PES, "1 ПЭС"},         {NodeType::RES, "2 РЭС"},
+        {NodeType::Centers, "3 ЦП"},         {NodeType::Sections, "4 Секции"}, {NodeType::Fiders, "5 Фидеры"},
+        {NodeType::Nodes, "6 ТП"},           {NodeType::LVFiders, "7 Линии 0,4 кВ"}};
+    out(QStringLiteral("База данных: %1").arg(connection));
+    for (const auto& [type, name] : levels)
+        out(QStringLiteral("%1: %2").arg(QString::fromUtf8(name)).arg(tree->CountOfType(type)));
+    return 0;
+}
+
+}  // namespace cli

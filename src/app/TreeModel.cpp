@@ -1,0 +1,52 @@
+#include "app/TreeModel.h"
+
+#include <QBrush>
+
+#include "host/Tree.h"
+
+ToznListItemCommon* TreeModel::Item(const QModelIndex& index)
+{
+    return static_cast<ToznListItemCommon*>(index.internalPointer());
+}
+
+QModelIndex TreeModel::index(int row, int column, const QModelIndex& parent) const
+{
+    if (column != 0 || row < 0 || row >= rowCount(parent))
+        return {};
+    ToznListItemCommon* item = parent.isValid() ? Item(parent)->GetItems(row) : tree_->GetItems(row);
+    return createIndex(row, column, item);
+}
+
+QModelIndex TreeModel::parent(const QModelIndex& child) const
+{
+    if (!child.isValid())
+        return {};
+    ToznListItemCommon* parent = Item(child)->Parent();
+    return parent ? createIndex(parent->IndexInParent(), 0, parent) : QModelIndex();
+}
+
+int TreeModel::rowCount(const QModelIndex& parent) const
+{
+    if (!parent.isValid())
+        return tree_->GetCount();
+    return Item(parent)->GetCount();
+}
+
+QVariant TreeModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid())
+        return {};
+    const ToznListItemCommon* item = Item(index);
+    if (role == Qt::DisplayRole)
+        return item->isLink() ? QStringLiteral("→ %1").arg(item->GetText()) : item->GetText();
+    if (role == Qt::ForegroundRole && item->GetNodeType() == NodeType::LVFiders && !item->isEnabled())
+        return QBrush(Qt::gray);
+    return {};
+}
+
+QVariant TreeModel::headerData(int, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+        return QStringLiteral("Сеть");
+    return {};
+}

@@ -1,0 +1,22 @@
+#pragma once
+#include <QAbstractItemModel>
+
+class TfdbTree;
+class ToznListItemCommon;
+
+// The network tree as a Qt model; items are created on demand, so a large network opens at once.
+class TreeModel : public QAbstractItemModel {
+    Q_OBJECT
+public:
+    explicit TreeModel(TfdbTree* tree, QObject* parent = nullptr) : QAbstractItemModel(parent), tree_(tree) {}
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& child) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& = {}) const override { return 1; }
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    static ToznListItemCommon* Item(const QModelIndex& index);
+
+private:
+    TfdbTree* tree_;
+};

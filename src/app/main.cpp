@@ -1,0 +1,87 @@
+// The host application: the main window on a database, or a command-line job.
+#include <QApplication>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <cstdio>
+
+#include "app/CliJobs.h"
+#include "app/MainWindow.h"
+#include "app/PluginLoader.h"
+#include "host/Database.h"
+#include "host/Progress.h"
+
+namespace {
+bool hasDisplay()
+{
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
+        return true;
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+int runWindow(int argc, char** argv, const QString& connection)
+{
+    QApplication app(argc, argv);
+    QString error;
+    auto database = TfdbDatabase::Open(connection, error);
+    if (!database) {
+        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
+        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        return 1;
+    }
+    SetCurrentDatabase(database.get());
+    Ozn32Plugin plugin;
+    if (!plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
+        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
+        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        return 1;
+    }
+    host::GuiProgress progress;
+    host::SetProgress(&progress);
+    MainWindow window(database.get(), &plugin);
+    window.show();
+    const int code = app.exec();
+    host::SetProgress(nullptr);
+    return code;
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args << QString::fromLocal8Bit(argv[i]);
+    const QString command = args.value(0);
+    if (command == QLatin1String("--help") || command == QLatin1String("-h") || command == QLatin1String("help")) {
+        std::fputs(cli::HelpText().toUtf8().constData(), stdout);
+        return 0;
+    }
+    // Command-line jobs need no display.
+    if (command == QLatin1String("init-db") || command == QLatin1String("demo-db") ||
+        command == QLatin1String("stats")) {
+        QCoreApplication app(argc, argv);
+        if (command == QLatin1String("init-db"))
+            return cli::InitDb(args);
+        if (command == QLatin1String("demo-db"))
+            return cli::DemoDb(args);
+        const QString db = cli::Option(args, QStringLiteral("--db"));
+        return cli::Stats(db.isEmpty() ? DefaultDatabasePath() : db);
+    }
+    if (!command.isEmpty() && command != QLatin1String("--db")) {
+        std::fprintf(stderr, "Неизвестная команда: %s\n\n%s", argv[1], cli::HelpText().toUtf8().constData());
+        return 2;
+    }
+    QString connection = cli::Option(args, QStringLiteral("--db"));
+    if (command == QLatin1String("--db") && connection.isEmpty()) {
+        std::fprintf(stderr, "Укажите базу данных после --db\n");
+        return 2;
+    }
+    if (connection.isEmpty())
+        connection = DefaultDatabasePath();
+    if (!hasDisplay()) {
+        std::fprintf(stderr, "Нет дисплея: главное окно не открыть. Сводка по базе данных:\n");
+        QCoreApplication app(argc, argv);
+        return cli::Stats(connection);
+    }
+    return runWindow(argc, argv, connection);
+}

@@ -1,0 +1,39 @@
+#pragma once
+#include <QString>
+#include <functional>
+
+class ToznFDConnection;
+
+namespace db {
+
+enum class DemoSize { Small, Large };
+
+// Shape of a generated utility network.
+struct DemoShape {
+    int pes, resPerPes, centersPerRes, sectionsPerCenter, fidersPerSection, nodesPerFider;
+    int firstYear, years;
+    int schemeEvery;  // every n-th LV feeder gets an LV scheme
+    static DemoShape For(DemoSize size);
+};
+
+// Counts of what was generated.
+struct DemoCounts {
+    int nodes = 0, lvFiders = 0, rows = 0;
+};
+
+// Fills an empty database with a deterministic, plausible utility network: the hierarchy with
+// Russian names, catalogues, periods, measurements, normative inputs of the first year and
+// LV regime results of every year. The same shape always gives the same rows.
+class DemoGenerator {
+public:
+    explicit DemoGenerator(ToznFDConnection& connection) : connection_(connection) {}
+    // progress(rows written so far, stage name)
+    DemoCounts Generate(const DemoShape& shape, const std::function<void(int, const QString&)>& progress = {});
+
+private:
+    ToznFDConnection& connection_;
+};
+
+bool ParseDemoSize(const QString& text, DemoSize& size);
+
+}  // namespace db

@@ -1,0 +1,116 @@
+#include "db/SchemaInstaller.h"
+
+#include <ibase.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include "host/Connection.h"
+#include "host/Database.h"
+
+namespace db {
+
+extern const char* const kSchemaSql;
+
+QString SchemaScript() { return QString::fromUtf8(kSchemaSql); }
+
+QStringList SplitScript(const QString& script)
+{
+    QString text = script;
+    text.remove(QRegularExpression(QStringLiteral("/\\*.*?\\*/"), QRegularExpression::DotMatchesEverythingOption));
+    static const QRegularExpression setTerm(QStringLiteral("^\\s*set\\s+term\\s+(\\S+)\\s*(\\S+)?\\s*$"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    QStringList statements;
+    QString terminator = QStringLiteral(";");
+    QString current;
+    for (const QString& line : text.split(QLatin1Char('\n'))) {
+        const auto m = setTerm.match(line);
+        if (m.hasMatch()) {
+            terminator = m.captured(1);
+            current.clear();
+            continue;
+        }
+        current += line + QLatin1Char('\n');
+        const QString trimmed = current.trimmed();
+        if (trimmed.endsWith(terminator)) {
+            const QString statement = trimmed.left(trimmed.size() - terminator.size()).trimmed();
+            if (!statement.isEmpty())
+                statements << statement;
+            current.clear();
+        }
+    }
+    if (!current.trimmed().isEmpty())
+        statements << current.trimmed();
+    return statements;
+}
+
+namespace {
+QString statusText(const ISC_STATUS* status)
+{
+    QStringList lines;
+    char buffer[512];
+    const ISC_STATUS* p = status;
+    while (fb_interpret(buffer, sizeof buffer, &p))
+        lines << QString::fromLocal8Bit(buffer);
+    return lines.join(QStringLiteral("; "));
+}
+
+bool createEmpty(const ConnectionSpec& spec, QString& error)
+{
+    const QString sql = QStringLiteral("CREATE DATABASE '%1' USER '%2' PASSWORD '%3' PAGE_SIZE 16384 "
+                                       "DEFAULT CHARACTER SET UTF8")
+                            .arg(spec.attachName(), FirebirdUser(), FirebirdPassword());
+    const QByteArray bytes = sql.toUtf8();
+    ISC_STATUS_ARRAY status{};
+    isc_db_handle db = 0;
+    isc_tr_handle tr = 0;
+    if (isc_dsql_execute_immediate(status, &db, &tr, 0, bytes.constData(), 3, nullptr)) {
+        error = statusText(status);
+        return false;
+    }
+    isc_detach_database(status, &db);
+    return true;
+}
+}  // namespace
+
+bool CreateDatabase(const QString& connectionString, QString& error)
+{
+    ConnectionSpec spec;
+    if (!ConnectionSpec::parse(connectionString, spec, error))
+        return false;
+    if (!spec.isServer()) {
+        if (QFileInfo::exists(spec.path)) {
+            error = QStringLiteral("Файл уже существует: %1").arg(spec.path);
+            return false;
+        }
+        const QString dir = QFileInfo(spec.path).absolutePath();
+        if (!QDir().mkpath(dir)) {
+            error = QStringLiteral("Не удалось создать папку %1").arg(dir);
+            return false;
+        }
+    }
+    if (!createEmpty(spec, error)) {
+        error = QStringLiteral("Не удалось создать базу данных %1: %2").arg(connectionString, error);
+        return false;
+    }
+    try {
+        ToznFDConnection connection(nullptr, spec.attachName(), FirebirdUser(), FirebirdPassword());
+        auto q = connection.NewQuery();
+        // Each statement commits on its own: later statements use the tables made by earlier ones.
+        for (const QString& statement : SplitScript(SchemaScript())) {
+            try {
+                q->SetSQLText(statement);
+                q->ExecSQL();
+            } catch (const EDatabaseError& e) {
+                throw EDatabaseError(e.Text() + QStringLiteral("\n") + statement.left(200));
+            }
+        }
+    } catch (const EDatabaseError& e) {
+        error = QStringLiteral("Ошибка при создании схемы базы данных: %1").arg(e.Text());
+        return false;
+    }
+    return true;
+}
+
+}  // namespace db

@@ -1,0 +1,16 @@
+#pragma once
+#include <QString>
+#include <QStringList>
+
+namespace db {
+
+// The schema script as it ships with the application.
+QString SchemaScript();
+// Splits a script into statements: ";" ends a statement, "set term" changes the terminator,
+// comments are dropped.
+QStringList SplitScript(const QString& script);
+// Creates a new database file (or server database) and runs the schema in it.
+// Refuses to overwrite an existing file.
+bool CreateDatabase(const QString& connectionString, QString& error);
+
+}  // namespace db

@@ -1,0 +1,9 @@
+#pragma once
+#include "feeders/CalcParamsPW.h"
+
+// Parameters of the regime by maximum load.
+class TfrmCalcParamsMax : public TfrmCalcParamsPW {
+    Q_OBJECT
+public:
+    explicit TfrmCalcParamsMax(QWidget* owner = nullptr);
+};

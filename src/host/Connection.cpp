@@ -1,0 +1,197 @@
+#include "host/Connection.h"
+
+#include <QAtomicInt>
+#include <QSqlError>
+#include <QSqlRecord>
+
+#include "host/Database.h"
+#include "host/NumericHelpers.h"
+
+namespace {
+QString errorText(const QSqlError& error)
+{
+    QString text = error.databaseText().trimmed();
+    if (text.isEmpty())
+        text = error.text().trimmed();
+    return text;
+}
+
+QString uniqueConnectionName()
+{
+    static QAtomicInt counter;
+    return QStringLiteral("ozn3-%1").arg(counter.fetchAndAddOrdered(1));
+}
+}  // namespace
+
+ToznFDConnection::ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user,
+                                   const QString& password)
+    : database_(database), name_(uniqueConnectionName())
+{
+    db_ = QSqlDatabase::addDatabase(QStringLiteral("QIBASE"), name_);
+    if (!db_.isValid())
+        throw EDatabaseError(QStringLiteral("Драйвер Firebird (QIBASE) не найден"));
+    db_.setDatabaseName(databaseName);
+    db_.setUserName(user);
+    db_.setPassword(password);
+    db_.setConnectOptions(QStringLiteral("ISC_DPB_LC_CTYPE=UTF8"));
+    if (!db_.open()) {
+        const QString text = errorText(db_.lastError());
+        db_ = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name_);
+        throw EDatabaseError(text);
+    }
+}
+
+ToznFDConnection::~ToznFDConnection()
+{
+    if (db_.isOpen()) {
+        if (inTransaction_)
+            db_.rollback();
+        db_.close();
+    }
+    db_ = QSqlDatabase();
+    QSqlDatabase::removeDatabase(name_);
+}
+
+void ToznFDConnection::StartTransaction(bool /*readOnly*/)
+{
+    if (inTransaction_)
+        throw EDatabaseError(QStringLiteral("Транзакция уже открыта"));
+    if (!db_.transaction())
+        throw EDatabaseError(errorText(db_.lastError()));
+    inTransaction_ = true;
+}
+
+void ToznFDConnection::Commit()
+{
+    if (!inTransaction_)
+        return;
+    inTransaction_ = false;
+    if (!db_.commit())
+        throw EDatabaseError(errorText(db_.lastError()));
+}
+
+void ToznFDConnection::Rollback()
+{
+    if (!inTransaction_)
+        return;
+    inTransaction_ = false;
+    if (!db_.rollback())
+        throw EDatabaseError(errorText(db_.lastError()));
+}
+
+void ToznFDConnection::CommitRetaining()
+{
+    if (!inTransaction_)
+        return;
+    Commit();
+    StartTransaction(false);
+}
+
+std::unique_ptr<TFDQuery> ToznFDConnection::NewQuery() { return std::make_unique<TFDQuery>(*this); }
+
+std::unique_ptr<TFDStoredProc> ToznFDConnection::NewStoredProc() { return std::make_unique<TFDStoredProc>(*this); }
+
+int ToznFDConnection::GetNewGUID()
+{
+    auto proc = NewStoredProc();
+    proc->SetProcName(QStringLiteral("GetNewGUID"));
+    proc->ExecProc();
+    return proc->Output(QStringLiteral("GUID")).toInt();
+}
+
+void ToznFDConnection::Release()
+{
+    if (database_)
+        database_->ReleaseConnection(this);
+    else
+        delete this;
+}
+
+TFDQuery::TFDQuery(ToznFDConnection& connection) : connection_(connection), query_(connection.qt())
+{
+    query_.setForwardOnly(true);
+}
+
+void TFDQuery::SetSQLText(const QString& sql)
+{
+    sql_ = sql;
+    eof_ = true;
+    if (!query_.prepare(sql))
+        throw EDatabaseError(errorText(query_.lastError()) + QStringLiteral("\n") + sql);
+}
+
+TFDQuery& TFDQuery::ParamByName(const QString& name, const QVariant& value)
+{
+    query_.bindValue(name.startsWith(':') ? name : QLatin1Char(':') + name, value);
+    return *this;
+}
+
+TFDQuery& TFDQuery::ParamFloat(const QString& name, double value)
+{
+    return ParamByName(name, isEmptyFloat(value) ? QVariant() : QVariant(value));
+}
+
+TFDQuery& TFDQuery::ParamByIndex(int index, const QVariant& value)
+{
+    query_.bindValue(index, value);
+    return *this;
+}
+
+void TFDQuery::Exec()
+{
+    if (!query_.exec())
+        throw EDatabaseError(errorText(query_.lastError()));
+}
+
+void TFDQuery::Open()
+{
+    Exec();
+    eof_ = !query_.next();
+}
+
+void TFDQuery::ExecSQL()
+{
+    Exec();
+    eof_ = true;
+}
+
+void TFDQuery::Next() { eof_ = !query_.next(); }
+
+QVariant TFDQuery::Value(const QString& field) const { return query_.value(field); }
+
+QVariant TFDQuery::Value(int index) const { return query_.value(index); }
+
+double TFDQuery::Float(const QString& field) const
+{
+    const QVariant v = query_.value(field);
+    return v.isNull() ? EmptyFloat() : v.toDouble();
+}
+
+int TFDQuery::Int(const QString& field, int whenNull) const
+{
+    const QVariant v = query_.value(field);
+    return v.isNull() ? whenNull : v.toInt();
+}
+
+QString TFDQuery::Str(const QString& field) const { return query_.value(field).toString(); }
+
+bool TFDQuery::IsNull(const QString& field) const { return query_.value(field).isNull(); }
+
+int TFDQuery::FieldCount() const { return query_.record().count(); }
+
+QString TFDQuery::FieldName(int index) const { return query_.record().fieldName(index); }
+
+int TFDQuery::RowsAffected() const { return query_.numRowsAffected(); }
+
+void TFDQuery::Close()
+{
+    query_.finish();
+    eof_ = true;
+}
+
+void TFDStoredProc::ExecProc()
+{
+    query_.SetSQLText(QStringLiteral("EXECUTE PROCEDURE \"%1\"").arg(name_));
+    query_.Open();
+}

@@ -1,0 +1,130 @@
+#pragma once
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+#include <memory>
+#include <stdexcept>
+
+#include "host/HostApi.h"
+
+class TfdbDatabase;
+class TFDQuery;
+class TFDStoredProc;
+
+// A database error with the engine's text; it reaches the form that started the operation.
+class OZN3HOST_API EDatabaseError : public std::runtime_error {
+public:
+    explicit EDatabaseError(const QString& text) : std::runtime_error(text.toStdString()) {}
+    QString Text() const { return QString::fromStdString(what()); }
+};
+
+// One attachment to the database with its transaction.
+// The transaction operations keep the host's order: StartTransaction, then Commit (second)
+// and Rollback (third); CommitRetaining commits and leaves a transaction open.
+class OZN3HOST_API ToznFDConnection {
+public:
+    ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user,
+                     const QString& password);
+    ~ToznFDConnection();
+    ToznFDConnection(const ToznFDConnection&) = delete;
+    ToznFDConnection& operator=(const ToznFDConnection&) = delete;
+
+    void StartTransaction(bool readOnly = false);
+    void Commit();
+    void Rollback();
+    void CommitRetaining();
+    bool inTransaction() const { return inTransaction_; }
+
+    std::unique_ptr<TFDQuery> NewQuery();
+    std::unique_ptr<TFDStoredProc> NewStoredProc();
+    // A new key from the stored procedure "GetNewGUID".
+    int GetNewGUID();
+
+    TfdbDatabase* GetDataBase() const { return database_; }
+    // Returns a connection made by TfdbDatabase::CreateConnection.
+    void Release();
+
+    QSqlDatabase& qt() { return db_; }
+    QString UserName() const { return db_.userName(); }
+
+private:
+    TfdbDatabase* database_;
+    QString name_;
+    QSqlDatabase db_;
+    bool inTransaction_ = false;
+};
+
+// A query on a connection: SQL text with named parameters, forward-only reading.
+// Empty floats are bound as NULL, and NULL reads back as an empty float.
+class OZN3HOST_API TFDQuery {
+public:
+    explicit TFDQuery(ToznFDConnection& connection);
+
+    void SetSQLText(const QString& sql);
+    QString SQLText() const { return sql_; }
+    TFDQuery& ParamByName(const QString& name, const QVariant& value);
+    TFDQuery& ParamFloat(const QString& name, double value);
+    // Binds the placeholder at a position (0-based), for statements built from column lists.
+    TFDQuery& ParamByIndex(int index, const QVariant& value);
+
+    void Open();     // runs a select and stands on the first row (Eof when none)
+    void ExecSQL();  // runs a statement that writes
+    bool Eof() const { return eof_; }
+    void Next();
+
+    QVariant Value(const QString& field) const;
+    QVariant Value(int index) const;
+    double Float(const QString& field) const;
+    int Int(const QString& field, int whenNull = 0) const;
+    QString Str(const QString& field) const;
+    bool IsNull(const QString& field) const;
+    int FieldCount() const;
+    QString FieldName(int index) const;
+    int RowsAffected() const;
+    void Close();
+
+private:
+    void Exec();
+    ToznFDConnection& connection_;
+    QSqlQuery query_;
+    QString sql_;
+    bool eof_ = true;
+};
+
+// A stored procedure call: "EXECUTE PROCEDURE" with its output values.
+class OZN3HOST_API TFDStoredProc {
+public:
+    explicit TFDStoredProc(ToznFDConnection& connection) : query_(connection) {}
+    void SetProcName(const QString& name) { name_ = name; }
+    void ExecProc();
+    QVariant Output(const QString& field) const { return query_.Value(field); }
+
+private:
+    TFDQuery query_;
+    QString name_;
+};
+
+// Runs a read in the connection's transaction, or in one of its own when none is open.
+template <class F> auto GuardedRead(ToznFDConnection& connection, F&& read)
+{
+    const bool own = !connection.inTransaction();
+    if (own)
+        connection.StartTransaction(false);
+    try {
+        if constexpr (std::is_void_v<decltype(read())>) {
+            read();
+            if (own)
+                connection.Rollback();
+        } else {
+            auto result = read();
+            if (own)
+                connection.Rollback();
+            return result;
+        }
+    } catch (...) {
+        if (own)
+            connection.Rollback();
+        throw;
+    }
+}

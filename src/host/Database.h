@@ -1,0 +1,78 @@
+#pragma once
+#include <QList>
+#include <QString>
+#include <memory>
+#include <vector>
+
+#include "host/Connection.h"
+#include "host/HostApi.h"
+
+class TfdbTree;
+class TInitOZN;
+class TSamplePeriodsList;
+
+// Where a database lives: an embedded file, or "host[/port]:path" on a Firebird server.
+struct OZN3HOST_API ConnectionSpec {
+    QString host;
+    int port = 0;
+    QString path;
+
+    bool isServer() const { return !host.isEmpty(); }
+    // The name the Firebird client attaches to.
+    QString attachName() const;
+    // Parses a connection string; false with a reason when it is malformed.
+    static bool parse(const QString& text, ConnectionSpec& spec, QString& error);
+};
+
+// The host's open database: its default connection, rights, parameters, tree and periods.
+class OZN3HOST_API TfdbDatabase {
+public:
+    // Opens an existing database; on failure returns null and a user-readable reason.
+    static std::unique_ptr<TfdbDatabase> Open(const QString& connectionString, QString& error);
+    ~TfdbDatabase();
+    TfdbDatabase(const TfdbDatabase&) = delete;
+    TfdbDatabase& operator=(const TfdbDatabase&) = delete;
+
+    QString ConnectionString() const { return connectionString_; }
+    QString UserName() const { return user_; }
+
+    ToznFDConnection* GetDefaultConnection() { return defaultConnection_.get(); }
+    ToznFDConnection* CreateConnection(bool startTransaction = false);
+    void ReleaseConnection(ToznFDConnection* connection);
+    // A reusable query on the default connection.
+    TFDQuery* GetQuery();
+
+    TfdbTree* GetTree();
+    TInitOZN* GetInit();
+    TSamplePeriodsList* GetSamplePeriods();
+
+    // Rights are rows of "UserRights" for the connection's user.
+    bool GetUserRights(int right);
+    // -1 for the period or the object means any.
+    bool GetUserRightsByPeriodAndIdent(int period, int ident, int right);
+    void SetUserRight(const QString& user, int right, bool granted, int period = -1, int ident = -1);
+
+private:
+    TfdbDatabase(const QString& connectionString, const QString& attachName, const QString& user,
+                 const QString& password);
+    std::unique_ptr<ToznFDConnection> Attach();
+    QString connectionString_, attachName_, user_, password_;
+    std::unique_ptr<ToznFDConnection> defaultConnection_;
+    std::vector<std::unique_ptr<ToznFDConnection>> privateConnections_;
+    std::unique_ptr<TFDQuery> query_;
+    std::unique_ptr<TfdbTree> tree_;
+    std::unique_ptr<TSamplePeriodsList> periods_;
+};
+
+// The host's current database is the same class.
+using TCurrentDatabase = TfdbDatabase;
+
+// The database the host has open; null when none.
+OZN3HOST_API TCurrentDatabase* CurrentDatabase();
+OZN3HOST_API void SetCurrentDatabase(TCurrentDatabase* database);
+
+// The embedded default database of this user.
+OZN3HOST_API QString DefaultDatabasePath();
+// The Firebird user and password: ISC_USER / ISC_PASSWORD, else SYSDBA with the server's stored password.
+OZN3HOST_API QString FirebirdUser();
+OZN3HOST_API QString FirebirdPassword();

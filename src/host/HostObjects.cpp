@@ -1,0 +1,3 @@
+#include "host/HostObjects.h"
+
+TObject::~TObject() = default;

@@ -1,0 +1,31 @@
+#pragma once
+#include <QString>
+
+#include "host/HostApi.h"
+
+// Numeric and text helpers shared by the host and the plug-in.
+// A missing value is the "empty float", a quiet NaN.
+
+OZN3HOST_API double EmptyFloat();
+OZN3HOST_API bool isEmptyFloat(double value);
+
+// -1, 0 or 1; two empty values are equal, an empty value is below any number.
+OZN3HOST_API int CompareFloat(double a, double b);
+
+// Empty-aware arithmetic: empty operands count as absent, only-empty stays empty.
+OZN3HOST_API double AC_SumFloat(double a, double b);
+OZN3HOST_API double AC_DifferenceFloat(double a, double b);
+
+// The nearest standard nominal voltage (kV) when within 10 %, else the value rounded to 3 decimals.
+OZN3HOST_API double RoundUnom(double kv);
+
+// Shortest text that reads back to the same double, with a dot as separator; empty for an empty value.
+OZN3HOST_API QString dotFloatToStr(double value);
+
+// Case-insensitive, locale-aware comparison: <0, 0, >0.
+OZN3HOST_API int KestCompareText(const QString& a, const QString& b);
+
+// Spreadsheet cell names: column 1 is "A", 27 is "AA"; rows start at 1.
+OZN3HOST_API QString GetNameCell(int col, int row);
+// Column number of a column name ("A" -> 1, "AB" -> 28); 0 for text that is not a column name.
+OZN3HOST_API int GetNumCol(const QString& name);

@@ -1,0 +1,122 @@
+#include "host/Progress.h"
+
+#include <QApplication>
+#include <QProgressDialog>
+
+namespace host {
+
+namespace {
+class SilentProgress : public Progress {
+public:
+    void Start(const QString&, int) override { position_ = 0; }
+    void SetText(const QString&) override {}
+    void SetMaximum(int) override {}
+    void SetPosition(int position) override { position_ = position; }
+    void Finish() override {}
+};
+SilentProgress g_silent;
+Progress* g_progress = nullptr;
+}  // namespace
+
+Progress::~Progress() = default;
+
+Progress& progress() { return g_progress ? *g_progress : g_silent; }
+
+void SetProgress(Progress* implementation) { g_progress = implementation; }
+
+GuiProgress::GuiProgress() = default;
+GuiProgress::~GuiProgress() = default;
+
+void GuiProgress::Start(const QString& caption, int maximum)
+{
+    dialog_ = std::make_unique<QProgressDialog>(QString(), QStringLiteral("Прервать"), 0, maximum,
+                                                QApplication::activeWindow());
+    dialog_->setWindowTitle(caption);
+    dialog_->setWindowModality(Qt::WindowModal);
+    dialog_->setMinimumDuration(300);
+    position_ = 0;
+}
+
+void GuiProgress::SetText(const QString& text)
+{
+    if (dialog_)
+        dialog_->setLabelText(text);
+    QApplication::processEvents();
+}
+
+void GuiProgress::SetMaximum(int maximum)
+{
+    if (dialog_)
+        dialog_->setMaximum(maximum);
+}
+
+void GuiProgress::SetPosition(int position)
+{
+    position_ = position;
+    if (dialog_)
+        dialog_->setValue(std::min(position, dialog_->maximum()));
+}
+
+void GuiProgress::Finish() { dialog_.reset(); }
+
+bool GuiProgress::Cancelled() const { return dialog_ && dialog_->wasCanceled(); }
+
+void TerminalProgress::Start(const QString& caption, int maximum)
+{
+    caption_ = caption;
+    text_.clear();
+    maximum_ = maximum;
+    position_ = 0;
+    active_ = true;
+    sinceDraw_.invalidate();
+    Draw(true);
+}
+
+void TerminalProgress::SetText(const QString& text)
+{
+    text_ = text;
+    Draw(false);
+}
+
+void TerminalProgress::SetMaximum(int maximum)
+{
+    maximum_ = maximum;
+    Draw(false);
+}
+
+void TerminalProgress::SetPosition(int position)
+{
+    position_ = position;
+    Draw(position_ >= maximum_);
+}
+
+void TerminalProgress::Finish()
+{
+    if (!active_)
+        return;
+    Draw(true);
+    std::fputc('\n', out_);
+    std::fflush(out_);
+    active_ = false;
+}
+
+void TerminalProgress::Draw(bool force)
+{
+    if (!active_ || (!force && sinceDraw_.isValid() && sinceDraw_.elapsed() < 100))
+        return;
+    sinceDraw_.start();
+    constexpr int width = 30;
+    QString bar;
+    if (maximum_ > 0) {
+        const int done = std::clamp(position_ * width / maximum_, 0, width);
+        bar = QStringLiteral("[%1%2] %3/%4")
+                  .arg(QString(done, QLatin1Char('#')), QString(width - done, QLatin1Char('.')))
+                  .arg(position_)
+                  .arg(maximum_);
+    }
+    line_ = QStringList{caption_, bar, text_}.join(QLatin1Char(' ')).simplified();
+    std::fprintf(out_, "\r\033[K%s", line_.toUtf8().constData());
+    std::fflush(out_);
+}
+
+}  // namespace host
