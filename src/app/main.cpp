@@ -19,21 +19,27 @@ bool hasDisplay()
     return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
+// A message box where someone can answer it; offscreen runs only print.
+void reportFailure(const QString& error)
+{
+    std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+    if (QGuiApplication::platformName() != QLatin1String("offscreen"))
+        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
+}
+
 int runWindow(int argc, char** argv, const QString& connection)
 {
     QApplication app(argc, argv);
     QString error;
     auto database = TfdbDatabase::Open(connection, error);
     if (!database) {
-        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
-        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        reportFailure(error);
         return 1;
     }
     SetCurrentDatabase(database.get());
     Ozn32Plugin plugin;
     if (!plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
-        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
-        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        reportFailure(error);
         return 1;
     }
     host::GuiProgress progress;

@@ -57,6 +57,7 @@ void ToznFDConnection::StartTransaction(bool /*readOnly*/)
 {
     if (inTransaction_)
         throw EDatabaseError(QStringLiteral("Транзакция уже открыта"));
+    ++generation_;
     if (!db_.transaction())
         throw EDatabaseError(errorText(db_.lastError()));
     inTransaction_ = true;
@@ -67,6 +68,7 @@ void ToznFDConnection::Commit()
     if (!inTransaction_)
         return;
     inTransaction_ = false;
+    ++generation_;
     if (!db_.commit())
         throw EDatabaseError(errorText(db_.lastError()));
 }
@@ -76,6 +78,7 @@ void ToznFDConnection::Rollback()
     if (!inTransaction_)
         return;
     inTransaction_ = false;
+    ++generation_;
     if (!db_.rollback())
         throw EDatabaseError(errorText(db_.lastError()));
 }
@@ -116,14 +119,23 @@ TFDQuery::TFDQuery(ToznFDConnection& connection) : connection_(connection), quer
 void TFDQuery::SetSQLText(const QString& sql)
 {
     sql_ = sql;
+    named_.clear();
+    positional_.clear();
+    Prepare();
+}
+
+void TFDQuery::Prepare()
+{
     eof_ = true;
-    if (!query_.prepare(sql))
-        throw EDatabaseError(errorText(query_.lastError()) + QStringLiteral("\n") + sql);
+    // The driver ties a prepared statement to the transaction it was prepared in.
+    generation_ = connection_.Generation();
+    if (!query_.prepare(sql_))
+        throw EDatabaseError(errorText(query_.lastError()) + QStringLiteral("\n") + sql_);
 }
 
 TFDQuery& TFDQuery::ParamByName(const QString& name, const QVariant& value)
 {
-    query_.bindValue(name.startsWith(':') ? name : QLatin1Char(':') + name, value);
+    named_.insert(name.startsWith(':') ? name : QLatin1Char(':') + name, value);
     return *this;
 }
 
@@ -134,12 +146,18 @@ TFDQuery& TFDQuery::ParamFloat(const QString& name, double value)
 
 TFDQuery& TFDQuery::ParamByIndex(int index, const QVariant& value)
 {
-    query_.bindValue(index, value);
+    positional_.insert(index, value);
     return *this;
 }
 
 void TFDQuery::Exec()
 {
+    if (generation_ != connection_.Generation())
+        Prepare();
+    for (auto it = named_.cbegin(); it != named_.cend(); ++it)
+        query_.bindValue(it.key(), it.value());
+    for (auto it = positional_.cbegin(); it != positional_.cend(); ++it)
+        query_.bindValue(it.key(), it.value());
     if (!query_.exec())
         throw EDatabaseError(errorText(query_.lastError()));
 }

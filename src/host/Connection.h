@@ -2,6 +2,7 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
+#include <QHash>
 #include <QVariant>
 #include <memory>
 #include <stdexcept>
@@ -46,6 +47,8 @@ public:
     void Release();
 
     QSqlDatabase& qt() { return db_; }
+    // Changes whenever a transaction starts or ends; statements prepared before must be prepared again.
+    int Generation() const { return generation_; }
     QString UserName() const { return db_.userName(); }
 
 private:
@@ -53,6 +56,7 @@ private:
     QString name_;
     QSqlDatabase db_;
     bool inTransaction_ = false;
+    int generation_ = 0;
 };
 
 // A query on a connection: SQL text with named parameters, forward-only reading.
@@ -85,10 +89,14 @@ public:
     void Close();
 
 private:
+    void Prepare();
     void Exec();
     ToznFDConnection& connection_;
     QSqlQuery query_;
     QString sql_;
+    int generation_ = -1;
+    QHash<QString, QVariant> named_;
+    QHash<int, QVariant> positional_;
     bool eof_ = true;
 };
 

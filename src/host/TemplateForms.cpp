@@ -64,8 +64,15 @@ TxlsZamerShablonForm::TxlsZamerShablonForm(QWidget* owner) : TxlsCustomMenuForm(
     Body()->insertWidget(0, logView_);
 }
 
+QList<TxlsZamerShablonForm::LogLine>& TxlsZamerShablonForm::Trace()
+{
+    static QList<LogLine> trace;
+    return trace;
+}
+
 void TxlsZamerShablonForm::AddLog(const QString& text, int kind, int value)
 {
     log_.append({text, kind, value});
+    Trace().append({text, kind, value});
     logView_->appendPlainText(QStringLiteral("%1\t%2\t%3").arg(text).arg(kind).arg(value));
 }

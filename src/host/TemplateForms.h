@@ -66,6 +66,8 @@ public:
     explicit TxlsZamerShablonForm(QWidget* owner = nullptr);
     void AddLog(const QString& text, int kind, int value);
     const QList<LogLine>& Log() const { return log_; }
+    // Every line logged by any template form of the session, kept after the forms are gone.
+    static QList<LogLine>& Trace();
 
 private:
     QList<LogLine> log_;

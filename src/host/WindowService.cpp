@@ -23,12 +23,19 @@ WindowHandle WindowService::MainHandle() const
     return main_ ? reinterpret_cast<WindowHandle>(main_) : 0;
 }
 
+QString WindowService::PlaceName(WindowHandle insertAfter) const
+{
+    if (insertAfter == Placement::Top)
+        return QStringLiteral("top");
+    if (insertAfter == Placement::Bottom)
+        return QStringLiteral("bottom");
+    return Name(insertAfter);
+}
+
 QString WindowService::Name(WindowHandle window) const
 {
-    if (window == Placement::Top)
-        return QStringLiteral("top");
-    if (window == Placement::Bottom)
-        return QStringLiteral("bottom");
+    if (window == 0)
+        return QStringLiteral("none");
     if (window == MainHandle())
         return QStringLiteral("main");
     return QStringLiteral("window:%1").arg(window);
@@ -37,7 +44,7 @@ QString WindowService::Name(WindowHandle window) const
 void WindowService::SetWindowPos(WindowHandle window, WindowHandle insertAfter, unsigned flags)
 {
     history_ << QStringLiteral("SetWindowPos(%1,%2,0x%3)")
-                    .arg(Name(window), Name(insertAfter), QString::number(flags, 16).toUpper());
+                    .arg(Name(window), PlaceName(insertAfter), QString::number(flags, 16).toUpper());
     if (window == MainHandle() && main_) {
         if (flags & Placement::Hide)
             main_->hide();

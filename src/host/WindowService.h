@@ -40,6 +40,7 @@ public:
 
 private:
     QString Name(WindowHandle window) const;
+    QString PlaceName(WindowHandle insertAfter) const;
     QWidget* main_ = nullptr;
     QStringList history_;
 };

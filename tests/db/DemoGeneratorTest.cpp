@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include "db/DemoGenerator.h"
+#include "db/SchemaInstaller.h"
+#include "host/Database.h"
+#include "host/Tree.h"
+#include "results/UnitLVResults.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+double scalar(ToznFDConnection& c, const QString& sql)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText(sql);
+    q->Open();
+    return q->Value(0).toDouble();
+}
+}  // namespace
+
+TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    TfdbTree* tree = db->GetTree();
+    const db::DemoShape s = db::DemoShape::For(db::DemoSize::Small);
+    int expected = 1;
+    for (auto [type, factor] : {std::pair{NodeType::AOEnergo, 1}, {NodeType::PES, s.pes}, {NodeType::RES, s.resPerPes},
+                                {NodeType::Centers, s.centersPerRes}, {NodeType::Sections, s.sectionsPerCenter},
+                                {NodeType::Fiders, s.fidersPerSection}, {NodeType::Nodes, s.nodesPerFider}}) {
+        expected *= factor;
+        EXPECT_EQ(tree->CountOfType(type), expected) << type;
+    }
+    const int lvCount = tree->CountOfType(NodeType::LVFiders);
+    EXPECT_GT(lvCount, 2 * expected);
+    EXPECT_EQ(scalar(c, "select count(*) from \"LVFiders\""), lvCount);
+    EXPECT_EQ(scalar(c, R"(select count(*) from "LVFiders" lf join "Nodes" nod on nod.guid=lf."OwnerGUID"
+        join "Fiders" f on f.guid=nod."OwnerGUID" join "Sections" s on s.guid=f."OwnerGUID"
+        join "Centers" c on c.guid=s."OwnerGUID" join res r on r.guid=c."OwnerGUID"
+        join pes p on p.guid=r."OwnerGUID" join "AOEnergo" e on e.guid=p."OwnerGUID")"),
+              lvCount);
+
+    // Substations that own themselves, links, and every kind of low side.
+    EXPECT_GE(scalar(c, "select count(*) from \"Nodes\" where \"GUID\"=\"OwnerGUID\""), 1);
+    EXPECT_GE(scalar(c, "select count(*) from \"NodeLinks\""), 1);
+    for (const char* cond : {"t.\"UnomH\"<1", "t.\"UnomH\"=1", "t.\"UnomH\">1"})
+        EXPECT_GE(scalar(c, QStringLiteral("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
+                                           "t.\"Ident\"=n.\"Transf\" where %1").arg(QString::fromUtf8(cond))),
+                  1)
+            << cond;
+    EXPECT_GE(scalar(c, "select count(*) from \"ProvodTypes\" where \"Unom\"=0.380"), 3);
+    EXPECT_EQ(scalar(c, "select count(*) from \"Provods\" where \"Ident\"=644"), 1);
+    EXPECT_GE(scalar(c, "select count(*) from \"TypeLoads\" where \"CosFi\" between 0.7 and 1"), 5);
+    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=1"), s.years);
+    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=4"), 12 * s.years);
+    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Name\"='2024г.'"), 1);
+
+    // Measurements, results and normative inputs.
+    EXPECT_EQ(scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), lvCount);
+    EXPECT_EQ(scalar(c, "select count(*) from \"LVPSamples\""), lvCount);
+    EXPECT_EQ(scalar(c, "select count(distinct \"SampleIdent\") from \"LVWResultsB\""), 1);
+    EXPECT_EQ(scalar(c, "select count(*) from \"LVWResultsB\" r left join \"LVFidersB\" f on f.\"Ident\"=r.\"Info\" "
+                        "where f.\"Ident\" is null"),
+              0);
+    EXPECT_EQ(scalar(c, "select count(*) from \"LVResults\""), lvCount * s.years);
+    EXPECT_EQ(scalar(c, "select count(distinct \"Balance\") from \"LVPResultsAdd\""), 2);
+    EXPECT_GE(scalar(c, R"(select count(*) from (select "Ident" from "LVPResultsAdd" where "Balance"=0
+        group by "Ident" having count(*) = 2))"),
+              1);
+    EXPECT_EQ(scalar(c, R"(select count(*) from "LVPResultsAdd" pa left join "LVWResultsAdd" wa
+        on wa."Ident"=pa."Ident" and wa."Balance"=pa."Balance" and wa.res=pa.res where wa."Ident" is null)"),
+              0);
+    EXPECT_GE(scalar(c, "select count(*) from \"LVLines\""), lvCount);
+    EXPECT_GE(scalar(c, "select count(*) from \"MVResults\""), 1);
+    EXPECT_GE(scalar(c, "select count(*) from \"Transformation\" where \"UnomCH\"<=1"), 1);
+}
+
+TEST(DemoNetwork, ResultsAreFoundAtTheirLevel)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    // The first LV feeder with results and every owner above it.
+    auto q = c.NewQuery();
+    q->SetSQLText(R"(select first 1 e.guid as e, p.guid as p, r.guid as r, c.guid as c, s.guid as s, f.guid as f,
+        nod.guid as nod, lf.guid as lf from "LVResults" mv join "LVFiders" lf on lf.guid=mv.guid
+        join "Nodes" nod on nod.guid=lf."OwnerGUID" join "Fiders" f on f.guid=nod."OwnerGUID"
+        join "Sections" s on s.guid=f."OwnerGUID" join "Centers" c on c.guid=s."OwnerGUID"
+        join res r on r.guid=c."OwnerGUID" join pes p on p.guid=r."OwnerGUID" join "AOEnergo" e on e.guid=p."OwnerGUID"
+        join "LVPResultsAdd" pa on pa."Ident"=mv."Ident" and pa.res=r.guid order by mv."Ident")");
+    q->Open();
+    ASSERT_FALSE(q->Eof());
+    const char* aliases[] = {"E", "P", "R", "C", "S", "F", "NOD", "LF"};
+    for (int level = 0; level < 8; ++level)
+        EXPECT_EQ(FindLevelLV(c, q->Int(aliases[level])), level) << aliases[level];
+    EXPECT_EQ(FindLevelLV(c, 987654321), -1);
+}
+
+TEST(DemoNetwork, GenerationIsDeterministic)
+{
+    TempFolder folder;
+    const QString again = folder.Path("again.fdb");
+    QString error;
+    ASSERT_TRUE(db::CreateDatabase(again, error)) << error.toStdString();
+    auto second = OpenDatabase(again);
+    const db::DemoCounts counts =
+        db::DemoGenerator(*second->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
+    auto first = OpenDatabase(NewDemoDatabase(folder));
+    EXPECT_EQ(counts.lvFiders, first->GetTree()->CountOfType(NodeType::LVFiders));
+    for (const char* sql : {"select sum(\"P\") from \"LVPResultsA\"", "select sum(\"deltaWa\") from \"LVWResultsB\"",
+                            "select sum(\"Wa_gen\") from \"LVWResultsAdd\"", "select max(\"GUID\") from \"LVFiders\""})
+        EXPECT_DOUBLE_EQ(scalar(*first->GetDefaultConnection(), sql), scalar(*second->GetDefaultConnection(), sql))
+            << sql;
+}

@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include "host/Database.h"
+#include "host/InitOZN.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+int countRows(ToznFDConnection& c, const QString& table)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText(QStringLiteral("select count(*) from \"%1\"").arg(table));
+    q->Open();
+    return q->Value(0).toInt();
+}
+
+void insertFider(ToznFDConnection& c, int guid)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText("insert into \"LVFiders\" (\"GUID\", \"Name\", \"OwnerGUID\") values (:G, 'Л-1', 1)");
+    q->ParamByName("G", guid);
+    q->ExecSQL();
+}
+}  // namespace
+
+TEST(Database, ConnectionStringsAreParsed)
+{
+    ConnectionSpec spec;
+    QString error;
+    ASSERT_TRUE(ConnectionSpec::parse("db.example/3051:/srv/ozn3.fdb", spec, error));
+    EXPECT_TRUE(spec.isServer());
+    EXPECT_EQ(spec.host, "db.example");
+    EXPECT_EQ(spec.port, 3051);
+    EXPECT_EQ(spec.attachName(), "db.example/3051:/srv/ozn3.fdb");
+    ASSERT_TRUE(ConnectionSpec::parse("localhost:/srv/ozn3.fdb", spec, error));
+    EXPECT_EQ(spec.port, 0);
+    EXPECT_EQ(spec.attachName(), "localhost:/srv/ozn3.fdb");
+    ASSERT_TRUE(ConnectionSpec::parse("/tmp/local.fdb", spec, error));
+    EXPECT_FALSE(spec.isServer());
+    EXPECT_EQ(spec.attachName(), "/tmp/local.fdb");
+    EXPECT_FALSE(ConnectionSpec::parse("", spec, error));
+    EXPECT_FALSE(ConnectionSpec::parse("srv/0:/x.fdb", spec, error));
+    EXPECT_FALSE(ConnectionSpec::parse("/tmp/a:b.fdb", spec, error));
+}
+
+TEST(Database, OpenReportsMissingFilesAndForeignDatabases)
+{
+    TempFolder folder;
+    QString error;
+    EXPECT_FALSE(TfdbDatabase::Open(folder.Path("none.fdb"), error));
+    EXPECT_TRUE(error.contains("не найден")) << error.toStdString();
+
+    QFile junk(folder.Path("junk.fdb"));
+    ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
+    junk.write("this is not a database");
+    junk.close();
+    EXPECT_FALSE(TfdbDatabase::Open(junk.fileName(), error));
+    EXPECT_TRUE(error.contains("Не удалось открыть")) << error.toStdString();
+
+    // A Firebird database of another application has none of our tables.
+    const QString foreign = NewSchemaDatabase(folder, "foreign.fdb");
+    {
+        auto db = OpenDatabase(foreign);
+        auto q = db->GetDefaultConnection()->NewQuery();
+        q->SetSQLText("drop table \"LVFiders\"");
+        q->ExecSQL();
+    }
+    EXPECT_FALSE(TfdbDatabase::Open(foreign, error));
+    EXPECT_TRUE(error.contains("не содержит таблиц")) << error.toStdString();
+}
+
+TEST(Database, CommitIsSeenFromASecondConnectionAndRollbackIsNot)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewSchemaDatabase(folder));
+    ToznFDConnection& main = *db->GetDefaultConnection();
+    ToznFDConnection* other = db->CreateConnection();
+
+    EXPECT_FALSE(main.inTransaction());
+    main.StartTransaction(false);
+    EXPECT_TRUE(main.inTransaction());
+    insertFider(main, 10);
+    EXPECT_EQ(countRows(main, "LVFiders"), 1);
+    EXPECT_EQ(countRows(*other, "LVFiders"), 0);  // not committed yet
+    main.Commit();
+    EXPECT_FALSE(main.inTransaction());
+    EXPECT_EQ(countRows(*other, "LVFiders"), 1);
+
+    main.StartTransaction(false);
+    insertFider(main, 11);
+    main.Rollback();
+    EXPECT_EQ(countRows(*other, "LVFiders"), 1);
+
+    // Commit retaining: the work is visible and the transaction stays open, prepared statements go on.
+    main.StartTransaction(false);
+    auto q = main.NewQuery();
+    q->SetSQLText("insert into \"LVFiders\" (\"GUID\", \"Name\", \"OwnerGUID\") values (:G, 'Л', 1)");
+    q->ParamByName("G", 12);
+    q->ExecSQL();
+    main.CommitRetaining();
+    EXPECT_TRUE(main.inTransaction());
+    EXPECT_EQ(countRows(*other, "LVFiders"), 2);
+    q->ParamByName("G", 13);
+    q->ExecSQL();
+    main.Rollback();
+    EXPECT_EQ(countRows(*other, "LVFiders"), 2);
+    other->Release();
+
+    // A database error names the engine's complaint and leaves the connection usable.
+    auto bad = main.NewQuery();
+    EXPECT_THROW(bad->SetSQLText("select * from \"NoSuchTable\""), EDatabaseError);
+    EXPECT_EQ(countRows(main, "LVFiders"), 2);
+}
+
+TEST(Database, NewKeysComeFromTheStoredProcedure)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewSchemaDatabase(folder));
+    auto proc = db->GetDefaultConnection()->NewStoredProc();
+    proc->SetProcName("GetNewGUID");
+    proc->ExecProc();
+    const int first = proc->Output("GUID").toInt();
+    const int second = db->GetDefaultConnection()->GetNewGUID();
+    EXPECT_GT(first, 0);
+    EXPECT_EQ(second, first + 1);
+}
+
+TEST(Database, RightsAreRowsOfTheDatabaseForTheConnectionsUser)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewSchemaDatabase(folder));
+    const QString me = db->UserName();
+    EXPECT_FALSE(db->GetUserRights(0));
+    EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(-1, -1, 12));
+
+    db->SetUserRight(me, 12, true);  // any period, any object
+    db->SetUserRight(me, 13, true, 5, -1);  // period 5 only
+    db->SetUserRight(me, 14, true, -1, 700);  // object 700 only
+    db->SetUserRight("SOMEONE_ELSE", 0, true);
+
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(-1, -1, 12));
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(3, 42, 12));
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(5, 1, 13));
+    EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(6, 1, 13));
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(-1, -1, 13));
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(2, 700, 14));
+    EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(2, 701, 14));
+    EXPECT_FALSE(db->GetUserRights(0));  // another user's right is not mine
+
+    // A denial for one object beats the grant for all.
+    db->SetUserRight(me, 12, false, -1, 99);
+    EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(1, 99, 12));
+    EXPECT_TRUE(db->GetUserRightsByPeriodAndIdent(1, 98, 12));
+    // Reading rights leaves an open transaction of the caller alone.
+    db->GetDefaultConnection()->StartTransaction(false);
+    EXPECT_TRUE(db->GetUserRights(13));
+    EXPECT_TRUE(db->GetDefaultConnection()->inTransaction());
+    db->GetDefaultConnection()->Rollback();
+}
+
+TEST(Database, ParametersSurviveARestartOfTheApplication)
+{
+    TempFolder folder;
+    const QString ini = folder.Path("ozn3.ini");
+    {
+        TInitOZN init(ini);
+        EXPECT_DOUBLE_EQ(init.GetDefaultCosFi(), 0.9);
+        EXPECT_DOUBLE_EQ(init.GetDefaultKzap(), 0.5);
+        EXPECT_TRUE(init.GetParamBool(InitParam::PesResultsWithSpreadsheet));
+        EXPECT_EQ(init.LoadIntParam("LVResultsGrid", "SampleIdent", -1), -1);
+        init.SaveIntParam("LVResultsGrid", "SampleIdent", 42);
+        init.SaveStrParam("Detail038SettingsV2", "Узлы_Name\\Width", "120");
+        init.SaveBinaryParam("LVResultsGrid", "ColsResults", QByteArray("\x00\x01\xff=;", 5));
+        init.SetParam(InitParam::PesResultsWithSpreadsheet, false);
+        init.SetParam(InitParam::DefaultCosFi, 0.93);
+    }
+    TInitOZN again(ini);
+    EXPECT_EQ(again.LoadIntParam("LVResultsGrid", "SampleIdent", -1), 42);
+    EXPECT_EQ(again.LoadStrParam("Detail038SettingsV2", "Узлы_Name\\Width"), "120");
+    EXPECT_EQ(again.LoadBinaryParam("LVResultsGrid", "ColsResults"), QByteArray("\x00\x01\xff=;", 5));
+    EXPECT_FALSE(again.GetParamBool(InitParam::PesResultsWithSpreadsheet));
+    EXPECT_DOUBLE_EQ(again.GetDefaultCosFi(), 0.93);
+    EXPECT_EQ(again.LoadStrParam("Нет", "ключа", "по умолчанию"), "по умолчанию");
+}

@@ -1,0 +1,92 @@
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QFile>
+#include <QTimer>
+
+#include "db/DemoGenerator.h"
+#include "db/SchemaInstaller.h"
+#include "host/Database.h"
+
+namespace testing_support {
+
+namespace {
+// Templates live for the whole run of one test program.
+QTemporaryDir& templates()
+{
+    static QTemporaryDir dir;
+    return dir;
+}
+
+QString makeTemplate(const QString& name, bool demo)
+{
+    const QString path = templates().filePath(name);
+    if (QFile::exists(path))
+        return path;
+    QString error;
+    if (!db::CreateDatabase(path, error))
+        qFatal("template database: %s", qPrintable(error));
+    if (demo) {
+        auto database = TfdbDatabase::Open(path, error);
+        if (!database)
+            qFatal("template database: %s", qPrintable(error));
+        db::DemoGenerator(*database->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
+    }
+    return path;
+}
+
+QString copyOf(const QString& source, const TempFolder& folder, const QString& name)
+{
+    const QString target = folder.Path(name);
+    QFile::remove(target);
+    if (!QFile::copy(source, target))
+        qFatal("cannot copy %s", qPrintable(source));
+    QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
+    return target;
+}
+}  // namespace
+
+TempFolder::TempFolder() { EXPECT_TRUE(dir_.isValid()); }
+
+QString NewSchemaDatabase(const TempFolder& folder, const QString& name)
+{
+    return copyOf(makeTemplate(QStringLiteral("schema.fdb"), false), folder, name);
+}
+
+QString NewDemoDatabase(const TempFolder& folder, const QString& name)
+{
+    return copyOf(makeTemplate(QStringLiteral("demo.fdb"), true), folder, name);
+}
+
+std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path)
+{
+    QString error;
+    auto database = TfdbDatabase::Open(path, error);
+    EXPECT_TRUE(database) << error.toStdString();
+    return database;
+}
+
+void CloseNextModal(int result, std::function<void(QDialog*)> inspect)
+{
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, result, inspect] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        if (inspect)
+            inspect(dialog);
+        dialog->done(result);
+    });
+    timer->start();
+}
+
+QString PluginPath() { return QStringLiteral(OZN3_PLUGIN_PATH); }
+QString AppPath() { return QStringLiteral(OZN3_APP_PATH); }
+
+}  // namespace testing_support

@@ -1,0 +1,38 @@
+#pragma once
+#include <QDir>
+#include <QString>
+#include <QTemporaryDir>
+#include <functional>
+#include <memory>
+
+class TfdbDatabase;
+class QDialog;
+
+namespace testing_support {
+
+// A fresh folder for one test, removed afterwards.
+class TempFolder {
+public:
+    TempFolder();
+    QString Path(const QString& name) const { return dir_.filePath(name); }
+
+private:
+    QTemporaryDir dir_;
+};
+
+// A new embedded database with the schema only: a copy of one template made per test run.
+QString NewSchemaDatabase(const TempFolder& folder, const QString& name = QStringLiteral("test.fdb"));
+// A new embedded database with the small demo network: a copy of one generated per test run.
+QString NewDemoDatabase(const TempFolder& folder, const QString& name = QStringLiteral("demo.fdb"));
+// Opens a database or fails the test.
+std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path);
+
+// Closes the next modal dialog with a result once it is shown, after letting the test look at it.
+void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
+
+// The plug-in as the host loads it (built beside the tests).
+QString PluginPath();
+// The host application's binary.
+QString AppPath();
+
+}  // namespace testing_support
