@@ -32,9 +32,13 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     periods_ = new QComboBox(toolbar);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
     periods_->setMinimumWidth(200);
-    for (const TSamplePeriodInfo& info : database->GetSamplePeriods()->Items())
+    int latestYear = periods_->count() - 1;
+    for (const TSamplePeriodInfo& info : database->GetSamplePeriods()->Items()) {
         periods_->addItem(info.Name, info.Ident);
-    periods_->setCurrentIndex(periods_->count() - 1);
+        if (info.Period == 1)
+            latestYear = periods_->count() - 1;
+    }
+    periods_->setCurrentIndex(latestYear);
     toolbar->addWidget(periods_);
 
     detail_ = new QDockWidget(QStringLiteral("Схема 0,38 кВ"), this);
