@@ -8,6 +8,10 @@ int InitDb(const QStringList& args);
 int DemoDb(const QStringList& args);
 // Counts of the network per level: the headless job on a database.
 int Stats(const QString& connection);
+// The normative model on JSON Lines from standard input.
+int CalcNormative();
+// The batch normative calculation without a window.
+int NormativeBatch(const QStringList& args);
 // The value after an option ("--db X"), empty when absent.
 QString Option(const QStringList& args, const QString& name);
 }  // namespace cli

@@ -63,6 +63,17 @@ int main(int argc, char** argv)
         return 0;
     }
     // Command-line jobs need no display.
+    if (command == QLatin1String("calc")) {
+        QCoreApplication app(argc, argv);
+        if (args.value(1) == QLatin1String("normative"))
+            return cli::CalcNormative();
+        std::fprintf(stderr, "Неизвестный расчет: %s (normative)\n", args.value(1).toUtf8().constData());
+        return 2;
+    }
+    if (command == QLatin1String("normative")) {
+        QCoreApplication app(argc, argv);
+        return cli::NormativeBatch(args);
+    }
     if (command == QLatin1String("init-db") || command == QLatin1String("demo-db") ||
         command == QLatin1String("stats")) {
         QCoreApplication app(argc, argv);

@@ -38,6 +38,8 @@ public:
 
     ToznFDConnection* GetDefaultConnection() { return defaultConnection_.get(); }
     ToznFDConnection* CreateConnection(bool startTransaction = false);
+    // A connection owned by the caller, for use on the caller's thread (a connection serves one thread).
+    std::unique_ptr<ToznFDConnection> NewConnection() { return Attach(); }
     void ReleaseConnection(ToznFDConnection* connection);
     // A reusable query on the default connection.
     TFDQuery* GetQuery();

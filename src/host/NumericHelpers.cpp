@@ -1,6 +1,8 @@
 #include "host/NumericHelpers.h"
 
 #include <QLocale>
+#include <QRegularExpression>
+#include <QStringList>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -79,4 +81,76 @@ int GetNumCol(const QString& name)
         col = col * 26 + (ch.unicode() - 'A' + 1);
     }
     return col;
+}
+
+QChar DecimalSeparator() { return QLatin1Char(','); }
+
+QChar ThousandSeparator() { return QChar(0x00A0); }
+
+namespace {
+QString formatSection(const QString& section, double value)
+{
+    const int dot = section.indexOf(QLatin1Char('.'));
+    QString intPart = dot >= 0 ? section.left(dot) : section;
+    const QString fracPart = dot >= 0 ? section.mid(dot + 1) : QString();
+    const bool grouping = intPart.contains(QLatin1Char(','));
+    // Text around the digits (a minus sign, a unit) is kept as it stands.
+    const int firstDigit = intPart.indexOf(QRegularExpression(QStringLiteral("[0#]")));
+    const QString prefix = firstDigit > 0 ? intPart.left(firstDigit) : QString();
+    int maxDecimals = 0, minDecimals = 0;
+    for (QChar ch : fracPart) {
+        if (ch == QLatin1Char('0'))
+            minDecimals = ++maxDecimals;
+        else if (ch == QLatin1Char('#'))
+            ++maxDecimals;
+    }
+    const int minIntDigits = static_cast<int>(intPart.count(QLatin1Char('0')));
+    QString digits = QString::number(std::fabs(value), 'f', maxDecimals);
+    QString intDigits = digits.section(QLatin1Char('.'), 0, 0);
+    QString frac = digits.section(QLatin1Char('.'), 1, 1);
+    while (frac.size() > minDecimals && frac.endsWith(QLatin1Char('0')))
+        frac.chop(1);
+    if (intDigits == QLatin1String("0") && minIntDigits == 0)
+        intDigits.clear();
+    while (intDigits.size() < minIntDigits)
+        intDigits.prepend(QLatin1Char('0'));
+    if (grouping)
+        for (int i = static_cast<int>(intDigits.size()) - 3; i > 0; i -= 3)
+            intDigits.insert(i, ThousandSeparator());
+    QString text = prefix + intDigits;
+    if (!frac.isEmpty())
+        text += DecimalSeparator() + frac;
+    return text;
+}
+}  // namespace
+
+QString FormatFloat(const QString& pattern, double value)
+{
+    if (isEmptyFloat(value))
+        return {};
+    const QStringList sections = pattern.split(QLatin1Char(';'));
+    const double eps = 0.5 * std::pow(10.0, -15);
+    if (std::fabs(value) < eps && sections.size() >= 3)
+        return formatSection(sections[2], 0);
+    if (value < 0 && sections.size() >= 2)
+        return formatSection(sections[1], value);
+    const QString text = formatSection(sections[0], value);
+    // A negative number that rounds to zero is written without its sign.
+    const bool allZero = !text.contains(QRegularExpression(QStringLiteral("[1-9]")));
+    return value < 0 && !allZero ? QLatin1Char('-') + text : text;
+}
+
+QString FormatFloat3(double value) { return FormatFloat(QStringLiteral("#,##0.000"), value); }
+
+bool ParseFloat(const QString& text, double& value)
+{
+    QString t = text.trimmed();
+    t.remove(ThousandSeparator());
+    t.remove(QLatin1Char(' '));
+    t.replace(DecimalSeparator(), QLatin1Char('.'));
+    bool ok = false;
+    const double v = t.toDouble(&ok);
+    if (ok)
+        value = v;
+    return ok;
 }

@@ -29,3 +29,16 @@ OZN3HOST_API int KestCompareText(const QString& a, const QString& b);
 OZN3HOST_API QString GetNameCell(int col, int row);
 // Column number of a column name ("A" -> 1, "AB" -> 28); 0 for text that is not a column name.
 OZN3HOST_API int GetNumCol(const QString& name);
+
+// The decimal separator of the users' locale (a comma) and the thousands separator (a no-break space).
+OZN3HOST_API QChar DecimalSeparator();
+OZN3HOST_API QChar ThousandSeparator();
+
+// Formats a number by a pattern such as "0.000", "#,##0.00", "0.###" or "#,##0.000;-#,##0.000;":
+// "0" is a required digit, "#" an optional one, "," groups thousands; sections after ";" are used for
+// negative numbers and for zero. An empty value gives an empty text.
+OZN3HOST_API QString FormatFloat(const QString& pattern, double value);
+// The host's three-decimal format of lengths and coefficients ("#,##0.000").
+OZN3HOST_API QString FormatFloat3(double value);
+// Reads a number typed with either separator; false for text that is not a number.
+OZN3HOST_API bool ParseFloat(const QString& text, double& value);

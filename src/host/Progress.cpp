@@ -1,6 +1,7 @@
 #include "host/Progress.h"
 
 #include <QApplication>
+#include <unistd.h>
 #include <QProgressDialog>
 
 namespace host {
@@ -95,6 +96,8 @@ void TerminalProgress::Finish()
     if (!active_)
         return;
     Draw(true);
+    if (!isatty(fileno(out_)))
+        std::fputs(line_.toUtf8().constData(), out_);
     std::fputc('\n', out_);
     std::fflush(out_);
     active_ = false;
@@ -115,6 +118,9 @@ void TerminalProgress::Draw(bool force)
                   .arg(maximum_);
     }
     line_ = QStringList{caption_, bar, text_}.join(QLatin1Char(' ')).simplified();
+    // A terminal gets the line redrawn in place; a file or a pipe only the last line, at the end.
+    if (!isatty(fileno(out_)))
+        return;
     std::fprintf(out_, "\r\033[K%s", line_.toUtf8().constData());
     std::fflush(out_);
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "host/NumericHelpers.h"
+#include "support/TestSupport.h"
 
 TEST(NumericHelpers, EmptyAwareArithmetic)
 {
@@ -75,4 +76,30 @@ TEST(NumericHelpers, NominalVoltagesAndText)
     EXPECT_EQ(KestCompareText("Линия", "ЛИНИЯ"), 0);
     EXPECT_LT(KestCompareText("Абрикос", "берёза"), 0);
     EXPECT_GT(KestCompareText("ТП-20", "ТП-100"), 0);
+}
+
+TEST(NumericHelpers, FormatsByPattern)
+{
+    const QString nbsp = QString(QChar(0x00A0));
+    EXPECT_EQ(FormatFloat("0.000", 95), "95,000");
+    EXPECT_EQ(FormatFloat("#,##0.000", 1234567.8916), "1" + nbsp + "234" + nbsp + "567,892");
+    EXPECT_EQ(FormatFloat("0.###", 0.5), "0,5");
+    EXPECT_EQ(FormatFloat("0.###", 2), "2");
+    EXPECT_EQ(FormatFloat("0.00#", 1.3), "1,30");
+    EXPECT_EQ(FormatFloat("0.00#", 1.2346), "1,235");
+    EXPECT_EQ(FormatFloat("0.#", 0.04), "0");
+    EXPECT_EQ(FormatFloat("0", 2499.5), "2500");
+    EXPECT_EQ(FormatFloat("#,##0", -12345), "-12" + nbsp + "345");
+    EXPECT_EQ(FormatFloat("#,##0.000;-#,##0.000;", 0), "");
+    EXPECT_EQ(FormatFloat("#,##0.000;-#,##0.000;", -2.5), "-2,500");
+    EXPECT_EQ(FormatFloat("0.00", -0.001), "0,00");
+    EXPECT_EQ(FormatFloat3(EmptyFloat()), "");
+    EXPECT_EQ(FormatFloat3(0.2), "0,200");
+    double v = 0;
+    EXPECT_TRUE(ParseFloat("0,77", v));
+    EXPECT_DOUBLE_EQ(v, 0.77);
+    EXPECT_TRUE(ParseFloat(" 1" + nbsp + "234.5 ", v));
+    EXPECT_DOUBLE_EQ(v, 1234.5);
+    EXPECT_FALSE(ParseFloat("abc", v));
+    EXPECT_DOUBLE_EQ(v, 1234.5);
 }

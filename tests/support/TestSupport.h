@@ -4,8 +4,12 @@
 #include <QTemporaryDir>
 #include <functional>
 #include <memory>
+#include <ostream>
 
 class TfdbDatabase;
+
+// Readable Russian texts in test failures.
+inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 class QDialog;
 
 namespace testing_support {

@@ -1,0 +1,132 @@
+// Command-line jobs of the normative method: the calculator for scripts and the headless batch.
+#include <QCoreApplication>
+#include <QFile>
+#include <QSaveFile>
+#include <QTimer>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+#include "app/CliJobs.h"
+#include "host/Database.h"
+#include "host/Progress.h"
+#include "host/SamplePeriods.h"
+#include "host/Tree.h"
+#include "normative/LVNormativMethodCalcUnit.h"
+#include "normative/NormativeCalculator.h"
+
+namespace cli {
+
+namespace {
+std::atomic<bool> g_interrupted{false};
+void onInterrupt(int) { g_interrupted = true; }
+
+void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
+
+bool intOption(const QStringList& args, const QString& name, int& value)
+{
+    bool ok = false;
+    value = Option(args, name).toInt(&ok);
+    if (!ok)
+        err(QStringLiteral("Укажите %1 целым числом").arg(name));
+    return ok;
+}
+}  // namespace
+
+int CalcNormative()
+{
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (line.find_first_not_of(" \t\r") == std::string::npos)
+            continue;
+        const QByteArray out = normative::CalculateJsonLine(QByteArray::fromStdString(line));
+        std::fwrite(out.constData(), 1, out.size(), stdout);
+        std::fputc('\n', stdout);
+    }
+    std::fflush(stdout);
+    return 0;
+}
+
+int NormativeBatch(const QStringList& args)
+{
+    int node = 0, level = 0, period = 0;
+    const QString connection = Option(args, QStringLiteral("--db"));
+    if (connection.isEmpty()) {
+        err(QStringLiteral("Укажите базу данных: --db CONNECTION"));
+        return 2;
+    }
+    if (!intOption(args, QStringLiteral("--node"), node) || !intOption(args, QStringLiteral("--level"), level) ||
+        !intOption(args, QStringLiteral("--period"), period))
+        return 2;
+    if (TCalcThread::NodeTypeOfLevel(level) == 0) {
+        err(QStringLiteral("Неверный уровень расчета %1 (1, 2, 3, 4, 6 или 7)").arg(level));
+        return 2;
+    }
+    QString error;
+    auto database = TfdbDatabase::Open(connection, error);
+    if (!database) {
+        err(error);
+        return 1;
+    }
+    const TSamplePeriodInfo* info = database->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(period);
+    if (!info) {
+        err(QStringLiteral("Не найден расчетный период %1").arg(period));
+        return 1;
+    }
+    if (!database->GetTree()->Find(node)) {
+        err(QStringLiteral("Не найден элемент сети %1").arg(node));
+        return 1;
+    }
+
+    host::TerminalProgress bar;
+    QStringList log;
+    int exitCode = 0;
+    TCalcEvents events;
+    events.Status = [&](const QString& text) { bar.SetText(text); };
+    events.Count = [&](int n) { bar.Start(QStringLiteral("Расчет"), n); };
+    events.Log = [&](const QString& element, const QString& message) {
+        log << element + QStringLiteral(" - ") + message;
+        bar.SetText(element);
+        bar.SetPosition(static_cast<int>(log.size()));
+    };
+    events.Finish = [&](int, const QString& failure) {
+        bar.Finish();
+        const QString logFile = Option(args, QStringLiteral("--log"));
+        if (!logFile.isEmpty()) {
+            QSaveFile out(logFile);
+            if (out.open(QIODevice::WriteOnly | QIODevice::Text)) {
+                out.write((log.join(QLatin1Char('\n')) + (log.isEmpty() ? "" : "\n")).toUtf8());
+                out.commit();
+            }
+            if (out.error() != QFileDevice::NoError) {
+                err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
+                exitCode = 1;
+            }
+        }
+        if (!failure.isEmpty()) {
+            err(QStringLiteral("Ошибка при выполнении расчета\n") + failure);
+            exitCode = 1;
+        }
+        std::printf("%s\n", QStringLiteral("Обработано %1 элементов сети").arg(log.size()).toUtf8().constData());
+        QCoreApplication::exit(exitCode);
+    };
+    QObject context;
+    TCalcThread thread(&context, events, database.get(), database->GetTree(), node, level, *info);
+    // Ctrl-C stops the batch before the next element; what is saved stays saved.
+    std::signal(SIGINT, onInterrupt);
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (g_interrupted)
+            thread.requestInterruption();
+    });
+    watch.start(100);
+    thread.start();
+    const int code = QCoreApplication::exec();
+    thread.wait();
+    std::signal(SIGINT, SIG_DFL);
+    return code;
+}
+
+}  // namespace cli

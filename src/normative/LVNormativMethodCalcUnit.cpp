@@ -1,0 +1,253 @@
+#include "normative/LVNormativMethodCalcUnit.h"
+
+#include <QCloseEvent>
+#include <QFile>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSaveFile>
+#include <QSet>
+#include <QTableWidget>
+#include <QTextStream>
+#include <QVBoxLayout>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/Tree.h"
+#include "normative/LVNormativMethodDBUnit.h"
+
+namespace {
+constexpr int kCommitEvery = 500;
+}
+
+TCalcThread::TCalcThread(QObject* context, TCalcEvents events, TfdbDatabase* database, TfdbTree* tree,
+                         int startIdent, int levelCode, const TSamplePeriodInfo& period)
+    : context_(context), events_(std::move(events)), database_(database), tree_(tree), startIdent_(startIdent),
+      levelCode_(levelCode), period_(period)
+{
+}
+
+int TCalcThread::NodeTypeOfLevel(int levelCode)
+{
+    switch (levelCode) {
+    case 1: return NodeType::AOEnergo;
+    case 2: return NodeType::PES;
+    case 3: return NodeType::RES;
+    case 4: return NodeType::Centers;
+    case 6: return NodeType::Fiders;
+    case 7: return NodeType::Nodes;
+    default: return 0;
+    }
+}
+
+void TCalcThread::Post(std::function<void()> f) { QMetaObject::invokeMethod(context_, std::move(f), Qt::QueuedConnection); }
+
+void TCalcThread::Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list,
+                          QSet<int>& seen)
+{
+    if (isInterruptionRequested())
+        return;
+    if (item->GetNodeType() == target) {
+        ToznListItemCommon* element = item->Target();  // a substation shown twice is calculated once
+        if (!seen.contains(element->GetIdent())) {
+            seen.insert(element->GetIdent());
+            list.push_back(element);
+        }
+    } else if (item->GetNodeType() < target) {
+        for (int i = 0; i < item->GetCount() && !isInterruptionRequested(); ++i)
+            Collect(item->GetItems(i), target, list, seen);
+    }
+}
+
+std::vector<ToznListItemCommon*> TCalcThread::BuildList()
+{
+    std::vector<ToznListItemCommon*> list;
+    const int target = NodeTypeOfLevel(levelCode_);
+    ToznListItemCommon* start = tree_->Find(startIdent_);
+    if (!start || target == 0)
+        return list;
+    start = start->Target();
+    if (target >= start->GetNodeType()) {
+        QSet<int> seen;
+        Collect(start, target, list, seen);
+    }
+    return list;
+}
+
+void TCalcThread::run()
+{
+    QString error;
+    std::unique_ptr<ToznFDConnection> connection;
+    try {
+        Post([e = events_] { if (e.Status) e.Status(QStringLiteral("Формируем список для расчета...")); });
+        const std::vector<ToznListItemCommon*> list = BuildList();
+        if (!list.empty()) {
+            const int n = static_cast<int>(list.size());
+            Post([e = events_, n] { if (e.Count) e.Count(n); });
+            connection = database_->NewConnection();
+            TLVNormativeStore store(*connection);
+            store.Preload(period_);
+            connection->StartTransaction(false);
+            TLVNormativSampleCalc sample;
+            for (ToznListItemCommon* item : list) {
+                if (isInterruptionRequested())
+                    break;
+                const QString text = QStringLiteral("%1:%2").arg(item->GetIdent()).arg(item->GetText());
+                sample.Ident = item->GetIdent();
+                store.Load(sample, item->GetIdent(), period_);
+                const auto outcome = sample.Classify();
+                if (outcome == TLVNormativSample0::Outcome::Saved)
+                    store.Save(sample, period_.Ident);
+                const QString message = TLVNormativSample0::OutcomeMessage(outcome);
+                Post([e = events_, text, message] { if (e.Log) e.Log(text, message); });
+                if (++processed_ % kCommitEvery == 0)
+                    connection->CommitRetaining();
+            }
+            connection->Commit();
+        }
+    } catch (const std::exception& e) {
+        error = QString::fromUtf8(e.what());
+        // What was saved before the error is kept.
+        try {
+            if (connection && connection->inTransaction())
+                connection->Commit();
+        } catch (const std::exception&) {
+        }
+    }
+    connection.reset();
+    const int processed = processed_;
+    Post([e = events_, processed, error] { if (e.Finish) e.Finish(processed, error); });
+}
+
+TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(owner)
+{
+    setObjectName(QStringLiteral("LVNormativMethodCalcForm"));
+    setWindowTitle(QStringLiteral("Расчет потерь электроэнергии"));
+    resize(700, 500);
+    auto* layout = new QVBoxLayout(this);
+    status_ = new QLabel(QStringLiteral("Инициализация расчета..."), this);
+    status_->setObjectName(QStringLiteral("lblStatus"));
+    layout->addWidget(status_);
+    bar_ = new QProgressBar(this);
+    bar_->setObjectName(QStringLiteral("ProgressBar"));
+    bar_->setRange(0, 0);
+    layout->addWidget(bar_);
+    log_ = new QTableWidget(0, 2, this);
+    log_->setObjectName(QStringLiteral("GridLog"));
+    log_->setHorizontalHeaderLabels({QStringLiteral("GUID: Наименование элемента сети"),
+                                     QStringLiteral("Результат обработки данных для элемента сети")});
+    log_->horizontalHeader()->setStretchLastSection(true);
+    log_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    layout->addWidget(log_);
+    auto* buttons = new QHBoxLayout;
+    save_ = new QPushButton(QStringLiteral("Сохранить"), this);
+    save_->setObjectName(QStringLiteral("btnSave"));
+    save_->setEnabled(false);
+    stop_ = new QPushButton(QStringLiteral("Прервать"), this);
+    stop_->setObjectName(QStringLiteral("btnStop"));
+    buttons->addStretch();
+    buttons->addWidget(save_);
+    buttons->addWidget(stop_);
+    layout->addLayout(buttons);
+    connect(save_, &QPushButton::clicked, this, &TLVNormativMethodCalcForm::SaveLog);
+    connect(stop_, &QPushButton::clicked, this, [this] {
+        if (Running())
+            thread_->requestInterruption();
+        else
+            reject();
+    });
+}
+
+TLVNormativMethodCalcForm::~TLVNormativMethodCalcForm() { StopAndWait(); }
+
+void TLVNormativMethodCalcForm::Start(TfdbDatabase* database, int startIdent, int levelCode,
+                                      const TSamplePeriodInfo& period)
+{
+    TCalcEvents events;
+    events.Status = [this](const QString& text) { status_->setText(text); };
+    events.Count = [this](int n) {
+        bar_->setRange(0, n);
+        bar_->setValue(0);
+    };
+    events.Log = [this](const QString& element, const QString& message) {
+        const int row = log_->rowCount();
+        log_->insertRow(row);
+        log_->setItem(row, 0, new QTableWidgetItem(element));
+        log_->setItem(row, 1, new QTableWidgetItem(message));
+        bar_->setValue(row + 1);
+        status_->setText(element);
+    };
+    events.Finish = [this](int processed, const QString& error) { Finished(processed, error); };
+    thread_ = new TCalcThread(this, events, database, database->GetTree(), startIdent, levelCode, period);
+    thread_->start();
+}
+
+bool TLVNormativMethodCalcForm::Running() const { return thread_ && thread_->isRunning(); }
+
+int TLVNormativMethodCalcForm::LogCount() const { return log_->rowCount(); }
+
+QStringList TLVNormativMethodCalcForm::LogLines() const
+{
+    QStringList lines;
+    for (int r = 0; r < log_->rowCount(); ++r)
+        lines << log_->item(r, 0)->text() + QStringLiteral(" - ") + log_->item(r, 1)->text();
+    return lines;
+}
+
+void TLVNormativMethodCalcForm::StopAndWait()
+{
+    if (thread_) {
+        thread_->requestInterruption();
+        thread_->wait();
+    }
+}
+
+void TLVNormativMethodCalcForm::Finished(int, const QString& error)
+{
+    StopAndWait();
+    stop_->setText(QStringLiteral("Выход"));
+    bar_->hide();
+    save_->setEnabled(log_->rowCount() > 0);
+    if (error.isEmpty())
+        host::dialogs().Message(host::AppCaption(),
+                                QStringLiteral("Обработано %1 элементов сети").arg(log_->rowCount()),
+                                host::Icon::Information, host::Buttons::Ok);
+    else
+        host::dialogs().Message(host::AppCaption(), QStringLiteral("Ошибка при выполнении расчета\n") + error,
+                                host::Icon::Information, host::Buttons::Ok);
+}
+
+void TLVNormativMethodCalcForm::SaveLog()
+{
+    const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить список на диск"),
+                                                      QStringLiteral("Текстовый документ|*.txt"),
+                                                      QStringLiteral("txt"), QString());
+    if (file.isEmpty())
+        return;
+    QSaveFile out(file);
+    if (out.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        QTextStream stream(&out);
+        for (const QString& line : LogLines())
+            stream << line << '\n';
+        stream.flush();
+        if (out.commit()) {
+            host::ShowInformation(QStringLiteral("Результаты работы сохранены в файл: ") + file);
+            return;
+        }
+    }
+    host::ShowWarning(QStringLiteral("Не удалось записать файл %1").arg(file));
+}
+
+void TLVNormativMethodCalcForm::reject()
+{
+    StopAndWait();
+    QDialog::reject();
+}
+
+void TLVNormativMethodCalcForm::closeEvent(QCloseEvent* event)
+{
+    StopAndWait();
+    QDialog::closeEvent(event);
+}

@@ -1,0 +1,52 @@
+#pragma once
+#include <QHash>
+#include <array>
+
+#include "host/SamplePeriods.h"
+#include "normative/LVNormativUnit.h"
+
+class ToznFDConnection;
+class TFDQuery;
+class TAverageCrossSectionCommon;
+
+// Stored inputs ("LVFidersB") and results ("LVWResultsB") of the normative method.
+class TLVNormativeStore {
+public:
+    explicit TLVNormativeStore(ToznFDConnection& connection) : connection_(connection) {}
+
+    // Loads an element's inputs for a period: its stored row with its scheme, or, when it has none,
+    // the scheme of its nearest stored period with the energies empty. False when neither exists
+    // (the sample is then cleared to its defaults).
+    bool Load(TLVNormativSample0& sample, int guid, const TSamplePeriodInfo& period);
+    // Reads every stored row of a period at once; later loads of that period come from memory.
+    void Preload(const TSamplePeriodInfo& period);
+    // Stores the inputs (a new scheme key when the element has none, unless nothing changed since
+    // loading) and the results of the period.
+    void Save(TLVNormativSample0& sample, int sampleIdent);
+    void Delete(int guid, int sampleIdent);
+
+    void LoadSections(int info, TAverageCrossSectionCommon& sections);
+    void SaveSections(int info, const TAverageCrossSectionCommon& sections);
+
+private:
+    struct Scheme {
+        double cosFi, unom, f, nLines, dp, kzap, dn;
+        std::array<double, TLVNormativSample0::LengthCount> lengths;
+    };
+    struct Stored {
+        int info;
+        double wa, waBus, t;
+    };
+    static Scheme ReadScheme(const TFDQuery& q);
+    static Scheme SchemeOf(const TLVNormativSample0& sample);
+    void Apply(TLVNormativSample0& sample, int info, const Scheme& scheme, const Stored* stored);
+    bool LoadFromMemory(TLVNormativSample0& sample, int guid);
+
+    ToznFDConnection& connection_;
+    int preloaded_ = 0;  // the period held in memory
+    QHash<int, Stored> stored_;
+    QHash<int, int> nearest_;  // element -> scheme of the nearest period
+    QHash<int, Scheme> schemes_;
+    int cleanChanges_ = -1;    // the sample's change count right after loading
+    const TLVNormativSample0* loaded_ = nullptr;
+};
