@@ -1,0 +1,234 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLabel>
+#include <QProcess>
+#include <QPushButton>
+#include <QTableWidget>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/SamplePeriods.h"
+#include "host/Tree.h"
+#include "normative/LVNormativMethodCalcUnit.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+double scalar(ToznFDConnection& c, const QString& sql)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText(sql);
+    q->Open();
+    return q->Value(0).toDouble();
+}
+
+struct BatchRun {
+    QStringList log;
+    int processed = -1;
+    QString error;
+};
+
+// Runs a batch to its end on the main thread's event loop; cancelAfter stops it after that many lines.
+BatchRun runBatch(TfdbDatabase& db, int start, int level, const TSamplePeriodInfo& period, int cancelAfter = -1)
+{
+    BatchRun run;
+    QObject context;
+    TCalcThread* thread = nullptr;
+    TCalcEvents events;
+    events.Log = [&](const QString& element, const QString& message) {
+        run.log << element + " - " + message;
+        if (run.log.size() == cancelAfter)
+            thread->requestInterruption();
+    };
+    events.Finish = [&](int processed, const QString& error) {
+        run.processed = processed;
+        run.error = error;
+    };
+    TCalcThread t(&context, events, &db, db.GetTree(), start, level, period);
+    thread = &t;
+    t.start();
+    if (cancelAfter == 0)
+        t.requestInterruption();
+    QElapsedTimer timer;
+    timer.start();
+    while (run.processed < 0 && timer.elapsed() < 120000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    t.wait();
+    return run;
+}
+
+class Batch : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        firstYear_ = Year("2023г.");
+        root_ = db_->GetTree()->GetItems(0)->GetIdent();
+    }
+    TSamplePeriodInfo Year(const QString& name)
+    {
+        for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+            if (p.Name == name)
+                return p;
+        ADD_FAILURE() << name.toStdString();
+        return {};
+    }
+
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    TSamplePeriodInfo firstYear_;
+    int root_ = 0;
+};
+}  // namespace
+
+TEST_F(Batch, ListFollowsTheLevelTableAndTheDescendRule)
+{
+    TfdbTree* tree = db_->GetTree();
+    QObject context;
+    auto list = [&](int start, int level) {
+        TCalcThread t(&context, {}, db_.get(), tree, start, level, firstYear_);
+        return t.BuildList();
+    };
+    EXPECT_EQ(list(root_, 7).size(), size_t(tree->CountOfType(NodeType::Nodes)));
+    EXPECT_EQ(list(root_, 3).size(), size_t(tree->CountOfType(NodeType::RES)));
+    EXPECT_EQ(list(root_, 1).size(), 1u);
+    EXPECT_TRUE(list(root_, 5).empty());  // codes 0 and 5 name no level
+    EXPECT_TRUE(list(root_, 0).empty());
+    ToznListItemCommon* fider = tree->Find(list(root_, 6).front()->GetIdent());
+    ToznListItemCommon* node = fider->GetItems(0);
+    EXPECT_TRUE(list(node->GetIdent(), 6).empty());  // a start below the target collects nothing
+    EXPECT_EQ(list(node->GetIdent(), 7).size(), 1u);
+    EXPECT_EQ(list(fider->GetIdent(), 7).size(), size_t(fider->GetCount()));
+    // A feeder holding a link: the linked substation is calculated once, as itself.
+    for (int i = 0; i < tree->CountOfType(NodeType::Fiders); ++i) {
+        auto fiders = list(root_, 6);
+        for (ToznListItemCommon* f : fiders)
+            for (int k = 0; k < f->GetCount(); ++k)
+                if (f->GetItems(k)->isLink()) {
+                    auto items = list(f->GetIdent(), 7);
+                    EXPECT_NE(std::find(items.begin(), items.end(), f->GetItems(k)->Target()), items.end());
+                    return;
+                }
+    }
+    FAIL() << "the demo network has no link item";
+}
+
+TEST_F(Batch, SavesWhatItCalculatesAndOverwritesOnRepeat)
+{
+    const BatchRun run = runBatch(*db_, root_, 7, firstYear_);
+    EXPECT_TRUE(run.error.isEmpty());
+    const int nodes = db_->GetTree()->CountOfType(NodeType::Nodes);
+    EXPECT_EQ(run.processed, nodes);
+    EXPECT_EQ(run.log.size(), nodes);
+    const int saved = static_cast<int>(run.log.filter(" - Расчет выполнен").size());
+    EXPECT_GT(saved, nodes / 2);
+    EXPECT_TRUE(run.log.first().contains(QRegularExpression("^\\d+:ТП-\\d+ .+ - Расчет")));
+    const QString rows = QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1");
+    // Every stored row with a usable loss below 100 % was recalculated; the others stay as they were.
+    const double before = scalar(*c_, rows.arg(firstYear_.Ident));
+    const BatchRun again = runBatch(*db_, root_, 7, firstYear_);
+    EXPECT_EQ(again.log, run.log);
+    EXPECT_EQ(scalar(*c_, rows.arg(firstYear_.Ident)), before);
+
+    // The next year has no energies: the earlier schemes are found, nothing is saved.
+    const TSamplePeriodInfo nextYear = Year("2024г.");
+    ASSERT_EQ(nextYear.Period, 1);
+    const BatchRun next = runBatch(*db_, root_, 7, nextYear);
+    EXPECT_EQ(next.log.filter(" - Расчет не выполнен. Отсутствует отпуск в сеть").size(), size_t(before));
+    EXPECT_EQ(scalar(*c_, rows.arg(nextYear.Ident)), 0);
+}
+
+TEST_F(Batch, CancelledRunKeepsWhatWasSaved)
+{
+    auto q = c_->NewQuery();
+    q->SetSQLText("update \"LVWResultsB\" set \"deltaWa\"=null");
+    q->ExecSQL();
+    // Stopped at once: the worker is still reading when the flag is set.
+    const BatchRun run = runBatch(*db_, root_, 7, firstYear_, 0);
+    EXPECT_TRUE(run.error.isEmpty());
+    EXPECT_LT(run.log.size(), db_->GetTree()->CountOfType(NodeType::Nodes));
+    EXPECT_EQ(run.processed, run.log.size());
+    const int saved = static_cast<int>(run.log.filter(" - Расчет выполнен").size());
+    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"), saved);
+    // Stopped along the way: whatever was logged as saved is in the database.
+    const BatchRun later = runBatch(*db_, root_, 7, firstYear_, 20);
+    const int savedLater = static_cast<int>(later.log.filter(" - Расчет выполнен").size());
+    EXPECT_GE(later.log.size(), 20);
+    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"),
+              std::max(saved, savedLater));
+}
+
+TEST_F(Batch, ProgressFormShowsTheRunAndSavesItsLog)
+{
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    TLVNormativMethodCalcForm form;
+    auto* stop = form.findChild<QPushButton*>("btnStop");
+    auto* save = form.findChild<QPushButton*>("btnSave");
+    auto* grid = form.findChild<QTableWidget*>("GridLog");
+    EXPECT_EQ(form.findChild<QLabel*>("lblStatus")->text(), "Инициализация расчета...");
+    EXPECT_EQ(grid->horizontalHeaderItem(0)->text(), "GUID: Наименование элемента сети");
+    EXPECT_EQ(grid->horizontalHeaderItem(1)->text(), "Результат обработки данных для элемента сети");
+    EXPECT_EQ(stop->text(), "Прервать");
+    EXPECT_FALSE(save->isEnabled());
+
+    ToznListItemCommon* fider = db_->GetTree()->Find(db_->GetTree()->GetItems(0)->GetIdent());
+    while (fider->GetNodeType() != NodeType::Fiders)
+        fider = fider->GetItems(0);
+    form.Start(db_.get(), fider->GetIdent(), 7, firstYear_);
+    QElapsedTimer timer;
+    timer.start();
+    while (dialogs.Calls().isEmpty() && timer.elapsed() < 60000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    ASSERT_EQ(dialogs.Calls().size(), 1);
+    EXPECT_EQ(dialogs.Calls()[0].text, QStringLiteral("Обработано %1 элементов сети").arg(fider->GetCount()));
+    EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Information);
+    EXPECT_EQ(stop->text(), "Выход");
+    EXPECT_TRUE(save->isEnabled());
+    EXPECT_EQ(grid->rowCount(), fider->GetCount());
+
+    const QString file = folder_.Path("журнал.txt");
+    dialogs.AnswerFile(file);
+    save->click();
+    ASSERT_EQ(dialogs.Calls().size(), 3);
+    EXPECT_EQ(dialogs.Calls()[1].kind, "save");
+    EXPECT_EQ(dialogs.Calls()[1].caption, "Сохранить список на диск");
+    EXPECT_EQ(dialogs.Calls()[1].text, "Текстовый документ|*.txt");
+    EXPECT_EQ(dialogs.Calls()[2].text, "Результаты работы сохранены в файл: " + file);
+    QFile saved(file);
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromUtf8(saved.readAll()).split('\n', Qt::SkipEmptyParts);
+    EXPECT_EQ(lines, form.LogLines());
+    EXPECT_TRUE(lines.first().contains(" - Расчет"));
+}
+
+TEST_F(Batch, HeadlessRunPrintsTheCountAndWritesTheLog)
+{
+    const QString log = folder_.Path("log.txt");
+    const QString path = db_->ConnectionString();
+    const int districts = db_->GetTree()->CountOfType(NodeType::RES);
+    db_.reset();  // the embedded engine serves one process at a time
+    QProcess p;
+    p.start(AppPath(), {"normative", "--db", path, "--node", QString::number(root_), "--level",
+                        "3", "--period", QString::number(firstYear_.Ident), "--log", log});
+    ASSERT_TRUE(p.waitForFinished(120000));
+    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+    EXPECT_TRUE(QString::fromUtf8(p.readAllStandardOutput())
+                    .contains(QStringLiteral("Обработано %1 элементов сети").arg(districts)));
+    QFile f(log);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(f.readAll()).count('\n'), districts);
+
+    QProcess bad;
+    bad.start(AppPath(), {"normative", "--db", path, "--node", "1", "--level", "7", "--period",
+                          "9999"});
+    ASSERT_TRUE(bad.waitForFinished(60000));
+    EXPECT_NE(bad.exitCode(), 0);
+    EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("Не найден расчетный период"));
+}
