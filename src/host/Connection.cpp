@@ -127,6 +127,7 @@ void TFDQuery::SetSQLText(const QString& sql)
 void TFDQuery::Prepare()
 {
     eof_ = true;
+    fields_.clear();
     // The driver ties a prepared statement to the transaction it was prepared in.
     generation_ = connection_.Generation();
     if (!query_.prepare(sql_))
@@ -176,25 +177,43 @@ void TFDQuery::ExecSQL()
 
 void TFDQuery::Next() { eof_ = !query_.next(); }
 
-QVariant TFDQuery::Value(const QString& field) const { return query_.value(field); }
+int TFDQuery::IndexOf(const QString& field) const
+{
+    if (fields_.isEmpty()) {
+        const QSqlRecord record = query_.record();
+        for (int i = 0; i < record.count(); ++i) {
+            fields_.insert(record.fieldName(i), i);
+            fields_.insert(record.fieldName(i).toUpper(), i);
+        }
+    }
+    // Names usually come as the statement spells them; other spellings match without regard to case.
+    const auto it = fields_.constFind(field);
+    return it != fields_.cend() ? *it : fields_.value(field.toUpper(), -1);
+}
+
+QVariant TFDQuery::Value(const QString& field) const
+{
+    const int index = IndexOf(field);
+    return index >= 0 ? query_.value(index) : QVariant();
+}
 
 QVariant TFDQuery::Value(int index) const { return query_.value(index); }
 
 double TFDQuery::Float(const QString& field) const
 {
-    const QVariant v = query_.value(field);
+    const QVariant v = Value(field);
     return v.isNull() ? EmptyFloat() : v.toDouble();
 }
 
 int TFDQuery::Int(const QString& field, int whenNull) const
 {
-    const QVariant v = query_.value(field);
+    const QVariant v = Value(field);
     return v.isNull() ? whenNull : v.toInt();
 }
 
-QString TFDQuery::Str(const QString& field) const { return query_.value(field).toString(); }
+QString TFDQuery::Str(const QString& field) const { return Value(field).toString(); }
 
-bool TFDQuery::IsNull(const QString& field) const { return query_.value(field).isNull(); }
+bool TFDQuery::IsNull(const QString& field) const { return Value(field).isNull(); }
 
 int TFDQuery::FieldCount() const { return query_.record().count(); }
 

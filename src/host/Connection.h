@@ -91,12 +91,15 @@ public:
 private:
     void Prepare();
     void Exec();
+    // Field positions by name, read once per statement: asking the driver for them on every value is slow.
+    int IndexOf(const QString& field) const;
     ToznFDConnection& connection_;
     QSqlQuery query_;
     QString sql_;
     int generation_ = -1;
     QHash<QString, QVariant> named_;
     QHash<int, QVariant> positional_;
+    mutable QHash<QString, int> fields_;
     bool eof_ = true;
 };
 

@@ -40,7 +40,11 @@ QVariant TInitOZN::GetParam(int number) const
         {InitParam::DefaultCosFi, 0.9},
         {InitParam::DefaultKzap, 0.5},
     };
-    return settings_->value(key(kParams, QString::number(number)), defaults.value(number));
+    if (const auto it = params_.constFind(number); it != params_.cend())
+        return *it;
+    const QVariant value = settings_->value(key(kParams, QString::number(number)), defaults.value(number));
+    params_.insert(number, value);
+    return value;
 }
 
 bool TInitOZN::GetParamBool(int number) const
@@ -56,6 +60,7 @@ bool TInitOZN::GetParamBool(int number) const
 void TInitOZN::SetParam(int number, const QVariant& value)
 {
     settings_->setValue(key(kParams, QString::number(number)), value);
+    params_.insert(number, value);
 }
 
 double TInitOZN::GetDefaultCosFi() const { return GetParam(InitParam::DefaultCosFi).toDouble(); }

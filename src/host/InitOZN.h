@@ -2,6 +2,7 @@
 #include <QByteArray>
 #include <QSettings>
 #include <QString>
+#include <QHash>
 #include <QVariant>
 #include <memory>
 
@@ -38,6 +39,8 @@ public:
 
 private:
     std::unique_ptr<QSettings> settings_;
+    // Numbered parameters are read often (the defaults of every calculation); kept once read.
+    mutable QHash<int, QVariant> params_;
 };
 
 // The application's parameter object; created on first use when create is true.

@@ -1,6 +1,7 @@
 #include "normative/LVNormativMethodCalcUnit.h"
 
 #include <QCloseEvent>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -19,7 +20,10 @@
 #include "normative/LVNormativMethodDBUnit.h"
 
 namespace {
-constexpr int kCommitEvery = 500;
+constexpr int kCommitEvery = 2000;
+// Log lines travel to the main thread in small packets, at least ten times a second.
+constexpr int kLinesPerPost = 200;
+constexpr int kPostEveryMs = 100;
 }
 
 TCalcThread::TCalcThread(QObject* context, TCalcEvents events, TfdbDatabase* database, TfdbTree* tree,
@@ -80,6 +84,20 @@ void TCalcThread::run()
 {
     QString error;
     std::unique_ptr<ToznFDConnection> connection;
+    QList<QPair<QString, QString>> lines;
+    QElapsedTimer sincePost;
+    sincePost.start();
+    auto postLines = [&] {
+        if (lines.isEmpty())
+            return;
+        Post([log = events_.Log, lines] {
+            if (log)
+                for (const auto& [element, message] : lines)
+                    log(element, message);
+        });
+        lines.clear();
+        sincePost.restart();
+    };
     try {
         Post([e = events_] { if (e.Status) e.Status(QStringLiteral("Формируем список для расчета...")); });
         const std::vector<ToznListItemCommon*> list = BuildList();
@@ -100,11 +118,13 @@ void TCalcThread::run()
                 const auto outcome = sample.Classify();
                 if (outcome == TLVNormativSample0::Outcome::Saved)
                     store.Save(sample, period_.Ident);
-                const QString message = TLVNormativSample0::OutcomeMessage(outcome);
-                Post([e = events_, text, message] { if (e.Log) e.Log(text, message); });
+                lines.append({text, TLVNormativSample0::OutcomeMessage(outcome)});
+                if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs)
+                    postLines();
                 if (++processed_ % kCommitEvery == 0)
                     connection->CommitRetaining();
             }
+            postLines();
             connection->Commit();
         }
     } catch (const std::exception& e) {
@@ -116,6 +136,7 @@ void TCalcThread::run()
         } catch (const std::exception&) {
         }
     }
+    postLines();
     connection.reset();
     const int processed = processed_;
     Post([e = events_, processed, error] { if (e.Finish) e.Finish(processed, error); });

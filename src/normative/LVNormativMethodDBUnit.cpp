@@ -17,6 +17,19 @@ double orMissing(double v) { return isEmptyFloat(v) ? -1 : v; }
 QVariant stored(double v) { return v < 0 || !std::isfinite(v) ? QVariant() : QVariant(v); }
 }  // namespace
 
+TLVNormativeStore::TLVNormativeStore(ToznFDConnection& connection) : connection_(connection) {}
+
+TLVNormativeStore::~TLVNormativeStore() = default;
+
+TFDQuery& TLVNormativeStore::Prepared(std::unique_ptr<TFDQuery>& query, const char* sql)
+{
+    if (!query) {
+        query = connection_.NewQuery();
+        query->SetSQLText(QString::fromUtf8(sql));
+    }
+    return *query;
+}
+
 TLVNormativeStore::Scheme TLVNormativeStore::ReadScheme(const TFDQuery& q)
 {
     Scheme s{};
@@ -112,15 +125,13 @@ void TLVNormativeStore::Preload(const TSamplePeriodInfo& period)
     schemes_.clear();
     GuardedRead(connection_, [&] {
         auto q = connection_.NewQuery();
-        q->SetSQLText(QString::fromUtf8(NormativeSql::kAllSchemes));
-        for (q->Open(); !q->Eof(); q->Next())
-            schemes_.insert(q->Int(QStringLiteral("Ident")), ReadScheme(*q));
         q->SetSQLText(QString::fromUtf8(NormativeSql::kStoredPeriod));
         q->ParamByName(QStringLiteral("SampleIdent"), period.Ident);
         for (q->Open(); !q->Eof(); q->Next())
             stored_.insert(q->Int(QStringLiteral("GUID")),
-                           {q->Int(QStringLiteral("Info")), q->Float(QStringLiteral("Wa")),
-                            q->Float(QStringLiteral("Wa_bus")), q->Float(QStringLiteral("T"))});
+                           {{q->Int(QStringLiteral("Info")), q->Float(QStringLiteral("Wa")),
+                             q->Float(QStringLiteral("Wa_bus")), q->Float(QStringLiteral("T"))},
+                            ReadScheme(*q)});
         // The nearest other period of each element, by the same rule as a single load.
         struct Candidate {
             QDateTime start, end;
@@ -149,17 +160,23 @@ void TLVNormativeStore::Preload(const TSamplePeriodInfo& period)
             nearest_.insert(it.key(), it->info);
         for (auto it = before.cbegin(); it != before.cend(); ++it)
             nearest_.insert(it.key(), it->info);  // an earlier period wins over a later one
+        // The schemes of other periods are read only when some element needs one.
+        for (auto it = nearest_.cbegin(); it != nearest_.cend(); ++it)
+            if (!stored_.contains(it.key())) {
+                q->SetSQLText(QString::fromUtf8(NormativeSql::kAllSchemes));
+                for (q->Open(); !q->Eof(); q->Next())
+                    schemes_.insert(q->Int(QStringLiteral("Ident")), ReadScheme(*q));
+                break;
+            }
     });
     preloaded_ = period.Ident;
 }
 
 bool TLVNormativeStore::LoadFromMemory(S& sample, int guid)
 {
-    if (auto row = stored_.constFind(guid); row != stored_.cend()) {
-        if (auto scheme = schemes_.constFind(row->info); scheme != schemes_.cend()) {
-            Apply(sample, row->info, *scheme, &*row);
-            return true;
-        }
+    if (auto stored = stored_.constFind(guid); stored != stored_.cend()) {
+        Apply(sample, stored->row.info, stored->scheme, &stored->row);
+        return true;
     }
     if (auto info = nearest_.constFind(guid); info != nearest_.cend()) {
         if (auto scheme = schemes_.constFind(*info); scheme != schemes_.cend()) {
@@ -173,15 +190,15 @@ bool TLVNormativeStore::LoadFromMemory(S& sample, int guid)
 
 void TLVNormativeStore::Save(S& sample, int sampleIdent)
 {
-    auto q = connection_.NewQuery();
     const bool edited = loaded_ != &sample || sample.ChangeCount() != cleanChanges_;
     if (sample.Info == 0 || edited) {
         if (sample.Info == 0) {
-            q->SetSQLText(QString::fromUtf8(SharedSql::kNextLVFidersBIdent));
-            q->Open();
-            sample.Info = q->Value(0).toInt();
+            TFDQuery& next = Prepared(nextIdent_, SharedSql::kNextLVFidersBIdent);
+            next.Open();
+            sample.Info = next.Value(0).toInt();
+            next.Close();
         }
-        q->SetSQLText(QString::fromUtf8(NormativeSql::kSaveScheme));
+        TFDQuery* q = &Prepared(saveScheme_, NormativeSql::kSaveScheme);
         q->ParamByName(QStringLiteral("Ident"), sample.Info);
         q->ParamByName(QStringLiteral("CosFi"), stored(sample.GetCosFi()));
         q->ParamByName(QStringLiteral("Unom"), sample.GetUnom());
@@ -193,10 +210,10 @@ void TLVNormativeStore::Save(S& sample, int sampleIdent)
         for (int l = 0; l < S::LengthCount; ++l)
             q->ParamByName(QString::fromLatin1(S::LengthNames[l]), stored(sample.GetLength(static_cast<S::Length>(l))));
         q->ExecSQL();
-        if (preloaded_ != 0)
-            schemes_.insert(sample.Info, SchemeOf(sample));  // memory keeps matching the database
+        if (preloaded_ != 0)  // memory keeps matching the database
+            schemes_.insert(sample.Info, SchemeOf(sample));
     }
-    q->SetSQLText(QString::fromUtf8(SharedSql::kSaveLVWResultsB));
+    TFDQuery* q = &Prepared(saveResult_, SharedSql::kSaveLVWResultsB);
     q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
     q->ParamByName(QStringLiteral("GUID"), sample.Ident);
     q->ParamByName(QStringLiteral("Wa"), stored(sample.GetWa()));

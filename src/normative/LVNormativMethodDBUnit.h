@@ -1,6 +1,7 @@
 #pragma once
 #include <QHash>
 #include <array>
+#include <memory>
 
 #include "host/SamplePeriods.h"
 #include "normative/LVNormativUnit.h"
@@ -12,7 +13,8 @@ class TAverageCrossSectionCommon;
 // Stored inputs ("LVFidersB") and results ("LVWResultsB") of the normative method.
 class TLVNormativeStore {
 public:
-    explicit TLVNormativeStore(ToznFDConnection& connection) : connection_(connection) {}
+    explicit TLVNormativeStore(ToznFDConnection& connection);
+    ~TLVNormativeStore();
 
     // Loads an element's inputs for a period: its stored row with its scheme, or, when it has none,
     // the scheme of its nearest stored period with the energies empty. False when neither exists
@@ -37,14 +39,22 @@ private:
         int info;
         double wa, waBus, t;
     };
+    struct StoredWithScheme {
+        Stored row;
+        Scheme scheme;
+    };
     static Scheme ReadScheme(const TFDQuery& q);
     static Scheme SchemeOf(const TLVNormativSample0& sample);
     void Apply(TLVNormativSample0& sample, int info, const Scheme& scheme, const Stored* stored);
     bool LoadFromMemory(TLVNormativSample0& sample, int guid);
 
+    // A statement prepared once and reused for every element.
+    TFDQuery& Prepared(std::unique_ptr<TFDQuery>& query, const char* sql);
+
     ToznFDConnection& connection_;
+    std::unique_ptr<TFDQuery> nextIdent_, saveScheme_, saveResult_;
     int preloaded_ = 0;  // the period held in memory
-    QHash<int, Stored> stored_;
+    QHash<int, StoredWithScheme> stored_;
     QHash<int, int> nearest_;  // element -> scheme of the nearest period
     QHash<int, Scheme> schemes_;
     int cleanChanges_ = -1;    // the sample's change count right after loading
