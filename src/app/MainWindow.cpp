@@ -8,7 +8,7 @@
 #include <QToolBar>
 #include <QTreeView>
 
-#include "app/TreeModel.h"
+#include "host/TreeModel.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"

@@ -1,25 +1,51 @@
 #include "normative/LVNormativMethod01Unit.h"
 
+#include <QComboBox>
 #include <QDialogButtonBox>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QSplitter>
 #include <QTabWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
+
+#include "host/Database.h"
+#include "host/Tree.h"
+#include "host/TreeModel.h"
 
 TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* database)
     : QDialog(owner), database_(database)
 {
     setObjectName(QStringLiteral("LVNormativMethodForm"));
     setWindowTitle(QStringLiteral("Оценка потерь электроэнергии по обобщенной информации о схемах и нагрузках сети"));
+    resize(1000, 650);
     auto* layout = new QVBoxLayout(this);
-    pages_ = new QTabWidget(this);
+    auto* toolbar = new QHBoxLayout;
+    toolbar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
+    periods_ = new QComboBox(this);
+    periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
+    periods_->setMinimumWidth(180);
+    for (const TSamplePeriodInfo& info : database->GetSamplePeriods()->Items())
+        periods_->addItem(info.Name, info.Ident);
+    toolbar->addWidget(periods_);
+    toolbar->addStretch();
+    layout->addLayout(toolbar);
+
+    auto* splitter = new QSplitter(this);
+    tree_ = new QTreeView(splitter);
+    tree_->setObjectName(QStringLiteral("TreeView"));
+    tree_->setModel(new TreeModel(database->GetTree(), tree_));
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    pages_ = new QTabWidget(splitter);
     pages_->setObjectName(QStringLiteral("PageControl"));
-    auto* input = new QLabel(this);
+    auto* input = new QLabel(pages_);
     input->setObjectName(QStringLiteral("tsInput"));
     pages_->addTab(input, QStringLiteral("Расчет потерь"));
-    auto* summary = new QLabel(this);
+    auto* summary = new QLabel(pages_);
     summary->setObjectName(QStringLiteral("tsSummary"));
     pages_->addTab(summary, QStringLiteral("Сводные результаты"));
-    layout->addWidget(pages_);
+    splitter->setStretchFactor(1, 2);
+    layout->addWidget(splitter);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     layout->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -28,3 +54,16 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
 void TLVNormativMethodForm1::SetInputPageVisible(bool visible) { pages_->setTabVisible(0, visible); }
 
 bool TLVNormativMethodForm1::InputPageVisible() const { return pages_->isTabVisible(0); }
+
+ToznListItemCommon* TLVNormativMethodForm1::SelectedItem() const
+{
+    ToznListItemCommon* item = TreeModel::Item(tree_->currentIndex());
+    return item ? item->Target() : nullptr;
+}
+
+TSamplePeriodInfo TLVNormativMethodForm1::Period() const
+{
+    const TSamplePeriodInfo* info =
+        database_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(periods_->currentData().toInt());
+    return info ? *info : TSamplePeriodInfo();
+}

@@ -1,10 +1,16 @@
 #pragma once
 #include <QDialog>
 
-class TfdbDatabase;
-class QTabWidget;
+#include "host/SamplePeriods.h"
 
-// Input page of the normative method: the generalised data of one element for one period.
+class TfdbDatabase;
+class ToznListItemCommon;
+class QComboBox;
+class QTabWidget;
+class QTreeView;
+
+// Input page of the normative method: the network tree and the calculation period; the generalised
+// data of one element for one period are edited on the page "Расчет потерь".
 class TLVNormativMethodForm1 : public QDialog {
     Q_OBJECT
 public:
@@ -25,12 +31,20 @@ public:
     bool InputPageVisible() const;
     TfdbDatabase* Database() const { return database_; }
 
-protected:
+    QTreeView* Tree() const { return tree_; }
+    ToznListItemCommon* SelectedItem() const;
+    // The chosen calculation period; empty when none is chosen.
+    TSamplePeriodInfo Period() const;
+    // Completes the form once it is built (each layer adds its own part).
     virtual void Created() {}
+
+protected:
     QTabWidget* Pages() const { return pages_; }
 
 private:
     TfdbDatabase* database_;
     QTabWidget* pages_;
+    QTreeView* tree_;
+    QComboBox* periods_;
     bool fullRun_ = false;
 };

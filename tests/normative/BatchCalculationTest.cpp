@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
+#include <QMenu>
 #include <QProcess>
 #include <QPushButton>
 #include <QTableWidget>
@@ -12,6 +13,7 @@
 #include "host/Dialogs.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
+#include "normative/LVNormativMethod04Unit.h"
 #include "normative/LVNormativMethodCalcUnit.h"
 #include "support/TestSupport.h"
 
@@ -231,4 +233,35 @@ TEST_F(Batch, HeadlessRunPrintsTheCountAndWritesTheLog)
     ASSERT_TRUE(bad.waitForFinished(60000));
     EXPECT_NE(bad.exitCode(), 0);
     EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("Не найден расчетный период"));
+}
+
+TEST_F(Batch, NormativeFormOffersTheLevelMenuOnlyWhenEditing)
+{
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    std::unique_ptr<TLVNormativMethodForm4> form(
+        TLVNormativMethodForm1::CreateForm<TLVNormativMethodForm4>(nullptr, db_.get()));
+    TfdbTree* tree = db_->GetTree();
+    ToznListItemCommon* root = tree->GetItems(0);
+    ToznListItemCommon* section = root;
+    while (section->GetNodeType() != NodeType::Sections)
+        section = section->GetItems(0);
+    auto calcVisible = [&](ToznListItemCommon* item) {
+        QMenu* menu = form->BuildContextMenu(item);
+        QMenu* calc = menu->findChild<QMenu*>("itmCalc");
+        const bool visible = calc->menuAction()->isVisible();
+        QStringList captions;
+        for (QAction* a : calc->actions())
+            captions << a->text();
+        EXPECT_EQ(captions, QStringList({"АО энерго", "Электрические сети", "Район электрических сетей",
+                                         "Центр питания", "Фидер 6(10) кВ", "ТП"}));
+        delete menu;
+        return visible;
+    };
+    EXPECT_FALSE(calcVisible(root));  // view-only mode
+    form->SetFullRun(true);
+    EXPECT_TRUE(calcVisible(root));
+    EXPECT_FALSE(calcVisible(section));  // a level the menu does not know
+    EXPECT_EQ(TLVNormativMethodForm2::MenuLevel(section->Parent()), 4);
+    EXPECT_EQ(TLVNormativMethodForm2::MenuLevel(section->GetItems(0)), 6);
 }

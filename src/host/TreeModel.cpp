@@ -1,4 +1,4 @@
-#include "app/TreeModel.h"
+#include "host/TreeModel.h"
 
 #include <QBrush>
 

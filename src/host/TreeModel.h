@@ -1,11 +1,13 @@
 #pragma once
 #include <QAbstractItemModel>
 
+#include "host/HostApi.h"
+
 class TfdbTree;
 class ToznListItemCommon;
 
 // The network tree as a Qt model; items are created on demand, so a large network opens at once.
-class TreeModel : public QAbstractItemModel {
+class OZN3HOST_API TreeModel : public QAbstractItemModel {
     Q_OBJECT
 public:
     explicit TreeModel(TfdbTree* tree, QObject* parent = nullptr) : QAbstractItemModel(parent), tree_(tree) {}
