@@ -17,12 +17,3 @@ static void BM_RawInsertLVWResultsB(benchmark::State& state)
     state.counters["rows_per_s"] = rate;
 }
 BENCHMARK(BM_RawInsertLVWResultsB)->Arg(20000)->Unit(benchmark::kMillisecond)->Iterations(3);
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -61,12 +61,3 @@ static void BM_NormativeBatchWholeNetwork(benchmark::State& state)
     state.counters["ratio_to_baseline"] = rate / baseline;
 }
 BENCHMARK(BM_NormativeBatchWholeNetwork)->Unit(benchmark::kMillisecond)->Iterations(5);
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -80,34 +80,24 @@ void TLVNormativSample0::Setdp(double value)
     DoChange();
 }
 
-void TLVNormativSample0::ClearMainLine()
+void TLVNormativSample0::ClearGroup(Group group, std::initializer_list<Length> fields)
 {
-    lengths_[Lma] = kRecompute;
-    lengths_[Lms] = lengths_[Lmm] = kNotGiven;
+    // The aluminium line field of a group gets -2, the others -1; readers treat both as missing.
+    for (Length l : fields)
+        lengths_[l] = l == *fields.begin() ? kRecompute : kNotGiven;
     deltaWaCache_ = kRecompute;
     ++changes_;
-    DoGroupChange(Group::MainLine);
+    DoGroupChange(group);
 }
+
+void TLVNormativSample0::ClearMainLine() { ClearGroup(Group::MainLine, {Lma, Lms, Lmm}); }
 
 void TLVNormativSample0::ClearBranches23()
 {
-    lengths_[L23a] = kRecompute;
-    for (Length l : {L23s, L23m, L23ia, L23is, L23im})
-        lengths_[l] = kNotGiven;
-    deltaWaCache_ = kRecompute;
-    ++changes_;
-    DoGroupChange(Group::Branches23);
+    ClearGroup(Group::Branches23, {L23a, L23s, L23m, L23ia, L23is, L23im});
 }
 
-void TLVNormativSample0::ClearBranches1()
-{
-    lengths_[L1a] = kRecompute;
-    for (Length l : {L1s, L1m, L1ia, L1is, L1im})
-        lengths_[l] = kNotGiven;
-    deltaWaCache_ = kRecompute;
-    ++changes_;
-    DoGroupChange(Group::Branches1);
-}
+void TLVNormativSample0::ClearBranches1() { ClearGroup(Group::Branches1, {L1a, L1s, L1m, L1ia, L1is, L1im}); }
 
 double TLVNormativSample0::KindTotal(double line, double input)
 {

@@ -2,6 +2,7 @@
 #include <QString>
 #include <array>
 #include <functional>
+#include <initializer_list>
 
 #include "host/SamplePeriods.h"
 
@@ -106,6 +107,7 @@ protected:
 
 private:
     template <class T> void Store(T& field, T value);
+    void ClearGroup(Group group, std::initializer_list<Length> fields);
     double LengthTotal(Length line, Length input) const;
 
     double wa_, waBus_;

@@ -9,16 +9,6 @@
 
 using namespace testing_support;
 
-namespace {
-double scalar(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->Open();
-    return q->Value(0).toDouble();
-}
-}  // namespace
-
 TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
 {
     TempFolder folder;
@@ -35,46 +25,46 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     }
     const int lvCount = tree->CountOfType(NodeType::LVFiders);
     EXPECT_GT(lvCount, 2 * expected);
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVFiders\""), lvCount);
-    EXPECT_EQ(scalar(c, R"(select count(*) from "LVFiders" lf join "Nodes" nod on nod.guid=lf."OwnerGUID"
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVFiders\""), lvCount);
+    EXPECT_EQ(Scalar(c, R"(select count(*) from "LVFiders" lf join "Nodes" nod on nod.guid=lf."OwnerGUID"
         join "Fiders" f on f.guid=nod."OwnerGUID" join "Sections" s on s.guid=f."OwnerGUID"
         join "Centers" c on c.guid=s."OwnerGUID" join res r on r.guid=c."OwnerGUID"
         join pes p on p.guid=r."OwnerGUID" join "AOEnergo" e on e.guid=p."OwnerGUID")"),
               lvCount);
 
     // Substations that own themselves, links, and every kind of low side.
-    EXPECT_GE(scalar(c, "select count(*) from \"Nodes\" where \"GUID\"=\"OwnerGUID\""), 1);
-    EXPECT_GE(scalar(c, "select count(*) from \"NodeLinks\""), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"Nodes\" where \"GUID\"=\"OwnerGUID\""), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"NodeLinks\""), 1);
     for (const char* cond : {"t.\"UnomH\"<1", "t.\"UnomH\"=1", "t.\"UnomH\">1"})
-        EXPECT_GE(scalar(c, QStringLiteral("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
+        EXPECT_GE(Scalar(c, QStringLiteral("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
                                            "t.\"Ident\"=n.\"Transf\" where %1").arg(QString::fromUtf8(cond))),
                   1)
             << cond;
-    EXPECT_GE(scalar(c, "select count(*) from \"ProvodTypes\" where \"Unom\"=0.380"), 3);
-    EXPECT_EQ(scalar(c, "select count(*) from \"Provods\" where \"Ident\"=644"), 1);
-    EXPECT_GE(scalar(c, "select count(*) from \"TypeLoads\" where \"CosFi\" between 0.7 and 1"), 5);
-    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=1"), s.years);
-    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=4"), 12 * s.years);
-    EXPECT_EQ(scalar(c, "select count(*) from \"SamplesDates\" where \"Name\"='2024г.'"), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"ProvodTypes\" where \"Unom\"=0.380"), 3);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"Provods\" where \"Ident\"=644"), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"TypeLoads\" where \"CosFi\" between 0.7 and 1"), 5);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=1"), s.years);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"SamplesDates\" where \"Period\"=4"), 12 * s.years);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"SamplesDates\" where \"Name\"='2024г.'"), 1);
 
     // Measurements, results and normative inputs.
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), lvCount);
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVPSamples\""), lvCount);
-    EXPECT_EQ(scalar(c, "select count(distinct \"SampleIdent\") from \"LVWResultsB\""), 1);
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVWResultsB\" r left join \"LVFidersB\" f on f.\"Ident\"=r.\"Info\" "
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), lvCount);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPSamples\""), lvCount);
+    EXPECT_EQ(Scalar(c, "select count(distinct \"SampleIdent\") from \"LVWResultsB\""), 1);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\" r left join \"LVFidersB\" f on f.\"Ident\"=r.\"Info\" "
                         "where f.\"Ident\" is null"),
               0);
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVResults\""), lvCount * s.years);
-    EXPECT_EQ(scalar(c, "select count(distinct \"Balance\") from \"LVPResultsAdd\""), 2);
-    EXPECT_GE(scalar(c, R"(select count(*) from (select "Ident" from "LVPResultsAdd" where "Balance"=0
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVResults\""), lvCount * s.years);
+    EXPECT_EQ(Scalar(c, "select count(distinct \"Balance\") from \"LVPResultsAdd\""), 2);
+    EXPECT_GE(Scalar(c, R"(select count(*) from (select "Ident" from "LVPResultsAdd" where "Balance"=0
         group by "Ident" having count(*) = 2))"),
               1);
-    EXPECT_EQ(scalar(c, R"(select count(*) from "LVPResultsAdd" pa left join "LVWResultsAdd" wa
+    EXPECT_EQ(Scalar(c, R"(select count(*) from "LVPResultsAdd" pa left join "LVWResultsAdd" wa
         on wa."Ident"=pa."Ident" and wa."Balance"=pa."Balance" and wa.res=pa.res where wa."Ident" is null)"),
               0);
-    EXPECT_GE(scalar(c, "select count(*) from \"LVLines\""), lvCount);
-    EXPECT_GE(scalar(c, "select count(*) from \"MVResults\""), 1);
-    EXPECT_GE(scalar(c, "select count(*) from \"Transformation\" where \"UnomCH\"<=1"), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"LVLines\""), lvCount);
+    EXPECT_GE(Scalar(c, "select count(*) from \"MVResults\""), 1);
+    EXPECT_GE(Scalar(c, "select count(*) from \"Transformation\" where \"UnomCH\"<=1"), 1);
 }
 
 TEST(DemoNetwork, ResultsAreFoundAtTheirLevel)
@@ -111,6 +101,6 @@ TEST(DemoNetwork, GenerationIsDeterministic)
     EXPECT_EQ(counts.lvFiders, first->GetTree()->CountOfType(NodeType::LVFiders));
     for (const char* sql : {"select sum(\"P\") from \"LVPResultsA\"", "select sum(\"deltaWa\") from \"LVWResultsB\"",
                             "select sum(\"Wa_gen\") from \"LVWResultsAdd\"", "select max(\"GUID\") from \"LVFiders\""})
-        EXPECT_DOUBLE_EQ(scalar(*first->GetDefaultConnection(), sql), scalar(*second->GetDefaultConnection(), sql))
+        EXPECT_DOUBLE_EQ(Scalar(*first->GetDefaultConnection(), sql), Scalar(*second->GetDefaultConnection(), sql))
             << sql;
 }

@@ -12,14 +12,6 @@
 using namespace testing_support;
 
 namespace {
-int scalar(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->Open();
-    return q->Value(0).toInt();
-}
-
 bool columnExists(ToznFDConnection& c, const QString& table, const QString& column)
 {
     auto q = c.NewQuery();
@@ -75,8 +67,8 @@ TEST(Schema, TablesAndColumnsKeepTheirMixedCaseNames)
         for (const QString& column : columns)
             EXPECT_TRUE(columnExists(c, QString::fromUtf8(table), column)) << table << "." << column.toStdString();
     // Folded and quoted spellings meet: bare RES, GUID and T name the same columns.
-    EXPECT_EQ(scalar(c, "select count(*) from res r join \"LVPResultsAdd\" pa on pa.res=r.guid"), 0);
-    EXPECT_EQ(scalar(c, "select count(*) from \"Periods\" where \"Ident\" in (1, 4)"), 2);
+    EXPECT_EQ(Scalar(c, "select count(*) from res r join \"LVPResultsAdd\" pa on pa.res=r.guid"), 0);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"Periods\" where \"Ident\" in (1, 4)"), 2);
 }
 
 TEST(Schema, WritingStatementsRunAsTheLibraryWritesThem)
@@ -91,9 +83,9 @@ TEST(Schema, WritingStatementsRunAsTheLibraryWritesThem)
     q->SetSQLText(SharedSql::kInsertLVFider);
     q->ParamByName("Name", QStringLiteral("Л-1 ул. Мира")).ParamByName("Owner", 500);
     q->ExecSQL();
-    const int lvGuid = scalar(c, "select \"GUID\" from \"LVFiders\" where \"OwnerGUID\"=500");
+    const int lvGuid = Scalar(c, "select \"GUID\" from \"LVFiders\" where \"OwnerGUID\"=500");
     EXPECT_GT(lvGuid, 0);
-    EXPECT_EQ(scalar(c, "select \"TypeLoad\" from \"LVFiders\""), 1);
+    EXPECT_EQ(Scalar(c, "select \"TypeLoad\" from \"LVFiders\""), 1);
 
     // Two samples, the first main; clearing it by date leaves none main.
     q->SetSQLText("insert into \"LVPResultsA\" (\"GUID\", \"SampleDate\", \"IsMain\") values (:G, :D, :M)");
@@ -104,7 +96,7 @@ TEST(Schema, WritingStatementsRunAsTheLibraryWritesThem)
     q->SetSQLText(SharedSql::kClearMainSample);
     q->ParamByName("GUID", lvGuid).ParamByName("Date", QDate(2024, 6, 18));
     q->ExecSQL();
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), 0);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), 0);
 
     q->SetSQLText("insert into \"LVTmxRef\" (\"TypeLoad\", \"Pmin\", \"Tmax\") values (1, :P, :T)");
     for (auto [p, t] : {std::pair{0.0, 1800}, {1.0, 2100}, {10.0, 2400}}) {
@@ -151,26 +143,26 @@ TEST(Schema, WritingStatementsRunAsTheLibraryWritesThem)
         q->ParamFloat("Lekv", 1.5).ParamFloat("ku", 1).ParamFloat("k038", 9.725).ParamFloat("deltaWa", 3.2);
         q->ExecSQL();
     }
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVWResultsB\""), 1);
-    EXPECT_EQ(scalar(c, "select \"Wa\" from \"LVWResultsB\""), 120);
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVWResultsB\" where \"Wa_bus\" is null"), 1);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\""), 1);
+    EXPECT_EQ(Scalar(c, "select \"Wa\" from \"LVWResultsB\""), 120);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\" where \"Wa_bus\" is null"), 1);
     q->SetSQLText(SharedSql::kDeleteLVWResultsB);
     q->ParamByName("SampleIdent", yearIdent).ParamByName("GUID", 500);
     q->ExecSQL();
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVWResultsB\""), 0);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\""), 0);
 
     // Deleting a run removes its balance rows with it.
     q->SetSQLText("insert into \"LVResults\" (\"GUID\", \"SampleIdent\", \"CalcType\") values (:G, :S, 0)");
     q->ParamByName("G", lvGuid).ParamByName("S", yearIdent);
     q->ExecSQL();
-    const int run = scalar(c, "select max(\"Ident\") from \"LVResults\"");
+    const int run = Scalar(c, "select max(\"Ident\") from \"LVResults\"");
     q->SetSQLText("insert into \"LVPResultsAdd\" (\"Ident\", \"RES\", \"Balance\") values (:I, 7, 0)");
     q->ParamByName("I", run);
     q->ExecSQL();
     q->SetSQLText("delete from \"LVResults\" where \"Ident\"=:I");
     q->ParamByName("I", run);
     q->ExecSQL();
-    EXPECT_EQ(scalar(c, "select count(*) from \"LVPResultsAdd\""), 0);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsAdd\""), 0);
 
     q->SetSQLText(SharedSql::kAllLVFidersA);
     q->Open();

@@ -11,13 +11,6 @@
 using namespace testing_support;
 
 namespace {
-void exec(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->ExecSQL();
-}
-
 // A utility with one feeder of three substations: on 0.4 kV, on exactly 1 kV, and one that owns itself;
 // a second feeder shows the first substation again as a link.
 void buildSmallNetwork(ToznFDConnection& c)
@@ -39,7 +32,7 @@ void buildSmallNetwork(ToznFDConnection& c)
              R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (20, 'Л-1', 7, 1, 0.38))",
              R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (21, 'Л-2', 8, 1, 0.38))",
              R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (22, 'Л-3', 9, 1, 0.38))"})
-        exec(c, QString::fromUtf8(sql));
+        Exec(c, QString::fromUtf8(sql));
 }
 }  // namespace
 
@@ -83,8 +76,8 @@ TEST(Tree, HierarchyWithLinksWithoutSelfOwnedNodes)
     // Only a low side below 1 kV makes an LV feeder enabled.
     EXPECT_TRUE(tree->Find(20)->isEnabled());
     EXPECT_FALSE(tree->Find(21)->isEnabled());
-    exec(c, R"(update "Nodes" set "Transf"=1 where "GUID"=8)");
-    exec(c, R"(update "Nodes" set "Transf"=2 where "GUID"=7)");
+    Exec(c, R"(update "Nodes" set "Transf"=1 where "GUID"=8)");
+    Exec(c, R"(update "Nodes" set "Transf"=2 where "GUID"=7)");
     tree->LVUpdateEnabled(c, {21});  // only the listed feeder is refreshed
     EXPECT_TRUE(tree->Find(21)->isEnabled());
     EXPECT_TRUE(tree->Find(20)->isEnabled());
@@ -108,11 +101,11 @@ TEST(SamplePeriods, CatalogueOrderedByStartWithPeriodNames)
     TempFolder folder;
     auto db = OpenDatabase(NewSchemaDatabase(folder));
     ToznFDConnection& c = *db->GetDefaultConnection();
-    exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
+    Exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
                values (5, 'Март 2024', 4, '2024-03-01', '2024-04-01'))");
-    exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
+    Exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
                values (6, '2024г.', 1, '2024-01-01', '2025-01-01'))");
-    exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
+    Exec(c, R"(insert into "SamplesDates" ("Ident","Name","Period","SampleDate1","SampleDate2")
                values (7, 'Май 2024', 4, '2024-05-01', '2024-06-01'))");
     TSamplePeriodsList* list = db->GetSamplePeriods();
     ASSERT_EQ(list->GetCount(), 3);

@@ -20,14 +20,6 @@
 using namespace testing_support;
 
 namespace {
-double scalar(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->Open();
-    return q->Value(0).toDouble();
-}
-
 struct BatchRun {
     QStringList log;
     int processed = -1;
@@ -133,17 +125,17 @@ TEST_F(Batch, SavesWhatItCalculatesAndOverwritesOnRepeat)
     EXPECT_TRUE(run.log.first().contains(QRegularExpression("^\\d+:ТП-\\d+ .+ - Расчет")));
     const QString rows = QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1");
     // Every stored row with a usable loss below 100 % was recalculated; the others stay as they were.
-    const double before = scalar(*c_, rows.arg(firstYear_.Ident));
+    const double before = Scalar(*c_, rows.arg(firstYear_.Ident));
     const BatchRun again = runBatch(*db_, root_, 7, firstYear_);
     EXPECT_EQ(again.log, run.log);
-    EXPECT_EQ(scalar(*c_, rows.arg(firstYear_.Ident)), before);
+    EXPECT_EQ(Scalar(*c_, rows.arg(firstYear_.Ident)), before);
 
     // The next year has no energies: the earlier schemes are found, nothing is saved.
     const TSamplePeriodInfo nextYear = Year("2024г.");
     ASSERT_EQ(nextYear.Period, 1);
     const BatchRun next = runBatch(*db_, root_, 7, nextYear);
     EXPECT_EQ(next.log.filter(" - Расчет не выполнен. Отсутствует отпуск в сеть").size(), size_t(before));
-    EXPECT_EQ(scalar(*c_, rows.arg(nextYear.Ident)), 0);
+    EXPECT_EQ(Scalar(*c_, rows.arg(nextYear.Ident)), 0);
 }
 
 TEST_F(Batch, CancelledRunKeepsWhatWasSaved)
@@ -157,12 +149,12 @@ TEST_F(Batch, CancelledRunKeepsWhatWasSaved)
     EXPECT_LT(run.log.size(), db_->GetTree()->CountOfType(NodeType::Nodes));
     EXPECT_EQ(run.processed, run.log.size());
     const int saved = static_cast<int>(run.log.filter(" - Расчет выполнен").size());
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"), saved);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"), saved);
     // Stopped along the way: whatever was logged as saved is in the database.
     const BatchRun later = runBatch(*db_, root_, 7, firstYear_, 20);
     const int savedLater = static_cast<int>(later.log.filter(" - Расчет выполнен").size());
     EXPECT_GE(later.log.size(), 20);
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"),
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVWResultsB\" where \"deltaWa\" is not null"),
               std::max(saved, savedLater));
 }
 

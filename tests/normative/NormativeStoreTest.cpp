@@ -10,21 +10,6 @@ using namespace testing_support;
 using S = TLVNormativSample0;
 
 namespace {
-void exec(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->ExecSQL();
-}
-
-double scalar(ToznFDConnection& c, const QString& sql)
-{
-    auto q = c.NewQuery();
-    q->SetSQLText(sql);
-    q->Open();
-    return q->Eof() ? -999 : q->Value(0).toDouble();
-}
-
 // Years 2022 to 2025 (idents 1 to 4); element 500 has schemes stored for 2022 (scheme 10, Lma 1)
 // and 2025 (scheme 20, Lma 2), none for 2023 or 2024.
 class Store : public ::testing::Test {
@@ -34,20 +19,20 @@ protected:
         db_ = OpenDatabase(NewSchemaDatabase(folder_));
         c_ = db_->GetDefaultConnection();
         for (int y = 2022; y <= 2025; ++y)
-            exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\",\"Name\",\"Period\",\"SampleDate1\","
+            Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\",\"Name\",\"Period\",\"SampleDate1\","
                                      "\"SampleDate2\") values (%1, '%2г.', 1, '%2-01-01', '%3-01-01')")
                           .arg(y - 2021)
                           .arg(y)
                           .arg(y + 1));
         for (auto [ident, lma] : {std::pair{10, 1.0}, {20, 2.0}})
-            exec(*c_, QStringLiteral("insert into \"LVFidersB\" (\"Ident\",\"CosFi\",\"Unom\",\"F\",\"NLines\",\"dp\","
+            Exec(*c_, QStringLiteral("insert into \"LVFidersB\" (\"Ident\",\"CosFi\",\"Unom\",\"F\",\"NLines\",\"dp\","
                                      "\"kzap\",\"dn\",\"Lma\") values (%1, 0.92, 0, 50, 2, 0.6, 0.5, 0.1, %2)")
                           .arg(ident)
                           .arg(lma));
-        exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",\"Wa_bus\",T,\"Info\") "
+        Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",\"Wa_bus\",T,\"Info\") "
                   "values (1, 500, 300, 15, 8760, 10)");
-        exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 500, 400, 8760, 20)");
-        exec(*c_, "set generator \"LVFidersBIdent\" to 100");
+        Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 500, 400, 8760, 20)");
+        Exec(*c_, "set generator \"LVFidersBIdent\" to 100");
         periods_ = db_->GetSamplePeriods();
     }
     const TSamplePeriodInfo& Year(int year) { return *periods_->GetPSamplePeriodInfoByIdent(year - 2021); }
@@ -79,7 +64,7 @@ TEST_F(Store, StoredRowOrNearestSchemeWithEmptyEnergies)
     EXPECT_EQ(s.GetT(), 8784);  // the requested year's hours
     EXPECT_EQ(s.Classify(), S::Outcome::NoSupply);
     // Before every stored period: the earliest later one.
-    exec(*c_, "delete from \"LVWResultsB\" where \"SampleIdent\"=1");
+    Exec(*c_, "delete from \"LVWResultsB\" where \"SampleIdent\"=1");
     ASSERT_TRUE(store.Load(s, 500, Year(2023)));
     EXPECT_EQ(s.Info, 20);
     EXPECT_FALSE(store.Load(s, 777, Year(2023)));
@@ -89,7 +74,7 @@ TEST_F(Store, StoredRowOrNearestSchemeWithEmptyEnergies)
 
 TEST_F(Store, BulkLoadingChoosesLikeSingleLoading)
 {
-    exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 600, 50, 8760, 20)");
+    Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 600, 50, 8760, 20)");
     for (int year : {2022, 2023, 2024, 2025}) {
         TLVNormativeStore single(*c_), bulk(*c_);
         bulk.Preload(Year(year));
@@ -115,17 +100,17 @@ TEST_F(Store, SavingAnEarlierSchemeAddsARowForTheSameInputs)
     s.SetWa(250);
     ASSERT_EQ(s.Classify(), S::Outcome::Saved);
     store.Save(s, Year(2023).Ident);
-    EXPECT_EQ(scalar(*c_, "select \"Info\" from \"LVWResultsB\" where \"SampleIdent\"=2 and GUID=500"), 10);
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVFidersB\""), 2);
-    EXPECT_DOUBLE_EQ(scalar(*c_, "select \"deltaWa\" from \"LVWResultsB\" where \"SampleIdent\"=2"), s.deltaWa());
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"SampleIdent\"=2 and \"Wa_bus\" is null"),
+    EXPECT_EQ(Scalar(*c_, "select \"Info\" from \"LVWResultsB\" where \"SampleIdent\"=2 and GUID=500"), 10);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersB\""), 2);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, "select \"deltaWa\" from \"LVWResultsB\" where \"SampleIdent\"=2"), s.deltaWa());
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVWResultsB\" where \"SampleIdent\"=2 and \"Wa_bus\" is null"),
               1);  // an empty value is stored as NULL
 
     // A repeated save of the same element and period replaces its row.
     s.SetWa(260);
     store.Save(s, Year(2023).Ident);
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where \"SampleIdent\"=2"), 1);
-    EXPECT_EQ(scalar(*c_, "select \"Wa\" from \"LVWResultsB\" where \"SampleIdent\"=2"), 260);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVWResultsB\" where \"SampleIdent\"=2"), 1);
+    EXPECT_EQ(Scalar(*c_, "select \"Wa\" from \"LVWResultsB\" where \"SampleIdent\"=2"), 260);
 
     // An element without a scheme gets a new key from the generator.
     S fresh;
@@ -137,11 +122,11 @@ TEST_F(Store, SavingAnEarlierSchemeAddsARowForTheSameInputs)
     fresh.SetLength(S::L1a, 0.4);
     store.Save(fresh, 1);
     EXPECT_EQ(fresh.Info, 101);
-    EXPECT_DOUBLE_EQ(scalar(*c_, "select \"L1a\" from \"LVFidersB\" where \"Ident\"=101"), 0.4);
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVFidersB\" where \"Ident\"=101 and \"Lma\" is null"), 1);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, "select \"L1a\" from \"LVFidersB\" where \"Ident\"=101"), 0.4);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersB\" where \"Ident\"=101 and \"Lma\" is null"), 1);
 
     store.Delete(900, 1);
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVWResultsB\" where GUID=900"), 0);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVWResultsB\" where GUID=900"), 0);
 }
 
 TEST_F(Store, CrossSectionRowsKeptWithTheScheme)
@@ -157,7 +142,7 @@ TEST_F(Store, CrossSectionRowsKeptWithTheScheme)
     EXPECT_FALSE(back.Modified());
     EXPECT_DOUBLE_EQ(back.AverageF(), (95.0 * 200 + 10 * 100) / 300);
     // Deleting the scheme takes its rows with it.
-    exec(*c_, "delete from \"LVWResultsB\" where \"Info\"=10");
-    exec(*c_, "delete from \"LVFidersB\" where \"Ident\"=10");
-    EXPECT_EQ(scalar(*c_, "select count(*) from \"LVFidersBSections\""), 0);
+    Exec(*c_, "delete from \"LVWResultsB\" where \"Info\"=10");
+    Exec(*c_, "delete from \"LVFidersB\" where \"Ident\"=10");
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersBSections\""), 0);
 }

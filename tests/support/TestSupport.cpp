@@ -69,6 +69,21 @@ std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path)
     return database;
 }
 
+void Exec(ToznFDConnection& connection, const QString& sql)
+{
+    auto q = connection.NewQuery();
+    q->SetSQLText(sql);
+    q->ExecSQL();
+}
+
+double Scalar(ToznFDConnection& connection, const QString& sql)
+{
+    auto q = connection.NewQuery();
+    q->SetSQLText(sql);
+    q->Open();
+    return q->Eof() ? -999 : q->Value(0).toDouble();
+}
+
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect)
 {
     auto* timer = new QTimer(qApp);

@@ -7,6 +7,7 @@
 #include <ostream>
 
 class TfdbDatabase;
+class ToznFDConnection;
 
 // Readable Russian texts in test failures.
 inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
@@ -30,6 +31,11 @@ QString NewSchemaDatabase(const TempFolder& folder, const QString& name = QStrin
 QString NewDemoDatabase(const TempFolder& folder, const QString& name = QStringLiteral("demo.fdb"));
 // Opens a database or fails the test.
 std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path);
+
+// Runs a statement that writes.
+void Exec(ToznFDConnection& connection, const QString& sql);
+// The first value of the first row of a select (0 for NULL, -999 when there is no row).
+double Scalar(ToznFDConnection& connection, const QString& sql);
 
 // Closes the next modal dialog with a result once it is shown, after letting the test look at it.
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
