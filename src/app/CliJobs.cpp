@@ -20,41 +20,42 @@ void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().c
 QString HelpText()
 {
     return QStringLiteral(
-        "ozn3 — потери электроэнергии в сетях 0,38 кВ (host application of ozn32lib)\n"
-        "\n"
-        "Usage:\n"
-        "  ozn3 [--db CONNECTION]          open the main window on a database\n"
-        "                                  (default: the embedded database %1)\n"
-        "  ozn3 init-db PATH               create an empty database with every table\n"
-        "  ozn3 demo-db PATH [--size small|large]\n"
-        "                                  create (if missing) and fill a generated demo network;\n"
-        "                                  small: about 200 substations, large: 20,000 substations\n"
-        "                                  and 60,000 LV feeders over three years\n"
-        "  ozn3 stats --db CONNECTION      print the network's counts per level\n"
-        "  ozn3 calc normative             the normative loss model on JSON Lines (below)\n"
-        "  ozn3 normative --db CONNECTION --node GUID --level CODE --period IDENT [--log FILE]\n"
-        "                                  the batch normative calculation of every element of a level\n"
-        "                                  under a node of the tree, for one period (a row of \"SamplesDates\");\n"
-        "                                  levels: 1 АО энерго, 2 электрические сети, 3 РЭС, 4 центр питания,\n"
-        "                                  6 фидер 6(10) кВ, 7 ТП. Ctrl-C stops before the next element,\n"
-        "                                  keeping what was saved. The log has \"element - message\" lines.\n"
-        "  ozn3 --help                     this text\n"
-        "\n"
-        "CONNECTION is a database file (embedded engine, one process) or host[/port]:path on a\n"
-        "Firebird server. The server user and password come from ISC_USER / ISC_PASSWORD.\n"
-        "Without a display the window cannot open; the command then prints the counts per level.\n"
-        "\n"
-        "ozn3 calc normative reads one JSON object per line on standard input, the inputs of one network\n"
-        "element: Wa, Wa_bus (thousand kWh), T (hours), Unom (0 = 400/230, 1 = 220/127), CosFi, F (mm²),\n"
-        "NLines, dp, dn, kzap, the lengths in km Lma Lms Lmm L23a L23s L23m L23ia L23is L23im L1a L1s L1m\n"
-        "L1ia L1is L1im, and Info. A missing field keeps its default (T 8760, CosFi and kzap from the\n"
-        "settings, NLines 1, others not given); every value is checked as in the forms, so a value out of\n"
-        "range becomes -1 (not given). Each line gets one JSON line with WaNet, Lm, L23, L1, Lekv, ku,\n"
-        "k038, deltaWa, deltaWaPercent, CurrentDensity, TotalLength, AverageLength, Lengths (31 values)\n"
-        "and Message, numbers with 17 significant digits (-1 = not calculated). A line that is not valid\n"
-        "JSON, or has a field of the wrong type or an unknown field, gets {\"Error\": \"...\"} and the\n"
-        "run goes on. Example:\n"
-        "  echo '{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}' | ozn3 calc normative\n")
+               "ozn3 — потери электроэнергии в сетях 0,38 кВ (host application of ozn32lib)\n"
+               "\n"
+               "Usage:\n"
+               "  ozn3 [--db CONNECTION]          open the main window on a database\n"
+               "                                  (default: the embedded database %1)\n"
+               "  ozn3 init-db PATH               create an empty database with every table\n"
+               "  ozn3 demo-db PATH [--size small|large]\n"
+               "                                  create (if missing) and fill a generated demo network;\n"
+               "                                  small: about 200 substations, large: 20,000 substations\n"
+               "                                  and 60,000 LV feeders over three years\n"
+               "  ozn3 stats --db CONNECTION      print the network's counts per level\n"
+               "  ozn3 calc normative             the normative loss model on JSON Lines (below)\n"
+               "  ozn3 normative --db CONNECTION --node GUID --level CODE --period IDENT [--log FILE]\n"
+               "                                  the batch normative calculation of every element of a level\n"
+               "                                  under a node of the tree, for one period (a row of "
+               "\"SamplesDates\");\n"
+               "                                  levels: 1 АО энерго, 2 электрические сети, 3 РЭС, 4 центр питания,\n"
+               "                                  6 фидер 6(10) кВ, 7 ТП. Ctrl-C stops before the next element,\n"
+               "                                  keeping what was saved. The log has \"element - message\" lines.\n"
+               "  ozn3 --help                     this text\n"
+               "\n"
+               "CONNECTION is a database file (embedded engine, one process) or host[/port]:path on a\n"
+               "Firebird server. The server user and password come from ISC_USER / ISC_PASSWORD.\n"
+               "Without a display the window cannot open; the command then prints the counts per level.\n"
+               "\n"
+               "ozn3 calc normative reads one JSON object per line on standard input, the inputs of one network\n"
+               "element: Wa, Wa_bus (thousand kWh), T (hours), Unom (0 = 400/230, 1 = 220/127), CosFi, F (mm²),\n"
+               "NLines, dp, dn, kzap, the lengths in km Lma Lms Lmm L23a L23s L23m L23ia L23is L23im L1a L1s L1m\n"
+               "L1ia L1is L1im, and Info. A missing field keeps its default (T 8760, CosFi and kzap from the\n"
+               "settings, NLines 1, others not given); every value is checked as in the forms, so a value out of\n"
+               "range becomes -1 (not given). Each line gets one JSON line with WaNet, Lm, L23, L1, Lekv, ku,\n"
+               "k038, deltaWa, deltaWaPercent, CurrentDensity, TotalLength, AverageLength, Lengths (31 values)\n"
+               "and Message, numbers with 17 significant digits (-1 = not calculated). A line that is not valid\n"
+               "JSON, or has a field of the wrong type or an unknown field, gets {\"Error\": \"...\"} and the\n"
+               "run goes on. Example:\n"
+               "  echo '{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}' | ozn3 calc normative\n")
         .arg(DefaultDatabasePath());
 }
 
@@ -124,8 +125,8 @@ int DemoDb(const QStringList& args)
     QElapsedTimer timer;
     timer.start();
     try {
-        const db::DemoCounts counts = db::DemoGenerator(connection).Generate(
-            db::DemoShape::For(size), [&](int rows, const QString& stage) {
+        const db::DemoCounts counts =
+            db::DemoGenerator(connection).Generate(db::DemoShape::For(size), [&](int rows, const QString& stage) {
                 bar.SetText(QStringLiteral("%1 (%2 строк)").arg(stage).arg(rows));
             });
         bar.Finish();
@@ -151,10 +152,14 @@ int Stats(const QString& connection)
         return 1;
     }
     TfdbTree* tree = database->GetTree();
-    const std::pair<int, const char*> levels[] = {
-        {NodeType::AOEnergo, "0 АО энерго"}, {NodeType::PES, "1 ПЭС"},         {NodeType::RES, "2 РЭС"},
-        {NodeType::Centers, "3 ЦП"},         {NodeType::Sections, "4 Секции"}, {NodeType::Fiders, "5 Фидеры"},
-        {NodeType::Nodes, "6 ТП"},           {NodeType::LVFiders, "7 Линии 0,4 кВ"}};
+    const std::pair<int, const char*> levels[] = {{NodeType::AOEnergo, "0 АО энерго"},
+                                                  {NodeType::PES, "1 ПЭС"},
+                                                  {NodeType::RES, "2 РЭС"},
+                                                  {NodeType::Centers, "3 ЦП"},
+                                                  {NodeType::Sections, "4 Секции"},
+                                                  {NodeType::Fiders, "5 Фидеры"},
+                                                  {NodeType::Nodes, "6 ТП"},
+                                                  {NodeType::LVFiders, "7 Линии 0,4 кВ"}};
     out(QStringLiteral("База данных: %1").arg(connection));
     for (const auto& [type, name] : levels)
         out(QStringLiteral("%1: %2").arg(QString::fromUtf8(name)).arg(tree->CountOfType(type)));

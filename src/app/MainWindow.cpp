@@ -8,13 +8,13 @@
 #include <QToolBar>
 #include <QTreeView>
 
-#include "host/TreeModel.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
 #include "host/HostObjects.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
+#include "host/TreeModel.h"
 #include "host/WindowService.h"
 
 MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(database), plugin_(plugin)

@@ -26,16 +26,21 @@ bool Ozn32Plugin::Load(const QString& libraryPath, QString& error)
         error = QStringLiteral("Не удалось загрузить библиотеку %1: %2").arg(path, QString::fromLocal8Bit(dlerror()));
         return false;
     }
-    void** targets[] = {reinterpret_cast<void**>(&ShowSamplesWInput), reinterpret_cast<void**>(&ShowSamplesTmaxInput),
-                      reinterpret_cast<void**>(&ShowLVNormativMethodInput), reinterpret_cast<void**>(&ShowLVFiders),
-                      reinterpret_cast<void**>(&RunLVNormativMethod),
-                      reinterpret_cast<void**>(&RunLVNormativMethodResults),
-                      reinterpret_cast<void**>(&ShowLVPESResults), reinterpret_cast<void**>(&ShowLVPESResultsAll),
-                      reinterpret_cast<void**>(&ShowLVResultsGrid),
-                      reinterpret_cast<void**>(&ShowLVUndersupplyReport),
-                      reinterpret_cast<void**>(&DetailFrameCreate), reinterpret_cast<void**>(&ShowFiderHHResults),
-                      reinterpret_cast<void**>(&BuildFiderHHResults), reinterpret_cast<void**>(&GetLVMiddleRegim),
-                      reinterpret_cast<void**>(&GetLVMaxRegim)};
+    void** targets[] = {reinterpret_cast<void**>(&ShowSamplesWInput),
+                        reinterpret_cast<void**>(&ShowSamplesTmaxInput),
+                        reinterpret_cast<void**>(&ShowLVNormativMethodInput),
+                        reinterpret_cast<void**>(&ShowLVFiders),
+                        reinterpret_cast<void**>(&RunLVNormativMethod),
+                        reinterpret_cast<void**>(&RunLVNormativMethodResults),
+                        reinterpret_cast<void**>(&ShowLVPESResults),
+                        reinterpret_cast<void**>(&ShowLVPESResultsAll),
+                        reinterpret_cast<void**>(&ShowLVResultsGrid),
+                        reinterpret_cast<void**>(&ShowLVUndersupplyReport),
+                        reinterpret_cast<void**>(&DetailFrameCreate),
+                        reinterpret_cast<void**>(&ShowFiderHHResults),
+                        reinterpret_cast<void**>(&BuildFiderHHResults),
+                        reinterpret_cast<void**>(&GetLVMiddleRegim),
+                        reinterpret_cast<void**>(&GetLVMaxRegim)};
     QStringList missing;
     int i = 0;
     for (const char* name : kOzn32ExportNames) {

@@ -157,11 +157,16 @@ private:
     void Catalogues()
     {
         auto t2 = W(QStringLiteral("Transforms2"), {"Ident", "TypeTR", "Snom", "UnomH", "AddStr"});
-        struct T2 { int id; const char* type; double snom, unomH; const char* add; };
-        const T2 types[] = {{1, "ТМ", 63, 0.23, "10/0,23"},   {2, "ТМ", 100, 0.4, "10/0,4"},
-                            {3, "ТМ", 160, 0.4, "10/0,4"},    {4, "ТМГ", 250, 0.4, "10/0,4"},
-                            {5, "ТМГ", 400, 0.4, "10/0,4"},   {6, "ТМ", 630, 0.4, "6/0,4"},
-                            {7, "ТМ", 1000, 1.0, "10/1"},     {8, "ТМН", 2500, 6.3, "35/6,3"}};
+        struct T2 {
+            int id;
+            const char* type;
+            double snom, unomH;
+            const char* add;
+        };
+        const T2 types[] = {{1, "ТМ", 63, 0.23, "10/0,23"}, {2, "ТМ", 100, 0.4, "10/0,4"},
+                            {3, "ТМ", 160, 0.4, "10/0,4"},  {4, "ТМГ", 250, 0.4, "10/0,4"},
+                            {5, "ТМГ", 400, 0.4, "10/0,4"}, {6, "ТМ", 630, 0.4, "6/0,4"},
+                            {7, "ТМ", 1000, 1.0, "10/1"},   {8, "ТМН", 2500, 6.3, "35/6,3"}};
         for (const T2& t : types) {
             t2.Row({t.id, QString::fromUtf8(t.type), t.snom, t.unomH, QString::fromUtf8(t.add)});
             transformers_.push_back({t.id, t.unomH < 1});
@@ -178,7 +183,14 @@ private:
 
         auto pr = W(QStringLiteral("Provods"), {"Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag"});
         auto cb = W(QStringLiteral("Cables"), {"Ident", "PhaseNull_R0"});
-        struct P { int id; const char* marka; double f, r0, x0; int type; const char* add; int ownNull; };
+        struct P {
+            int id;
+            const char* marka;
+            double f, r0, x0;
+            int type;
+            const char* add;
+            int ownNull;
+        };
         const P provods[] = {{640, "А", 16, 1.98, 0.358, 1, "", 0},
                              {641, "А", 25, 1.28, 0.345, 1, "", 0},
                              {642, "А", 35, 0.92, 0.336, 1, "", 0},
@@ -291,8 +303,8 @@ private:
                                 // Some substations stand on another district's balance.
                                 const int balanceRes = rnd_.Chance(3) ? NextRes(resGuid) : resGuid;
                                 const QString info = QStringLiteral("ТП-%1").arg(++tpNumber);
-                                nod.Row({guid, info + QLatin1Char(' ') + demo::SettlementName(tpNumber), info,
-                                         fGuid, transf, balanceRes});
+                                nod.Row({guid, info + QLatin1Char(' ') + demo::SettlementName(tpNumber), info, fGuid,
+                                         transf, balanceRes});
                                 const bool low = transf == 101 || transf <= 6;
                                 nodes_.push_back({guid, fGuid, balanceRes, rnd_.Int(1, 5), low});
                             }
@@ -341,8 +353,8 @@ private:
                     for (int n = 1; n <= 4; ++n) {
                         const int ng = NewGuid();
                         ln.Row({ng, QStringLiteral("Опора %1").arg(n), guid, n});
-                        ll.Row({NewGuid(), guid, prev, ng, QStringLiteral("Участок %1").arg(n),
-                                round3(length / 4), 1.0, 3, provod, n});
+                        ll.Row({NewGuid(), guid, prev, ng, QStringLiteral("Участок %1").arg(n), round3(length / 4), 1.0,
+                                3, provod, n});
                         prev = ng;
                     }
                 }
@@ -354,14 +366,15 @@ private:
 
     void Measurements()
     {
-        auto pa = W(QStringLiteral("LVPResultsA"),
-                    {"GUID", "SampleDate", "IsMain", "UA", "UB", "UC", "U2A", "U2B", "U2C", "IA", "IB", "IC", "Tmax",
-                     "Krazv", "Knm", "P", "Wa", "dP", "dW"});
+        auto pa =
+            W(QStringLiteral("LVPResultsA"), {"GUID", "SampleDate", "IsMain", "UA", "UB", "UC", "U2A", "U2B", "U2C",
+                                              "IA", "IB", "IC", "Tmax", "Krazv", "Knm", "P", "Wa", "dP", "dW"});
         auto ps = W(QStringLiteral("LVPSamples"), {"SampleIdent", "GUID", "UA", "UB", "UC", "IA", "IB", "IC", "U2A",
                                                    "U2B", "U2C", "CosFiA", "CosFiB", "CosFiC", "Wa"});
         auto ws = W(QStringLiteral("LVWSamples"),
-                    {"SampleIdent", "GUID", "TypeCalc", "Wa", "T", "UA", "UB", "UC", "IA", "IB", "IC", "ImaxA", "ImaxB",
-                     "ImaxC", "CosFiA", "CosFiB", "CosFiC", "Kdp", "Kzap", "sqrKfg", "Temperature"});
+                    {"SampleIdent", "GUID",   "TypeCalc", "Wa",  "T",     "UA",     "UB",
+                     "UC",          "IA",     "IB",       "IC",  "ImaxA", "ImaxB",  "ImaxC",
+                     "CosFiA",      "CosFiB", "CosFiC",   "Kdp", "Kzap",  "sqrKfg", "Temperature"});
         const int lastYear = shape_.firstYear + shape_.years - 1;
         const int lastYearIdent = yearIdents_.back();
         int index = 0;
@@ -391,14 +404,33 @@ private:
             }
             for (int y = 0; y < shape_.years; ++y) {
                 const double wa = lv.i * 0.66 * lv.cos * rnd_.Uniform(1.5, 2.5);  // thousand kWh a year
-                ws.Row({yearIdents_[y], lv.guid, rnd_.Chance(2) ? 1 : 0, wa, 8760, 230.0, 230.0, 230.0, lv.i, lv.i,
-                        lv.i, lv.i * 1.6, lv.i * 1.6, lv.i * 1.6, lv.cos, lv.cos, lv.cos, 1.05, 0.45, 1.35, -5.0});
+                ws.Row({yearIdents_[y],
+                        lv.guid,
+                        rnd_.Chance(2) ? 1 : 0,
+                        wa,
+                        8760,
+                        230.0,
+                        230.0,
+                        230.0,
+                        lv.i,
+                        lv.i,
+                        lv.i,
+                        lv.i * 1.6,
+                        lv.i * 1.6,
+                        lv.i * 1.6,
+                        lv.cos,
+                        lv.cos,
+                        lv.cos,
+                        1.05,
+                        0.45,
+                        1.35,
+                        -5.0});
                 lvEnergy_.push_back(wa);
             }
         }
-        auto ti = W(QStringLiteral("LVWTPInfo"), {"SampleIdent", "GUID", "TypeCalc", "Wa_bus", "UA", "UB", "UC", "IA",
-                                                  "IB", "IC", "ImaxA", "ImaxB", "ImaxC", "CosFiA", "CosFiB", "CosFiC",
-                                                  "Kdp", "Temperature"});
+        auto ti = W(QStringLiteral("LVWTPInfo"),
+                    {"SampleIdent", "GUID", "TypeCalc", "Wa_bus", "UA", "UB", "UC", "IA", "IB", "IC", "ImaxA", "ImaxB",
+                     "ImaxC", "CosFiA", "CosFiB", "CosFiC", "Kdp", "Temperature"});
         auto wl = W(QStringLiteral("WLoads"), {"SampleIdent", "GUID", "SampleType", "Wa", "T", "Kzap", "sqrKfg"});
         for (const NodeInfo& node : nodes_) {
             for (int y = 0; y < shape_.years; ++y) {
@@ -440,9 +472,9 @@ private:
     void Normative()
     {
         // Inputs and results of the normative method for the first year, per substation.
-        auto fb = W(QStringLiteral("LVFidersB"),
-                    {"Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms", "Lmm", "L23a", "L23s",
-                     "L23m", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im", "L23ia", "L23is", "L23im"});
+        auto fb = W(QStringLiteral("LVFidersB"), {"Ident", "CosFi", "Unom", "F",    "NLines", "dp",    "kzap", "dn",
+                                                  "Lma",   "Lms",   "Lmm",  "L23a", "L23s",   "L23m",  "L1a",  "L1s",
+                                                  "L1m",   "L1ia",  "L1is", "L1im", "L23ia",  "L23is", "L23im"});
         auto wb = W(QStringLiteral("LVWResultsB"),
                     {"SampleIdent", "GUID", "Wa", "Wa_bus", "T", "Info", "Lekv", "ku", "k038", "deltaWa"});
         int ident = 0;
@@ -456,8 +488,8 @@ private:
             const double l1a = round3(rnd_.Uniform(0.05, 0.6)), l1ia = round3(rnd_.Uniform(0.02, 0.2));
             const double dp = round3(rnd_.Uniform(0.3, 0.9)), dn = 0.1, cos = 0.92, kzap = 0.5, f = 50;
             const double wa = round3(rnd_.Uniform(150, 900)), waBus = round3(wa * 0.05);
-            fb.Row({ident, cos, 0, f, nLines, dp, kzap, dn, lma, -1.0, lmm, l23a, -1.0, -1.0, l1a, -1.0, -1.0, l1ia,
-                    -1.0, -1.0, l23ia, -1.0, -1.0});
+            fb.Row({ident, cos,  0,   f,    nLines, dp,   kzap, dn,   lma,   -1.0, lmm, l23a,
+                    -1.0,  -1.0, l1a, -1.0, -1.0,   l1ia, -1.0, -1.0, l23ia, -1.0, -1.0});
             // The normative loss model: equivalent length, k0.4 and the loss of the year.
             const double lm = lma + 0.6 * std::max(lmm, 0.0);
             const double lekv = lm + 0.44 * (l23a + l23ia) + 0.22 * (l1a + l1ia);
@@ -471,14 +503,26 @@ private:
 
     void LVResults()
     {
-        auto lr = W(QStringLiteral("LVResults"),
-                    {"Ident", "GUID", "SampleIdent", "CalcType", "T", "UA", "UB", "UC", "IA", "IB", "IC", "U2A", "U2B",
-                     "U2C", "CosFiA", "CosFiB", "CosFiC", "ImaxA", "ImaxB", "ImaxC", "Kdp", "Krazv", "Lm", "L23", "L1",
-                     "HeadEndLength", "HeadEndSize", "Temperature", "dPdop", "dWdop", "sqrKfg"});
+        auto lr = W(QStringLiteral("LVResults"), {"Ident",       "GUID",
+                                                  "SampleIdent", "CalcType",
+                                                  "T",           "UA",
+                                                  "UB",          "UC",
+                                                  "IA",          "IB",
+                                                  "IC",          "U2A",
+                                                  "U2B",         "U2C",
+                                                  "CosFiA",      "CosFiB",
+                                                  "CosFiC",      "ImaxA",
+                                                  "ImaxB",       "ImaxC",
+                                                  "Kdp",         "Krazv",
+                                                  "Lm",          "L23",
+                                                  "L1",          "HeadEndLength",
+                                                  "HeadEndSize", "Temperature",
+                                                  "dPdop",       "dWdop",
+                                                  "sqrKfg"});
         auto pa = W(QStringLiteral("LVPResultsAdd"),
-                    {"Ident", "RES", "Balance", "Pcalc", "Pfakt", "Pgen", "Qcalc", "Qfakt", "Qgen", "dP", "dQ",
-                     "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "LsumP", "LsumP_off", "LsumC",
-                     "LsumC_off"});
+                    {"Ident",  "RES",        "Balance", "Pcalc",     "Pfakt",     "Pgen",     "Qcalc",
+                     "Qfakt",  "Qgen",       "dP",      "dQ",        "NAbonents", "NLineP",   "NLineP_off",
+                     "NLineC", "NLineC_off", "LsumP",   "LsumP_off", "LsumC",     "LsumC_off"});
         auto wa = W(QStringLiteral("LVWResultsAdd"), {"Ident", "RES", "Balance", "Wacalc", "Wafakt", "Wa_gen", "Wrcalc",
                                                       "Wrfakt", "Wr_gen", "dWa", "dWr"});
         int ident = 0, index = 0;
@@ -489,9 +533,36 @@ private:
                 const double i = lv.i * rnd_.Uniform(0.9, 1.1);
                 const double p = std::sqrt(3.0) * 0.4 * i * lv.cos;
                 const double sqrKfg = round3(rnd_.Uniform(1.1, 1.6));
-                lr.Row({ident, lv.guid, yearIdents_[y], 0, 8760, 231.0, 230.0, 229.0, i, i * 0.95, i * 1.05, 221.0,
-                        220.0, 218.0, lv.cos, lv.cos, lv.cos, i * 1.7, i * 1.6, i * 1.8, 1.06, 0.8, lv.length * 0.6,
-                        lv.length * 0.3, lv.length * 0.1, 0.05, 50.0, -5.0, round3(p * 0.02), round3(p * 0.02 * 3.5),
+                lr.Row({ident,
+                        lv.guid,
+                        yearIdents_[y],
+                        0,
+                        8760,
+                        231.0,
+                        230.0,
+                        229.0,
+                        i,
+                        i * 0.95,
+                        i * 1.05,
+                        221.0,
+                        220.0,
+                        218.0,
+                        lv.cos,
+                        lv.cos,
+                        lv.cos,
+                        i * 1.7,
+                        i * 1.6,
+                        i * 1.8,
+                        1.06,
+                        0.8,
+                        lv.length * 0.6,
+                        lv.length * 0.3,
+                        lv.length * 0.1,
+                        0.05,
+                        50.0,
+                        -5.0,
+                        round3(p * 0.02),
+                        round3(p * 0.02 * 3.5),
                         sqrKfg});
                 const int balanceRes[2] = {lv.res, NextRes(lv.res)};
                 for (int r = 0; r < (twoRes ? 2 : 1); ++r) {
@@ -499,9 +570,26 @@ private:
                         const double share = (balance == 0 ? 0.85 : 0.15) / (twoRes ? 2 : 1);
                         const double pg = p * share, dp = pg * rnd_.Uniform(0.02, 0.08);
                         const int lines = rnd_.Int(3, 12);
-                        pa.Row({ident, balanceRes[r], balance, pg - dp, (pg - dp) * 0.98, pg, pg * 0.45, pg * 0.44,
-                                pg * 0.47, dp, dp * 0.6, rnd_.Int(5, 80), lines, rnd_.Int(0, 1), rnd_.Int(0, 3), 0,
-                                lv.length * share * 0.8, 0.0, lv.length * share * 0.2, 0.0});
+                        pa.Row({ident,
+                                balanceRes[r],
+                                balance,
+                                pg - dp,
+                                (pg - dp) * 0.98,
+                                pg,
+                                pg * 0.45,
+                                pg * 0.44,
+                                pg * 0.47,
+                                dp,
+                                dp * 0.6,
+                                rnd_.Int(5, 80),
+                                lines,
+                                rnd_.Int(0, 1),
+                                rnd_.Int(0, 3),
+                                0,
+                                lv.length * share * 0.8,
+                                0.0,
+                                lv.length * share * 0.2,
+                                0.0});
                         const double wg = lvEnergy_[(&lv - lvs_.data()) * shape_.years + y] * share;
                         const double dw = wg * rnd_.Uniform(0.03, 0.09);
                         wa.Row({ident, balanceRes[r], balance, wg - dw, (wg - dw) * 0.97, wg, wg * 0.45, wg * 0.44,

@@ -157,8 +157,8 @@ void ShowSamplesWInput(const char16_t* AFileName, intptr_t AParam)
 
 void ShowSamplesTmaxInput(const char16_t* AFileName, intptr_t AParam)
 {
-    runImport<TxlsLVZamerTmaxForm>(AFileName, AParam, RightTmaxSamples,
-                                   QStringLiteral("step1.ShowLVSamplesTmaxInput"), true);
+    runImport<TxlsLVZamerTmaxForm>(AFileName, AParam, RightTmaxSamples, QStringLiteral("step1.ShowLVSamplesTmaxInput"),
+                                   true);
 }
 
 void ShowLVNormativMethodInput(const char16_t* AFileName, intptr_t AParam)

@@ -52,8 +52,18 @@ OZN32_EXPORT void* dbkFCallWrapperAddr;
 OZN32_EXPORT void __dbk_fcall_wrapper();
 
 // The export names, in the order of the table of exports.
-inline constexpr const char* kOzn32ExportNames[] = {
-    "ShowSamplesWInput",  "ShowSamplesTmaxInput", "ShowLVNormativMethodInput", "ShowLVFiders",
-    "RunLVNormativMethod", "RunLVNormativMethodResults", "ShowLVPESResults", "ShowLVPESResultsAll",
-    "ShowLVResultsGrid",  "ShowLVUndersupplyReport", "DetailFrameCreate", "ShowFiderHHResults",
-    "BuildFiderHHResults", "GetLVMiddleRegim", "GetLVMaxRegim"};
+inline constexpr const char* kOzn32ExportNames[] = {"ShowSamplesWInput",
+                                                    "ShowSamplesTmaxInput",
+                                                    "ShowLVNormativMethodInput",
+                                                    "ShowLVFiders",
+                                                    "RunLVNormativMethod",
+                                                    "RunLVNormativMethodResults",
+                                                    "ShowLVPESResults",
+                                                    "ShowLVPESResultsAll",
+                                                    "ShowLVResultsGrid",
+                                                    "ShowLVUndersupplyReport",
+                                                    "DetailFrameCreate",
+                                                    "ShowFiderHHResults",
+                                                    "BuildFiderHHResults",
+                                                    "GetLVMiddleRegim",
+                                                    "GetLVMaxRegim"};

@@ -44,8 +44,8 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     const int guid = feeder->GetIdent();
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
-        q->SetSQLText(QStringLiteral(
-            R"(select "Name", "TabOrder" from "LVNodes" where "OwnerGUID"=:GUID order by "TabOrder")"));
+        q->SetSQLText(
+            QStringLiteral(R"(select "Name", "TabOrder" from "LVNodes" where "OwnerGUID"=:GUID order by "TabOrder")"));
         q->ParamByName(QStringLiteral("GUID"), guid);
         for (q->Open(); !q->Eof(); q->Next())
             addRow(nodes_, {q->Str(QStringLiteral("Name")), q->Str(QStringLiteral("TabOrder"))});

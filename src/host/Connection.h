@@ -1,8 +1,8 @@
 #pragma once
+#include <QHash>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
-#include <QHash>
 #include <QVariant>
 #include <memory>
 #include <stdexcept>
@@ -25,8 +25,7 @@ public:
 // and Rollback (third); CommitRetaining commits and leaves a transaction open.
 class OZN3HOST_API ToznFDConnection {
 public:
-    ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user,
-                     const QString& password);
+    ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user, const QString& password);
     ~ToznFDConnection();
     ToznFDConnection(const ToznFDConnection&) = delete;
     ToznFDConnection& operator=(const ToznFDConnection&) = delete;

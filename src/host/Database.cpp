@@ -202,10 +202,10 @@ bool TfdbDatabase::GetUserRightsByPeriodAndIdent(int period, int ident, int righ
 void TfdbDatabase::SetUserRight(const QString& user, int right, bool granted, int period, int ident)
 {
     auto q = defaultConnection_->NewQuery();
-    q->SetSQLText(QStringLiteral(
-        "update or insert into \"UserRights\" (\"UserName\", \"UserRight\", \"PeriodIdent\", \"ObjectGUID\", \"Granted\")"
-        " values (:UserName, :UserRight, :Period, :Ident, :Granted)"
-        " matching (\"UserName\", \"UserRight\", \"PeriodIdent\", \"ObjectGUID\")"));
+    q->SetSQLText(QStringLiteral("update or insert into \"UserRights\" (\"UserName\", \"UserRight\", \"PeriodIdent\", "
+                                 "\"ObjectGUID\", \"Granted\")"
+                                 " values (:UserName, :UserRight, :Period, :Ident, :Granted)"
+                                 " matching (\"UserName\", \"UserRight\", \"PeriodIdent\", \"ObjectGUID\")"));
     q->ParamByName(QStringLiteral("UserName"), user.toUpper());
     q->ParamByName(QStringLiteral("UserRight"), right);
     q->ParamByName(QStringLiteral("Period"), period);

@@ -45,7 +45,8 @@ QString QtFilter(const QString& hostFilter)
     const QStringList parts = hostFilter.split(QLatin1Char('|'));
     QStringList filters;
     for (int i = 0; i + 1 < parts.size(); i += 2)
-        filters << QStringLiteral("%1 (%2)").arg(parts[i], QString(parts[i + 1]).replace(QLatin1Char(';'), QLatin1Char(' ')));
+        filters << QStringLiteral("%1 (%2)").arg(parts[i],
+                                                 QString(parts[i + 1]).replace(QLatin1Char(';'), QLatin1Char(' ')));
     return filters.join(QStringLiteral(";;"));
 }
 

@@ -55,10 +55,7 @@ void TFiderHHCalcParamsRW::Set(double TLVCalcValues::*field, double value)
     Changed();
 }
 
-TFiderHHCalcParams::TFiderHHCalcParams(const TFiderHHCalcParams& other) : TFiderHHCalcParamsRW()
-{
-    Assign(other);
-}
+TFiderHHCalcParams::TFiderHHCalcParams(const TFiderHHCalcParams& other) : TFiderHHCalcParamsRW() { Assign(other); }
 
 void TFiderHHCalcParams::CopyFrom(TLVCalcLevel level)
 {

@@ -21,9 +21,7 @@ TInitOZN* Init(bool create)
 
 void ResetInit() { g_init.reset(); }
 
-TInitOZN::TInitOZN(const QString& iniPath) : settings_(std::make_unique<QSettings>(iniPath, QSettings::IniFormat))
-{
-}
+TInitOZN::TInitOZN(const QString& iniPath) : settings_(std::make_unique<QSettings>(iniPath, QSettings::IniFormat)) {}
 
 QString TInitOZN::DefaultPath()
 {

@@ -1,8 +1,8 @@
 #pragma once
 #include <QByteArray>
+#include <QHash>
 #include <QSettings>
 #include <QString>
-#include <QHash>
 #include <QVariant>
 #include <memory>
 

@@ -1,7 +1,8 @@
 #include "host/Progress.h"
 
-#include <QApplication>
 #include <unistd.h>
+
+#include <QApplication>
 #include <QProgressDialog>
 
 namespace host {

@@ -36,8 +36,7 @@ bool VerifySenderFile(QString& fileName)
     return true;
 }
 
-TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner)
-    : QDialog(owner), besideExcel_(host::IsSpreadsheetInstalled())
+TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner) : QDialog(owner), besideExcel_(host::IsSpreadsheetInstalled())
 {
     body_ = new QVBoxLayout(this);
     buttons_ = new QDialogButtonBox(this);
@@ -48,7 +47,8 @@ TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner)
     connect(buttons_, &QDialogButtonBox::rejected, this, &QDialog::reject);
     if (besideExcel_) {
         // Closing with the workbook left open in the spreadsheet application answers No.
-        QPushButton* leave = buttons_->addButton(QStringLiteral("Оставить книгу открытой"), QDialogButtonBox::ActionRole);
+        QPushButton* leave =
+            buttons_->addButton(QStringLiteral("Оставить книгу открытой"), QDialogButtonBox::ActionRole);
         leave->setObjectName(QStringLiteral("btnLeaveInExcel"));
         connect(leave, &QPushButton::clicked, this, [this] { done(host::mrNo); });
     }

@@ -111,8 +111,7 @@ void TfdbTree::LVUpdateEnabled(ToznFDConnection& connection, const QList<int>& g
             item.enabled_ = enabled.contains(item.ident_);
 }
 
-ToznListItemCommon* TfdbTree::CreateFiderHH(int nodeGuid, int newGuid, int /*kind*/, const QString& name,
-                                            double& unom)
+ToznListItemCommon* TfdbTree::CreateFiderHH(int nodeGuid, int newGuid, int /*kind*/, const QString& name, double& unom)
 {
     ToznListItemCommon* node = Find(nodeGuid);
     if (!node || node->nodeType_ != NodeType::Nodes)

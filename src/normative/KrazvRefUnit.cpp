@@ -23,7 +23,10 @@ TKrazvReference::TKrazvReference(QWidget* owner) : QDialog(owner)
     const QStringList columns{QStringLiteral("1-4"), QStringLiteral("5-10"), QStringLiteral("11 и более")};
     for (int c = 0; c < columns.size(); ++c)
         grid->addWidget(new QLabel(columns[c], this), 0, c + 1, Qt::AlignCenter);
-    struct Scheme { QString name; QStringList values; };
+    struct Scheme {
+        QString name;
+        QStringList values;
+    };
     const Scheme schemes[] = {
         {QStringLiteral("Радиальная"), {"0,77", "0,72", "0,68"}},
         {QStringLiteral("Лучевая"), {"0,93", "0,87", "0,81"}},

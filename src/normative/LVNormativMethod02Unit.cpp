@@ -29,9 +29,9 @@ QMenu* TLVNormativMethodForm2::BuildContextMenu(ToznListItemCommon* item)
     menu->setObjectName(QStringLiteral("TreePopup"));
     QMenu* calc = menu->addMenu(QStringLiteral("Расчет"));
     calc->setObjectName(QStringLiteral("itmCalc"));
-    const std::pair<int, const char*> levels[] = {{1, "АО энерго"}, {2, "Электрические сети"},
-                                                  {3, "Район электрических сетей"}, {4, "Центр питания"},
-                                                  {6, "Фидер 6(10) кВ"}, {7, "ТП"}};
+    const std::pair<int, const char*> levels[] = {
+        {1, "АО энерго"},     {2, "Электрические сети"}, {3, "Район электрических сетей"},
+        {4, "Центр питания"}, {6, "Фидер 6(10) кВ"},     {7, "ТП"}};
     for (const auto& [code, caption] : levels)
         calc->addAction(QString::fromUtf8(caption), this, [this, item, code = code] { StartCalculation(item, code); });
     calc->menuAction()->setVisible(FullRun() && MenuLevel(item) != 0);

@@ -24,10 +24,10 @@ constexpr int kCommitEvery = 2000;
 // Log lines travel to the main thread in small packets, at least ten times a second.
 constexpr int kLinesPerPost = 200;
 constexpr int kPostEveryMs = 100;
-}
+}  // namespace
 
-TCalcThread::TCalcThread(QObject* context, TCalcEvents events, TfdbDatabase* database, TfdbTree* tree,
-                         int startIdent, int levelCode, const TSamplePeriodInfo& period)
+TCalcThread::TCalcThread(QObject* context, TCalcEvents events, TfdbDatabase* database, TfdbTree* tree, int startIdent,
+                         int levelCode, const TSamplePeriodInfo& period)
     : context_(context), events_(std::move(events)), database_(database), tree_(tree), startIdent_(startIdent),
       levelCode_(levelCode), period_(period)
 {
@@ -46,10 +46,12 @@ int TCalcThread::NodeTypeOfLevel(int levelCode)
     }
 }
 
-void TCalcThread::Post(std::function<void()> f) { QMetaObject::invokeMethod(context_, std::move(f), Qt::QueuedConnection); }
+void TCalcThread::Post(std::function<void()> f)
+{
+    QMetaObject::invokeMethod(context_, std::move(f), Qt::QueuedConnection);
+}
 
-void TCalcThread::Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list,
-                          QSet<int>& seen)
+void TCalcThread::Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list, QSet<int>& seen)
 {
     if (isInterruptionRequested())
         return;
@@ -99,11 +101,17 @@ void TCalcThread::run()
         sincePost.restart();
     };
     try {
-        Post([e = events_] { if (e.Status) e.Status(QStringLiteral("Формируем список для расчета...")); });
+        Post([e = events_] {
+            if (e.Status)
+                e.Status(QStringLiteral("Формируем список для расчета..."));
+        });
         const std::vector<ToznListItemCommon*> list = BuildList();
         if (!list.empty()) {
             const int n = static_cast<int>(list.size());
-            Post([e = events_, n] { if (e.Count) e.Count(n); });
+            Post([e = events_, n] {
+                if (e.Count)
+                    e.Count(n);
+            });
             connection = database_->NewConnection();
             TLVNormativeStore store(*connection);
             store.Preload(period_);
@@ -139,7 +147,10 @@ void TCalcThread::run()
     postLines();
     connection.reset();
     const int processed = processed_;
-    Post([e = events_, processed, error] { if (e.Finish) e.Finish(processed, error); });
+    Post([e = events_, processed, error] {
+        if (e.Finish)
+            e.Finish(processed, error);
+    });
 }
 
 TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(owner)
@@ -242,9 +253,9 @@ void TLVNormativMethodCalcForm::Finished(int, const QString& error)
 
 void TLVNormativMethodCalcForm::SaveLog()
 {
-    const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить список на диск"),
-                                                      QStringLiteral("Текстовый документ|*.txt"),
-                                                      QStringLiteral("txt"), QString());
+    const QString file =
+        host::dialogs().SaveFileName(QStringLiteral("Сохранить список на диск"),
+                                     QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"), QString());
     if (file.isEmpty())
         return;
     QSaveFile out(file);

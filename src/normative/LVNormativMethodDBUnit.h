@@ -57,6 +57,6 @@ private:
     QHash<int, StoredWithScheme> stored_;
     QHash<int, int> nearest_;  // element -> scheme of the nearest period
     QHash<int, Scheme> schemes_;
-    int cleanChanges_ = -1;    // the sample's change count right after loading
+    int cleanChanges_ = -1;  // the sample's change count right after loading
     const TLVNormativSample0* loaded_ = nullptr;
 };

@@ -6,9 +6,9 @@
 #include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
 
-const char* const TLVNormativSample0::LengthNames[LengthCount] = {
-    "Lma", "Lms", "Lmm", "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im",
-    "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im"};
+const char* const TLVNormativSample0::LengthNames[LengthCount] = {"Lma",  "Lms",   "Lmm",   "L23a",  "L23s",
+                                                                  "L23m", "L23ia", "L23is", "L23im", "L1a",
+                                                                  "L1s",  "L1m",   "L1ia",  "L1is",  "L1im"};
 
 namespace {
 constexpr double kNotGiven = -1;
@@ -92,10 +92,7 @@ void TLVNormativSample0::ClearGroup(Group group, std::initializer_list<Length> f
 
 void TLVNormativSample0::ClearMainLine() { ClearGroup(Group::MainLine, {Lma, Lms, Lmm}); }
 
-void TLVNormativSample0::ClearBranches23()
-{
-    ClearGroup(Group::Branches23, {L23a, L23s, L23m, L23ia, L23is, L23im});
-}
+void TLVNormativSample0::ClearBranches23() { ClearGroup(Group::Branches23, {L23a, L23s, L23m, L23ia, L23is, L23im}); }
 
 void TLVNormativSample0::ClearBranches1() { ClearGroup(Group::Branches1, {L1a, L1s, L1m, L1ia, L1is, L1im}); }
 
@@ -162,8 +159,7 @@ double TLVNormativSample0::deltaWa()
     double result = kNotGiven;
     const double waNet = WaNet(), k = k038(), lekv = Lekv();
     // The order of the tests is the model's own; kzap is deliberately not among them.
-    if (waNet > 0 && nLines_ > 0 && cosFi_ >= 0 && f_ > 0 && t_ >= 1 && dn_ >= 0 && k >= 0 && lekv >= 0 &&
-        cosFi_ > 0) {
+    if (waNet > 0 && nLines_ > 0 && cosFi_ >= 0 && f_ > 0 && t_ >= 1 && dn_ >= 0 && k >= 0 && lekv >= 0 && cosFi_ > 0) {
         const double w = waNet / nLines_ * (1 - dn_);
         const double d = f_ * t_ / 24;
         result = k * w * w / (cosFi_ * cosFi_) * lekv / d * (2 * kzap_ + 1) / (3 * kzap_);
@@ -243,9 +239,8 @@ double TLVNormativSample0::GetLengths(int index) const
 
 double TLVNormativSample0::MaterialTotal(Material material) const
 {
-    static constexpr Length lines[3][5] = {{L23a, L23ia, L1a, L1ia, Lma},
-                                           {L23s, L23is, L1s, L1is, Lms},
-                                           {L23m, L23im, L1m, L1im, Lmm}};
+    static constexpr Length lines[3][5] = {
+        {L23a, L23ia, L1a, L1ia, Lma}, {L23s, L23is, L1s, L1is, Lms}, {L23m, L23im, L1m, L1im, Lmm}};
     const Length* l = lines[material];
     const double sum = positive(LengthTotal(l[0], l[1])) + positive(LengthTotal(l[2], l[3])) + positive(lengths_[l[4]]);
     return sum == 0 ? kNotGiven : sum;

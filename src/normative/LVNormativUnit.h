@@ -15,14 +15,7 @@ class TLVNormativSample0 {
 public:
     // The fifteen length inputs: main line, two/three-phase branches and their building inputs,
     // single-phase branches and their building inputs; a aluminium, s steel, m copper.
-    enum Length {
-        Lma, Lms, Lmm,
-        L23a, L23s, L23m,
-        L23ia, L23is, L23im,
-        L1a, L1s, L1m,
-        L1ia, L1is, L1im,
-        LengthCount
-    };
+    enum Length { Lma, Lms, Lmm, L23a, L23s, L23m, L23ia, L23is, L23im, L1a, L1s, L1m, L1ia, L1is, L1im, LengthCount };
     enum class Group { MainLine, Branches23, Branches1 };
     enum class Outcome { Saved, Over100, NoSupply, NotEnoughData };
     enum Material { Aluminium, Steel, Copper };

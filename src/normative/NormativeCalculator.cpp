@@ -55,12 +55,20 @@ bool apply(const QJsonObject& o, S& s, QString& error)
             error = QStringLiteral("Неизвестное поле: %1").arg(it.key());
             return false;
         }
-    auto has = [&](const char* name) { return o.contains(QLatin1String(name)) && !o.value(QLatin1String(name)).isNull(); };
+    auto has = [&](const char* name) {
+        return o.contains(QLatin1String(name)) && !o.value(QLatin1String(name)).isNull();
+    };
     auto value = [&](const char* name) { return o.value(QLatin1String(name)); };
     double d = 0;
     int i = 0;
-    struct FloatField { const char* name; void (S::*set)(double); };
-    struct IntField { const char* name; void (S::*set)(int); };
+    struct FloatField {
+        const char* name;
+        void (S::*set)(double);
+    };
+    struct IntField {
+        const char* name;
+        void (S::*set)(int);
+    };
     const FloatField floats1[] = {{"Wa", &S::SetWa}, {"Wa_bus", &S::SetWa_bus}};
     const IntField ints1[] = {{"T", &S::SetT}, {"Unom", &S::SetUnom}};
     const FloatField floats2[] = {{"CosFi", &S::SetCosFi}, {"F", &S::SetF}};

@@ -2,8 +2,8 @@
 // SQL texts of the normative method.
 namespace NormativeSql {
 
-#define OZN3_LVFIDERSB_COLUMNS                                                                                    \
-    R"(f."CosFi", f."Unom", f."F", f."NLines", f."dp", f."kzap", f."dn", f."Lma", f."Lms", f."Lmm", f."L23a", )" \
+#define OZN3_LVFIDERSB_COLUMNS                                                                                         \
+    R"(f."CosFi", f."Unom", f."F", f."NLines", f."dp", f."kzap", f."dn", f."Lma", f."Lms", f."Lmm", f."L23a", )"       \
     R"(f."L23s", f."L23m", f."L23ia", f."L23is", f."L23im", f."L1a", f."L1s", f."L1m", f."L1ia", f."L1is", f."L1im")"
 
 // The element's stored row for the interval with its inputs.
@@ -30,12 +30,13 @@ inline constexpr const char* kNearestScheme =
 inline constexpr const char* kOtherPeriods =
     R"(select r.GUID, r."Info", sd."SampleDate1", sd."SampleDate2" from "LVWResultsB" r
   join "SamplesDates" sd on sd."Ident"=r."SampleIdent" where r."SampleIdent"<>:SampleIdent)";
-inline constexpr const char* kScheme = R"(select f."Ident", )" OZN3_LVFIDERSB_COLUMNS
-    R"( from "LVFidersB" f where f."Ident"=:Info)";
+inline constexpr const char* kScheme =
+    R"(select f."Ident", )" OZN3_LVFIDERSB_COLUMNS R"( from "LVFidersB" f where f."Ident"=:Info)";
 inline constexpr const char* kAllSchemes = R"(select f."Ident", )" OZN3_LVFIDERSB_COLUMNS R"( from "LVFidersB" f)";
 inline constexpr const char* kSaveScheme =
     R"(update or insert into "LVFidersB" ("Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms", "Lmm", "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im") values (:Ident, :CosFi, :Unom, :F, :NLines, :dp, :kzap, :dn, :Lma, :Lms, :Lmm, :L23a, :L23s, :L23m, :L23ia, :L23is, :L23im, :L1a, :L1s, :L1m, :L1ia, :L1is, :L1im) matching ("Ident"))";
-inline constexpr const char* kSections = R"(select "Idx", "LenVL", "LenKL" from "LVFidersBSections" where "Info"=:Info)";
+inline constexpr const char* kSections =
+    R"(select "Idx", "LenVL", "LenKL" from "LVFidersBSections" where "Info"=:Info)";
 inline constexpr const char* kDeleteSections = R"(delete from "LVFidersBSections" where "Info"=:Info)";
 inline constexpr const char* kInsertSection =
     R"(insert into "LVFidersBSections" ("Info", "Idx", "LenVL", "LenKL") values (:Info, :Idx, :LenVL, :LenKL))";

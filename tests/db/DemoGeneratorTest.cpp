@@ -1,6 +1,7 @@
+#include "db/DemoGenerator.h"
+
 #include <gtest/gtest.h>
 
-#include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
 #include "host/Database.h"
 #include "host/Tree.h"
@@ -17,9 +18,13 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     TfdbTree* tree = db->GetTree();
     const db::DemoShape s = db::DemoShape::For(db::DemoSize::Small);
     int expected = 1;
-    for (auto [type, factor] : {std::pair{NodeType::AOEnergo, 1}, {NodeType::PES, s.pes}, {NodeType::RES, s.resPerPes},
-                                {NodeType::Centers, s.centersPerRes}, {NodeType::Sections, s.sectionsPerCenter},
-                                {NodeType::Fiders, s.fidersPerSection}, {NodeType::Nodes, s.nodesPerFider}}) {
+    for (auto [type, factor] : {std::pair{NodeType::AOEnergo, 1},
+                                {NodeType::PES, s.pes},
+                                {NodeType::RES, s.resPerPes},
+                                {NodeType::Centers, s.centersPerRes},
+                                {NodeType::Sections, s.sectionsPerCenter},
+                                {NodeType::Fiders, s.fidersPerSection},
+                                {NodeType::Nodes, s.nodesPerFider}}) {
         expected *= factor;
         EXPECT_EQ(tree->CountOfType(type), expected) << type;
     }
@@ -37,7 +42,8 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     EXPECT_GE(Scalar(c, "select count(*) from \"NodeLinks\""), 1);
     for (const char* cond : {"t.\"UnomH\"<1", "t.\"UnomH\"=1", "t.\"UnomH\">1"})
         EXPECT_GE(Scalar(c, QStringLiteral("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
-                                           "t.\"Ident\"=n.\"Transf\" where %1").arg(QString::fromUtf8(cond))),
+                                           "t.\"Ident\"=n.\"Transf\" where %1")
+                                .arg(QString::fromUtf8(cond))),
                   1)
             << cond;
     EXPECT_GE(Scalar(c, "select count(*) from \"ProvodTypes\" where \"Unom\"=0.380"), 3);

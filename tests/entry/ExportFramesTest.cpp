@@ -78,10 +78,7 @@ protected:
         node_ = q->Int("OwnerGUID");
         return q->Int("GUID");
     }
-    int YearPeriod()
-    {
-        return db_->GetSamplePeriods()->GetItems(0).Ident;
-    }
+    int YearPeriod() { return db_->GetSamplePeriods()->GetItems(0).Ident; }
 
     TempFolder folder_;
     std::unique_ptr<TfdbDatabase> db_;
@@ -124,9 +121,8 @@ TEST_F(Frames, ImportClosedNormallyBringsTheHostBack)
     EXPECT_TRUE(readOnly);
     EXPECT_EQ(trace().first(), "step1.ShowLVSamplesTmaxInput|-1|-1");
     EXPECT_EQ(trace().last(), "step3.ShowModal|4|2");
-    EXPECT_EQ(host::windows().History(),
-              QStringList({"SetWindowPos(main,top,0x93)", "SetWindowPos(main,top,0x43)", "SetActiveWindow(main)",
-                           "SetForegroundWindow(main)"}));
+    EXPECT_EQ(host::windows().History(), QStringList({"SetWindowPos(main,top,0x93)", "SetWindowPos(main,top,0x43)",
+                                                      "SetActiveWindow(main)", "SetForegroundWindow(main)"}));
     EXPECT_TRUE(main_.isVisible());
 }
 

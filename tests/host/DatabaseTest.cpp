@@ -1,8 +1,9 @@
+#include "host/Database.h"
+
 #include <gtest/gtest.h>
 
 #include <QFile>
 
-#include "host/Database.h"
 #include "host/InitOZN.h"
 #include "support/TestSupport.h"
 
@@ -136,8 +137,8 @@ TEST(Database, RightsAreRowsOfTheDatabaseForTheConnectionsUser)
     EXPECT_FALSE(db->GetUserRights(0));
     EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(-1, -1, 12));
 
-    db->SetUserRight(me, 12, true);  // any period, any object
-    db->SetUserRight(me, 13, true, 5, -1);  // period 5 only
+    db->SetUserRight(me, 12, true);           // any period, any object
+    db->SetUserRight(me, 13, true, 5, -1);    // period 5 only
     db->SetUserRight(me, 14, true, -1, 700);  // object 700 only
     db->SetUserRight("SOMEONE_ELSE", 0, true);
 

@@ -1,8 +1,9 @@
+#include "host/NumericHelpers.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "host/NumericHelpers.h"
 #include "support/TestSupport.h"
 
 TEST(NumericHelpers, EmptyAwareArithmetic)

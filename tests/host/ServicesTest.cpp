@@ -78,8 +78,8 @@ TEST(WindowService, HandOverIsCarriedOutAndRecorded)
     w.SetWindowPos(w.MainHandle(), Top, NoSize | NoMove | Show);
     EXPECT_TRUE(main.isVisible());
     w.SetForegroundWindow(w.MainHandle());
-    EXPECT_EQ(w.History(), QStringList({"SetWindowPos(main,top,0x93)", "SetWindowPos(main,top,0x43)",
-                                        "SetForegroundWindow(main)"}));
+    EXPECT_EQ(w.History(),
+              QStringList({"SetWindowPos(main,top,0x93)", "SetWindowPos(main,top,0x43)", "SetForegroundWindow(main)"}));
     w.SetMainWindow(nullptr);
 }
 

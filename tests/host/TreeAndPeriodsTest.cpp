@@ -15,23 +15,24 @@ namespace {
 // a second feeder shows the first substation again as a link.
 void buildSmallNetwork(ToznFDConnection& c)
 {
-    for (const char* sql : {
-             R"(insert into "AOEnergo" ("GUID","Name") values (1, 'АО'))",
-             R"(insert into "PES" ("GUID","Name","OwnerGUID") values (2, 'ПЭС', 1))",
-             R"(insert into "RES" ("GUID","Name","OwnerGUID") values (3, 'РЭС', 2))",
-             R"(insert into "Centers" ("GUID","Name","OwnerGUID") values (4, 'ПС', 3))",
-             R"(insert into "Sections" ("GUID","Name","OwnerGUID","Unom") values (5, 'СШ-1', 4, 10))",
-             R"(insert into "Fiders" ("GUID","Name","OwnerGUID") values (6, 'Ф-1', 5))",
-             R"(insert into "Fiders" ("GUID","Name","OwnerGUID") values (10, 'Ф-2', 5))",
-             R"(insert into "Transforms2" ("Ident","TypeTR","Snom","UnomH") values (1, 'ТМ', 250, 0.4))",
-             R"(insert into "Transforms2" ("Ident","TypeTR","Snom","UnomH") values (2, 'ТМ', 1000, 1))",
-             R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (7, 'ТП-7', 'ТП-7', 6, 1, 3))",
-             R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (8, 'ТП-8', 'ТП-8', 6, 2, 3))",
-             R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (9, 'РП-9', 'РП-9', 9, 1, 3))",
-             R"(insert into "NodeLinks" ("GUID","OwnerGUID","LinkGUID") values (11, 10, 7))",
-             R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (20, 'Л-1', 7, 1, 0.38))",
-             R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (21, 'Л-2', 8, 1, 0.38))",
-             R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (22, 'Л-3', 9, 1, 0.38))"})
+    for (
+        const char* sql :
+        {R"(insert into "AOEnergo" ("GUID","Name") values (1, 'АО'))",
+         R"(insert into "PES" ("GUID","Name","OwnerGUID") values (2, 'ПЭС', 1))",
+         R"(insert into "RES" ("GUID","Name","OwnerGUID") values (3, 'РЭС', 2))",
+         R"(insert into "Centers" ("GUID","Name","OwnerGUID") values (4, 'ПС', 3))",
+         R"(insert into "Sections" ("GUID","Name","OwnerGUID","Unom") values (5, 'СШ-1', 4, 10))",
+         R"(insert into "Fiders" ("GUID","Name","OwnerGUID") values (6, 'Ф-1', 5))",
+         R"(insert into "Fiders" ("GUID","Name","OwnerGUID") values (10, 'Ф-2', 5))",
+         R"(insert into "Transforms2" ("Ident","TypeTR","Snom","UnomH") values (1, 'ТМ', 250, 0.4))",
+         R"(insert into "Transforms2" ("Ident","TypeTR","Snom","UnomH") values (2, 'ТМ', 1000, 1))",
+         R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (7, 'ТП-7', 'ТП-7', 6, 1, 3))",
+         R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (8, 'ТП-8', 'ТП-8', 6, 2, 3))",
+         R"(insert into "Nodes" ("GUID","Name","Info","OwnerGUID","Transf","RES") values (9, 'РП-9', 'РП-9', 9, 1, 3))",
+         R"(insert into "NodeLinks" ("GUID","OwnerGUID","LinkGUID") values (11, 10, 7))",
+         R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (20, 'Л-1', 7, 1, 0.38))",
+         R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (21, 'Л-2', 8, 1, 0.38))",
+         R"(insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") values (22, 'Л-3', 9, 1, 0.38))"})
         Exec(c, QString::fromUtf8(sql));
 }
 }  // namespace
@@ -116,7 +117,7 @@ TEST(SamplePeriods, CatalogueOrderedByStartWithPeriodNames)
     EXPECT_EQ(year->GetName(), "2024г.");
     EXPECT_EQ(year->PeriodName, "Год");
     EXPECT_DOUBLE_EQ(year->EndDays() - year->StartDays(), 366);  // a leap year
-    EXPECT_DOUBLE_EQ(year->StartDays(), 45292);  // 1 January 2024 in the host's day count
+    EXPECT_DOUBLE_EQ(year->StartDays(), 45292);                  // 1 January 2024 in the host's day count
     EXPECT_EQ(list->GetPSamplePeriodInfoByIdent(99), nullptr);
     EXPECT_FALSE(f_SamePeriods(*list->GetPSamplePeriodInfoByIdent(5), *year));
     EXPECT_TRUE(f_SamePeriods(*list->GetPSamplePeriodInfoByIdent(5), *list->GetPSamplePeriodInfoByIdent(7)));

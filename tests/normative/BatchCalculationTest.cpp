@@ -209,8 +209,8 @@ TEST_F(Batch, HeadlessRunPrintsTheCountAndWritesTheLog)
     const int districts = db_->GetTree()->CountOfType(NodeType::RES);
     db_.reset();  // the embedded engine serves one process at a time
     QProcess p;
-    p.start(AppPath(), {"normative", "--db", path, "--node", QString::number(root_), "--level",
-                        "3", "--period", QString::number(firstYear_.Ident), "--log", log});
+    p.start(AppPath(), {"normative", "--db", path, "--node", QString::number(root_), "--level", "3", "--period",
+                        QString::number(firstYear_.Ident), "--log", log});
     ASSERT_TRUE(p.waitForFinished(120000));
     EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
     EXPECT_TRUE(QString::fromUtf8(p.readAllStandardOutput())
@@ -220,8 +220,7 @@ TEST_F(Batch, HeadlessRunPrintsTheCountAndWritesTheLog)
     EXPECT_EQ(QString::fromUtf8(f.readAll()).count('\n'), districts);
 
     QProcess bad;
-    bad.start(AppPath(), {"normative", "--db", path, "--node", "1", "--level", "7", "--period",
-                          "9999"});
+    bad.start(AppPath(), {"normative", "--db", path, "--node", "1", "--level", "7", "--period", "9999"});
     ASSERT_TRUE(bad.waitForFinished(60000));
     EXPECT_NE(bad.exitCode(), 0);
     EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("Не найден расчетный период"));

@@ -1,3 +1,5 @@
+#include "normative/NormativeCalculator.h"
+
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
@@ -6,7 +8,6 @@
 #include <QProcess>
 
 #include "normative/LVNormativUnit.h"
-#include "normative/NormativeCalculator.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -77,9 +78,9 @@ TEST(NormativeCalculator, DefaultsValidationAndErrorLines)
     out = calc(R"({"Wa":100,"F":50,"dp":0,"dn":0,"Lma":1,"T":null})");
     EXPECT_GT(out["deltaWa"].toDouble(), 0);  // null is the same as missing
 
-    for (const QByteArray& bad : {QByteArray("not json"), QByteArray("[1,2]"), QByteArray(R"({"T":"x"})"),
-                                  QByteArray(R"({"NLines":1.5})"), QByteArray(R"({"Wa":true})"),
-                                  QByteArray(R"({"Lmа":1})")}) {
+    for (const QByteArray& bad :
+         {QByteArray("not json"), QByteArray("[1,2]"), QByteArray(R"({"T":"x"})"), QByteArray(R"({"NLines":1.5})"),
+          QByteArray(R"({"Wa":true})"), QByteArray(R"({"Lmа":1})")}) {
         out = calc(bad);
         EXPECT_TRUE(out.contains("Error")) << bad.toStdString();
         EXPECT_EQ(out.size(), 1);

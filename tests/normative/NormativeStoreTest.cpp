@@ -31,7 +31,8 @@ protected:
                           .arg(lma));
         Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",\"Wa_bus\",T,\"Info\") "
                   "values (1, 500, 300, 15, 8760, 10)");
-        Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 500, 400, 8760, 20)");
+        Exec(*c_,
+             "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",T,\"Info\") values (4, 500, 400, 8760, 20)");
         Exec(*c_, "set generator \"LVFidersBIdent\" to 100");
         periods_ = db_->GetSamplePeriods();
     }

@@ -167,9 +167,9 @@ TEST(ResultTree, SumsChildrenDepthFirst)
     EXPECT_EQ(root.NLines.upper, 5);
     EXPECT_DOUBLE_EQ(root.Wa, 150);
     EXPECT_DOUBLE_EQ(root.DeltaWa, a.deltaWa() + b.deltaWa());
-    EXPECT_EQ(root.Lengths.GetLengths(0), "1,600");  // main lines add up
+    EXPECT_EQ(root.Lengths.GetLengths(0), "1,600");         // main lines add up
     EXPECT_EQ(root.Lengths.GetLengths(29), "0,200-0,400");  // average lengths form a range
-    EXPECT_EQ(root.Lengths.GetLengths(4), "");  // no branches anywhere
+    EXPECT_EQ(root.Lengths.GetLengths(4), "");              // no branches anywhere
     EXPECT_EQ(root.VoltageText(), "400/230 220/127");
     EXPECT_EQ(root.Params[TLVBResultsCommon::F].lower, 50);
     EXPECT_TRUE(root.Params[TLVBResultsCommon::F].isSingle());
