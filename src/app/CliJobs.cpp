@@ -32,6 +32,7 @@ QString HelpText()
                "                                  and 60,000 LV feeders over three years\n"
                "  ozn3 stats --db CONNECTION      print the network's counts per level\n"
                "  ozn3 calc normative             the normative loss model on JSON Lines (below)\n"
+               "  ozn3 calc feeder-sample         the loss calculation of one LV feeder sample on JSON Lines (below)\n"
                "  ozn3 normative --db CONNECTION --node GUID --level CODE --period IDENT [--log FILE]\n"
                "                                  the batch normative calculation of every element of a level\n"
                "                                  under a node of the tree, for one period (a row of "
@@ -55,7 +56,16 @@ QString HelpText()
                "and Message, numbers with 17 significant digits (-1 = not calculated). A line that is not valid\n"
                "JSON, or has a field of the wrong type or an unknown field, gets {\"Error\": \"...\"} and the\n"
                "run goes on. Example:\n"
-               "  echo '{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}' | ozn3 calc normative\n")
+               "  echo '{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}' | ozn3 calc normative\n"
+               "\n"
+               "ozn3 calc feeder-sample reads one JSON object per line: a fresh measurement of an LV feeder with\n"
+               "the phase currents Ia Ib Ic (A), the head voltages Ua Ub Uc and far-point voltages U2a U2b U2c (V),\n"
+               "CosFi, the conductor's Rf, Xf and the neutral's Rn (Ohm), Tmax (hours), Krazv and Knm; null or a\n"
+               "missing field is empty. Each line gets P (kW), Wa (thousand kWh), tau (hours), Kdp, dU (%), Knm,\n"
+               "KnmRef, KnmWarning, dPpct (%), dP (kW, three decimals), dW (thousand kWh), dWpct (%), Umean, U2mean\n"
+               "and Krazv (0 or empty becomes 0.8), numbers with 17 significant digits; {\"Error\": \"Неверные\n"
+               "данные\"} when a far-point voltage exceeds the head voltage of its phase; {\"Stopped\": true} when\n"
+               "the mean current is 0. A Tmax of 0 gives a dWpct of null (division by zero).\n")
         .arg(DefaultDatabasePath());
 }
 

@@ -8,8 +8,8 @@ int InitDb(const QStringList& args);
 int DemoDb(const QStringList& args);
 // Counts of the network per level: the headless job on a database.
 int Stats(const QString& connection);
-// The normative model on JSON Lines from standard input.
-int CalcNormative();
+// A calculation on JSON Lines from standard input: one answer line per input line.
+int CalcLines(QByteArray (*calculate)(const QByteArray&));
 // The batch normative calculation without a window.
 int NormativeBatch(const QStringList& args);
 // The value after an option ("--db X"), empty when absent.

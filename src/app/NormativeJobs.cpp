@@ -35,13 +35,13 @@ bool intOption(const QStringList& args, const QString& name, int& value)
 }
 }  // namespace
 
-int CalcNormative()
+int CalcLines(QByteArray (*calculate)(const QByteArray&))
 {
     std::string line;
     while (std::getline(std::cin, line)) {
         if (line.find_first_not_of(" \t\r") == std::string::npos)
             continue;
-        const QByteArray out = normative::CalculateJsonLine(QByteArray::fromStdString(line));
+        const QByteArray out = calculate(QByteArray::fromStdString(line));
         std::fwrite(out.constData(), 1, out.size(), stdout);
         std::fputc('\n', stdout);
     }

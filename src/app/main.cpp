@@ -7,8 +7,10 @@
 #include "app/CliJobs.h"
 #include "app/MainWindow.h"
 #include "app/PluginLoader.h"
+#include "feeders/FeederSampleCalculator.h"
 #include "host/Database.h"
 #include "host/Progress.h"
+#include "normative/NormativeCalculator.h"
 
 namespace {
 bool hasDisplay()
@@ -66,8 +68,10 @@ int main(int argc, char** argv)
     if (command == QLatin1String("calc")) {
         QCoreApplication app(argc, argv);
         if (args.value(1) == QLatin1String("normative"))
-            return cli::CalcNormative();
-        std::fprintf(stderr, "Неизвестный расчет: %s (normative)\n", args.value(1).toUtf8().constData());
+            return cli::CalcLines(&normative::CalculateJsonLine);
+        if (args.value(1) == QLatin1String("feeder-sample"))
+            return cli::CalcLines(&feeders::CalculateSampleJsonLine);
+        std::fprintf(stderr, "Неизвестный расчет: %s (normative, feeder-sample)\n", args.value(1).toUtf8().constData());
         return 2;
     }
     if (command == QLatin1String("normative")) {

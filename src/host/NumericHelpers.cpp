@@ -154,3 +154,10 @@ bool ParseFloat(const QString& text, double& value)
         value = v;
     return ok;
 }
+
+QByteArray JsonNumber(double value)
+{
+    if (!std::isfinite(value))
+        return QByteArrayLiteral("null");
+    return QByteArray::number(value, 'g', 17);
+}

@@ -1,4 +1,5 @@
 #pragma once
+#include <QByteArray>
 #include <QString>
 
 #include "host/HostApi.h"
@@ -42,3 +43,6 @@ OZN3HOST_API QString FormatFloat(const QString& pattern, double value);
 OZN3HOST_API QString FormatFloat3(double value);
 // Reads a number typed with either separator; false for text that is not a number.
 OZN3HOST_API bool ParseFloat(const QString& text, double& value);
+
+// A number for JSON output with 17 significant digits (reads back to the same double); null when not finite.
+OZN3HOST_API QByteArray JsonNumber(double value);

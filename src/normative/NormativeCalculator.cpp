@@ -6,6 +6,7 @@
 #include <QSet>
 #include <cmath>
 
+#include "host/NumericHelpers.h"
 #include "normative/LVNormativUnit.h"
 
 namespace normative {
@@ -113,13 +114,6 @@ bool apply(const QJsonObject& o, S& s, QString& error)
     return true;
 }
 }  // namespace
-
-QByteArray JsonNumber(double value)
-{
-    if (!std::isfinite(value))
-        return QByteArrayLiteral("null");
-    return QByteArray::number(value, 'g', 17);
-}
 
 QByteArray CalculateJsonLine(const QByteArray& line)
 {

@@ -6,6 +6,4 @@
 namespace normative {
 // Calculates one input line; a line that cannot be read gives {"Error": "..."}.
 QByteArray CalculateJsonLine(const QByteArray& line);
-// A number with 17 significant digits, null when it is not finite.
-QByteArray JsonNumber(double value);
 }  // namespace normative

@@ -1,0 +1,102 @@
+#include "feeders/FeederSampleCalculator.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSet>
+
+#include "feeders/LVFiderSampleCalc.h"
+#include "host/NumericHelpers.h"
+
+namespace feeders {
+
+namespace {
+QByteArray object(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
+QByteArray errorLine(const QString& text) { return object({{QStringLiteral("Error"), text}}); }
+
+const char* const kFields[] = {"Ia",  "Ib",    "Ic", "Ua", "Ub", "Uc",   "U2a",   "U2b",
+                               "U2c", "CosFi", "Rf", "Xf", "Rn", "Tmax", "Krazv", "Knm"};
+}  // namespace
+
+QByteArray CalculateSampleJsonLine(const QByteArray& line)
+{
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(line, &parseError);
+    if (parseError.error != QJsonParseError::NoError)
+        return errorLine(QStringLiteral("Неверный JSON: %1").arg(parseError.errorString()));
+    if (!doc.isObject())
+        return errorLine(QStringLiteral("Ожидается объект JSON с замером"));
+    const QJsonObject o = doc.object();
+    static const QSet<QString> known = [] {
+        QSet<QString> k;
+        for (const char* f : kFields)
+            k.insert(QString::fromLatin1(f));
+        return k;
+    }();
+    double values[std::size(kFields)];
+    for (auto it = o.begin(); it != o.end(); ++it)
+        if (!known.contains(it.key()))
+            return errorLine(QStringLiteral("Неизвестное поле: %1").arg(it.key()));
+    for (size_t i = 0; i < std::size(kFields); ++i) {
+        const QJsonValue v = o.value(QLatin1String(kFields[i]));
+        if (v.isNull() || v.isUndefined())
+            values[i] = EmptyFloat();
+        else if (v.isDouble())
+            values[i] = v.toDouble();
+        else
+            return errorLine(QStringLiteral("Поле %1 должно быть числом").arg(QLatin1String(kFields[i])));
+    }
+    TLVFiderSampleCalc::Input in;
+    for (int p = 0; p < 3; ++p) {
+        in.I[p] = values[p];
+        in.U[p] = values[3 + p];
+        in.U2[p] = values[6 + p];
+    }
+    in.CosFi = values[9];
+    in.Rf = values[10];
+    in.Xf = values[11];
+    in.Rn = values[12];
+    in.Tmax = values[13];
+    in.Krazv = values[14];
+    in.Knm = values[15];
+    in.P = in.DP = EmptyFloat();
+    // A fresh calculation: the currents and voltages were just entered, the load kind is unchanged.
+    TLVFiderSampleCalc::Flags flags;
+    flags.currentsChanged = true;
+    const auto r = TLVFiderSampleCalc().Calculate(in, flags);
+    switch (r.status) {
+    case TLVFiderSampleCalc::Status::Incomplete:
+        return errorLine(QStringLiteral("Не заданы токи, напряжения, сопротивления или коэффициент мощности"));
+    case TLVFiderSampleCalc::Status::InvalidData: return errorLine(QStringLiteral("Неверные данные"));
+    case TLVFiderSampleCalc::Status::Stopped: return object({{QStringLiteral("Stopped"), true}});
+    case TLVFiderSampleCalc::Status::Done: break;
+    }
+    QByteArray out = "{";
+    auto field = [&](const char* name, double v) {
+        out += '"';
+        out += name;
+        out += "\":";
+        out += JsonNumber(v);
+        out += ',';
+    };
+    field("P", r.P);
+    field("Wa", r.Wa);
+    field("tau", r.Tau);
+    field("Kdp", r.Kdp);
+    field("dU", r.DU);
+    field("Knm", r.Knm);
+    field("KnmRef", r.KnmRef);
+    out += "\"KnmWarning\":";
+    out += r.knmWarning ? "true," : "false,";
+    field("dPpct", r.DPpct);
+    field("dP", r.DP);
+    field("dW", r.DW);
+    field("dWpct", r.DWpct);
+    field("Umean", r.Umean);
+    field("U2mean", r.U2mean);
+    field("Krazv", r.Krazv);
+    out.chop(1);
+    out += '}';
+    return out;
+}
+
+}  // namespace feeders
