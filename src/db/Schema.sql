@@ -189,6 +189,18 @@ create table "LVLines" ("GUID" integer not null primary key, "OwnerGUID" integer
   "Phase" integer, "ProvodPhase" integer, "TabOrder" integer);
 create index "LVLines_Owner" on "LVLines" ("OwnerGUID");
 
+/* Regime parameters of an LV feeder kept between calculations: "Regime" 0 mean loads, 1 maximum load;
+   "Level" 0 the current values, 1 the line's. */
+create table "LVCalcParams" ("GUID" integer not null, "Regime" integer not null, "Level" integer not null,
+  "SampleIdent" integer, "SampleType" integer,
+  "UA" double precision, "UB" double precision, "UC" double precision,
+  "ImaxA" double precision, "ImaxB" double precision, "ImaxC" double precision,
+  "CosFiA" double precision, "CosFiB" double precision, "CosFiC" double precision,
+  "IA" double precision, "IB" double precision, "IC" double precision,
+  "Kdp" double precision, "Temperature" double precision, "T" double precision, "Wa" double precision,
+  "Wa_bus" double precision, "Wa_tr" double precision, "Kzap" double precision, "sqrKfg" double precision,
+  "Tmax" double precision, "Tau" double precision, primary key ("GUID", "Regime", "Level"));
+
 /* Pairs of selected runs for one report, private to the connection. */
 create global temporary table "tmpGUIDs" ("ID" integer, "GUID" integer) on commit preserve rows;
 

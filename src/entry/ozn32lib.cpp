@@ -126,7 +126,9 @@ int32_t runResultsGrid(TfdbDatabase* db, int32_t ident)
     return form->Init(db, ident) ? form->exec() : 0;
 }
 
-template <class Form, class Params> int32_t runRegime(Params* AParams)
+template <class Form, class Params>
+int32_t runRegime(Params* AParams, void (*load)(ToznFDConnection&, Params&),
+                  void (*save)(ToznFDConnection&, const Params&))
 {
     int32_t result = host::mrCancel;
     try {
@@ -134,6 +136,19 @@ template <class Form, class Params> int32_t runRegime(Params* AParams)
         Params copy(*AParams);
         form->SetParams(&copy);
         copy.SetOnChange([f = form.get()] { f->ParamsChanged(); });
+        // The copy reads and keeps its stored values on the host's default connection.
+        if (TCurrentDatabase* db = CurrentDatabase()) {
+            ToznFDConnection* connection = db->GetDefaultConnection();
+            form->SetStorage([connection, &copy, load] { load(*connection, copy); },
+                             [connection, &copy, save] {
+                                 const bool own = !connection->inTransaction();
+                                 if (own)
+                                     connection->StartTransaction(false);
+                                 save(*connection, copy);
+                                 if (own)
+                                     connection->Commit();
+                             });
+        }
         if (!form->Prepare()) {
             host::ShowWarning(QStringLiteral("Не задан период"));
             return host::mrCancel;
@@ -345,10 +360,11 @@ void BuildFiderHHResults(TFiderHH* AFider, TObject* AExport)
 
 int32_t GetLVMiddleRegim(TWCalcHHParams* AParams)
 {
-    return AParams ? runRegime<TfrmCalcParamsMiddle>(AParams) : host::mrCancel;
+    return AParams ? runRegime<TfrmCalcParamsMiddle>(AParams, &LoadWCalcParamsHH, &SaveWCalcParamsHH) : host::mrCancel;
 }
 
 int32_t GetLVMaxRegim(TWCalcTmaxHHParams* AParams)
 {
-    return AParams ? runRegime<TfrmCalcParamsMax>(AParams) : host::mrCancel;
+    return AParams ? runRegime<TfrmCalcParamsMax>(AParams, &LoadTmaxCalcParamsHH, &SaveTmaxCalcParamsHH)
+                   : host::mrCancel;
 }

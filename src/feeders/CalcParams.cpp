@@ -1,51 +1,93 @@
 #include <QComboBox>
-#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
-#include <QTabBar>
-#include <QVBoxLayout>
+#include <QLineEdit>
+#include <QToolButton>
 
 #include "feeders/CalcParamsMax.h"
 #include "feeders/CalcParamsMiddle.h"
+#include "feeders/CalcParamsWaAdd.h"
 #include "host/Database.h"
-#include "host/FiderHHCalcParams.h"
 #include "host/SamplePeriods.h"
 
-TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner)
+TWaAddPanelForm::TWaAddPanelForm(QWidget* owner, QWidget* panel) : QFrame(owner, Qt::Popup)
 {
-    setWindowTitle(QStringLiteral("Расчет потерь эл.энергии (установившийся режим)"));
-    body_ = new QVBoxLayout(this);
-    levels_ = new QTabBar(this);
-    levels_->setObjectName(QStringLiteral("TabLevels"));
-    for (const char* caption : {"Текущие", "Линия", "ТП(заданные)", "ТП(расчетные)"})
-        levels_->addTab(QString::fromUtf8(caption));
-    body_->addWidget(levels_);
-    body_->addStretch();
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    buttons->setObjectName(QStringLiteral("Buttons"));
-    body_->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    setObjectName(QStringLiteral("WaAddPanelForm"));
+    setFrameShape(QFrame::Box);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4);
+    panel->setParent(this);
+    layout->addWidget(panel);
+    panel->show();
 }
 
-bool TfrmCalcParamsCustom::Prepare() { return params_ != nullptr; }
+void TWaAddPanelForm::ShowUnder(QWidget* box)
+{
+    move(box->mapToGlobal(QPoint(0, box->height())));
+    show();
+}
+
+void TWaAddPanelForm::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape || event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        hide();
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
 
 TfrmCalcParamsPW::TfrmCalcParamsPW(QWidget* owner) : TfrmCalcParamsCustom(owner)
 {
-    auto* label = new QLabel(QStringLiteral("Расчетный период"), this);
+    auto* row = new QHBoxLayout;
+    row->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
     periods_ = new QComboBox(this);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
-    Body()->insertWidget(1, label);
-    Body()->insertWidget(2, periods_);
+    row->addWidget(periods_, 1);
+    Body()->insertLayout(1, row);
+
+    AddBox(QStringLiteral("EditKzap"), QStringLiteral("Коэффициент заполнения, o.e."), TParamField::Kzap,
+           QStringLiteral("0.###"));
+    AddBox(QStringLiteral("EditT"), QStringLiteral("Расчетный период, ч"), TParamField::T, QStringLiteral("0"));
+    QLineEdit* wa = AddBox(QStringLiteral("EditWa"), QStringLiteral("Отпуск активной электроэнергии, тыс. кВт·ч"),
+                           TParamField::Wa, QStringLiteral("0.000"), {}, false, true);
+    auto* more = new QToolButton(this);
+    more->setObjectName(QStringLiteral("btnWaAdd"));
+    more->setText(QStringLiteral("…"));
+    Grid()->addWidget(more, Grid()->rowCount() - 1, 2);
+
+    // The breakdown panel lives in the pop-up; its boxes are bound like the others.
+    const int before = Grid()->rowCount();
+    AddBox(QStringLiteral("EditWa_bus"), QStringLiteral("Полезный отпуск с шин, тыс. кВт·ч"), TParamField::Wa_bus,
+           QStringLiteral("0.000"), {}, true);
+    AddBox(QStringLiteral("EditWa_trans"), QStringLiteral("Трансформация в сеть 0.4 кВ, тыс. кВт·ч"),
+           TParamField::Wa_tr, QStringLiteral("0.000"), {}, true);
+    AddBox(QStringLiteral("EditWa2"), QStringLiteral("Отпуск активной электроэнергии, тыс. кВт·ч"), TParamField::Wa,
+           QStringLiteral("0.000"), {}, false, true);
+    panel_ = new QWidget(this);
+    panel_->setObjectName(QStringLiteral("PanelWaAdd"));
+    auto* panelGrid = new QGridLayout(panel_);
+    for (int r = before; r < Grid()->rowCount(); ++r)
+        for (int c = 0; c < 2; ++c)
+            if (QLayoutItem* item = Grid()->itemAtPosition(r, c)) {
+                QWidget* w = item->widget();
+                Grid()->removeWidget(w);
+                panelGrid->addWidget(w, r - before, c);
+            }
+    waAdd_ = new TWaAddPanelForm(this, panel_);
+    connect(more, &QToolButton::clicked, this, &TfrmCalcParamsPW::ShowWaAdd);
+    Q_UNUSED(wa);
 }
+
+void TfrmCalcParamsPW::ShowWaAdd() { waAdd_->ShowUnder(Box(QStringLiteral("EditWa"))); }
 
 bool TfrmCalcParamsPW::Prepare()
 {
     if (!TfrmCalcParamsCustom::Prepare() || !CurrentDatabase())
         return false;
     periods_->clear();
-    const TSamplePeriodsList* list = CurrentDatabase()->GetSamplePeriods();
     int current = -1;
-    for (const TSamplePeriodInfo& info : list->Items()) {
+    for (const TSamplePeriodInfo& info : CurrentDatabase()->GetSamplePeriods()->Items()) {
         periods_->addItem(info.Name, info.Ident);
         if (info.Ident == Params()->GetSamplePeriod())
             current = periods_->count() - 1;
@@ -54,10 +96,15 @@ bool TfrmCalcParamsPW::Prepare()
     if (current < 0)
         return false;
     Params()->SetSamplePeriod(periods_->currentData().toInt());
+    LoadStored();
     connect(periods_, &QComboBox::currentIndexChanged, this, [this](int index) {
-        if (index >= 0)
-            Params()->SetSamplePeriod(periods_->itemData(index).toInt());
+        if (index < 0)
+            return;
+        Params()->SetSamplePeriod(periods_->itemData(index).toInt());
+        LoadStored();
+        RefreshBoxes();
     });
+    RefreshBoxes();
     return true;
 }
 
@@ -65,9 +112,19 @@ TfrmCalcParamsMiddle::TfrmCalcParamsMiddle(QWidget* owner) : TfrmCalcParamsPW(ow
 {
     setObjectName(QStringLiteral("frmCalcParamsMiddle"));
     setWindowTitle(QStringLiteral("Расчет потерь эл.энергии по средним нагрузкам"));
+    SetModes({QStringLiteral("По отпуску активной электроэнергии"), QStringLiteral("По заданным нагрузкам")});
+    AddPhaseBoxes(QStringLiteral("EditI"), QStringLiteral("Измеренный ток головного участка, А"), TParamField::IA,
+                  QStringLiteral("0.###"));
+    AddBox(QStringLiteral("EditKfg"), QStringLiteral("Квадрат коэффициента формы графика, o.e."), TParamField::SqrKfg,
+           QStringLiteral("0.00#"), [this](TLVCalcLevel level) { return Params()->GetSqrKfgCalc(level); });
 }
 
 TfrmCalcParamsMax::TfrmCalcParamsMax(QWidget* owner) : TfrmCalcParamsPW(owner)
 {
     setObjectName(QStringLiteral("frmCalcParamsMax"));
+    AddBox(QStringLiteral("EditTmax"), QStringLiteral("Время использования наибольшей нагрузки, ч"),
+           TParamField::Tmax, QStringLiteral("0"), [this](TLVCalcLevel level) { return Params()->GetTmaxCalc(level); });
+    AddBox(QStringLiteral("EditTau"), QStringLiteral("Относительное число часов наибольших потерь мощности, o.e."),
+           TParamField::Tau, QStringLiteral("0.0##"),
+           [this](TLVCalcLevel level) { return Params()->GetTauCalc(level); });
 }

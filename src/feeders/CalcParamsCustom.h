@@ -1,11 +1,19 @@
 #pragma once
 #include <QDialog>
+#include <functional>
+#include <vector>
 
-class TFiderHHCalcParams;
-class QVBoxLayout;
+#include "host/FiderHHCalcParams.h"
+
+class QCheckBox;
+class QComboBox;
+class QGridLayout;
+class QLineEdit;
 class QTabBar;
+class QVBoxLayout;
 
-// Base of the regime parameter dialogs: the level tabs and OK / cancel around the parameters.
+// Base of the regime parameter dialogs: the level tabs, the head-of-line values, temperature, Kdp,
+// the calculation mode, "Установить" and the buttons. Every box is bound to one parameter.
 class TfrmCalcParamsCustom : public QDialog {
     Q_OBJECT
 public:
@@ -13,16 +21,53 @@ public:
     // The working copy the dialog edits (owned by the caller of the dialog).
     void SetParams(TFiderHHCalcParams* params) { params_ = params; }
     TFiderHHCalcParams* Params() const { return params_; }
+    // Reads and keeps the stored parameters of the period.
+    void SetStorage(std::function<void()> load, std::function<void()> save);
     // Readies the dialog; false when it cannot be shown.
     virtual bool Prepare();
     // Called by the parameters after each change.
-    virtual void ParamsChanged() {}
+    virtual void ParamsChanged();
+    // Shows every box from its parameter at the chosen level.
+    void RefreshBoxes();
+
+    TLVCalcLevel Level() const;
+    void SetLevel(TLVCalcLevel level);
+    QLineEdit* Box(const QString& name) const;
+    // The "Установить" actions.
+    void CopyAll();
+    void CopyEnergy();
 
 protected:
+    struct BoxBinding {
+        QLineEdit* edit;
+        TParamField field;
+        QString format;
+        std::function<double(TLVCalcLevel)> get;
+        bool lineless;  // no value on the levels "Текущие" and "Линия"
+        bool energy;
+    };
+    // Adds a box with its caption in the next row of the dialog's grid.
+    QLineEdit* AddBox(const QString& name, const QString& caption, TParamField field, const QString& format,
+                      std::function<double(TLVCalcLevel)> get = {}, bool lineless = false, bool energy = false);
+    // Adds three phase boxes in one row.
+    void AddPhaseBoxes(const QString& prefix, const QString& caption, TParamField first, const QString& format);
+    QGridLayout* Grid() const { return grid_; }
     QVBoxLayout* Body() const { return body_; }
+    QComboBox* ModeBox() const { return mode_; }
+    // Reads the stored parameters of the chosen period, when the dialog has storage.
+    void LoadStored();
+    void SetModes(const QStringList& captions);
+    void accept() override;
 
 private:
+    void BoxEdited(BoxBinding& box);
     TFiderHHCalcParams* params_ = nullptr;
+    std::vector<BoxBinding> boxes_;
+    std::function<void()> load_, save_;
     QVBoxLayout* body_;
+    QGridLayout* grid_;
     QTabBar* levels_;
+    QComboBox* mode_;
+    QCheckBox* saveToDb_;
+    bool refreshing_ = false;
 };

@@ -2,8 +2,10 @@
 #include "feeders/CalcParamsCustom.h"
 
 class QComboBox;
+class QWidget;
+class TWaAddPanelForm;
 
-// Adds the calculation period to the regime dialog.
+// Adds the calculation period, the energy supplied, the fill factor and the energy breakdown pop-up.
 class TfrmCalcParamsPW : public TfrmCalcParamsCustom {
     Q_OBJECT
 public:
@@ -11,7 +13,12 @@ public:
     // Fills the period picker on the parameters' period; false when no period is current.
     bool Prepare() override;
     QComboBox* PeriodBox() const { return periods_; }
+    // Opens the energy breakdown just under the energy box.
+    void ShowWaAdd();
+    TWaAddPanelForm* WaAdd() const { return waAdd_; }
 
 private:
     QComboBox* periods_;
+    QWidget* panel_;
+    TWaAddPanelForm* waAdd_;
 };

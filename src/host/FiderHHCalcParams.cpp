@@ -24,6 +24,77 @@ bool TLVCalcValues::operator==(const TLVCalcValues& other) const
            same(SqrKfg, other.SqrKfg) && same(Tmax, other.Tmax) && same(Tau, other.Tau);
 }
 
+double& TLVCalcValues::Field(TParamField field)
+{
+    switch (field) {
+    case TParamField::UA: return U[0];
+    case TParamField::UB: return U[1];
+    case TParamField::UC: return U[2];
+    case TParamField::ImaxA: return Imax[0];
+    case TParamField::ImaxB: return Imax[1];
+    case TParamField::ImaxC: return Imax[2];
+    case TParamField::CosA: return Cos[0];
+    case TParamField::CosB: return Cos[1];
+    case TParamField::CosC: return Cos[2];
+    case TParamField::IA: return I[0];
+    case TParamField::IB: return I[1];
+    case TParamField::IC: return I[2];
+    case TParamField::Kdp: return Kdp;
+    case TParamField::Temperature: return Temperature;
+    case TParamField::T: return T;
+    case TParamField::Wa: return Wa;
+    case TParamField::Wa_bus: return Wa_bus;
+    case TParamField::Wa_tr: return Wa_tr;
+    case TParamField::Kzap: return Kzap;
+    case TParamField::SqrKfg: return SqrKfg;
+    case TParamField::Tmax: return Tmax;
+    case TParamField::Tau:
+    case TParamField::Count: break;
+    }
+    return Tau;
+}
+
+double TLVCalcValues::Field(TParamField field) const { return const_cast<TLVCalcValues*>(this)->Field(field); }
+
+double TFiderHHCalcParamsCommon::GetKzapCalc(TLVCalcLevel level) const
+{
+    const TLVCalcValues& v = Values(level);
+    if (!isEmptyFloat(v.Kzap))
+        return v.Kzap;
+    if (!isEmptyFloat(v.SqrKfg) && 3 * v.SqrKfg - 2 != 0)
+        return 1 / (3 * v.SqrKfg - 2);
+    if (!isEmptyFloat(v.Tmax) && !isEmptyFloat(v.T) && v.T != 0)
+        return v.Tmax / v.T;
+    return EmptyFloat();
+}
+
+double TFiderHHCalcParamsCommon::GetSqrKfgCalc(TLVCalcLevel level) const
+{
+    const TLVCalcValues& v = Values(level);
+    if (!isEmptyFloat(v.SqrKfg))
+        return v.SqrKfg;
+    const double kzap = GetKzapCalc(level);
+    return isEmptyFloat(kzap) || kzap == 0 ? EmptyFloat() : (1 / kzap + 2) / 3;
+}
+
+double TFiderHHCalcParamsCommon::GetTauCalc(TLVCalcLevel level) const
+{
+    const TLVCalcValues& v = Values(level);
+    if (!isEmptyFloat(v.Tau))
+        return v.Tau;
+    const double kzap = GetKzapCalc(level);
+    return isEmptyFloat(kzap) ? EmptyFloat() : (kzap + 2 * kzap * kzap) / 3;
+}
+
+double TFiderHHCalcParamsCommon::GetTmaxCalc(TLVCalcLevel level) const
+{
+    const TLVCalcValues& v = Values(level);
+    if (!isEmptyFloat(v.Tmax))
+        return v.Tmax;
+    const double kzap = GetKzapCalc(level);
+    return isEmptyFloat(kzap) || isEmptyFloat(v.T) ? EmptyFloat() : kzap * v.T;
+}
+
 void TFiderHHCalcParamsCommon::SetSamplePeriod(int ident)
 {
     if (samplePeriod_ == ident)
@@ -46,12 +117,21 @@ void TFiderHHCalcParamsRW::SetSampleType(int type)
     Changed();
 }
 
-void TFiderHHCalcParamsRW::Set(double TLVCalcValues::*field, double value)
+void TFiderHHCalcParamsRW::Set(TParamField field, double value)
 {
-    double& current = Values(TLVCalcLevel::Current).*field;
+    TLVCalcValues& v = Values(TLVCalcLevel::Current);
+    double& current = v.Field(field);
     if (CompareFloat(current, value) == 0)
         return;
     current = value;
+    // The load curve is given by one of its values; the others follow from it.
+    const double e = EmptyFloat();
+    if (field == TParamField::Kzap)
+        v.SqrKfg = v.Tmax = e;
+    else if (field == TParamField::SqrKfg)
+        v.Kzap = v.Tmax = e;
+    else if (field == TParamField::Tmax)
+        v.Kzap = v.SqrKfg = e;
     Changed();
 }
 

@@ -9,12 +9,20 @@
 enum class TLVCalcLevel { Current = 0, Line = 1, TPGiven = 2, TPCalc = 3 };
 constexpr int LVCalcLevelCount = 4;
 
+// The values a regime dialog edits, one box each.
+enum class TParamField {
+    UA, UB, UC, ImaxA, ImaxB, ImaxC, CosA, CosB, CosC, IA, IB, IC,
+    Kdp, Temperature, T, Wa, Wa_bus, Wa_tr, Kzap, SqrKfg, Tmax, Tau, Count
+};
+
 // Values of one level of the regime parameters; empty floats where nothing is set.
 struct OZN3HOST_API TLVCalcValues {
     TLVCalcValues();
     std::array<double, 3> U, Imax, Cos, I;
     double Kdp, Temperature, T, Wa, Wa_bus, Wa_tr, Kzap, SqrKfg, Tmax, Tau;
     bool operator==(const TLVCalcValues& other) const;
+    double& Field(TParamField field);
+    double Field(TParamField field) const;
 };
 
 // Parameters of a regime calculation of one LV feeder: values per level, the calculation mode
@@ -32,6 +40,16 @@ public:
     int GetFiderGUID() const { return fiderGuid_; }
     void SetFiderGUID(int guid) { fiderGuid_ = guid; }
 
+    double Get(TParamField field, TLVCalcLevel level = TLVCalcLevel::Current) const { return Values(level).Field(field); }
+    // The load-curve values, given or derived from one another:
+    // Kzap = 1 / (3 sqrKfg - 2), sqrKfg = (1 / Kzap + 2) / 3, tau = (Kzap + 2 Kzap²) / 3, Tmax = Kzap T.
+    double GetKzapCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
+    double GetSqrKfgCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
+    double GetTauCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
+    double GetTmaxCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
+    // The energy is found by the calculation rather than given (the dialogs show "Расчет").
+    virtual bool isWaCalc() const { return false; }
+
     // Called after every change (the dialog refreshes its boxes).
     void SetOnChange(std::function<void()> onChange) { onChange_ = std::move(onChange); }
 
@@ -47,21 +65,20 @@ protected:
 // Setters of the current level.
 class OZN3HOST_API TFiderHHCalcParamsRW : public TFiderHHCalcParamsCommon {
 public:
+    // Sets one value of the current level. A load-curve value replaces the others it would contradict.
+    void Set(TParamField field, double value);
     void SetSampleType(int type);
-    void SetT(double v) { Set(&TLVCalcValues::T, v); }
-    void SetTau(double v) { Set(&TLVCalcValues::Tau, v); }
-    void SetTmax(double v) { Set(&TLVCalcValues::Tmax, v); }
-    void SetWa(double v) { Set(&TLVCalcValues::Wa, v); }
-    void SetWa_bus(double v) { Set(&TLVCalcValues::Wa_bus, v); }
-    void SetWa_tr(double v) { Set(&TLVCalcValues::Wa_tr, v); }
-    void SetTemperature(double v) { Set(&TLVCalcValues::Temperature, v); }
-    void SetKdp(double v) { Set(&TLVCalcValues::Kdp, v); }
-    void SetKzap(double v) { Set(&TLVCalcValues::Kzap, v); }
-    void SetSqrKfg(double v) { Set(&TLVCalcValues::SqrKfg, v); }
+    void SetT(double v) { Set(TParamField::T, v); }
+    void SetTau(double v) { Set(TParamField::Tau, v); }
+    void SetTmax(double v) { Set(TParamField::Tmax, v); }
+    void SetWa(double v) { Set(TParamField::Wa, v); }
+    void SetWa_bus(double v) { Set(TParamField::Wa_bus, v); }
+    void SetWa_tr(double v) { Set(TParamField::Wa_tr, v); }
+    void SetTemperature(double v) { Set(TParamField::Temperature, v); }
+    void SetKdp(double v) { Set(TParamField::Kdp, v); }
+    void SetKzap(double v) { Set(TParamField::Kzap, v); }
+    void SetSqrKfg(double v) { Set(TParamField::SqrKfg, v); }
     double GetWa() const { return Current().Wa; }
-
-private:
-    void Set(double TLVCalcValues::*field, double value);
 };
 
 class OZN3HOST_API TFiderHHCalcParams : public TFiderHHCalcParamsRW {
@@ -84,6 +101,8 @@ class OZN3HOST_API TWCalcHHParams : public TFiderHHCalcParams {
 public:
     using TFiderHHCalcParams::TFiderHHCalcParams;
     QString ClassName() const override { return QStringLiteral("TWCalcHHParams"); }
+    // By given loads (mode 1) the energy comes from the loads.
+    bool isWaCalc() const override { return GetSampleType() == 1; }
 };
 
 // Regime by maximum load.
@@ -91,4 +110,15 @@ class OZN3HOST_API TWCalcTmaxHHParams : public TFiderHHCalcParams {
 public:
     using TFiderHHCalcParams::TFiderHHCalcParams;
     QString ClassName() const override { return QStringLiteral("TWCalcTmaxHHParams"); }
+    // By the head currents (mode 0) the energy comes from the maximum load and Tmax.
+    bool isWaCalc() const override { return GetSampleType() == 0; }
 };
+
+class ToznFDConnection;
+// Regime parameters in the database: the stored current and line values of the feeder, the line's
+// measurement of the period ("LVWSamples"), the substation's given values ("LVWTPInfo", "WLoads") and
+// its calculated values (the sums over its LV feeders). Save keeps the current and line values.
+OZN3HOST_API void LoadWCalcParamsHH(ToznFDConnection& connection, TWCalcHHParams& params);
+OZN3HOST_API void SaveWCalcParamsHH(ToznFDConnection& connection, const TWCalcHHParams& params);
+OZN3HOST_API void LoadTmaxCalcParamsHH(ToznFDConnection& connection, TWCalcTmaxHHParams& params);
+OZN3HOST_API void SaveTmaxCalcParamsHH(ToznFDConnection& connection, const TWCalcTmaxHHParams& params);

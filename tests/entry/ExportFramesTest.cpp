@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTabBar>
 #include <QDialog>
 #include <QTabWidget>
 #include <QWidget>
@@ -221,7 +224,15 @@ TEST_F(Frames, RegimeDialogWithoutPeriodAndAfterCancelLeavesParametersAlone)
         shownPeriod = box->currentData().toInt();
         box->setCurrentIndex(box->currentIndex() + 1);
     };
-    CloseNextModal(host::mrCancel, switchPeriod);
+    // Edits, a level copied in: all discarded by cancel.
+    CloseNextModal(host::mrCancel, [&](QDialog* d) {
+        switchPeriod(d);
+        auto* wa = d->findChild<QLineEdit*>("EditWa");
+        wa->setText("999");
+        emit wa->editingFinished();
+        d->findChild<QTabBar*>("TabLevels")->setCurrentIndex(2);
+        d->findChild<QMenu*>("SetMenu")->actions().at(1)->trigger();  // "Все"
+    });
     EXPECT_EQ(middle(&params), host::mrCancel);
     EXPECT_EQ(shownPeriod, year);
     EXPECT_EQ(params.GetSamplePeriod(), year);
