@@ -122,8 +122,8 @@ TfrmCalcParamsMiddle::TfrmCalcParamsMiddle(QWidget* owner) : TfrmCalcParamsPW(ow
 TfrmCalcParamsMax::TfrmCalcParamsMax(QWidget* owner) : TfrmCalcParamsPW(owner)
 {
     setObjectName(QStringLiteral("frmCalcParamsMax"));
-    AddBox(QStringLiteral("EditTmax"), QStringLiteral("Время использования наибольшей нагрузки, ч"),
-           TParamField::Tmax, QStringLiteral("0"), [this](TLVCalcLevel level) { return Params()->GetTmaxCalc(level); });
+    AddBox(QStringLiteral("EditTmax"), QStringLiteral("Время использования наибольшей нагрузки, ч"), TParamField::Tmax,
+           QStringLiteral("0"), [this](TLVCalcLevel level) { return Params()->GetTmaxCalc(level); });
     AddBox(QStringLiteral("EditTau"), QStringLiteral("Относительное число часов наибольших потерь мощности, o.e."),
            TParamField::Tau, QStringLiteral("0.0##"),
            [this](TLVCalcLevel level) { return Params()->GetTauCalc(level); });

@@ -76,9 +76,9 @@ TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner)
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(help, &QPushButton::clicked, this, [] {
-        host::ShowInformation(QStringLiteral(
-            "Задайте параметры режима на вкладке \"Текущие\"; значения линии и ТП переносятся кнопкой "
-            "\"Установить\". Значения, округленные при показе, выделены красным."));
+        host::ShowInformation(
+            QStringLiteral("Задайте параметры режима на вкладке \"Текущие\"; значения линии и ТП переносятся кнопкой "
+                           "\"Установить\". Значения, округленные при показе, выделены красным."));
     });
     bottom->addWidget(buttons);
     body_->addLayout(bottom);
@@ -107,8 +107,8 @@ void TfrmCalcParamsCustom::SetStorage(std::function<void()> load, std::function<
 }
 
 QLineEdit* TfrmCalcParamsCustom::AddBox(const QString& name, const QString& caption, TParamField field,
-                                        const QString& format, std::function<double(TLVCalcLevel)> get,
-                                        bool lineless, bool energy)
+                                        const QString& format, std::function<double(TLVCalcLevel)> get, bool lineless,
+                                        bool energy)
 {
     auto* edit = new QLineEdit(this);
     edit->setObjectName(name);
@@ -136,8 +136,8 @@ void TfrmCalcParamsCustom::AddPhaseBoxes(const QString& prefix, const QString& c
         edit->setObjectName(prefix + QLatin1String(phases[p]));
         grid_->addWidget(edit, row, p + 1);
         const auto field = static_cast<TParamField>(static_cast<int>(first) + p);
-        boxes_.push_back({edit, field, format, [this, field](TLVCalcLevel l) { return params_->Get(field, l); },
-                          false, false});
+        boxes_.push_back(
+            {edit, field, format, [this, field](TLVCalcLevel l) { return params_->Get(field, l); }, false, false});
         const size_t index = boxes_.size() - 1;
         connect(edit, &QLineEdit::editingFinished, this, [this, index] { BoxEdited(boxes_[index]); });
     }

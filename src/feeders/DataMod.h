@@ -1,21 +1,98 @@
 #pragma once
+#include <QDate>
+#include <QList>
 #include <QObject>
+#include <QString>
 #include <memory>
+#include <vector>
+
+#include "host/References.h"
 
 class ToznFDConnection;
 class TFDQuery;
 
-// Report data module of the LV feeder editor: the datasets of one substation.
+// Report data module of the LV feeder editor: the datasets of one substation held in memory,
+// written by Save and read again by Cancel.
 class TRep_Data : public QObject {
     Q_OBJECT
 public:
+    enum class RowState { Stored, New, Changed, Deleted };
+
+    struct Fider {
+        int GUID = 0;
+        QString Name;
+        int OwnerGUID = 0;
+        int TypeLoad = 0;
+        double Unom = 0.38;
+        RowState state = RowState::Stored;
+    };
+    struct FiderA {
+        int GUID = 0;
+        double CosFi, LineLength;
+        int ProvodPhase = 0, ProvodNull = 0;
+        QString ConsumerName, SwitchGName;
+        RowState state = RowState::Stored;
+        FiderA();
+    };
+    struct Sample {
+        int GUID = 0;
+        QDate SampleDate;
+        int IsMain = 0;
+        double U[3], U2[3], I[3];
+        double Tmax, Krazv, Knm, P, Wa, DP, DW;
+        RowState state = RowState::Stored;
+        Sample();
+    };
+    struct TypeLoad {
+        int Ident;
+        QString Name;
+        double CosFi;
+    };
+
     TRep_Data(QObject* owner, ToznFDConnection& connection);
     ~TRep_Data() override;
-    // Opens the list of the substation's LV feeders.
+
+    // Reads the substation's feeders, their attributes and samples, and the references.
     void OpenFiders(int nodeGuid);
-    TFDQuery& Fiders() { return *fiders_; }
+    int Node() const { return node_; }
+
+    std::vector<Fider>& Fiders() { return fiders_; }
+    Fider* FindFider(int guid);
+    FiderA& Attributes(int guid);
+    // The samples of a feeder in date order (deleted ones left out).
+    QList<Sample*> SamplesOf(int guid);
+    Sample* FindSample(int guid, const QDate& date);
+    Sample& AddSample(int guid, const QDate& date);
+    void DeleteSample(Sample& sample);
+    void DeleteFider(int guid);
+    const std::vector<TypeLoad>& TypeLoads() const { return typeLoads_; }
+    const TProvod038& Provods() const { return provods_; }
+
+    bool Modified() const;
+    // Writes every change; main samples are mirrored into the year samples.
+    void Save();
+    // Drops every change and reads the datasets again.
+    void Cancel();
+
+    // Reference values for the calculation.
+    double TmaxLookup(int typeLoad, double pmin);
+    double CosOfTypeLoad(int typeLoad);
+    // Clears the feeder's former main sample in the database before another one becomes main.
+    void ClearMainSample(int guid, const QDate& date);
+    // The year period of a date, created when missing ("2024г.").
+    int YearSampleIdent(int year);
+    // The year sample rows of a feeder ("LVPSamples").
+    int YearSampleCount(int guid);
 
 private:
+    void SaveYearMirror(const Sample& sample, double cosFi);
     ToznFDConnection& connection_;
-    std::unique_ptr<TFDQuery> fiders_;
+    int node_ = 0;
+    std::vector<Fider> fiders_;
+    std::vector<FiderA> attributes_;
+    std::vector<std::unique_ptr<Sample>> samples_;
+    std::vector<TypeLoad> typeLoads_;
+    TProvod038 provods_;
+    QList<int> deletedFiders_;
+    std::unique_ptr<TFDQuery> tmaxQuery_;
 };

@@ -5,4 +5,31 @@ inline constexpr const char* kNodeOfLVFider = R"(SELECT "OwnerGUID" FROM  "LVFid
 inline constexpr const char* kFiders =
     R"(Select GUID, "Name", "OwnerGUID", "TypeLoad","Unom"  From "LVFiders" Where "OwnerGUID"=:HighFider)";
 inline constexpr const char* kNodeExists = R"(select "Name", "Info" from "Nodes" where "GUID"=:GUID)";
+inline constexpr const char* kSamples =
+    R"(select a.* from "LVPResultsA" a join "LVFiders" lf on lf.GUID=a.GUID where lf."OwnerGUID"=:HighFider order by a."SampleDate")";
+inline constexpr const char* kYearSamples = R"(Select * from "LVPSamples" where "GUID"=:OGUID)";
+inline constexpr const char* kTypeLoads = R"(select "Ident", "Name", "CosFi" from "TypeLoads" order by "Ident")";
+inline constexpr const char* kProvods =
+    R"(select P."Ident",P."Marka",P."F",P."AddStr" from "Provods" P inner join "ProvodTypes" PT on PT."Ident"=P."ProvodType" where PT."Unom"=0.380 Order by P."Marka")";
+// The reference power factor of a load kind: the identifier is appended to the text.
+inline constexpr const char* kCosOfTypeLoad = R"(select "CosFi" from "TypeLoads" where "Ident"=)";
+
+inline constexpr const char* kInsertFider =
+    R"(Insert into "LVFiders" ("GUID","Name","OwnerGUID","TypeLoad","Unom") Values (:GUID,:Name,:Owner,:TypeLoad,:Unom))";
+inline constexpr const char* kUpdateFider =
+    R"(update "LVFiders" set "Name"=:Name, "TypeLoad"=:TypeLoad, "Unom"=:Unom where "GUID"=:GUID)";
+inline constexpr const char* kDeleteFider = R"(delete from "LVFiders" where "GUID"=:GUID)";
+inline constexpr const char* kSaveFiderA =
+    R"(update or insert into "LVFidersA" ("GUID","CosFi","ProvodPhase","ProvodNull","LineLength","ConsumerName","SwitchGName") values (:GUID,:CosFi,:ProvodPhase,:ProvodNull,:LineLength,:ConsumerName,:SwitchGName) matching ("GUID"))";
+inline constexpr const char* kDeleteFiderA = R"(delete from "LVFidersA" where "GUID"=:GUID)";
+inline constexpr const char* kSaveSample =
+    R"(update or insert into "LVPResultsA" ("GUID","SampleDate","IsMain","UA","UB","UC","U2A","U2B","U2C","IA","IB","IC","Tmax","Krazv","Knm","P","Wa","dP","dW") values (:GUID,:SampleDate,:IsMain,:UA,:UB,:UC,:U2A,:U2B,:U2C,:IA,:IB,:IC,:Tmax,:Krazv,:Knm,:P,:Wa,:dP,:dW) matching ("GUID","SampleDate"))";
+inline constexpr const char* kDeleteSample =
+    R"(delete from "LVPResultsA" where "GUID"=:GUID and "SampleDate"=:SampleDate)";
+inline constexpr const char* kDeleteFiderSamples = R"(delete from "LVPResultsA" where "GUID"=:GUID)";
+inline constexpr const char* kSaveYearSample =
+    R"(update or insert into "LVPSamples" ("SampleIdent","GUID","UA","UB","UC","IA","IB","IC","U2A","U2B","U2C","CosFiA","CosFiB","CosFiC","Wa") values (:SampleIdent,:GUID,:UA,:UB,:UC,:IA,:IB,:IC,:U2A,:U2B,:U2C,:CosFi,:CosFi,:CosFi,:Wa) matching ("SampleIdent","GUID"))";
+inline constexpr const char* kDeleteYearSample =
+    R"(delete from "LVPSamples" where "SampleIdent"=:SampleIdent and "GUID"=:GUID)";
+inline constexpr const char* kDeleteFiderYearSamples = R"(delete from "LVPSamples" where "GUID"=:GUID)";
 }  // namespace FeedersSql

@@ -1,11 +1,21 @@
 #pragma once
+#include <QDate>
 #include <QDialog>
+#include <QHash>
 
+#include "feeders/DataMod.h"
+#include "feeders/LVFiderSampleCalc.h"
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
 class QListWidget;
-class TRep_Data;
+class QPushButton;
+class QTabWidget;
 class ToznFDConnection;
 
-// Editor of the LV feeders of one substation.
+// Editor of the LV feeders ("Линии 0,38 кВ") of one substation with their measurement samples;
+// each change of an input recalculates the sample at once.
 class TLVFidersForm : public QDialog {
     Q_OBJECT
 public:
@@ -19,18 +29,80 @@ public:
     // The LV feeder current in the list.
     int LVFider() const { return lvFider_; }
 
-    // Opens the feeder list of the node and finds the node's name.
+    // Opens the substation's feeders and shows the one asked for (or the first).
     void OpenFiders();
     bool NodeFound() const { return nodeFound_; }
     bool CanOpen() const { return nodeFound_; }
 
+    // The sample shown, null when the feeder has none.
+    TRep_Data::Sample* CurrentSample() const { return sample_; }
+    QDate CurrentDate() const;
+    void SelectFider(int guid);
+    void SelectDate(const QDate& date);
+    // The result of the last calculation of the sample shown.
+    const TLVFiderSampleCalc::Result& LastResult() const { return result_; }
+
+    // Toolbar and buttons.
+    void NewLine();
+    void RenameLine();
+    void DeleteLine();
+    void AddSample();
+    void DeleteSamples();
+    void CopySample();
+    void ToggleMain();
+    void SaveChanges();
+    void CancelChanges();
+    void ShowLineReport();
+    void ShowTPReport();
+
+    QLineEdit* Edit(const QString& name) const;
+
+protected:
+    void reject() override;
+    void closeEvent(QCloseEvent* event) override;
+
 private:
+    void BuildMainTab(QWidget* page);
+    void BuildResultsTab(QWidget* page);
+    void ShowFider(int guid);
+    void ShowSample();
+    void FillConductorValues();
+    void Recalculate(bool apply);
+    void ShowResults();
+    bool AskToSave();
+    // Asks for a date on a calendar; an invalid date when cancelled.
+    QDate PickDate(const QDate& start);
+    TRep_Data::Fider* Fider() const;
+    TRep_Data::FiderA* Attributes() const;
+    void MeasuredEdited(QLineEdit* box);
+    double Value(const QString& box) const;
+
     ToznFDConnection& connection_;
     TRep_Data* repData_ = nullptr;
-    QListWidget* list_;
     int node_ = 0;
     int lvFider_ = 0;
     bool nodeFound_ = false;
+    bool busy_ = false;
+    TRep_Data::Sample* sample_ = nullptr;
+    TLVFiderSampleCalc::Flags flags_;
+    TLVFiderSampleCalc::Result result_;
+    double rf_, xf_, rn_;
+
+    QListWidget* fiders_;
+    QComboBox* dates_;
+    QTabWidget* pages_;
+    QComboBox* typeLoad_;
+    QComboBox* provodPhase_;
+    QComboBox* provodNull_;
+    QPushButton* cosReset_;
+    QPushButton* tmaxReset_;
+    QPushButton* knmWarning_;
+    QPushButton* main_;
+    QPushButton* reportLine_;
+    QPushButton* reportTP_;
+    QPushButton* save_;
+    QPushButton* cancel_;
+    QHash<QString, QLabel*> results_;
 };
 
 // The editor while ShowLVFiders runs; stale afterwards.

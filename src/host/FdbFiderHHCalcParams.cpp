@@ -8,9 +8,9 @@
 namespace {
 
 // Columns of "LVCalcParams" in the order of TParamField.
-const char* const kColumns[] = {"UA",  "UB", "UC", "ImaxA", "ImaxB",  "ImaxC", "CosFiA", "CosFiB",
-                                "CosFiC", "IA", "IB", "IC",    "Kdp",    "Temperature", "T", "Wa",
-                                "Wa_bus", "Wa_tr", "Kzap", "sqrKfg", "Tmax", "Tau"};
+const char* const kColumns[] = {"UA",     "UB",    "UC",   "ImaxA",  "ImaxB", "ImaxC",       "CosFiA", "CosFiB",
+                                "CosFiC", "IA",    "IB",   "IC",     "Kdp",   "Temperature", "T",      "Wa",
+                                "Wa_bus", "Wa_tr", "Kzap", "sqrKfg", "Tmax",  "Tau"};
 static_assert(std::size(kColumns) == static_cast<size_t>(TParamField::Count));
 
 const char* kStored = R"(select * from "LVCalcParams" where "GUID"=:GUID and "Regime"=:Regime)";
@@ -116,10 +116,7 @@ void save(ToznFDConnection& connection, const TFiderHHCalcParams& params, int re
 
 }  // namespace
 
-void LoadWCalcParamsHH(ToznFDConnection& connection, TWCalcHHParams& params)
-{
-    load(connection, params, RegimeMiddle);
-}
+void LoadWCalcParamsHH(ToznFDConnection& connection, TWCalcHHParams& params) { load(connection, params, RegimeMiddle); }
 
 void SaveWCalcParamsHH(ToznFDConnection& connection, const TWCalcHHParams& params)
 {

@@ -11,8 +11,29 @@ constexpr int LVCalcLevelCount = 4;
 
 // The values a regime dialog edits, one box each.
 enum class TParamField {
-    UA, UB, UC, ImaxA, ImaxB, ImaxC, CosA, CosB, CosC, IA, IB, IC,
-    Kdp, Temperature, T, Wa, Wa_bus, Wa_tr, Kzap, SqrKfg, Tmax, Tau, Count
+    UA,
+    UB,
+    UC,
+    ImaxA,
+    ImaxB,
+    ImaxC,
+    CosA,
+    CosB,
+    CosC,
+    IA,
+    IB,
+    IC,
+    Kdp,
+    Temperature,
+    T,
+    Wa,
+    Wa_bus,
+    Wa_tr,
+    Kzap,
+    SqrKfg,
+    Tmax,
+    Tau,
+    Count
 };
 
 // Values of one level of the regime parameters; empty floats where nothing is set.
@@ -40,7 +61,10 @@ public:
     int GetFiderGUID() const { return fiderGuid_; }
     void SetFiderGUID(int guid) { fiderGuid_ = guid; }
 
-    double Get(TParamField field, TLVCalcLevel level = TLVCalcLevel::Current) const { return Values(level).Field(field); }
+    double Get(TParamField field, TLVCalcLevel level = TLVCalcLevel::Current) const
+    {
+        return Values(level).Field(field);
+    }
     // The load-curve values, given or derived from one another:
     // Kzap = 1 / (3 sqrKfg - 2), sqrKfg = (1 / Kzap + 2) / 3, tau = (Kzap + 2 Kzap²) / 3, Tmax = Kzap T.
     double GetKzapCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QDialog>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTabBar>
-#include <QDialog>
 #include <QTabWidget>
 #include <QWidget>
 

@@ -1,0 +1,264 @@
+#include <gtest/gtest.h>
+
+#include <QCalendarWidget>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+
+#include "feeders/DataMod.h"
+#include "feeders/LVFidersReports.h"
+#include "feeders/LVFidersUnit.h"
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
+#include "host/Tree.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+void type(QLineEdit* box, const QString& text)
+{
+    box->setText(text);
+    emit box->textEdited(text);
+}
+
+// The editor on the first substation with several LV feeders, as ShowLVFiders opens it.
+class Editor : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        SetCurrentDatabase(db_.get());
+        host::SetDialogs(&dialogs_);
+        c_ = db_->GetDefaultConnection();
+        node_ = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                                             "having count(*) >= 3 order by \"OwnerGUID\""));
+        c_->StartTransaction(false);
+        form_ = std::make_unique<TLVFidersForm>(nullptr, *c_);
+        form_->SetRepData(new TRep_Data(form_.get(), *c_));
+        form_->SetNode(node_);
+        form_->OpenFiders();
+        ASSERT_TRUE(form_->NodeFound());
+    }
+    void TearDown() override
+    {
+        form_.reset();
+        if (c_->inTransaction())
+            c_->Commit();
+        SetCurrentDatabase(nullptr);
+        host::SetDialogs(nullptr);
+    }
+    QLineEdit* Box(const char* name) { return form_->Edit(QString::fromLatin1(name)); }
+    QString Result(const char* name) { return form_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
+    QPushButton* Button(const char* name) { return form_->findChild<QPushButton*>(QString::fromLatin1(name)); }
+    double Db(const QString& sql) { return Scalar(*c_, sql); }
+
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    host::ScriptedDialogs dialogs_;
+    std::unique_ptr<TLVFidersForm> form_;
+    int node_ = 0;
+};
+}  // namespace
+
+TEST_F(Editor, TypingMeasuredValuesRecalculatesTheSample)
+{
+    ASSERT_NE(form_->CurrentSample(), nullptr);
+    EXPECT_FALSE(Result("lblTau").isEmpty());  // the stored sample is shown with its results
+    for (const char* phase : {"A", "B", "C"}) {
+        type(Box((std::string("EditI") + phase).c_str()), "100");
+        type(Box((std::string("EditU") + phase).c_str()), "230");
+        type(Box((std::string("EditU2") + phase).c_str()), "220");
+    }
+    const auto& r = form_->LastResult();
+    ASSERT_EQ(r.status, TLVFiderSampleCalc::Status::Done);
+    EXPECT_EQ(Result("lblUmean"), "230,00");
+    EXPECT_EQ(Result("lblU2mean"), "220,00");
+    EXPECT_EQ(Result("lblDU"), "4,348");
+    EXPECT_EQ(Result("lblKdp"), "1,000");
+    EXPECT_EQ(Result("lblP"), FormatFloat("0.00", r.P));
+    EXPECT_DOUBLE_EQ(form_->CurrentSample()->P, r.P);
+    EXPECT_DOUBLE_EQ(form_->CurrentSample()->DP, r.DP);
+    EXPECT_TRUE(Button("btnSave")->isEnabled());
+
+    // A far-point voltage above the head: a warning, and the stored values stay.
+    const double dp = form_->CurrentSample()->DP;
+    type(Box("EditU2B"), "240");
+    ASSERT_EQ(dialogs_.Texts(), QStringList({"Неверные данные"}));
+    EXPECT_EQ(dialogs_.Calls()[0].caption, "ОЗН 3");
+    EXPECT_EQ(dialogs_.Calls()[0].icon, host::Icon::Warning);
+    EXPECT_DOUBLE_EQ(form_->CurrentSample()->DP, dp);
+
+    // Saved: the row is in the database.
+    type(Box("EditU2B"), "220");
+    Button("btnSave")->click();
+    const QDate date = form_->CurrentDate();
+    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"P\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'")
+                            .arg(form_->LVFider())
+                            .arg(date.toString(Qt::ISODate))),
+                     r.P);
+    EXPECT_FALSE(Button("btnSave")->isEnabled());
+}
+
+TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
+{
+    const int lv = form_->LVFider();
+    const QString mainRows =
+        QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1").arg(lv);
+    ASSERT_EQ(Db(mainRows), 1);
+    // A sample of 2021, copied from the main one: no year period exists for it yet.
+    const QDate day(2021, 3, 15);
+    CloseNextModal(QDialog::Accepted,
+                   [&](QDialog* d) { d->findChild<QCalendarWidget*>("Calendar")->setSelectedDate(day); });
+    form_->CopySample();
+    ASSERT_EQ(form_->CurrentDate(), day);
+    ASSERT_GT(form_->CurrentSample()->DP, 0);
+    form_->ToggleMain();
+    EXPECT_EQ(form_->CurrentSample()->IsMain, 1);
+    EXPECT_EQ(Db(mainRows), 0);  // the former main row was cleared in the database at once
+    form_->SaveChanges();
+    EXPECT_EQ(Db(mainRows), 1);
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
+                                "\"SampleDate\"='2021-03-15'")
+                     .arg(lv)),
+              1);
+    const int year =
+        static_cast<int>(Db("select \"Ident\" from \"SamplesDates\" where \"Name\"='2021г.' and "
+                            "\"Period\"=1 and \"SampleDate1\"='2021-01-01' and \"SampleDate2\"='2022-01-01'"));
+    ASSERT_GT(year, 0);
+    const QString mirror = QStringLiteral("select count(*) from \"LVPSamples\" where GUID=%1 and \"SampleIdent\"=%2");
+    EXPECT_EQ(Db(mirror.arg(lv).arg(year)), 1);
+    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"CosFiB\" from \"LVPSamples\" where GUID=%1 and \"SampleIdent\"=%2")
+                            .arg(lv)
+                            .arg(year)),
+                     Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)));
+    // No longer main: its year row goes.
+    form_->ToggleMain();
+    form_->SaveChanges();
+    EXPECT_EQ(Db(mirror.arg(lv).arg(year)), 0);
+
+    // A sample without a loss cannot be main.
+    for (const char* phase : {"A", "B", "C"}) {
+        type(Box((std::string("EditU") + phase).c_str()), "230");
+        type(Box((std::string("EditU2") + phase).c_str()), "230");
+    }
+    ASSERT_DOUBLE_EQ(form_->CurrentSample()->DP, 0);
+    form_->ToggleMain();
+    EXPECT_EQ(form_->CurrentSample()->IsMain, 0);
+    EXPECT_TRUE(dialogs_.Calls().isEmpty());  // refused silently
+}
+
+TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
+{
+    const double previousU = form_->CurrentSample()->U[0];
+    dialogs_.AnswerInput("Л-9 ул. Новая");
+    form_->NewLine();
+    ASSERT_EQ(dialogs_.Calls().size(), 1);
+    EXPECT_EQ(dialogs_.Calls()[0].caption, "Создание новой линии ");
+    EXPECT_EQ(dialogs_.Calls()[0].text, "Введите имя новой линии");
+    const int lv = form_->LVFider();
+    EXPECT_EQ(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Новая' "
+                                "and \"TypeLoad\"=1")
+                     .arg(lv)),
+              node_);
+    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"Unom\" from \"LVFiders\" where GUID=%1").arg(lv)), 0.38);
+    EXPECT_EQ(Db(QStringLiteral("select \"ProvodPhase\" + \"ProvodNull\" from \"LVFidersA\" where GUID=%1").arg(lv)),
+              644 * 2);
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
+                                "\"Krazv\"=0.8 and \"SampleDate\"=current_date")
+                     .arg(lv)),
+              1);
+    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"UA\" from \"LVPResultsA\" where GUID=%1").arg(lv)), previousU);
+    EXPECT_NE(db_->GetTree()->Find(lv), nullptr);  // the host's tree has it too
+
+    dialogs_.AnswerInput("", true);  // an empty name does nothing
+    form_->NewLine();
+    EXPECT_EQ(form_->LVFider(), lv);
+
+    dialogs_.Clear();
+    dialogs_.AnswerInput("Л-9 ул. Садовая");
+    form_->RenameLine();
+    EXPECT_EQ(dialogs_.Calls()[0].caption, "Переименовать линию");
+    EXPECT_EQ(dialogs_.Calls()[0].text, "Введите новое имя линии");
+    form_->SaveChanges();
+    EXPECT_EQ(
+        Db(QStringLiteral("select count(*) from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Садовая'").arg(lv)),
+        1);
+
+    const QString day = form_->CurrentDate().toString("dd.MM.yyyy");
+    dialogs_.AnswerMessage(host::mrNo);
+    form_->DeleteSamples();
+    EXPECT_EQ(dialogs_.Calls().last().text, "Удалить замеры за " + day + " ?");
+    EXPECT_NE(form_->CurrentSample(), nullptr);
+    dialogs_.AnswerMessage(host::mrNo);
+    form_->DeleteLine();
+    EXPECT_EQ(dialogs_.Calls().last().text, "Удалить линию \"Л-9 ул. Садовая\"?");
+    EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
+    form_->DeleteLine();  // yes
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVFiders\" where GUID=%1").arg(lv)), 0);
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1").arg(lv)), 0);
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVFidersA\" where GUID=%1").arg(lv)), 0);
+}
+
+TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
+{
+    auto* typeLoad = form_->findChild<QComboBox*>("cbTypeLoad");
+    auto* phase = form_->findChild<QComboBox*>("cbProvodPhase");
+    auto* null = form_->findChild<QComboBox*>("cbProvodNull");
+    // A load kind brings its power factor.
+    const int other = (typeLoad->currentIndex() + 1) % typeLoad->count();
+    typeLoad->setCurrentIndex(other);
+    emit typeLoad->activated(other);
+    EXPECT_EQ(Box("EditCosFi")->text(),
+              FormatFloat3(Db(QStringLiteral("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1")
+                                  .arg(typeLoad->itemData(other).toInt()))));
+    // A conductor without its own neutral lets the neutral be chosen; a self-supporting wire does not.
+    const int a50 = phase->findData(644);
+    phase->setCurrentIndex(a50);
+    emit phase->activated(a50);
+    EXPECT_TRUE(null->isEnabled());
+    EXPECT_EQ(null->currentData().toInt(), 644);
+    EXPECT_EQ(Box("EditR0")->text(), "0,640");
+    const double length =
+        Db(QStringLiteral("select \"LineLength\" from \"LVFidersA\" where GUID=%1").arg(form_->LVFider()));
+    EXPECT_EQ(Box("EditRf")->text(), FormatFloat3(0.64 * length));
+    const int sip = phase->findData(650);
+    phase->setCurrentIndex(sip);
+    emit phase->activated(sip);
+    EXPECT_FALSE(null->isEnabled());
+
+    // A power factor typed by hand away from the reference shows the reset button.
+    auto* cosReset = Button("btnCosReset");
+    type(Box("EditCosFi"), "0,5");
+    EXPECT_FALSE(cosReset->isHidden());
+    cosReset->click();
+    EXPECT_TRUE(cosReset->isHidden());
+    EXPECT_EQ(Box("EditCosFi")->text(),
+              FormatFloat3(Db(QStringLiteral("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1")
+                                  .arg(typeLoad->itemData(other).toInt()))));
+
+    const QString day = form_->CurrentDate().toString("dd.MM.yyyy");
+    dialogs_.AnswerMessage(host::mrNo);
+    form_->close();
+    EXPECT_EQ(dialogs_.Calls().last().text, "Сохранить изменения за \"" + day + "\"?");
+    EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
+}
+
+TEST_F(Editor, ReportsOfTheLineAndTheSubstation)
+{
+    const QString line = LineReportHtml(*form_->Rep_Data(), form_->LVFider());
+    EXPECT_TRUE(line.contains(form_->findChild<QListWidget*>("FidersList")->currentItem()->text().toHtmlEscaped()));
+    EXPECT_TRUE(line.contains(form_->CurrentDate().toString("dd.MM.yyyy")));
+    const QString tp = SubstationReportHtml(*form_->Rep_Data(), form_->windowTitle());
+    EXPECT_GE(tp.count("<table"), 3);
+    TfrmReportHTML viewer(nullptr, "OZN3_Report_Ln", line);
+    const QString pdf = folder_.Path("отчет.pdf");
+    ASSERT_TRUE(viewer.SavePdf(pdf));
+    QFile file(pdf);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.read(5) == "%PDF-");
+}
