@@ -95,7 +95,8 @@ QString formatSection(const QString& section, double value)
     const QString fracPart = dot >= 0 ? section.mid(dot + 1) : QString();
     const bool grouping = intPart.contains(QLatin1Char(','));
     // Text around the digits (a minus sign, a unit) is kept as it stands.
-    const int firstDigit = intPart.indexOf(QRegularExpression(QStringLiteral("[0#]")));
+    static const QRegularExpression digitMark(QStringLiteral("[0#]"));
+    const int firstDigit = intPart.indexOf(digitMark);
     const QString prefix = firstDigit > 0 ? intPart.left(firstDigit) : QString();
     int maxDecimals = 0, minDecimals = 0;
     for (QChar ch : fracPart) {
@@ -136,7 +137,8 @@ QString FormatFloat(const QString& pattern, double value)
         return formatSection(sections[1], value);
     const QString text = formatSection(sections[0], value);
     // A negative number that rounds to zero is written without its sign.
-    const bool allZero = !text.contains(QRegularExpression(QStringLiteral("[1-9]")));
+    static const QRegularExpression nonZero(QStringLiteral("[1-9]"));
+    const bool allZero = !text.contains(nonZero);
     return value < 0 && !allZero ? QLatin1Char('-') + text : text;
 }
 
