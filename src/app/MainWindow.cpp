@@ -47,6 +47,14 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     detail_->hide();
 
     BuildMenu();
+    // A double click on a substation or an LV feeder opens the feeder editor there.
+    connect(tree_, &QTreeView::doubleClicked, this, [this] {
+        ToznListItemCommon* item = SelectedItem();
+        if (!item || (item->GetNodeType() != NodeType::Nodes && item->GetNodeType() != NodeType::LVFiders))
+            return;
+        int32_t lv = item->GetNodeType() == NodeType::LVFiders ? item->GetIdent() : 0;
+        plugin_->ShowLVFiders(lv ? 0 : item->GetIdent(), &lv);
+    });
     TfdbTree* t = database->GetTree();
     statusBar()->showMessage(QStringLiteral("ТП: %1, линий 0,4 кВ: %2")
                                  .arg(t->CountOfType(NodeType::Nodes))

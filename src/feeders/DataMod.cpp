@@ -84,12 +84,21 @@ void TRep_Data::OpenFiders(int nodeGuid)
             s->DW = q->Float(QStringLiteral("dW"));
             samples_.push_back(std::move(s));
         }
+    });
+    ReloadTypeLoads();
+    provods_.Load(connection_);
+}
+
+void TRep_Data::ReloadTypeLoads()
+{
+    typeLoads_.clear();
+    GuardedRead(connection_, [&] {
+        auto q = connection_.NewQuery();
         q->SetSQLText(sql(FeedersSql::kTypeLoads));
         for (q->Open(); !q->Eof(); q->Next())
             typeLoads_.push_back(
                 {q->Int(QStringLiteral("Ident")), q->Str(QStringLiteral("Name")), q->Float(QStringLiteral("CosFi"))});
     });
-    provods_.Load(connection_);
 }
 
 TRep_Data::Fider* TRep_Data::FindFider(int guid)

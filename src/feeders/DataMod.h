@@ -66,6 +66,8 @@ public:
     void DeleteSample(Sample& sample);
     void DeleteFider(int guid);
     const std::vector<TypeLoad>& TypeLoads() const { return typeLoads_; }
+    // Reads the load kinds again after the reference was edited.
+    void ReloadTypeLoads();
     const TProvod038& Provods() const { return provods_; }
 
     bool Modified() const;

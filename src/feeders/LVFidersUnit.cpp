@@ -20,6 +20,7 @@
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/LoadTypesEditor.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "normative/KrazvRefUnit.h"
@@ -155,6 +156,7 @@ void TLVFidersForm::BuildMainTab(QWidget* page)
     cosReset_->setToolTip(QStringLiteral("Значение Cos не соответствует справочному.\r\nДля сброса нажмите кнопку."));
     QLineEdit* cos = edit(QStringLiteral("EditCosFi"));
     cos->setToolTip(QStringLiteral("Двойной клик в поле для \r\nредактирования справочника"));
+    cos->installEventFilter(this);
     form->addRow(QStringLiteral("К-т мощности Г.У., о.е."), withButton(cos, cosReset_));
     tmaxReset_ = new QPushButton(QStringLiteral("×"), page);
     tmaxReset_->setObjectName(QStringLiteral("btnTmaxReset"));
@@ -651,6 +653,25 @@ bool TLVFidersForm::AskToSave()
     else
         repData_->Cancel();
     return true;
+}
+
+bool TLVFidersForm::eventFilter(QObject* watched, QEvent* event)
+{
+    // A double click in the power factor opens the reference of load kinds.
+    if (event->type() == QEvent::MouseButtonDblClick && watched == Edit(QStringLiteral("EditCosFi"))) {
+        if (EditLoadTmaxTypes(this, connection_)) {
+            repData_->ReloadTypeLoads();
+            busy_ = true;
+            const int index = typeLoad_->currentIndex();
+            typeLoad_->clear();
+            for (const auto& t : repData_->TypeLoads())
+                typeLoad_->addItem(t.Name, t.Ident);
+            typeLoad_->setCurrentIndex(index);
+            busy_ = false;
+        }
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void TLVFidersForm::reject()

@@ -2,10 +2,13 @@
 
 #include <QCalendarWidget>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersReports.h"
@@ -261,4 +264,25 @@ TEST_F(Editor, ReportsOfTheLineAndTheSubstation)
     QFile file(pdf);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_TRUE(file.read(5) == "%PDF-");
+}
+
+TEST_F(Editor, DoubleClickOnThePowerFactorEditsTheLoadKinds)
+{
+    QLineEdit* cos = Box("EditCosFi");
+    CloseNextModal(QDialog::Accepted, [](QDialog* d) {
+        auto* grid = d->findChild<QTableWidget*>("GridTypeLoads");
+        grid->item(0, 2)->setText("0,97");
+        d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save)->click();
+    });
+    QTest::mouseDClick(cos, Qt::LeftButton);
+    EXPECT_DOUBLE_EQ(Db("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=1"), 0.97);
+    EXPECT_DOUBLE_EQ(form_->Rep_Data()->TypeLoads().front().CosFi, 0.97);
+    CloseNextModal(QDialog::Accepted, [](QDialog* d) {
+        d->findChild<QTableWidget*>("GridTypeLoads")->item(0, 2)->setText("1,5");
+        d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save)->click();
+        d->reject();
+    });
+    QTest::mouseDClick(cos, Qt::LeftButton);
+    EXPECT_EQ(dialogs_.Texts().last(), "Коэффициент мощности должен быть числом от 0 до 1: 1,5");
+    EXPECT_DOUBLE_EQ(Db("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=1"), 0.97);
 }
