@@ -3,11 +3,41 @@
 
 class ToznFDConnection;
 
+#include <QDateTime>
+#include <QList>
+
 // Results queries of the LV results over the hierarchy, kept as resource strings of this unit.
 namespace LVResultsSql {
 extern const char* const sLevelOfGUID;
-}
+extern const char* const sDeleteResults;
+extern const char* const sSamplesWithResults;
+extern const char* const sPeriodsWithResults;
+extern const char* const sPeriodsWithResultsNoSections;
+}  // namespace LVResultsSql
+
+// A sample (a row of "SamplesDates") for which results of a calculation type are stored.
+struct TLVResultSample {
+    int Ident = 0;
+    QString Name;
+    int Period = 0;
+    QDateTime SampleDate1, SampleDate2;
+};
+
+// A kind of period ("Periods") for which results are stored under an object.
+struct TLVResultPeriod {
+    int Period = 0;
+    QString Name;
+};
 
 // The hierarchy level (0 utility … 7 LV feeder) of an object under which results are stored;
 // -1 when nothing is stored under it.
 int FindLevelLV(ToznFDConnection& connection, int guid);
+
+// Deletes the "LVResults" rows of a sample and calculation type of every LV feeder under an object
+// (their balance rows go with them); returns the number of rows deleted.
+int DeleteResultsLV(ToznFDConnection& connection, int guid, int calcType, int sampleIdent);
+// The samples with results of a calculation type, latest first.
+QList<TLVResultSample> SamplesWithResultsLV(ToznFDConnection& connection, int calcType);
+// The kinds of period with results under an object within a sample range.
+QList<TLVResultPeriod> PeriodsWithResultsLV(ToznFDConnection& connection, int calcType, int guid, const QDateTime& sd1,
+                                            const QDateTime& sd2, bool withSections = true);

@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include "host/Database.h"
+#include "results/UnitLVResults.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class Results : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+    }
+    double Db(const QString& sql) { return Scalar(*c_, sql); }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+};
+
+// LV feeders under a supply centre, through ownership.
+const char* kUnderCenter = R"(select lf.guid from "LVFiders" lf join "Nodes" nod on nod.guid=lf."OwnerGUID"
+    join "Fiders" f on f.guid=nod."OwnerGUID" join "Sections" s on s.guid=f."OwnerGUID" where s."OwnerGUID"=%1)";
+}  // namespace
+
+TEST_F(Results, DeletingAtACentreRemovesExactlyThatSampleAndTypeBeneathIt)
+{
+    const int center = static_cast<int>(Db("select first 1 guid from \"Centers\" order by guid"));
+    const int sample = static_cast<int>(Db("select min(\"SampleIdent\") from \"LVResults\""));
+    // Another run of type 1 for the same sample under the centre must stay.
+    const int lv = static_cast<int>(Db(QString::fromUtf8(kUnderCenter).arg(center)));
+    Exec(*c_, QStringLiteral("insert into \"LVResults\" (\"Ident\", GUID, \"SampleIdent\", \"CalcType\") values "
+                             "(900001, %1, %2, 1)")
+                  .arg(lv)
+                  .arg(sample));
+    const QString under = QStringLiteral("select count(*) from \"LVResults\" where guid in (%1) and \"SampleIdent\"=%2 "
+                                         "and \"CalcType\"=%3")
+                              .arg(QString::fromUtf8(kUnderCenter).arg(center));
+    const double all = Db("select count(*) from \"LVResults\"");
+    const double target = Db(under.arg(sample).arg(0));
+    const double balanceRows = Db("select count(*) from \"LVPResultsAdd\"");
+    ASSERT_GT(target, 0);
+
+    EXPECT_EQ(DeleteResultsLV(*c_, center, 0, sample), target);
+    EXPECT_EQ(Db(under.arg(sample).arg(0)), 0);
+    EXPECT_EQ(Db(under.arg(sample).arg(1)), 1);  // another calculation type
+    EXPECT_EQ(Db("select count(*) from \"LVResults\""), all - target);
+    EXPECT_LT(Db("select count(*) from \"LVPResultsAdd\""), balanceRows);  // the balance rows went with them
+    EXPECT_EQ(Db("select count(*) from \"LVPResultsAdd\" pa left join \"LVResults\" mv on mv.\"Ident\"=pa.\"Ident\" "
+                 "where mv.\"Ident\" is null"),
+              0);
+    // The object is found no more for that sample, but still for the others.
+    EXPECT_EQ(DeleteResultsLV(*c_, center, 0, sample), 0);
+}
+
+TEST_F(Results, SamplesAndPeriodsWithResults)
+{
+    const QList<TLVResultSample> samples = SamplesWithResultsLV(*c_, 0);
+    ASSERT_EQ(samples.size(), 3);  // the three demo years
+    EXPECT_EQ(samples.first().Name, "2023г.");
+    EXPECT_EQ(samples.last().Name, "2025г.");
+    EXPECT_TRUE(SamplesWithResultsLV(*c_, 7).isEmpty());
+
+    const int section = static_cast<int>(Db("select first 1 s.guid from \"Sections\" s order by s.guid"));
+    const int root = static_cast<int>(Db("select first 1 guid from \"AOEnergo\""));
+    const QDateTime from = samples.first().SampleDate1, to = samples.last().SampleDate2;
+    auto periods = PeriodsWithResultsLV(*c_, 0, root, from, to);
+    ASSERT_EQ(periods.size(), 1);
+    EXPECT_EQ(periods[0].Period, 1);
+    EXPECT_EQ(periods[0].Name, "Год");
+    EXPECT_EQ(PeriodsWithResultsLV(*c_, 0, section, from, to).size(), 1);
+    EXPECT_TRUE(PeriodsWithResultsLV(*c_, 0, section, from, to, false).isEmpty());  // the text without Sections
+    EXPECT_TRUE(PeriodsWithResultsLV(*c_, 0, root, from, from.addDays(100)).isEmpty());
+}
