@@ -13,6 +13,10 @@ extern const char* const sDeleteResults;
 extern const char* const sSamplesWithResults;
 extern const char* const sPeriodsWithResults;
 extern const char* const sPeriodsWithResultsNoSections;
+extern const char* const sResultsFromAOEnergo;
+extern const char* const sResultsFromPES;
+extern const char* const sResultsFromRES;
+extern const char* const sOwnerRES;
 }  // namespace LVResultsSql
 
 // A sample (a row of "SamplesDates") for which results of a calculation type are stored.

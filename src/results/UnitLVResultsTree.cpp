@@ -1,0 +1,457 @@
+#include "results/UnitLVResultsTree.h"
+
+#include <QHash>
+#include <cmath>
+
+#include "host/Connection.h"
+#include "host/NumericHelpers.h"
+#include "results/UnitLVResults.h"
+
+namespace {
+const char* const kBlockColumns[BlockFieldCount] = {
+    "Wa_gen",    "Wr_gen",    "Wafakt", "Wrfakt", "Wacalc",     "Wrcalc",     "dWa",      "dWr",   "Pgen",
+    "Qgen",      "dP",        "dQ",     "Pfakt",  "Qfakt",      "Pcalc",      "Qcalc",    "LsumP", "LsumC",
+    "LsumP_off", "LsumC_off", "NLineP", "NLineC", "NLineP_off", "NLineC_off", "NAbonents"};
+const char* const kResultColumns[ResultFieldCount] = {"T",      "UA",     "UB",     "UC",          "IA",
+                                                      "IB",     "IC",     "ImaxA",  "ImaxB",       "ImaxC",
+                                                      "CosFiA", "CosFiB", "CosFiC", "Temperature", "U2A",
+                                                      "U2B",    "U2C",    "Lm",     "L23",         "L1",
+                                                      "Kdp",    "sqrKfg", "Krazv",  "HeadEndSize", "HeadEndLength",
+                                                      "dWdop",  "dPdop"};
+
+// Values that add up over feeders; the others are kept as means (hours as the longest).
+bool additive(int field)
+{
+    switch (field) {
+    case rfIA:
+    case rfIB:
+    case rfIC:
+    case rfImaxA:
+    case rfImaxB:
+    case rfImaxC:
+    case rfLm:
+    case rfL23:
+    case rfL1:
+    case rfHeadEndLength:
+    case rfdWdop:
+    case rfdPdop: return true;
+    default: return false;
+    }
+}
+
+bool inVariant(int balance, int variant)
+{
+    if (variant == VariantTotal)
+        return true;
+    if (variant == VariantOffBalance)
+        return balance != 0;
+    return balance == variant;
+}
+
+const char* kNames = R"(select guid, "Name" from "AOEnergo" union all select guid, "Name" from pes
+    union all select guid, "Name" from res union all select guid, "Name" from "Centers"
+    union all select guid, "Name" from "Sections" union all select guid, "Name" from "Fiders"
+    union all select guid, "Name" from "Nodes" union all select guid, "Name" from "LVFiders")";
+}  // namespace
+
+TLVBalanceBlock::TLVBalanceBlock() { Values.fill(EmptyFloat()); }
+
+void TLVBalanceBlock::Add(const TLVBalanceBlock& other)
+{
+    for (int f = 0; f < BlockFieldCount; ++f)
+        Values[f] = AC_SumFloat(Values[f], other.Values[f]);
+}
+
+double TLVResultCustom::GetValue(int, int) const { return EmptyFloat(); }
+double TLVResultCustom::GetValueLVResult(int) const { return EmptyFloat(); }
+
+double TLVResultCustom::dUmax() const
+{
+    double result = EmptyFloat();
+    for (int p = 0; p < 3; ++p) {
+        const double u = GetValueLVResult(rfUA + p), u2 = GetValueLVResult(rfU2A + p);
+        if (isEmptyFloat(u) || isEmptyFloat(u2) || u == 0)
+            continue;
+        const double loss = (u - u2) / u * 100;
+        result = isEmptyFloat(result) ? loss : std::max(result, loss);
+    }
+    return result;
+}
+
+double TLVResultCustom::Kzap() const
+{
+    if (Mode == 2) {
+        const double w = GetValue(bfWa_gen, VariantTotal), p = GetValue(bfPgen, VariantTotal),
+                     t = GetValueLVResult(rfT);
+        if (isEmptyFloat(w) || isEmptyFloat(p) || isEmptyFloat(t) || p == 0 || t == 0)
+            return EmptyFloat();
+        return w / p / t * 1000;
+    }
+    const double s = GetValueLVResult(rfSqrKfg);
+    if (isEmptyFloat(s) || 3 * s - 2 == 0)
+        return EmptyFloat();
+    return 1 / (3 * s - 2);
+}
+
+double TLVResultCustom::Tau() const
+{
+    const double k = Kzap();
+    return isEmptyFloat(k) ? EmptyFloat() : (k + 2 * k * k) / 3;
+}
+
+double TLVResultCustom::Tmax() const
+{
+    const double k = Kzap(), t = GetValueLVResult(rfT);
+    return isEmptyFloat(k) || isEmptyFloat(t) ? EmptyFloat() : k * t;
+}
+
+double TLVResultCustom::Percent(double a, double b)
+{
+    if (isEmptyFloat(a) || isEmptyFloat(b) || b == 0)
+        return EmptyFloat();
+    return a / b * 100;
+}
+
+double TLVResultCustom::deltaPline(int variant) const
+{
+    const double loss = GetValue(bfdP, variant);
+    const double length = AC_SumFloat(GetValue(bfLsumP, variant), GetValue(bfLsumC, variant));
+    return isEmptyFloat(loss) || isEmptyFloat(length) || length == 0 ? EmptyFloat() : loss / length;
+}
+
+double TLVResultCustom::deltaWline(int variant) const
+{
+    const double loss = GetValue(bfdWa, variant);
+    const double length = AC_SumFloat(GetValue(bfLsumP, variant), GetValue(bfLsumC, variant));
+    return isEmptyFloat(loss) || isEmptyFloat(length) || length == 0 ? EmptyFloat() : loss / length;
+}
+
+double TLVResultCustom::Igu() const
+{
+    double sum = EmptyFloat();
+    int n = 0;
+    for (int p = 0; p < 3; ++p) {
+        const double i = GetValueLVResult(rfIA + p);
+        if (!isEmptyFloat(i)) {
+            sum = AC_SumFloat(sum, i);
+            ++n;
+        }
+    }
+    return n == 0 ? EmptyFloat() : sum / n;
+}
+
+double TLVResultCustom::Lekv() const
+{
+    const double lm = GetValueLVResult(rfLm), l23 = GetValueLVResult(rfL23), l1 = GetValueLVResult(rfL1);
+    if (isEmptyFloat(lm) && isEmptyFloat(l23) && isEmptyFloat(l1))
+        return EmptyFloat();
+    return AC_SumFloat(AC_SumFloat(lm, isEmptyFloat(l23) ? l23 : 0.44 * l23), isEmptyFloat(l1) ? l1 : 0.22 * l1);
+}
+
+double TLVResultCustom::GetValueZero(int field, int variant) const
+{
+    const double v = GetValue(field, variant);
+    return isEmptyFloat(v) || v == -1 ? 0 : v;
+}
+
+TLVResultRecord::TLVResultRecord() { sums_.fill(EmptyFloat()); }
+
+void TLVResultRecord::ReadRow(const TFDQuery& q, bool firstRowOfResult)
+{
+    TLVBalanceBlock block;
+    block.Balance = q.Int(QStringLiteral("Balance"));
+    block.RES = q.Int(QStringLiteral("RES"));
+    // A feeder reached through two districts comes twice with the same blocks: each is kept once.
+    for (const TLVBalanceBlock& b : blocks_)
+        if (b.Balance == block.Balance && b.RES == block.RES)
+            return;
+    for (int f = 0; f < BlockFieldCount; ++f)
+        block.Values[f] = q.Float(QString::fromLatin1(kBlockColumns[f]));
+    blocks_.push_back(block);
+    if (!firstRowOfResult)
+        return;
+    ++results_;
+    TypeTR = q.Str(QStringLiteral("TypeTR"));
+    Owners = {q.Int(QStringLiteral("nodGuid")), q.Int(QStringLiteral("rGuidRecord")), 0};
+    for (int f = 0; f < ResultFieldCount; ++f) {
+        const double v = q.Float(QString::fromLatin1(kResultColumns[f]));
+        sums_[f] = v;
+        counts_[f] = isEmptyFloat(v) ? 0 : 1;
+    }
+}
+
+void TLVResultRecord::AddRecord(const TLVResultRecord& other)
+{
+    for (const TLVBalanceBlock& b : other.blocks_) {
+        auto it = std::find_if(blocks_.begin(), blocks_.end(),
+                               [&](const TLVBalanceBlock& x) { return x.Balance == b.Balance && x.RES == b.RES; });
+        if (it == blocks_.end())
+            blocks_.push_back(b);
+        else
+            it->Add(b);
+    }
+    for (int f = 0; f < ResultFieldCount; ++f) {
+        if (f == rfT)
+            sums_[f] = isEmptyFloat(sums_[f])
+                           ? other.sums_[f]
+                           : (isEmptyFloat(other.sums_[f]) ? sums_[f] : std::max(sums_[f], other.sums_[f]));
+        else
+            sums_[f] = AC_SumFloat(sums_[f], other.sums_[f]);
+        counts_[f] += other.counts_[f];
+    }
+    results_ += other.results_;
+    if (TypeTR.isEmpty())
+        TypeTR = other.TypeTR;
+}
+
+void TLVResultRecord::BuildResList()
+{
+    resList_.clear();
+    resIdx_ = -1;
+    if (Level != 7)
+        return;
+    for (const TLVBalanceBlock& b : blocks_) {
+        auto it = std::find_if(resList_.begin(), resList_.end(), [&](const ResBlock& r) { return r.RES == b.RES; });
+        if (it == resList_.end())
+            resList_.push_back({b.RES, {b}});
+        else
+            it->rows.push_back(b);
+    }
+    // The last entry holds every row: the feeder as a whole, not a RES of its own.
+    resList_.push_back({Owners.RES, blocks_});
+}
+
+double TLVResultRecord::GetValue(int field, int variant) const
+{
+    if (field < 0 || field >= BlockFieldCount)
+        return EmptyFloat();
+    const std::vector<TLVBalanceBlock>& rows =
+        resIdx_ >= 0 && resIdx_ < static_cast<int>(resList_.size()) ? resList_[resIdx_].rows : blocks_;
+    double sum = EmptyFloat();
+    for (const TLVBalanceBlock& b : rows)
+        if (inVariant(b.Balance, variant))
+            sum = AC_SumFloat(sum, b.Values[field]);
+    return sum;
+}
+
+double TLVResultRecord::GetValueLVResult(int field) const
+{
+    if (field < 0 || field >= ResultFieldCount || counts_[field] == 0)
+        return EmptyFloat();
+    if (additive(field) || field == rfT)
+        return sums_[field];
+    return sums_[field] / counts_[field];
+}
+
+int TLVResultRecord::CountRes() const
+{
+    if (Level != 7 || resList_.size() <= 1)
+        return 1;
+    return static_cast<int>(resList_.size()) - 1;
+}
+
+TOwnersRes TLVResultRecord::GetOwnersRes(int index) const
+{
+    if (Level == 7 && index >= 0 && index < static_cast<int>(resList_.size()))
+        return {Owners.Owner, resList_[index].RES, Owners.Tail};
+    return Owners;
+}
+
+void TLVResultRecord::SetResIdx(int index)
+{
+    if (Level != 7 || resList_.empty() || index < 0 || index >= static_cast<int>(resList_.size()))
+        return;
+    resIdx_ = index;
+    Owners.RES = resList_[index].RES;
+}
+
+TMasRES TLVResultRecord::GetMasRES() const
+{
+    TMasRES mas;
+    if (CountRes() >= 2) {
+        for (int i = 0; i < CountRes(); ++i)
+            mas.append({Owners.Owner, resList_[i].RES, -1});
+    } else {
+        mas.append({Owners.Owner, Owners.RES, -1});
+    }
+    return mas;
+}
+
+TPesResultsLV::TPesResultsLV(int level, int guid, const QString& text, TPesResultsLV* parent)
+    : level_(level), guid_(guid), text_(text), parent_(parent)
+{
+    record_.Level = level;
+    record_.Name = text;
+}
+
+TPesResultsLV* TPesResultsLV::FindGUID(int guid) const
+{
+    for (const auto& c : children_)
+        if (c->guid_ == guid)
+            return c.get();
+    return nullptr;
+}
+
+TPesResultsLV* TPesResultsLV::Ensure(int level, int guid, const QString& text)
+{
+    if (TPesResultsLV* found = FindGUID(guid))
+        return found;
+    children_.push_back(std::make_unique<TPesResultsLV>(level, guid, text, this));
+    return children_.back().get();
+}
+
+int TPesResultsLV::CountRecords() const
+{
+    int n = 1;
+    for (const auto& c : children_)
+        n += c->CountRecords();
+    return n;
+}
+
+void TPesResultsLV::Clear()
+{
+    children_.clear();
+    record_ = TLVResultRecord();
+    record_.Level = level_;
+    record_.Name = text_;
+}
+
+void TPesResultsLV::SumRecords()
+{
+    if (children_.empty())
+        return;
+    TLVResultRecord sum;
+    sum.Level = level_;
+    sum.Name = text_;
+    sum.Period = record_.Period;
+    for (const auto& c : children_) {
+        c->SumRecords();
+        sum.AddRecord(c->record_);
+    }
+    if (level_ < 7)
+        record_ = sum;
+}
+
+bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1,
+                         const QDateTime& sd2, int period, QString& error)
+{
+    Clear();
+    guid_ = guid;
+    level_ = FindLevelLV(connection, guid);
+    if (level_ < 0) {
+        error = QStringLiteral("Не найден GUID");
+        level_ = 0;
+        return false;
+    }
+    record_.Level = level_;
+    const char* const startColumns[8] = {"eGuidRecord", "pGuid", "rGuid",   "cGuid",
+                                         "sGuid",       "fGuid", "nodGuid", "lfGuid"};
+    GuardedRead(connection, [&] {
+        auto q = connection.NewQuery();
+        QHash<int, QString> names;
+        q->SetSQLText(QString::fromUtf8(kNames));
+        for (q->Open(); !q->Eof(); q->Next())
+            names.insert(q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Name")));
+        text_ = names.value(guid);
+        int rGuid = guid;
+        if (level_ > 2) {
+            q->SetSQLText(QString::fromUtf8(LVResultsSql::sOwnerRES));
+            q->ParamByName(QStringLiteral("GUID"), guid);
+            q->Open();
+            rGuid = q->Eof() ? 0 : q->Int(QStringLiteral("GUID"));
+        }
+        const char* sql = level_ == 0   ? LVResultsSql::sResultsFromAOEnergo
+                          : level_ == 1 ? LVResultsSql::sResultsFromPES
+                                        : LVResultsSql::sResultsFromRES;
+        q->SetSQLText(QString::fromUtf8(sql));
+        q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("CalcType"), calcType);
+        q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
+        q->ParamByName(QStringLiteral("Period"), period);
+        if (level_ >= 2)
+            q->ParamByName(QStringLiteral("rGUID"), rGuid);
+        int lastIdent = 0;
+        TPesResultsLV* leaf = nullptr;
+        TLVResultRecord current;
+        auto flush = [&] {
+            if (leaf && current.ResultCount() > 0) {
+                current.Level = 7;
+                leaf->record_.AddRecord(current);
+                leaf->record_.Owners = current.Owners;
+                leaf->record_.TypeTR = current.TypeTR;
+            }
+            current = TLVResultRecord();
+        };
+        for (q->Open(); !q->Eof(); q->Next()) {
+            const int ident = q->Int(QStringLiteral("MVIdent"));
+            if (ident != lastIdent) {
+                flush();
+                // The path from the object down to its LV feeder, created as needed.
+                TPesResultsLV* node = this;
+                for (int level = level_ + 1; level <= 7; ++level) {
+                    const int g = q->Int(QString::fromLatin1(startColumns[level]));
+                    node = node->Ensure(level, g, names.value(g));
+                }
+                leaf = node;
+                lastIdent = ident;
+            }
+            current.ReadRow(*q, ident != 0 && current.ResultCount() == 0);
+        }
+        flush();
+    });
+    ForEach([](TPesResultsLV& n) {
+        if (n.level_ == 7)
+            n.record_.BuildResList();
+    });
+    SumRecords();
+    return true;
+}
+
+int TPesResultsLV::TypeNodeResult(const std::array<bool, 8>& visibleRows) const
+{
+    int flags = 0;
+    if (!parent_)
+        flags |= 1;
+    if (visibleRows[level_])
+        flags |= 4;
+    int below = 0;
+    for (int l = level_ + 1; l <= 7; ++l)
+        below += visibleRows[l] ? 1 : 0;
+    if (below == 0)
+        flags |= 2;
+    if (below == 1)
+        flags |= 8;
+    if (below >= 1)
+        flags |= 16;
+    return flags;
+}
+
+QString TPesResultsLV::Formula(const QString& word, int column, QChar separator,
+                               const std::array<bool, 8>& visibleRows) const
+{
+    if (ChildRows.isEmpty())
+        return {};
+    if (ChildRows.size() == 1)
+        return GetNameCell(column, ChildRows.first());
+    if (TypeNodeResult(visibleRows) & 8)
+        return word + GetNameCell(column, ChildRows.first()) + QLatin1Char(':') +
+               GetNameCell(column, ChildRows.last()) + QLatin1Char(')');
+    QStringList cells;
+    for (int row : ChildRows)
+        cells << GetNameCell(column, row);
+    return word + cells.join(separator) + QLatin1Char(')');
+}
+
+QString TPesResultsLV::fSum(int column, QChar separator, const std::array<bool, 8>& visibleRows) const
+{
+    return Formula(QStringLiteral("SUM("), column, separator, visibleRows);
+}
+
+QString TPesResultsLV::fAvg(int column, QChar separator, const std::array<bool, 8>& visibleRows) const
+{
+    return Formula(QStringLiteral("AVERAGE("), column, separator, visibleRows);
+}
+
+QString TPesResultsLV::fMax(int column, QChar separator, const std::array<bool, 8>& visibleRows) const
+{
+    return Formula(QStringLiteral("MAX("), column, separator, visibleRows);
+}

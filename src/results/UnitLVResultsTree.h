@@ -1,0 +1,210 @@
+#pragma once
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "host/SamplePeriods.h"
+
+class ToznFDConnection;
+class TFDQuery;
+
+// Values of a balance block (one RES balance row of a result with its energy row), by field number.
+// 0-7 energy (thousand kWh, thousand kvarh), 8-15 power (kW, kvar), 16-24 lines and consumers.
+enum TLVBlockField {
+    bfWa_gen,
+    bfWr_gen,
+    bfWafakt,
+    bfWrfakt,
+    bfWacalc,
+    bfWrcalc,
+    bfdWa,
+    bfdWr,
+    bfPgen,
+    bfQgen,
+    bfdP,
+    bfdQ,
+    bfPfakt,
+    bfQfakt,
+    bfPcalc,
+    bfQcalc,
+    bfLsumP,
+    bfLsumC,
+    bfLsumP_off,
+    bfLsumC_off,
+    bfNLineP,
+    bfNLineC,
+    bfNLineP_off,
+    bfNLineC_off,
+    bfNAbonents,
+    BlockFieldCount
+};
+// Values of the "LVResults" part, by field number.
+enum TLVResultField {
+    rfT,
+    rfUA,
+    rfUB,
+    rfUC,
+    rfIA,
+    rfIB,
+    rfIC,
+    rfImaxA,
+    rfImaxB,
+    rfImaxC,
+    rfCosFiA,
+    rfCosFiB,
+    rfCosFiC,
+    rfTemperature,
+    rfU2A,
+    rfU2B,
+    rfU2C,
+    rfLm,
+    rfL23,
+    rfL1,
+    rfKdp,
+    rfSqrKfg,
+    rfKrazv,
+    rfHeadEndSize,
+    rfHeadEndLength,
+    rfdWdop,
+    rfdPdop,
+    ResultFieldCount
+};
+// Balance variants: 0 on the utility's balance, 4 not on it, 5 both.
+constexpr int VariantOnBalance = 0, VariantOffBalance = 4, VariantTotal = 5;
+
+struct TLVBalanceBlock {
+    int Balance = 0;
+    int RES = 0;
+    std::array<double, BlockFieldCount> Values;
+    TLVBalanceBlock();
+    void Add(const TLVBalanceBlock& other);
+};
+
+// The owners of a result: the owner ident, the RES ident and a trailing integer (-1 in GetMasRES).
+struct TOwnersRes {
+    int Owner = 0;
+    int RES = 0;
+    int Tail = 0;
+};
+using TMasRES = QList<TOwnersRes>;
+
+// Base of every result holder: values reached through GetValue (a balance block) and GetValueLVResult.
+class TLVResultCustom {
+public:
+    virtual ~TLVResultCustom() = default;
+    QString Name, TypeTR;
+    int Mode = 0;  // 2: the load factor from energy, power and hours; else from sqrKfg
+    int Level = 7;
+    TOwnersRes Owners;
+    TSamplePeriodInfo Period;
+
+    virtual double GetValue(int field, int variant) const;
+    virtual double GetValueLVResult(int field) const;
+    virtual int CountRes() const { return 1; }
+    virtual TOwnersRes GetOwnersRes(int index) const { return Owners; }
+    virtual void SetResIdx(int index) {}
+    virtual double dUmax() const;
+
+    // Indicators; every one is empty when an operand is empty or a divisor is zero.
+    double Kzap() const;
+    double Tau() const;
+    double Tmax() const;
+    static double Percent(double a, double b);
+    double deltaPline(int variant) const;
+    double deltaWline(int variant) const;
+    double Igu() const;
+    double Lekv() const;
+    double GetValueZero(int field, int variant) const;
+};
+
+// The values of one object: the "LVResults" part and its balance blocks; at level 7 the blocks are also
+// listed per RES, the last entry of that list being the total of the feeder.
+class TLVResultRecord : public TLVResultCustom {
+public:
+    TLVResultRecord();
+    // Reads the columns of a results row; a later row of the same result adds its block.
+    void ReadRow(const TFDQuery& q, bool firstRowOfResult);
+    // Adds another record's values: energies, powers, lengths and counts add up; the regime values
+    // are kept as means, the hours as the longest.
+    void AddRecord(const TLVResultRecord& other);
+    // Builds the per-RES list at level 7.
+    void BuildResList();
+
+    double GetValue(int field, int variant) const override;
+    double GetValueLVResult(int field) const override;
+    int CountRes() const override;
+    TOwnersRes GetOwnersRes(int index) const override;
+    void SetResIdx(int index) override;
+    int ResIdx() const { return resIdx_; }
+    TMasRES GetMasRES() const;
+    const std::vector<TLVBalanceBlock>& Blocks() const { return blocks_; }
+    int ResultCount() const { return results_; }
+
+private:
+    struct ResBlock {
+        int RES;
+        std::vector<TLVBalanceBlock> rows;
+    };
+    std::vector<TLVBalanceBlock> blocks_;
+    std::vector<ResBlock> resList_;
+    int resIdx_ = -1;
+    std::array<double, ResultFieldCount> sums_;
+    std::array<int, ResultFieldCount> counts_{};
+    int results_ = 0;
+};
+
+// A node of the results tree: one object of the hierarchy with its record and children.
+class TPesResultsLV {
+public:
+    TPesResultsLV(int level, int guid, const QString& text, TPesResultsLV* parent);
+    int Level() const { return level_; }
+    int GUID() const { return guid_; }
+    QString Text() const { return text_; }
+    TPesResultsLV* Parent() const { return parent_; }
+    int ChildCount() const { return static_cast<int>(children_.size()); }
+    TPesResultsLV* Child(int i) const { return children_.at(i).get(); }
+    TLVResultRecord& Record() { return record_; }
+    const TLVResultRecord& Record() const { return record_; }
+
+    // Finds the object's level and builds the tree of its results; false ("Не найден GUID") when nothing
+    // is stored under it.
+    bool Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1, const QDateTime& sd2,
+              int period, QString& error);
+    // The first direct child with this ident.
+    TPesResultsLV* FindGUID(int guid) const;
+    // The node and every node below it.
+    int CountRecords() const;
+    int SumChilds() const { return CountRecords(); }
+    void Clear();
+
+    // Flags for drawing and summing: 1 no parent, 4 own level visible, 2 no visible level below,
+    // 8 + 16 exactly one visible level below, 16 more.
+    int TypeNodeResult(const std::array<bool, 8>& visibleRows) const;
+    // Worksheet formulas over the children's rows (rows set by the export).
+    QString fSum(int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
+    QString fAvg(int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
+    QString fMax(int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
+    QList<int> ChildRows;  // worksheet rows of the children, set by the export
+    int ExcelRow = 0;
+
+    // Visits the node and everything below it, parents first.
+    template <class F> void ForEach(F&& f)
+    {
+        f(*this);
+        for (auto& c : children_)
+            c->ForEach(f);
+    }
+
+private:
+    TPesResultsLV* Ensure(int level, int guid, const QString& text);
+    void SumRecords();
+    QString Formula(const QString& word, int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
+    int level_, guid_;
+    QString text_;
+    TPesResultsLV* parent_;
+    std::vector<std::unique_ptr<TPesResultsLV>> children_;
+    TLVResultRecord record_;
+};

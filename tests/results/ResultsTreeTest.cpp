@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "host/Database.h"
+#include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
+#include "results/UnitLVResultsTree.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class Tree : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+            if (p.Name == "2024г.")
+                year_ = p;
+    }
+    double Db(const QString& sql) { return Scalar(*c_, sql); }
+    bool Open(TPesResultsLV& tree, int guid, QString& error)
+    {
+        return tree.Open(*c_, guid, 0, year_.SampleDate1, year_.SampleDate2, 1, error);
+    }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    TSamplePeriodInfo year_;
+};
+
+const QString kSumOfYear = QStringLiteral(
+    "select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" "
+    "where mv.\"SampleIdent\"=%1 %2");
+}  // namespace
+
+TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
+{
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    const int root = static_cast<int>(Db("select first 1 guid from \"AOEnergo\""));
+    ASSERT_TRUE(Open(tree, root, error)) << error.toStdString();
+    EXPECT_EQ(tree.Level(), 0);
+    EXPECT_NEAR(tree.Record().GetValue(bfWa_gen, VariantTotal), Db(kSumOfYear.arg(year_.Ident).arg("")), 1e-6);
+    const int lvCount = static_cast<int>(Db(QStringLiteral("select count(distinct guid) from \"LVResults\" where "
+                                                           "\"SampleIdent\"=%1")
+                                                .arg(year_.Ident)));
+    int leaves = 0;
+    tree.ForEach([&](TPesResultsLV& node) {
+        if (node.ChildCount() == 0) {
+            ++leaves;
+            EXPECT_EQ(node.Level(), 7);
+            EXPECT_NEAR(node.Record().GetValue(bfWa_gen, VariantTotal),
+                        Db(kSumOfYear.arg(year_.Ident).arg(QStringLiteral("and mv.guid=%1").arg(node.GUID()))), 1e-9);
+            return;
+        }
+        // Every node holds the sum of its children, per balance variant.
+        for (int variant : {VariantOnBalance, VariantOffBalance, VariantTotal}) {
+            double sum = EmptyFloat();
+            for (int i = 0; i < node.ChildCount(); ++i)
+                sum = AC_SumFloat(sum, node.Child(i)->Record().GetValue(bfdP, variant));
+            EXPECT_NEAR(node.Record().GetValue(bfdP, variant), sum, 1e-6);
+        }
+        EXPECT_FALSE(node.Text().isEmpty());
+    });
+    EXPECT_EQ(leaves, lvCount);
+    EXPECT_EQ(tree.CountRecords(), tree.SumChilds());
+    EXPECT_GT(tree.CountRecords(), leaves);
+    ASSERT_GT(tree.ChildCount(), 0);
+    EXPECT_EQ(tree.FindGUID(tree.Child(0)->GUID()), tree.Child(0));
+    EXPECT_EQ(tree.FindGUID(-5), nullptr);
+
+    // Started at a substation: only its feeders.
+    const int node = static_cast<int>(Db("select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join \"LVResults\" mv "
+                                         "on mv.guid=lf.guid order by lf.\"OwnerGUID\""));
+    TPesResultsLV tp(0, 0, {}, nullptr);
+    ASSERT_TRUE(Open(tp, node, error));
+    EXPECT_EQ(tp.Level(), 6);
+    EXPECT_EQ(tp.ChildCount(), static_cast<int>(Db(QStringLiteral("select count(*) from \"LVFiders\" where "
+                                                                  "\"OwnerGUID\"=%1")
+                                                       .arg(node))));
+    TPesResultsLV none(0, 0, {}, nullptr);
+    EXPECT_FALSE(Open(none, 987654, error));
+    EXPECT_EQ(error, "Не найден GUID");
+    EXPECT_EQ(none.ChildCount(), 0);
+}
+
+TEST_F(Tree, FeederWithTwoDistrictsHasOneRecordWithAListOfBlocks)
+{
+    const int twoRes =
+        static_cast<int>(Db(QStringLiteral("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
+                                           "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
+                                           "having count(distinct pa.res) = 2")
+                                .arg(year_.Ident)));
+    ASSERT_GT(twoRes, 0);
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    ASSERT_TRUE(Open(tree, twoRes, error));
+    ASSERT_EQ(tree.Level(), 7);
+    TLVResultRecord& r = tree.Record();
+    EXPECT_EQ(r.ResultCount(), 1);
+    EXPECT_EQ(r.Blocks().size(), 4u);  // two districts, on and off the balance
+    EXPECT_EQ(r.CountRes(), 2);
+    const TMasRES mas = r.GetMasRES();
+    ASSERT_EQ(mas.size(), 2);
+    EXPECT_NE(mas[0].RES, mas[1].RES);
+    EXPECT_EQ(mas[1].Tail, -1);
+
+    const double total = r.GetValue(bfPgen, VariantTotal);
+    r.SetResIdx(0);
+    const double first = r.GetValue(bfPgen, VariantTotal);
+    EXPECT_EQ(r.GetOwnersRes(0).RES, mas[0].RES);
+    r.SetResIdx(1);
+    EXPECT_NEAR(first + r.GetValue(bfPgen, VariantTotal), total, 1e-9);
+    r.SetResIdx(5);  // out of range: nothing changes
+    EXPECT_EQ(r.ResIdx(), 1);
+    r.SetResIdx(2);  // the last entry is the feeder as a whole
+    EXPECT_NEAR(r.GetValue(bfPgen, VariantTotal), total, 1e-9);
+
+    // A feeder of one district: a list of one district and the total gives 1.
+    const int oneRes =
+        static_cast<int>(Db(QStringLiteral("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
+                                           "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
+                                           "having count(distinct pa.res) = 1")
+                                .arg(year_.Ident)));
+    TPesResultsLV single(0, 0, {}, nullptr);
+    ASSERT_TRUE(Open(single, oneRes, error));
+    EXPECT_EQ(single.Record().CountRes(), 1);
+    EXPECT_EQ(single.Record().GetMasRES().size(), 1);
+    // Off level 7, SetResIdx does nothing.
+    TLVResultRecord upper = single.Record();
+    upper.Level = 6;
+    upper.SetResIdx(0);
+    EXPECT_EQ(upper.ResIdx(), -1);
+}
+
+TEST(ResultIndicators, LoadFactorAndGuardedDivisions)
+{
+    struct Fixed : TLVResultCustom {
+        double w = 100, p = 20, t = 8760, s = 1.2;
+        double GetValue(int field, int) const override
+        {
+            return field == bfWa_gen ? w : field == bfPgen ? p : EmptyFloat();
+        }
+        double GetValueLVResult(int field) const override
+        {
+            return field == rfT ? t : field == rfSqrKfg ? s : EmptyFloat();
+        }
+    } r;
+    EXPECT_DOUBLE_EQ(r.Kzap(), 1 / (3 * 1.2 - 2));
+    EXPECT_DOUBLE_EQ(r.Tau(), (r.Kzap() + 2 * r.Kzap() * r.Kzap()) / 3);
+    EXPECT_DOUBLE_EQ(r.Tmax(), r.Kzap() * 8760);
+    r.s = 2.0 / 3;
+    EXPECT_TRUE(isEmptyFloat(r.Kzap()));  // 3 sqrKfg - 2 = 0
+    EXPECT_TRUE(isEmptyFloat(r.Tau()));
+    r.Mode = 2;
+    EXPECT_DOUBLE_EQ(r.Kzap(), 100.0 / 20 / 8760 * 1000);
+    r.p = 0;
+    EXPECT_TRUE(isEmptyFloat(r.Kzap()));  // mode 2 with P = 0
+    r.p = EmptyFloat();
+    EXPECT_TRUE(isEmptyFloat(r.Kzap()));
+    EXPECT_TRUE(isEmptyFloat(TLVResultCustom::Percent(1, 0)));
+    EXPECT_TRUE(isEmptyFloat(TLVResultCustom::Percent(EmptyFloat(), 2)));
+    EXPECT_DOUBLE_EQ(TLVResultCustom::Percent(1, 4), 25);
+    EXPECT_TRUE(isEmptyFloat(r.deltaPline(VariantTotal)));
+    EXPECT_DOUBLE_EQ(r.GetValueZero(bfdP, VariantTotal), 0);
+}
+
+TEST(ResultFormulas, ChildRowsMakeCellsBlocksOrLists)
+{
+    TPesResultsLV node(3, 1, "ЦП", nullptr);
+    std::array<bool, 8> rows{};
+    rows.fill(true);
+    EXPECT_EQ(node.fSum(4, ';', rows), "");
+    node.ChildRows = {12};
+    EXPECT_EQ(node.fSum(4, ';', rows), "D12");
+    node.ChildRows = {12, 13, 14};
+    EXPECT_EQ(node.fSum(4, ';', rows), "SUM(D12;D13;D14)");  // several levels below: scattered cells
+    rows = {false, false, false, false, true, false, false, false};
+    EXPECT_EQ(node.TypeNodeResult(rows), 1 | 8 | 16);
+    EXPECT_EQ(node.fSum(4, ';', rows), "SUM(D12:D14)");  // one level below: a block
+    EXPECT_EQ(node.fMax(31, ',', rows), "MAX(AE12:AE14)");
+    EXPECT_EQ(node.fAvg(5, ',', rows), "AVERAGE(E12:E14)");
+    rows = {false, false, false, true, false, false, false, false};
+    EXPECT_EQ(node.TypeNodeResult(rows), 1 | 4 | 2);
+    rows.fill(true);
+    EXPECT_EQ(node.TypeNodeResult(rows), 1 | 4 | 16);
+}
