@@ -12,6 +12,8 @@ int Stats(const QString& connection);
 int CalcLines(QByteArray (*calculate)(const QByteArray&));
 // The batch normative calculation without a window.
 int NormativeBatch(const QStringList& args);
+// The results tree of an object as JSON Lines or a workbook.
+int Results(const QStringList& args);
 // The value after an option ("--db X"), empty when absent.
 QString Option(const QStringList& args, const QString& name);
 }  // namespace cli

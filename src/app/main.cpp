@@ -74,6 +74,10 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "Неизвестный расчет: %s (normative, feeder-sample)\n", args.value(1).toUtf8().constData());
         return 2;
     }
+    if (command == QLatin1String("results")) {
+        QCoreApplication app(argc, argv);
+        return cli::Results(args);
+    }
     if (command == QLatin1String("normative")) {
         QCoreApplication app(argc, argv);
         return cli::NormativeBatch(args);

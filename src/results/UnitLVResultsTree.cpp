@@ -62,6 +62,8 @@ void TLVBalanceBlock::Add(const TLVBalanceBlock& other)
         Values[f] = AC_SumFloat(Values[f], other.Values[f]);
 }
 
+TLVResultCustom::TLVResultCustom() : Unom(EmptyFloat()) {}
+
 double TLVResultCustom::GetValue(int, int) const { return EmptyFloat(); }
 double TLVResultCustom::GetValueLVResult(int) const { return EmptyFloat(); }
 
@@ -172,6 +174,7 @@ void TLVResultRecord::ReadRow(const TFDQuery& q, bool firstRowOfResult)
         return;
     ++results_;
     TypeTR = q.Str(QStringLiteral("TypeTR"));
+    Unom = q.Float(QStringLiteral("Unom"));
     Owners = {q.Int(QStringLiteral("nodGuid")), q.Int(QStringLiteral("rGuidRecord")), 0};
     for (int f = 0; f < ResultFieldCount; ++f) {
         const double v = q.Float(QString::fromLatin1(kResultColumns[f]));
@@ -199,6 +202,10 @@ void TLVResultRecord::AddRecord(const TLVResultRecord& other)
             sums_[f] = AC_SumFloat(sums_[f], other.sums_[f]);
         counts_[f] += other.counts_[f];
     }
+    if (results_ == 0)
+        Unom = other.Unom;
+    else if (CompareFloat(Unom, other.Unom) != 0)
+        Unom = EmptyFloat();
     results_ += other.results_;
     if (TypeTR.isEmpty())
         TypeTR = other.TypeTR;

@@ -94,8 +94,10 @@ using TMasRES = QList<TOwnersRes>;
 // Base of every result holder: values reached through GetValue (a balance block) and GetValueLVResult.
 class TLVResultCustom {
 public:
+    TLVResultCustom();
     virtual ~TLVResultCustom() = default;
     QString Name, TypeTR;
+    double Unom;   // the section's nominal voltage, kV; empty where the objects below differ
     int Mode = 0;  // 2: the load factor from energy, power and hours; else from sqrKfg
     int Level = 7;
     TOwnersRes Owners;

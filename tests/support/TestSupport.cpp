@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QFile>
 #include <QTimer>
+#include <zip.h>
 
 #include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
@@ -82,6 +83,24 @@ double Scalar(ToznFDConnection& connection, const QString& sql)
     q->SetSQLText(sql);
     q->Open();
     return q->Eof() ? -999 : q->Value(0).toDouble();
+}
+
+QByteArray ReadZipEntry(const QString& archive, const QString& entry)
+{
+    int error = 0;
+    zip_t* zip = zip_open(archive.toLocal8Bit().constData(), ZIP_RDONLY, &error);
+    if (!zip)
+        return {};
+    QByteArray data;
+    if (zip_file_t* file = zip_fopen(zip, entry.toUtf8().constData(), 0)) {
+        char buffer[65536];
+        zip_int64_t n;
+        while ((n = zip_fread(file, buffer, sizeof buffer)) > 0)
+            data.append(buffer, static_cast<int>(n));
+        zip_fclose(file);
+    }
+    zip_close(zip);
+    return data;
 }
 
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect)

@@ -37,6 +37,9 @@ void Exec(ToznFDConnection& connection, const QString& sql);
 // The first value of the first row of a select (0 for NULL, -999 when there is no row).
 double Scalar(ToznFDConnection& connection, const QString& sql);
 
+// One entry of a zip archive (a part of an .xlsx workbook); empty when missing.
+QByteArray ReadZipEntry(const QString& archive, const QString& entry);
+
 // Closes the next modal dialog with a result once it is shown, after letting the test look at it.
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
 
