@@ -32,22 +32,6 @@ int levelOrWarn(TfdbDatabase* database, int ident)
 }
 }  // namespace
 
-TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
-{
-    setObjectName(QStringLiteral("frmLVResultsGrid"));
-    setWindowTitle(QStringLiteral("Потери эл. энергии по электрическим сетям"));
-    auto* layout = new QVBoxLayout(this);
-    layout->addStretch();
-    layout->addWidget(closeButtons(this));
-}
-
-bool TfrmLVResultsGrid::Init(TfdbDatabase* database, int ident)
-{
-    ident_ = ident;
-    level_ = levelOrWarn(database, ident);
-    return level_ >= 0;
-}
-
 TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner) : TxlsCustomMenuForm(owner)
 {
     setObjectName(QStringLiteral("frmPesResultsLV"));

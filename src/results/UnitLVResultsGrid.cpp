@@ -1,0 +1,470 @@
+#include "results/UnitLVResultsGrid.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QStandardItemModel>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include "feeders/LVFidersReports.h"
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/InitOZN.h"
+#include "host/NumericHelpers.h"
+#include "host/Progress.h"
+#include "host/SamplePeriods.h"
+#include "results/LVResultsColumns.h"
+#include "results/UnitLVResultsTree.h"
+#include "results/UnitLVResultsXLSX.h"
+
+namespace {
+const QString kSection = QStringLiteral("LVResultsGrid");
+constexpr int kGuidRole = Qt::UserRole + 1;
+constexpr int kLevelRole = Qt::UserRole + 2;
+constexpr int kCaptionRole = Qt::UserRole + 3;
+const char* const kLevelNames[8] = {"АО энерго", "ПЭС",   "РЭС", "Центр питания",
+                                    "Секция",    "Фидер", "ТП",  "Линия 0,4 кВ"};
+const QRgb kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
+}  // namespace
+
+TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
+{
+    setObjectName(QStringLiteral("frmLVResultsGrid"));
+    setWindowTitle(QStringLiteral("Потери эл. энергии по электрическим сетям"));
+    resize(1200, 700);
+    visibleRows_.fill(true);
+    auto* layout = new QVBoxLayout(this);
+    auto* bar = new QToolBar(this);
+    layout->addWidget(bar);
+    auto tool = [this, bar](const QString& name, const QString& text) {
+        auto* b = new QToolButton(bar);
+        b->setObjectName(name);
+        b->setText(text);
+        bar->addWidget(b);
+        return b;
+    };
+    energyButton_ = tool(QStringLiteral("btnEnergy"), QStringLiteral("Потери электроэнергии"));
+    powerButton_ = tool(QStringLiteral("btnPower"), QStringLiteral("Потери мощности"));
+    for (QToolButton* b : {energyButton_, powerButton_})
+        b->setCheckable(true);
+    auto* group = new QButtonGroup(this);
+    group->addButton(energyButton_);
+    group->addButton(powerButton_);
+    energyButton_->setChecked(true);
+    bar->addSeparator();
+    bar->addWidget(new QLabel(QStringLiteral(" Расчетный период "), bar));
+    samples_ = new QComboBox(bar);
+    samples_->setObjectName(QStringLiteral("cbSamples"));
+    bar->addWidget(samples_);
+    periods_ = new QComboBox(bar);
+    periods_->setObjectName(QStringLiteral("cbPeriods"));
+    bar->addWidget(periods_);
+    bar->addSeparator();
+    const std::pair<const char*, const char*> actions[] = {{"btnReport", "Сводные результаты расчета"},
+                                                           {"btnDelete", "Удалить выделенные"},
+                                                           {"btnClear", "Очистить таблицу"},
+                                                           {"btnRefresh", "Обновить отчет"},
+                                                           {"btnRows", "Настроить строки"},
+                                                           {"btnColumns", "Настроить столбцы"},
+                                                           {"btnExcel", "Сохранить в формате Microsoft Excel"},
+                                                           {"btnLegend", "Легенда цветов"},
+                                                           {"btnExit", "Выход"}};
+    std::vector<QToolButton*> buttons;
+    for (const auto& [name, text] : actions)
+        buttons.push_back(tool(QString::fromLatin1(name), QString::fromUtf8(text)));
+    connect(buttons[0], &QToolButton::clicked, this, &TfrmLVResultsGrid::ShowRowReport);
+    connect(buttons[1], &QToolButton::clicked, this, &TfrmLVResultsGrid::DeleteSelected);
+    connect(buttons[2], &QToolButton::clicked, this, &TfrmLVResultsGrid::ClearTable);
+    connect(buttons[3], &QToolButton::clicked, this, &TfrmLVResultsGrid::Refresh);
+    connect(buttons[4], &QToolButton::clicked, this, &TfrmLVResultsGrid::SetUpRows);
+    connect(buttons[5], &QToolButton::clicked, this, &TfrmLVResultsGrid::SetUpColumns);
+    connect(buttons[6], &QToolButton::clicked, this, &TfrmLVResultsGrid::SaveToExcel);
+    connect(buttons[7], &QToolButton::clicked, this, &TfrmLVResultsGrid::ColorLegend);
+    connect(buttons[8], &QToolButton::clicked, this, &QDialog::accept);
+
+    view_ = new QTreeView(this);
+    view_->setObjectName(QStringLiteral("Grid"));
+    model_ = new QStandardItemModel(this);
+    view_->setModel(model_);
+    view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    layout->addWidget(view_);
+    connect(view_, &QTreeView::doubleClicked, this, &TfrmLVResultsGrid::ShowRowReport);
+    connect(energyButton_, &QToolButton::toggled, this, [this](bool on) { ShowEnergy(on); });
+    connect(samples_, &QComboBox::activated, this, [this] {
+        FillPeriods();
+        Refresh();
+    });
+    connect(periods_, &QComboBox::activated, this, &TfrmLVResultsGrid::Refresh);
+}
+
+TfrmLVResultsGrid::~TfrmLVResultsGrid() = default;
+
+bool TfrmLVResultsGrid::Init(TfdbDatabase* database, int ident)
+{
+    database_ = database;
+    ident_ = ident;
+    if (!database)
+        return false;
+    TInitOZN* init = ::Init(true);
+    calcType_ = init->LoadIntParam(kSection, QStringLiteral("ClassResultsLV"), 0);
+    const QString rows = init->LoadStrParam(kSection, QStringLiteral("RowsResults"));
+    for (int l = 0; l < 8 && l < rows.size(); ++l)
+        visibleRows_[l] = rows[l] != QLatin1Char('0');
+    hiddenColumns_ =
+        init->LoadStrParam(kSection, QStringLiteral("ColsResults")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    level_ = FindLevelLV(*database->GetDefaultConnection(), ident);
+    if (level_ < 0) {
+        host::ShowWarning(QStringLiteral("Не найден GUID"));
+        return false;
+    }
+    FillSamples();
+    if (sampleList_.isEmpty()) {
+        host::ShowWarning(QStringLiteral("Нет результатов"));
+        return false;
+    }
+    FillPeriods();
+    Refresh();
+    return true;
+}
+
+void TfrmLVResultsGrid::FillSamples()
+{
+    sampleList_ = SamplesWithResultsLV(*database_->GetDefaultConnection(), calcType_);
+    samples_->clear();
+    const int remembered = ::Init(true)->LoadIntParam(kSection, QStringLiteral("SampleIdent"), 0);
+    int current = static_cast<int>(sampleList_.size()) - 1;
+    for (int i = 0; i < sampleList_.size(); ++i) {
+        samples_->addItem(sampleList_[i].Name, sampleList_[i].Ident);
+        if (sampleList_[i].Ident == remembered)
+            current = i;
+    }
+    samples_->setCurrentIndex(current);
+}
+
+TLVResultSample TfrmLVResultsGrid::CurrentSample() const
+{
+    const int i = samples_->currentIndex();
+    return i >= 0 && i < sampleList_.size() ? sampleList_[i] : TLVResultSample();
+}
+
+void TfrmLVResultsGrid::FillPeriods()
+{
+    const TLVResultSample sample = CurrentSample();
+    const int remembered = periods_->currentIndex() >= 0 ? periods_->currentData().toInt() : sample.Period;
+    periods_->clear();
+    TSamplePeriodInfo chosen;
+    chosen.Period = sample.Period;
+    chosen.SampleDate1 = sample.SampleDate1;
+    chosen.SampleDate2 = sample.SampleDate2;
+    const TSamplePeriodsList* catalogue = database_->GetSamplePeriods();
+    for (const TLVResultPeriod& p : PeriodsWithResultsLV(*database_->GetDefaultConnection(), calcType_, ident_,
+                                                         sample.SampleDate1, sample.SampleDate2)) {
+        // A calculation of type 3 lists only periods that are the same as the sample's.
+        if (calcType_ == 3) {
+            bool same = false;
+            for (const TSamplePeriodInfo& info : catalogue->Items())
+                if (info.Period == p.Period && f_SamePeriods(info, chosen))
+                    same = true;
+            if (!same)
+                continue;
+        }
+        periods_->addItem(p.Name, p.Period);
+    }
+    const int index = periods_->findData(remembered);
+    periods_->setCurrentIndex(index >= 0 ? index : 0);
+}
+
+std::vector<const TLVResultColumn*> TfrmLVResultsGrid::Columns() const
+{
+    std::vector<const TLVResultColumn*> columns;
+    for (const auto* list : {energy_ ? &EnergyColumns() : &PowerColumns(), &LineColumns()})
+        for (const TLVResultColumn& c : *list)
+            if (!hiddenColumns_.contains(c.Field))
+                columns.push_back(&c);
+    return columns;
+}
+
+void TfrmLVResultsGrid::Refresh()
+{
+    const TLVResultSample sample = CurrentSample();
+    tree_ = std::make_unique<TPesResultsLV>(0, ident_, QString(), nullptr);
+    QString error;
+    host::progress().Start(QStringLiteral("Активация дерева"), 0);
+    const bool ok = sample.Ident != 0 && periods_->currentIndex() >= 0 &&
+                    tree_->Open(*database_->GetDefaultConnection(), ident_, calcType_, sample.SampleDate1,
+                                sample.SampleDate2, periods_->currentData().toInt(), error);
+    host::progress().SetText(QStringLiteral("Заполнение таблицы"));
+    if (!ok)
+        tree_.reset();
+    FillTable();
+    host::progress().Finish();
+    SaveSettings();
+}
+
+void TfrmLVResultsGrid::ShowEnergy(bool energy)
+{
+    energy_ = energy;
+    energyButton_->setChecked(energy);
+    powerButton_->setChecked(!energy);
+    FillTable();
+}
+
+QString TfrmLVResultsGrid::ColumnCaption(int column) const
+{
+    return model_->horizontalHeaderItem(column) ? model_->horizontalHeaderItem(column)->data(kCaptionRole).toString()
+                                                : QString();
+}
+
+void TfrmLVResultsGrid::FillTable()
+{
+    model_->clear();
+    const auto columns = Columns();
+    model_->setColumnCount(static_cast<int>(columns.size()) + 1);
+    auto* textHeader = new QStandardItem(QStringLiteral("Наименование структурного подразделения"));
+    textHeader->setData(QStringLiteral("Наименование структурного подразделения"), kCaptionRole);
+    model_->setHorizontalHeaderItem(0, textHeader);
+    for (size_t c = 0; c < columns.size(); ++c) {
+        auto* header = new QStandardItem(QString(columns[c]->Caption).replace(QLatin1Char('|'), QLatin1Char('\n')));
+        header->setData(columns[c]->Caption, kCaptionRole);
+        header->setData(columns[c]->Field, kGuidRole);
+        model_->setHorizontalHeaderItem(static_cast<int>(c + 1), header);
+    }
+    if (tree_)
+        AddRows(*tree_, model_->invisibleRootItem(), columns);
+    view_->expandAll();
+    view_->resizeColumnToContents(0);
+}
+
+void TfrmLVResultsGrid::AddRows(TPesResultsLV& node, QStandardItem* parent,
+                                const std::vector<const TLVResultColumn*>& columns)
+{
+    QStandardItem* into = parent;
+    // A level switched off in the row set-up is skipped; its children hang under its parent.
+    if (visibleRows_[node.Level()]) {
+        QList<QStandardItem*> row;
+        auto* name = new QStandardItem(node.Text());
+        name->setData(node.GUID(), kGuidRole);
+        name->setData(node.Level(), kLevelRole);
+        if (node.Level() < 7)
+            name->setBackground(LevelColor(node.Level()));
+        row << name;
+        for (const TLVResultColumn* c : columns) {
+            const double v = c->Value(node.Record());
+            auto* cell = new QStandardItem(FormatFloat(c->Format, v));
+            cell->setData(v, Qt::UserRole);
+            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            row << cell;
+        }
+        parent->appendRow(row);
+        into = name;
+    }
+    for (int i = 0; i < node.ChildCount(); ++i)
+        AddRows(*node.Child(i), into, columns);
+}
+
+QColor TfrmLVResultsGrid::LevelColor(int level) const
+{
+    TInitOZN* init = ::Init(true);
+    if (level == 4)  // the section rows keep their own setting
+        return QColor::fromRgb(
+            static_cast<QRgb>(init->LoadIntParam(kSection, QStringLiteral("ColorLevel4"), 0xE0E0E0)));
+    if (level < 0 || level > 6)
+        return {};
+    return QColor::fromRgb(static_cast<QRgb>(
+        init->LoadIntParam(kSection, QStringLiteral("ColorLevels%1").arg(level), kDefaultColors[level])));
+}
+
+void TfrmLVResultsGrid::SetLevelColor(int level, const QColor& color)
+{
+    ::Init(true)->SaveIntParam(kSection,
+                               level == 4 ? QStringLiteral("ColorLevel4") : QStringLiteral("ColorLevels%1").arg(level),
+                               static_cast<int>(color.rgb() & 0xFFFFFF));
+    FillTable();
+}
+
+void TfrmLVResultsGrid::SetVisibleRows(const std::array<bool, 8>& rows)
+{
+    visibleRows_ = rows;
+    SaveSettings();
+    FillTable();
+}
+
+void TfrmLVResultsGrid::SaveSettings()
+{
+    TInitOZN* init = ::Init(true);
+    init->SaveIntParam(kSection, QStringLiteral("SampleIdent"), CurrentSample().Ident);
+    init->SaveIntParam(kSection, QStringLiteral("GUID"), ident_);
+    init->SaveIntParam(kSection, QStringLiteral("RES"), tree_ ? tree_->Record().Owners.RES : 0);
+    QString rows;
+    for (bool v : visibleRows_)
+        rows += v ? QLatin1Char('1') : QLatin1Char('0');
+    init->SaveStrParam(kSection, QStringLiteral("RowsResults"), rows);
+    init->SaveStrParam(kSection, QStringLiteral("ColsResults"), hiddenColumns_.join(QLatin1Char(',')));
+    init->SaveIntParam(kSection, QStringLiteral("ClassResultsLV"), calcType_);
+}
+
+void TfrmLVResultsGrid::SelectGUID(int guid)
+{
+    const QModelIndexList found =
+        model_->match(model_->index(0, 0), kGuidRole, guid, 1, Qt::MatchExactly | Qt::MatchRecursive);
+    if (!found.isEmpty())
+        view_->setCurrentIndex(found.first());
+}
+
+void TfrmLVResultsGrid::DeleteSelected()
+{
+    const QModelIndex index = view_->currentIndex().siblingAtColumn(0);
+    if (!index.isValid())
+        return;
+    const QString text = index.data().toString();
+    if (!host::AskYesNo(QStringLiteral("Удалить результаты расчета по фидеру %1 ?").arg(text)))
+        return;
+    try {
+        DeleteResultsLV(*database_->GetDefaultConnection(), index.data(kGuidRole).toInt(), calcType_,
+                        CurrentSample().Ident);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+        return;
+    }
+    model_->removeRow(index.row(), index.parent());
+}
+
+void TfrmLVResultsGrid::ClearTable()
+{
+    if (!host::AskYesNo(QStringLiteral("Удалить все результаты расчетов за %1?").arg(samples_->currentText())))
+        return;
+    try {
+        DeleteResultsLV(*database_->GetDefaultConnection(), ident_, calcType_, CurrentSample().Ident);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+        return;
+    }
+    Refresh();
+}
+
+bool TfrmLVResultsGrid::SaveXlsx(const QString& file, QString& error)
+{
+    if (!tree_) {
+        error = QStringLiteral("Нет результатов");
+        return false;
+    }
+    const QString title =
+        QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree_->Text(), samples_->currentText());
+    return WriteResultsXlsx(file, *tree_, Columns(), title, error);
+}
+
+void TfrmLVResultsGrid::SaveToExcel()
+{
+    const QString file =
+        host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                     QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), QString());
+    if (file.isEmpty())
+        return;
+    QString error;
+    if (!SaveXlsx(file, error))
+        host::ShowWarning(error);
+}
+
+void TfrmLVResultsGrid::ShowRowReport()
+{
+    const QModelIndex index = view_->currentIndex();
+    if (!index.isValid())
+        return;
+    const int row = index.row();
+    const QModelIndex parent = index.parent();
+    QString html = QStringLiteral("<html><body><h3>%1</h3><table border='1' cellspacing='0' cellpadding='3'>")
+                       .arg(model_->index(row, 0, parent).data().toString().toHtmlEscaped());
+    for (int c = 1; c < model_->columnCount(); ++c) {
+        const QString value = model_->index(row, c, parent).data().toString();
+        if (!value.isEmpty())
+            html += QStringLiteral("<tr><td>%1</td><td align='right'>%2</td></tr>")
+                        .arg(ColumnCaption(c).replace(QLatin1Char('|'), QStringLiteral(", ")).toHtmlEscaped(), value);
+    }
+    TfrmReportHTML::Show(this, QStringLiteral("Сводные результаты расчета"),
+                         html + QStringLiteral("</table></body></html>"));
+}
+
+void TfrmLVResultsGrid::SetUpRows()
+{
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("RowsSetup"));
+    dialog.setWindowTitle(QStringLiteral("Настроить строки"));
+    auto* layout = new QVBoxLayout(&dialog);
+    std::array<QCheckBox*, 8> boxes;
+    for (int l = 0; l < 8; ++l) {
+        boxes[l] = new QCheckBox(QString::fromUtf8(kLevelNames[l]), &dialog);
+        boxes[l]->setChecked(visibleRows_[l]);
+        layout->addWidget(boxes[l]);
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    std::array<bool, 8> rows;
+    for (int l = 0; l < 8; ++l)
+        rows[l] = boxes[l]->isChecked();
+    SetVisibleRows(rows);
+}
+
+void TfrmLVResultsGrid::SetUpColumns()
+{
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("ColumnsSetup"));
+    dialog.setWindowTitle(QStringLiteral("Настроить столбцы"));
+    auto* layout = new QVBoxLayout(&dialog);
+    auto* list = new QListWidget(&dialog);
+    for (const TLVResultColumn* c : AllColumns()) {
+        auto* item = new QListWidgetItem(QString(c->Caption).replace(QLatin1Char('|'), QStringLiteral(", ")), list);
+        item->setData(Qt::UserRole, c->Field);
+        item->setCheckState(hiddenColumns_.contains(c->Field) ? Qt::Unchecked : Qt::Checked);
+    }
+    layout->addWidget(list);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    hiddenColumns_.clear();
+    for (int i = 0; i < list->count(); ++i)
+        if (list->item(i)->checkState() == Qt::Unchecked)
+            hiddenColumns_ << list->item(i)->data(Qt::UserRole).toString();
+    SaveSettings();
+    FillTable();
+}
+
+void TfrmLVResultsGrid::ColorLegend()
+{
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("ColorsLVResult"));
+    dialog.setWindowTitle(QStringLiteral("Легенда цветов"));
+    auto* layout = new QVBoxLayout(&dialog);
+    for (int l = 0; l < 7; ++l) {
+        auto* b = new QToolButton(&dialog);
+        b->setText(QString::fromUtf8(kLevelNames[l]));
+        b->setStyleSheet(QStringLiteral("background-color: %1").arg(LevelColor(l).name()));
+        connect(b, &QToolButton::clicked, &dialog, [this, l, b] {
+            const QColor color = QColorDialog::getColor(LevelColor(l), this);
+            if (!color.isValid())
+                return;
+            SetLevelColor(l, color);
+            b->setStyleSheet(QStringLiteral("background-color: %1").arg(color.name()));
+        });
+        layout->addWidget(b);
+    }
+    auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(close);
+    dialog.exec();
+    FillTable();
+}

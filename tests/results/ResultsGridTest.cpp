@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QStandardItemModel>
+#include <QToolButton>
+#include <QTreeView>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/InitOZN.h"
+#include "host/NumericHelpers.h"
+#include "results/LVResultsColumns.h"
+#include "results/UnitLVResultsGrid.h"
+#include "results/UnitLVResultsTree.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class Grid : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        host::SetDialogs(&dialogs_);
+        root_ = static_cast<int>(Scalar(*c_, "select first 1 guid from \"AOEnergo\""));
+    }
+    void TearDown() override { host::SetDialogs(nullptr); }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    host::ScriptedDialogs dialogs_;
+    int root_ = 0;
+};
+}  // namespace
+
+TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
+{
+    TfrmLVResultsGrid grid;
+    ASSERT_TRUE(grid.Init(db_.get(), root_));
+    EXPECT_EQ(grid.windowTitle(), "Потери эл. энергии по электрическим сетям");
+    EXPECT_EQ(grid.Samples()->count(), 3);
+    EXPECT_EQ(grid.Periods()->currentText(), "Год");
+    QStandardItemModel* m = grid.Model();
+    EXPECT_EQ(m->columnCount(), static_cast<int>(EnergyColumns().size() + LineColumns().size()) + 1);
+    EXPECT_EQ(grid.ColumnCaption(0), "Наименование структурного подразделения");
+    EXPECT_EQ(grid.ColumnCaption(1), "Номинальное напряжение|кВ");
+    EXPECT_EQ(grid.ColumnCaption(2), "Прием электроэнергии в сеть|тыс. кВт·ч");
+    EXPECT_EQ(m->rowCount(), 1);
+    EXPECT_EQ(m->index(0, 0).data().toString(), "АО «Облэнерго»");
+    EXPECT_EQ(m->index(0, 2).data().toString(),
+              FormatFloat("#,##0.000", grid.Tree()->Record().GetValue(bfWa_gen, VariantTotal)));
+
+    grid.findChild<QToolButton*>("btnPower")->click();
+    EXPECT_FALSE(grid.EnergyShown());
+    EXPECT_FALSE(grid.findChild<QToolButton*>("btnEnergy")->isChecked());
+    EXPECT_EQ(grid.ColumnCaption(2), "Мощность головного участка  (прием)|кВт");
+    EXPECT_EQ(m->columnCount(), static_cast<int>(PowerColumns().size() + LineColumns().size()) + 1);
+
+    // Rows of a level switched off are left out, their children keep their place.
+    std::array<bool, 8> rows;
+    rows.fill(true);
+    rows[0] = false;
+    grid.SetVisibleRows(rows);
+    EXPECT_EQ(m->rowCount(), grid.Tree()->ChildCount());
+    EXPECT_EQ(Init(true)->LoadStrParam("LVResultsGrid", "RowsResults"), "01111111");
+}
+
+TEST_F(Grid, LevelColoursWithTheSectionsOwnSetting)
+{
+    TfrmLVResultsGrid grid;
+    ASSERT_TRUE(grid.Init(db_.get(), root_));
+    grid.SetLevelColor(4, QColor(10, 20, 30));
+    Init(true)->SaveIntParam("LVResultsGrid", "ColorLevels4", 0x00FF00);  // the array's entry does not count
+    grid.SetLevelColor(3, QColor(200, 100, 50));
+    QStandardItemModel* m = grid.Model();
+    QModelIndex section, center, lv;
+    for (QModelIndex i = m->index(0, 0); i.isValid(); i = m->index(0, 0, i)) {
+        const int level = i.data(Qt::UserRole + 2).toInt();
+        if (level == 3)
+            center = i;
+        if (level == 4)
+            section = i;
+        if (level == 7)
+            lv = i;
+    }
+    ASSERT_TRUE(section.isValid() && center.isValid() && lv.isValid());
+    EXPECT_EQ(section.data(Qt::BackgroundRole).value<QBrush>().color(), QColor(10, 20, 30));
+    EXPECT_EQ(center.data(Qt::BackgroundRole).value<QBrush>().color(), QColor(200, 100, 50));
+    EXPECT_FALSE(lv.data(Qt::BackgroundRole).isValid());  // LV feeders keep the default colour
+}
+
+TEST_F(Grid, DeletingARowAndClearingTheTable)
+{
+    TfrmLVResultsGrid grid;
+    ASSERT_TRUE(grid.Init(db_.get(), root_));
+    const int sample = grid.Samples()->currentData().toInt();
+    const int lv = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVResults\" where "
+                                                               "\"SampleIdent\"=%1 order by guid")
+                                                    .arg(sample)));
+    grid.SelectGUID(lv);
+    const QString name = grid.View()->currentIndex().data().toString();
+    const QModelIndex parent = grid.View()->currentIndex().parent();
+    const int siblings = grid.Model()->rowCount(parent);
+    dialogs_.AnswerMessage(host::mrNo);
+    grid.DeleteSelected();
+    EXPECT_EQ(dialogs_.Calls().last().text, "Удалить результаты расчета по фидеру " + name + " ?");
+    EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(lv)
+                              .arg(sample)),
+              1);
+    grid.DeleteSelected();  // yes
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(lv)
+                              .arg(sample)),
+              0);
+    EXPECT_EQ(grid.Model()->rowCount(parent), siblings - 1);
+
+    const QString file = folder_.Path("grid.xlsx");
+    QString error;
+    ASSERT_TRUE(grid.SaveXlsx(file, error)) << error.toStdString();
+    EXPECT_TRUE(QString::fromUtf8(ReadZipEntry(file, "xl/sharedStrings.xml")).contains("Сводные результаты расчета  "));
+
+    grid.ClearTable();
+    EXPECT_EQ(dialogs_.Calls().last().text,
+              "Удалить все результаты расчетов за " + grid.Samples()->currentText() + "?");
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where \"SampleIdent\"=%1").arg(sample)),
+              0);
+    EXPECT_EQ(grid.Model()->rowCount(), 0);
+    EXPECT_GT(Scalar(*c_, "select count(*) from \"LVResults\""), 0);  // the other samples stay
+
+    TfrmLVResultsGrid none;
+    EXPECT_FALSE(none.Init(db_.get(), 987654));
+    EXPECT_EQ(dialogs_.Calls().last().text, "Не найден GUID");
+}
