@@ -8,7 +8,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
-#include <QStandardItemModel>
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeView>
@@ -22,14 +21,13 @@
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "results/LVResultsColumns.h"
+#include "results/LVResultsModel.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
 
 namespace {
 const QString kSection = QStringLiteral("LVResultsGrid");
-constexpr int kGuidRole = Qt::UserRole + 1;
-constexpr int kLevelRole = Qt::UserRole + 2;
-constexpr int kCaptionRole = Qt::UserRole + 3;
+constexpr int kGuidRole = TLVResultsModel::GuidRole;
 const char* const kLevelNames[8] = {"АО энерго", "ПЭС",   "РЭС", "Центр питания",
                                     "Секция",    "Фидер", "ТП",  "Линия 0,4 кВ"};
 const QRgb kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
@@ -92,7 +90,7 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
 
     view_ = new QTreeView(this);
     view_->setObjectName(QStringLiteral("Grid"));
-    model_ = new QStandardItemModel(this);
+    model_ = new TLVResultsModel(this);
     view_->setModel(model_);
     view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     layout->addWidget(view_);
@@ -219,55 +217,15 @@ void TfrmLVResultsGrid::ShowEnergy(bool energy)
 
 QString TfrmLVResultsGrid::ColumnCaption(int column) const
 {
-    return model_->horizontalHeaderItem(column) ? model_->horizontalHeaderItem(column)->data(kCaptionRole).toString()
-                                                : QString();
+    return model_->headerData(column, Qt::Horizontal, TLVResultsModel::CaptionRole).toString();
 }
 
 void TfrmLVResultsGrid::FillTable()
 {
-    model_->clear();
-    const auto columns = Columns();
-    model_->setColumnCount(static_cast<int>(columns.size()) + 1);
-    auto* textHeader = new QStandardItem(QStringLiteral("Наименование структурного подразделения"));
-    textHeader->setData(QStringLiteral("Наименование структурного подразделения"), kCaptionRole);
-    model_->setHorizontalHeaderItem(0, textHeader);
-    for (size_t c = 0; c < columns.size(); ++c) {
-        auto* header = new QStandardItem(QString(columns[c]->Caption).replace(QLatin1Char('|'), QLatin1Char('\n')));
-        header->setData(columns[c]->Caption, kCaptionRole);
-        header->setData(columns[c]->Field, kGuidRole);
-        model_->setHorizontalHeaderItem(static_cast<int>(c + 1), header);
-    }
-    if (tree_)
-        AddRows(*tree_, model_->invisibleRootItem(), columns);
-    view_->expandAll();
-    view_->resizeColumnToContents(0);
-}
-
-void TfrmLVResultsGrid::AddRows(TPesResultsLV& node, QStandardItem* parent,
-                                const std::vector<const TLVResultColumn*>& columns)
-{
-    QStandardItem* into = parent;
-    // A level switched off in the row set-up is skipped; its children hang under its parent.
-    if (visibleRows_[node.Level()]) {
-        QList<QStandardItem*> row;
-        auto* name = new QStandardItem(node.Text());
-        name->setData(node.GUID(), kGuidRole);
-        name->setData(node.Level(), kLevelRole);
-        if (node.Level() < 7)
-            name->setBackground(LevelColor(node.Level()));
-        row << name;
-        for (const TLVResultColumn* c : columns) {
-            const double v = c->Value(node.Record());
-            auto* cell = new QStandardItem(FormatFloat(c->Format, v));
-            cell->setData(v, Qt::UserRole);
-            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
-            row << cell;
-        }
-        parent->appendRow(row);
-        into = name;
-    }
-    for (int i = 0; i < node.ChildCount(); ++i)
-        AddRows(*node.Child(i), into, columns);
+    model_->Reset(tree_.get(), Columns(), visibleRows_, [this](int level) { return LevelColor(level); });
+    // A whole utility has tens of thousands of rows: only the upper levels open at first.
+    view_->expandToDepth(2);
+    view_->setColumnWidth(0, 320);
 }
 
 QColor TfrmLVResultsGrid::LevelColor(int level) const

@@ -9,8 +9,7 @@
 class TfdbDatabase;
 class TPesResultsLV;
 class QComboBox;
-class QStandardItemModel;
-class QStandardItem;
+class TLVResultsModel;
 class QToolButton;
 class QTreeView;
 struct TLVResultColumn;
@@ -37,7 +36,7 @@ public:
     bool SaveXlsx(const QString& file, QString& error);
     void SelectGUID(int guid);
     QTreeView* View() const { return view_; }
-    QStandardItemModel* Model() const { return model_; }
+    TLVResultsModel* Model() const { return model_; }
     QComboBox* Samples() const { return samples_; }
     QComboBox* Periods() const { return periods_; }
     TPesResultsLV* Tree() const { return tree_.get(); }
@@ -54,7 +53,6 @@ private:
     void FillSamples();
     void FillPeriods();
     void FillTable();
-    void AddRows(TPesResultsLV& node, QStandardItem* parent, const std::vector<const TLVResultColumn*>& columns);
     std::vector<const TLVResultColumn*> Columns() const;
     void ShowRowReport();
     void SetUpRows();
@@ -74,7 +72,7 @@ private:
     QStringList hiddenColumns_;
     std::unique_ptr<TPesResultsLV> tree_;
     QTreeView* view_;
-    QStandardItemModel* model_;
+    TLVResultsModel* model_;
     QComboBox* samples_;
     QComboBox* periods_;
     QToolButton* energyButton_;

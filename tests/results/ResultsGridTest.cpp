@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
-#include <QStandardItemModel>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -10,6 +9,7 @@
 #include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
 #include "results/LVResultsColumns.h"
+#include "results/LVResultsModel.h"
 #include "results/UnitLVResultsGrid.h"
 #include "results/UnitLVResultsTree.h"
 #include "support/TestSupport.h"
@@ -42,7 +42,7 @@ TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
     EXPECT_EQ(grid.windowTitle(), "Потери эл. энергии по электрическим сетям");
     EXPECT_EQ(grid.Samples()->count(), 3);
     EXPECT_EQ(grid.Periods()->currentText(), "Год");
-    QStandardItemModel* m = grid.Model();
+    TLVResultsModel* m = grid.Model();
     EXPECT_EQ(m->columnCount(), static_cast<int>(EnergyColumns().size() + LineColumns().size()) + 1);
     EXPECT_EQ(grid.ColumnCaption(0), "Наименование структурного подразделения");
     EXPECT_EQ(grid.ColumnCaption(1), "Номинальное напряжение|кВ");
@@ -74,7 +74,7 @@ TEST_F(Grid, LevelColoursWithTheSectionsOwnSetting)
     grid.SetLevelColor(4, QColor(10, 20, 30));
     Init(true)->SaveIntParam("LVResultsGrid", "ColorLevels4", 0x00FF00);  // the array's entry does not count
     grid.SetLevelColor(3, QColor(200, 100, 50));
-    QStandardItemModel* m = grid.Model();
+    TLVResultsModel* m = grid.Model();
     QModelIndex section, center, lv;
     for (QModelIndex i = m->index(0, 0); i.isValid(); i = m->index(0, 0, i)) {
         const int level = i.data(Qt::UserRole + 2).toInt();
