@@ -65,8 +65,10 @@ static void BM_OpenWholeUtilityAgainstRawFetch(benchmark::State& state)
         q->ParamByName(QStringLiteral("sd1"), s.year.SampleDate1).ParamByName(QStringLiteral("sd2"), s.year.SampleDate2);
         q->ParamByName(QStringLiteral("Period"), 1);
         rows = 0;
-        for (q->Open(); !q->Eof(); q->Next()) {
-            for (int f = 0; f < q->FieldCount(); ++f)
+        q->Open();
+        const int fields = q->FieldCount();
+        for (; !q->Eof(); q->Next()) {
+            for (int f = 0; f < fields; ++f)
                 benchmark::DoNotOptimize(q->Value(f));
             ++rows;
         }
