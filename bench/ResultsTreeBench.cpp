@@ -10,8 +10,8 @@
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/SamplePeriods.h"
-#include "results/UnitLVResults.h"
 #include "results/LVResultsModel.h"
+#include "results/UnitLVResults.h"
 #include "results/UnitLVResultsGrid.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -62,7 +62,8 @@ static void BM_OpenWholeUtilityAgainstRawFetch(benchmark::State& state)
         auto q = c.NewQuery();
         q->SetSQLText(QString::fromUtf8(LVResultsSql::sResultsFromAOEnergo));
         q->ParamByName(QStringLiteral("GUID"), s.root).ParamByName(QStringLiteral("CalcType"), 0);
-        q->ParamByName(QStringLiteral("sd1"), s.year.SampleDate1).ParamByName(QStringLiteral("sd2"), s.year.SampleDate2);
+        q->ParamByName(QStringLiteral("sd1"), s.year.SampleDate1)
+            .ParamByName(QStringLiteral("sd2"), s.year.SampleDate2);
         q->ParamByName(QStringLiteral("Period"), 1);
         rows = 0;
         q->Open();

@@ -339,10 +339,10 @@ QWidget* DetailFrameCreate(QWidget* AOwner, ToznListItemCommon* AObject, int32_t
     }
 }
 
-int32_t ShowFiderHHResults(TFiderHH* AFider, int32_t /*AIdent*/)
+int32_t ShowFiderHHResults(TFiderHH* AFider, int32_t AIdent)
 {
     try {
-        TLVResultBalancesFider balances(AFider);
+        TLVResultBalancesFider balances(AFider, AIdent);
         return balances.ShowModal();
     } catch (const std::exception& e) {
         host::ShowWarning(QString::fromUtf8(e.what()));

@@ -1,13 +1,26 @@
 #pragma once
-#include <QDialog>
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <vector>
 
 class TFiderHH;
 class TOExport;
+class TPesResultsLV;
+class ToznFDConnection;
 
-// Balances of one LV feeder, per balance kind.
+// Balances of one LV feeder: the grid's energy and power values per RES balance of its latest results
+// (or of a given sample), with the feeder as a whole when it has more than one.
 class TLVResultBalancesFider {
 public:
-    explicit TLVResultBalancesFider(TFiderHH* fider) : fider_(fider) {}
+    explicit TLVResultBalancesFider(TFiderHH* fider, int sampleIdent = 0);
+    ~TLVResultBalancesFider();
+    // Reads the feeder's results; false when it has none.
+    bool Load(ToznFDConnection& connection);
+    QString Title() const { return title_; }
+    // The header (value, then one column per balance) and one row per value.
+    QStringList Header() const { return header_; }
+    const std::vector<QStringList>& Rows() const { return rows_; }
     // Shows the balance form; returns its modal result.
     int ShowModal();
     // Writes the feeder's balance into the host's export object.
@@ -15,4 +28,8 @@ public:
 
 private:
     TFiderHH* fider_;
+    int sampleIdent_;
+    QString title_;
+    QStringList header_;
+    std::vector<QStringList> rows_;
 };

@@ -58,22 +58,6 @@ TfrmLVUndersupply::TfrmLVUndersupply(QWidget* owner) : QDialog(owner)
     layout->addWidget(closeButtons(this));
 }
 
-int TLVResultBalancesFider::ShowModal()
-{
-    QDialog dialog;
-    dialog.setObjectName(QStringLiteral("LVResultBalancesFider"));
-    dialog.setWindowTitle(QStringLiteral("Баланс линии %1").arg(fider_ ? fider_->GetName() : QString()));
-    auto* layout = new QVBoxLayout(&dialog);
-    layout->addStretch();
-    layout->addWidget(closeButtons(&dialog));
-    return dialog.exec();
-}
-
-void TLVResultBalancesFider::Build(TOExport& target)
-{
-    target.SetTitle(QStringLiteral("Баланс линии %1").arg(fider_ ? fider_->GetName() : QString()));
-}
-
 TfrmLVduCalcMenu::TfrmLVduCalcMenu(QWidget* owner) : TxlsCustomMenuForm(owner)
 {
     setObjectName(QStringLiteral("frmLVduCalcMenu"));

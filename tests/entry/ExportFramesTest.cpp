@@ -292,7 +292,12 @@ TEST_F(Frames, FeederBalanceNeedsTheHostsExportObject)
     TFiderHH fider(AnyLVFider(), "Л-1 ул. Ленина", node_);
     TOExport target;
     build(&fider, &target);
-    EXPECT_EQ(target.Title(), "Баланс линии Л-1 ул. Ленина");
+    EXPECT_EQ(target.Title(), "Баланс линии Л-1 ул. Ленина за 2025г.");  // the latest results
+    ASSERT_GT(target.Rows().size(), 50u);
+    EXPECT_EQ(target.Rows().front().first(), "Показатель");
+    EXPECT_EQ(target.Rows()[1].first(), "Номинальное напряжение, кВ");
+    EXPECT_EQ(target.Rows()[2].first(), "Прием электроэнергии в сеть, тыс. кВт·ч");
+    EXPECT_FALSE(target.Rows()[2].at(1).isEmpty());
     TFiderHH notAnExport(1, "x", 0);
     EXPECT_THROW(build(&fider, &notAnExport), EInvalidCast);
 

@@ -1,0 +1,113 @@
+#include "results/PesResultsLVUnit.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include "host/Database.h"
+#include "host/HostObjects.h"
+#include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
+#include "results/LVResultsColumns.h"
+#include "results/UnitLVResults.h"
+#include "results/UnitLVResultsTree.h"
+
+TLVResultBalancesFider::TLVResultBalancesFider(TFiderHH* fider, int sampleIdent)
+    : fider_(fider), sampleIdent_(sampleIdent)
+{
+}
+
+TLVResultBalancesFider::~TLVResultBalancesFider() = default;
+
+bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
+{
+    rows_.clear();
+    header_.clear();
+    if (!fider_)
+        return false;
+    title_ = QStringLiteral("Баланс линии %1").arg(fider_->GetName());
+    // The sample asked for, else the latest with results.
+    TLVResultSample sample;
+    for (const TLVResultSample& s : SamplesWithResultsLV(connection, 0))
+        if (s.Ident == sampleIdent_ || sampleIdent_ == 0)
+            sample = s;
+    if (sample.Ident == 0)
+        return false;
+    title_ += QStringLiteral(" за ") + sample.Name;
+    TPesResultsLV tree(7, fider_->GetGUID(), fider_->GetName(), nullptr);
+    QString error;
+    if (!tree.Open(connection, fider_->GetGUID(), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error) ||
+        tree.Level() != 7)
+        return false;
+    TLVResultRecord& record = tree.Record();
+    const TMasRES districts = record.GetMasRES();
+    const int count = record.CountRes();
+    header_ << QStringLiteral("Показатель");
+    QHash<int, QString> names;
+    GuardedRead(connection, [&] {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QStringLiteral(R"(select guid, "Name" from "RESData")"));
+        for (q->Open(); !q->Eof(); q->Next())
+            names.insert(q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Name")));
+    });
+    for (int i = 0; i < count; ++i)
+        header_ << names.value(count > 1 ? districts[i].RES : record.Owners.RES);
+    if (count > 1)
+        header_ << QStringLiteral("Всего");
+    std::vector<const TLVResultColumn*> columns;
+    for (const auto* list : {&EnergyColumns(), &PowerColumns()})
+        for (const TLVResultColumn& c : *list)
+            if (std::none_of(columns.begin(), columns.end(),
+                             [&](const TLVResultColumn* x) { return x->Field == c.Field; }))
+                columns.push_back(&c);
+    for (const TLVResultColumn* c : columns) {
+        QStringList row{QString(c->Caption).replace(QLatin1Char('|'), QStringLiteral(", "))};
+        for (int i = 0; i < count + (count > 1 ? 1 : 0); ++i) {
+            record.SetResIdx(count > 1 ? i : -1);
+            row << FormatFloat(c->Format, c->Value(record));
+        }
+        rows_.push_back(row);
+    }
+    return true;
+}
+
+int TLVResultBalancesFider::ShowModal()
+{
+    QDialog dialog;
+    dialog.setObjectName(QStringLiteral("LVResultBalancesFider"));
+    TCurrentDatabase* db = CurrentDatabase();
+    const bool loaded = db && Load(*db->GetDefaultConnection());
+    dialog.setWindowTitle(
+        loaded ? title_
+               : QStringLiteral("Баланс линии %1: нет результатов").arg(fider_ ? fider_->GetName() : QString()));
+    dialog.resize(800, 600);
+    auto* layout = new QVBoxLayout(&dialog);
+    auto* table = new QTableWidget(static_cast<int>(rows_.size()), header_.size(), &dialog);
+    table->setObjectName(QStringLiteral("GridBalance"));
+    table->setHorizontalHeaderLabels(header_);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    for (int r = 0; r < static_cast<int>(rows_.size()); ++r)
+        for (int c = 0; c < rows_[r].size(); ++c)
+            table->setItem(r, c, new QTableWidgetItem(rows_[r][c]));
+    table->resizeColumnToContents(0);
+    layout->addWidget(table);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+    return dialog.exec();
+}
+
+void TLVResultBalancesFider::Build(TOExport& target)
+{
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!db || !Load(*db->GetDefaultConnection())) {
+        target.SetTitle(QStringLiteral("Баланс линии %1").arg(fider_ ? fider_->GetName() : QString()));
+        return;
+    }
+    target.SetTitle(title_);
+    target.AddRow(header_);
+    for (const QStringList& row : rows_)
+        target.AddRow(row);
+}
