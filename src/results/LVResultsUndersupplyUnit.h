@@ -1,15 +1,12 @@
 #pragma once
-#include <QDialog>
-#include <cstdint>
+#include "host/UndersupplyForm.h"
 
-// Undersupply report of LV feeders.
-class TfrmLVUndersupply : public QDialog {
+// Undersupply report of LV feeders: one row per LV feeder under the object the host passes as its
+// parameter, for the latest sample with results.
+class TfrmLVUndersupply : public TfrmMVUndersupplyCommon {
     Q_OBJECT
 public:
     explicit TfrmLVUndersupply(QWidget* owner = nullptr);
-    void SetParam(intptr_t param) { param_ = param; }
-    intptr_t Param() const { return param_; }
-
-private:
-    intptr_t param_ = 0;
+    bool FillReport(QString& title, QStringList& captions, std::vector<std::vector<Cell>>& rows,
+                    QString& error) override;
 };

@@ -1,17 +1,55 @@
 #pragma once
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
 #include "host/TemplateForms.h"
+#include "results/UnitLVResults.h"
 
 class TfdbDatabase;
+class TPesResultsLV;
+class QComboBox;
+struct TLVResultColumn;
+
+// Rows of the PES results report: the sheets and the columns each one shows.
+class TNodeLV {
+public:
+    virtual ~TNodeLV() = default;
+    virtual int PageCount() const { return 2; }
+    // The sheet name of a page; an unknown page raises "Неверная страница".
+    virtual QString SheetName(int page) const;
+    virtual std::vector<const TLVResultColumn*> Columns(int page) const;
+};
+
+// The second layout: one sheet with every value.
+class TNodeLV32 : public TNodeLV {
+public:
+    int PageCount() const override { return 1; }
+    QString SheetName(int page) const override;
+    std::vector<const TLVResultColumn*> Columns(int page) const override;
+};
 
 // Report form of the PES results that works with the spreadsheet application.
 class TfrmPesResultsLV : public TxlsCustomMenuForm {
     Q_OBJECT
 public:
     explicit TfrmPesResultsLV(QWidget* owner = nullptr);
+    ~TfrmPesResultsLV() override;
     // False (with a message) when no results are stored under the object.
     bool Init(TfdbDatabase* database, int ident);
     int Level() const { return level_; }
+    TPesResultsLV* Tree() const { return tree_.get(); }
+    // Writes the chosen sheet of the report; false with a reason.
+    bool WriteWorkbook(const QString& file, int page, QString& error);
+
+protected:
+    explicit TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows);
 
 private:
+    void OpenInSpreadsheet();
+    std::unique_ptr<TNodeLV> rows_;
+    std::unique_ptr<TPesResultsLV> tree_;
+    TLVResultSample sample_;
+    QComboBox* pages_;
     int level_ = -1;
 };

@@ -1,0 +1,33 @@
+#pragma once
+#include <QDialog>
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <vector>
+
+#include "host/HostApi.h"
+
+// Base of the undersupply reports: the report's rows are filled by the subclass, the base writes them as
+// a workbook (text cells and numbers with their formats).
+class OZN3HOST_API TfrmMVUndersupplyCommon : public QDialog {
+    Q_OBJECT
+public:
+    struct Cell {
+        QString text;
+        double number;
+        QString format;  // empty for a text cell
+    };
+    explicit TfrmMVUndersupplyCommon(QWidget* owner = nullptr);
+    void SetParam(intptr_t param) { param_ = param; }
+    intptr_t Param() const { return param_; }
+
+    // Fills the title, the column captions and the rows of the report.
+    virtual bool FillReport(QString& title, QStringList& captions, std::vector<std::vector<Cell>>& rows,
+                            QString& error) = 0;
+    // Writes the filled report; the file is replaced only when written whole.
+    bool CreateReportXLX(const QString& file, QString& error);
+
+private:
+    void MakeReport();
+    intptr_t param_ = 0;
+};

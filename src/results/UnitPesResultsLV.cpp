@@ -1,0 +1,124 @@
+#include "results/UnitPesResultsLV.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/Spreadsheet.h"
+#include "results/LVResultsColumns.h"
+#include "results/UnitLVResultsTree.h"
+#include "results/UnitLVResultsXLSX.h"
+#include "results/UnitPesResultsLV32.h"
+
+QString TNodeLV::SheetName(int page) const
+{
+    switch (page) {
+    case 0: return QStringLiteral("Потери электроэнергии");
+    case 1: return QStringLiteral("Потери мощности");
+    default: throw std::invalid_argument("Неверная страница");
+    }
+}
+
+std::vector<const TLVResultColumn*> TNodeLV::Columns(int page) const
+{
+    SheetName(page);
+    std::vector<const TLVResultColumn*> columns;
+    for (const TLVResultColumn& c : page == 0 ? EnergyColumns() : PowerColumns())
+        columns.push_back(&c);
+    return columns;
+}
+
+QString TNodeLV32::SheetName(int page) const
+{
+    if (page != 0)
+        throw std::invalid_argument("Неверная страница");
+    return QStringLiteral("Потери электроэнергии и мощности");
+}
+
+std::vector<const TLVResultColumn*> TNodeLV32::Columns(int page) const
+{
+    SheetName(page);
+    return AllColumns();
+}
+
+TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner) : TfrmPesResultsLV(owner, std::make_unique<TNodeLV>()) {}
+
+TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows)
+    : TxlsCustomMenuForm(owner), rows_(std::move(rows))
+{
+    setObjectName(QStringLiteral("frmPesResultsLV"));
+    setWindowTitle(QStringLiteral("Сводные результаты расчета"));
+    pages_ = new QComboBox(this);
+    pages_->setObjectName(QStringLiteral("cbPages"));
+    for (int p = 0; p < rows_->PageCount(); ++p)
+        pages_->addItem(rows_->SheetName(p));
+    auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
+    open->setObjectName(QStringLiteral("btnOpenExcel"));
+    connect(open, &QPushButton::clicked, this, &TfrmPesResultsLV::OpenInSpreadsheet);
+    Body()->insertWidget(0, pages_);
+    Body()->insertWidget(1, open);
+}
+
+TfrmPesResultsLV::~TfrmPesResultsLV() = default;
+
+bool TfrmPesResultsLV::Init(TfdbDatabase* database, int ident)
+{
+    if (!database)
+        return false;
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    level_ = FindLevelLV(c, ident);
+    if (level_ < 0) {
+        host::ShowWarning(QStringLiteral("Не найден GUID"));
+        return false;
+    }
+    const QList<TLVResultSample> samples = SamplesWithResultsLV(c, 0);
+    if (samples.isEmpty()) {
+        host::ShowWarning(QStringLiteral("Нет результатов"));
+        return false;
+    }
+    sample_ = samples.last();
+    tree_ = std::make_unique<TPesResultsLV>(level_, ident, QString(), nullptr);
+    QString error;
+    if (!tree_->Open(c, ident, 0, sample_.SampleDate1, sample_.SampleDate2, sample_.Period, error)) {
+        host::ShowWarning(error);
+        return false;
+    }
+    setWindowTitle(QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree_->Text(), sample_.Name));
+    return true;
+}
+
+bool TfrmPesResultsLV::WriteWorkbook(const QString& file, int page, QString& error)
+{
+    if (!tree_) {
+        error = QStringLiteral("Нет результатов");
+        return false;
+    }
+    try {
+        return WriteResultsXlsx(file, *tree_, rows_->Columns(page), windowTitle(), error);
+    } catch (const std::invalid_argument& e) {
+        error = QString::fromUtf8(e.what());
+        return false;
+    }
+}
+
+void TfrmPesResultsLV::OpenInSpreadsheet()
+{
+    const QString file =
+        QDir::temp().filePath(QStringLiteral("OZN3_PesResults_%1.xlsx").arg(tree_ ? tree_->GUID() : 0));
+    QString error;
+    if (!WriteWorkbook(file, pages_->currentIndex(), error)) {
+        host::ShowWarning(error);
+        return;
+    }
+    if (!host::OpenInSpreadsheet(file))
+        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(file));
+}
+
+TfrmPesResultsLV32::TfrmPesResultsLV32(QWidget* owner) : TfrmPesResultsLV(owner, std::make_unique<TNodeLV32>())
+{
+    setObjectName(QStringLiteral("frmPesResultsLV32"));
+}

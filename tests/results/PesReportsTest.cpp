@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "results/LVResultsColumns.h"
+#include "results/LVResultsUndersupplyUnit.h"
+#include "results/UnitPesResultsLV32.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+TEST(PesReports, SheetsOfTheTwoLayouts)
+{
+    TNodeLV rows;
+    EXPECT_EQ(rows.SheetName(0), "Потери электроэнергии");
+    EXPECT_EQ(rows.SheetName(1), "Потери мощности");
+    EXPECT_EQ(rows.Columns(1).size(), PowerColumns().size());
+    try {
+        rows.SheetName(2);
+        FAIL() << "an unknown page must be refused";
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "Неверная страница");
+    }
+    TNodeLV32 one;
+    EXPECT_EQ(one.PageCount(), 1);
+    EXPECT_EQ(one.Columns(0).size(), AllColumns().size());
+    EXPECT_THROW(one.Columns(1), std::invalid_argument);
+}
+
+TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    SetCurrentDatabase(db.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    const int root = static_cast<int>(Scalar(*db->GetDefaultConnection(), "select first 1 guid from \"AOEnergo\""));
+
+    TfrmPesResultsLV32 form;
+    ASSERT_TRUE(form.Init(db.get(), root));
+    EXPECT_EQ(form.windowTitle(), "Сводные результаты расчета  \"АО «Облэнерго»\" за 2025г.");
+    EXPECT_EQ(form.findChild<QComboBox*>("cbPages")->count(), 1);
+    QString error;
+    const QString book = folder.Path("pes.xlsx");
+    ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
+    EXPECT_TRUE(QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml")).contains("Мощность головного участка"));
+    EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
+    EXPECT_EQ(error, "Неверная страница");
+
+    TfrmPesResultsLV none;
+    EXPECT_FALSE(none.Init(db.get(), 987654));
+    EXPECT_EQ(dialogs.Texts().last(), "Не найден GUID");
+
+    const int node = static_cast<int>(Scalar(
+        *db->GetDefaultConnection(), "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join \"LVResults\" mv "
+                                     "on mv.guid=lf.guid order by lf.\"OwnerGUID\""));
+    TfrmLVUndersupply undersupply;
+    undersupply.SetParam(node);
+    const QString report = folder.Path("недоотпуск.xlsx");
+    ASSERT_TRUE(undersupply.CreateReportXLX(report, error)) << error.toStdString();
+    const QString strings = QString::fromUtf8(ReadZipEntry(report, "xl/sharedStrings.xml"));
+    EXPECT_TRUE(strings.contains("Наименование линии"));
+    EXPECT_TRUE(strings.contains("2025г."));
+    const QString styles = QString::fromUtf8(ReadZipEntry(report, "xl/styles.xml"));
+    EXPECT_TRUE(styles.contains("#,##0.000;-#,##0.000;"));
+    EXPECT_TRUE(styles.contains("#,##0;-#,##0;"));
+    const int lines =
+        static_cast<int>(Scalar(*db->GetDefaultConnection(),
+                                QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(node)));
+    EXPECT_EQ(QString::fromUtf8(ReadZipEntry(report, "xl/worksheets/sheet1.xml")).count("<row "), lines + 2);
+    SetCurrentDatabase(nullptr);
+}
