@@ -5,6 +5,7 @@
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
+#include "host/Progress.h"
 #include "results/UnitLVResults.h"
 
 namespace {
@@ -351,6 +352,8 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         return false;
     }
     record_.Level = level_;
+    host::Progress& progress = host::progress();
+    progress.SetText(QStringLiteral("1.Активация дерева (ОЗН)"));
     const char* const startColumns[8] = {"eGuidRecord", "pGuid", "rGuid",   "cGuid",
                                          "sGuid",       "fGuid", "nodGuid", "lfGuid"};
     GuardedRead(connection, [&] {
@@ -370,6 +373,7 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         const char* sql = level_ == 0   ? LVResultsSql::sResultsFromAOEnergo
                           : level_ == 1 ? LVResultsSql::sResultsFromPES
                                         : LVResultsSql::sResultsFromRES;
+        progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
         q->SetSQLText(QString::fromUtf8(sql));
         q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("CalcType"), calcType);
         q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
@@ -388,7 +392,12 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
             }
             current = TLVResultRecord();
         };
-        for (q->Open(); !q->Eof(); q->Next()) {
+        progress.SetText(QStringLiteral("2.Основной SQl"));
+        q->Open();
+        progress.SetText(QStringLiteral("3.Пробег по SQL+заполнение"));
+        for (int row = 1; !q->Eof(); q->Next(), ++row) {
+            if (row % 5000 == 0)
+                progress.SetText(QStringLiteral("Заполнение данных: %1").arg(row));
             const int ident = q->Int(QStringLiteral("MVIdent"));
             if (ident != lastIdent) {
                 flush();
@@ -405,6 +414,7 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         }
         flush();
     });
+    progress.SetText(QStringLiteral("Обработка данных (сортировка)"));
     ForEach([](TPesResultsLV& n) {
         if (n.level_ == 7)
             n.record_.BuildResList();
