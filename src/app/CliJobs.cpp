@@ -8,6 +8,7 @@
 #include "db/SchemaInstaller.h"
 #include "host/Database.h"
 #include "host/Progress.h"
+#include "host/SamplePeriods.h"
 #include "host/Tree.h"
 
 namespace cli {
@@ -76,6 +77,22 @@ QString HelpText()
                "данные\"} when a far-point voltage exceeds the head voltage of its phase; {\"Stopped\": true} when\n"
                "the mean current is 0. A Tmax of 0 gives a dWpct of null (division by zero).\n")
         .arg(DefaultDatabasePath());
+}
+
+std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int period, const TSamplePeriodInfo*& info)
+{
+    QString error;
+    auto database = TfdbDatabase::Open(connection, error);
+    if (!database) {
+        err(error);
+        return nullptr;
+    }
+    info = database->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(period);
+    if (!info) {
+        err(QStringLiteral("Не найден расчетный период %1").arg(period));
+        return nullptr;
+    }
+    return database;
 }
 
 QString Option(const QStringList& args, const QString& name)

@@ -1,5 +1,9 @@
 #pragma once
 #include <QStringList>
+#include <memory>
+
+class TfdbDatabase;
+struct TSamplePeriodInfo;
 
 // Command-line jobs of the host application. Each returns the process exit code.
 namespace cli {
@@ -14,6 +18,8 @@ int CalcLines(QByteArray (*calculate)(const QByteArray&));
 int NormativeBatch(const QStringList& args);
 // The results tree of an object as JSON Lines or a workbook.
 int Results(const QStringList& args);
+// Opens a database and finds a period of it; on failure prints why and returns null.
+std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int period, const TSamplePeriodInfo*& info);
 // The value after an option ("--db X"), empty when absent.
 QString Option(const QStringList& args, const QString& name);
 }  // namespace cli

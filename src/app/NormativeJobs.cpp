@@ -64,17 +64,10 @@ int NormativeBatch(const QStringList& args)
         err(QStringLiteral("Неверный уровень расчета %1 (1, 2, 3, 4, 6 или 7)").arg(level));
         return 2;
     }
-    QString error;
-    auto database = TfdbDatabase::Open(connection, error);
-    if (!database) {
-        err(error);
+    const TSamplePeriodInfo* info = nullptr;
+    auto database = OpenWithPeriod(connection, period, info);
+    if (!database)
         return 1;
-    }
-    const TSamplePeriodInfo* info = database->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(period);
-    if (!info) {
-        err(QStringLiteral("Не найден расчетный период %1").arg(period));
-        return 1;
-    }
     if (!database->GetTree()->Find(node)) {
         err(QStringLiteral("Не найден элемент сети %1").arg(node));
         return 1;

@@ -5,6 +5,7 @@
 
 #include "app/CliJobs.h"
 #include "host/Database.h"
+#include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "results/LVResultsColumns.h"
@@ -16,17 +17,12 @@ namespace cli {
 namespace {
 void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
 
-QByteArray jsonString(const QString& s)
-{
-    return QJsonDocument(QJsonObject{{QStringLiteral("s"), s}}).toJson(QJsonDocument::Compact).mid(5).chopped(1);
-}
-
 void writeJson(const TPesResultsLV& node, const std::vector<const TLVResultColumn*>& columns)
 {
     QByteArray line =
         "{\"Level\":" + QByteArray::number(node.Level()) + ",\"GUID\":" + QByteArray::number(node.GUID()) +
         ",\"Parent\":" + (node.Parent() ? QByteArray::number(node.Parent()->GUID()) : QByteArray("null")) +
-        ",\"Text\":" + jsonString(node.Text());
+        ",\"Text\":" + host::JsonString(node.Text());
     for (const TLVResultColumn* c : columns) {
         const double v = c->Value(node.Record());
         line += ",\"" + c->Field.toUtf8() + "\":" + (isEmptyFloat(v) ? QByteArray("null") : JsonNumber(v));
@@ -55,17 +51,11 @@ int Results(const QStringList& args)
                            "[--period IDENT] (--json | --xlsx FILE)"));
         return 2;
     }
+    const TSamplePeriodInfo* info = nullptr;
+    auto database = OpenWithPeriod(connection, sample, info);
+    if (!database)
+        return 1;
     QString error;
-    auto database = TfdbDatabase::Open(connection, error);
-    if (!database) {
-        err(error);
-        return 1;
-    }
-    const TSamplePeriodInfo* info = database->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample);
-    if (!info) {
-        err(QStringLiteral("Не найден расчетный период %1").arg(sample));
-        return 1;
-    }
     if (period == 0)
         period = info->Period;
     TPesResultsLV tree(0, guid, QString(), nullptr);

@@ -5,13 +5,14 @@
 #include <QSet>
 
 #include "feeders/LVFiderSampleCalc.h"
+#include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
 
 namespace feeders {
 
 namespace {
 QByteArray object(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
-QByteArray errorLine(const QString& text) { return object({{QStringLiteral("Error"), text}}); }
+QByteArray errorLine(const QString& text) { return host::JsonErrorLine(text); }
 
 const char* const kFields[] = {"Ia",  "Ib",    "Ic", "Ua", "Ub", "Uc",   "U2a",   "U2b",
                                "U2c", "CosFi", "Rf", "Xf", "Rn", "Tmax", "Krazv", "Knm"};
@@ -19,13 +20,10 @@ const char* const kFields[] = {"Ia",  "Ib",    "Ic", "Ua", "Ub", "Uc",   "U2a", 
 
 QByteArray CalculateSampleJsonLine(const QByteArray& line)
 {
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(line, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        return errorLine(QStringLiteral("Неверный JSON: %1").arg(parseError.errorString()));
-    if (!doc.isObject())
-        return errorLine(QStringLiteral("Ожидается объект JSON с замером"));
-    const QJsonObject o = doc.object();
+    QJsonObject o;
+    QByteArray failure;
+    if (!host::ParseJsonObjectLine(line, QStringLiteral("с замером"), o, failure))
+        return failure;
     static const QSet<QString> known = [] {
         QSet<QString> k;
         for (const char* f : kFields)

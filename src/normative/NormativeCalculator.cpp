@@ -6,6 +6,7 @@
 #include <QSet>
 #include <cmath>
 
+#include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
 #include "normative/LVNormativUnit.h"
 
@@ -14,11 +15,7 @@ namespace normative {
 namespace {
 using S = TLVNormativSample0;
 
-QByteArray errorLine(const QString& text)
-{
-    QJsonObject o{{QStringLiteral("Error"), text}};
-    return QJsonDocument(o).toJson(QJsonDocument::Compact);
-}
+QByteArray errorLine(const QString& text) { return host::JsonErrorLine(text); }
 
 // Reads an integer field; false (with a reason) when it is not a whole number.
 bool readInt(const QJsonValue& v, const QString& name, int& out, QString& error)
@@ -117,15 +114,13 @@ bool apply(const QJsonObject& o, S& s, QString& error)
 
 QByteArray CalculateJsonLine(const QByteArray& line)
 {
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(line, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        return errorLine(QStringLiteral("Неверный JSON: %1").arg(parseError.errorString()));
-    if (!doc.isObject())
-        return errorLine(QStringLiteral("Ожидается объект JSON с исходными данными элемента"));
+    QJsonObject input;
+    QByteArray failure;
+    if (!host::ParseJsonObjectLine(line, QStringLiteral("с исходными данными элемента"), input, failure))
+        return failure;
     S sample;  // an empty period: T defaults to 8760 hours
     QString error;
-    if (!apply(doc.object(), sample, error))
+    if (!apply(input, sample, error))
         return errorLine(error);
 
     QByteArray out = "{";
@@ -155,10 +150,7 @@ QByteArray CalculateJsonLine(const QByteArray& line)
         out += JsonNumber(sample.GetLengths(i));
     }
     out += "],\"Message\":";
-    out += QJsonDocument(QJsonObject{{QStringLiteral("m"), S::OutcomeMessage(sample.Classify())}})
-               .toJson(QJsonDocument::Compact)
-               .mid(5)
-               .chopped(1);
+    out += host::JsonString(S::OutcomeMessage(sample.Classify()));
     out += '}';
     return out;
 }

@@ -27,6 +27,18 @@ double ksv(R r)
     return isEmptyFloat(share) || isEmptyFloat(du) || du == 0 ? EmptyFloat() : share / du;
 }
 
+void abonents(std::vector<TLVResultColumn>& c)
+{
+    const std::pair<const char*, int> parts[] = {{"0", VariantOnBalance}, {"4", VariantOffBalance}, {"", VariantTotal}};
+    const char* captions[] = {"на балансе", "не на балансе", "всего"};
+    for (int i = 0; i < 3; ++i) {
+        const int variant = parts[i].second;
+        c.push_back({QStringLiteral("NAbonents") + parts[i].first,
+                     QStringLiteral("Количество абонентов|%1|штук").arg(QString::fromUtf8(captions[i])),
+                     QStringLiteral("#,##0"), [variant](R r) { return V(r, bfNAbonents, variant); }});
+    }
+}
+
 TLVResultColumn unom()
 {
     return {"Unom", "Номинальное напряжение|кВ", kValue, [](R r) { return r.Unom; }};
@@ -129,12 +141,7 @@ const std::vector<TLVResultColumn>& EnergyColumns()
                          return pct(diff(imbalance(r, bfWa_gen, bfWafakt), V(r, bfdWa, VariantOnBalance)),
                                     V(r, bfWa_gen, VariantOnBalance));
                      }});
-        c.push_back({"NAbonents0", "Количество абонентов|на балансе|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantOnBalance); }});
-        c.push_back({"NAbonents4", "Количество абонентов|не на балансе|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantOffBalance); }});
-        c.push_back({"NAbonents", "Количество абонентов|всего|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantTotal); }});
+        abonents(c);
         return c;
     }();
     return columns;
@@ -191,12 +198,7 @@ const std::vector<TLVResultColumn>& PowerColumns()
                          return pct(diff(imbalance(r, bfPgen, bfPfakt), V(r, bfdP, VariantOnBalance)),
                                     V(r, bfPgen, VariantOnBalance));
                      }});
-        c.push_back({"NAbonents0", "Количество абонентов|на балансе|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantOnBalance); }});
-        c.push_back({"NAbonents4", "Количество абонентов|не на балансе|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantOffBalance); }});
-        c.push_back({"NAbonents", "Количество абонентов|всего|штук", QStringLiteral("#,##0"),
-                     [](R r) { return V(r, bfNAbonents, VariantTotal); }});
+        abonents(c);
         return c;
     }();
     return columns;
