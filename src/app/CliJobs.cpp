@@ -130,12 +130,12 @@ int DemoDb(const QStringList& args)
         return 2;
     }
     QString error;
-    ConnectionSpec spec;
-    if (!ConnectionSpec::parse(path, spec, error)) {
+    DatabaseAddress address;
+    if (!DatabaseAddress::parse(path, address, error)) {
         err(error);
         return 2;
     }
-    if (spec.isServer() || !QFileInfo::exists(spec.path)) {
+    if (address.isServer() || !QFileInfo::exists(address.path)) {
         if (!db::CreateDatabase(path, error)) {
             err(error);
             return 1;

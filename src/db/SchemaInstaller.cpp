@@ -56,11 +56,11 @@ QString statusText(const ISC_STATUS* status)
     return lines.join(QStringLiteral("; "));
 }
 
-bool createEmpty(const ConnectionSpec& spec, QString& error)
+bool createEmpty(const DatabaseAddress& address, QString& error)
 {
     const QString sql = QStringLiteral("CREATE DATABASE '%1' USER '%2' PASSWORD '%3' PAGE_SIZE 16384 "
                                        "DEFAULT CHARACTER SET UTF8")
-                            .arg(spec.attachName(), FirebirdUser(), FirebirdPassword());
+                            .arg(address.attachName(), FirebirdUser(), FirebirdPassword());
     const QByteArray bytes = sql.toUtf8();
     ISC_STATUS_ARRAY status{};
     isc_db_handle db = 0;
@@ -76,26 +76,26 @@ bool createEmpty(const ConnectionSpec& spec, QString& error)
 
 bool CreateDatabase(const QString& connectionString, QString& error)
 {
-    ConnectionSpec spec;
-    if (!ConnectionSpec::parse(connectionString, spec, error))
+    DatabaseAddress address;
+    if (!DatabaseAddress::parse(connectionString, address, error))
         return false;
-    if (!spec.isServer()) {
-        if (QFileInfo::exists(spec.path)) {
-            error = QStringLiteral("Файл уже существует: %1").arg(spec.path);
+    if (!address.isServer()) {
+        if (QFileInfo::exists(address.path)) {
+            error = QStringLiteral("Файл уже существует: %1").arg(address.path);
             return false;
         }
-        const QString dir = QFileInfo(spec.path).absolutePath();
+        const QString dir = QFileInfo(address.path).absolutePath();
         if (!QDir().mkpath(dir)) {
             error = QStringLiteral("Не удалось создать папку %1").arg(dir);
             return false;
         }
     }
-    if (!createEmpty(spec, error)) {
+    if (!createEmpty(address, error)) {
         error = QStringLiteral("Не удалось создать базу данных %1: %2").arg(connectionString, error);
         return false;
     }
     try {
-        ToznFDConnection connection(nullptr, spec.attachName(), FirebirdUser(), FirebirdPassword());
+        ToznFDConnection connection(nullptr, address.attachName(), FirebirdUser(), FirebirdPassword());
         auto q = connection.NewQuery();
         // Each statement commits on its own: later statements use the tables made by earlier ones.
         for (const QString& statement : SplitScript(SchemaScript())) {

@@ -47,16 +47,16 @@ QString FirebirdPassword()
     return QStringLiteral("masterkey");
 }
 
-QString ConnectionSpec::attachName() const
+QString DatabaseAddress::attachName() const
 {
     if (!isServer())
         return path;
     return port > 0 ? QStringLiteral("%1/%2:%3").arg(host).arg(port).arg(path) : host + QLatin1Char(':') + path;
 }
 
-bool ConnectionSpec::parse(const QString& text, ConnectionSpec& spec, QString& error)
+bool DatabaseAddress::parse(const QString& text, DatabaseAddress& address, QString& error)
 {
-    spec = ConnectionSpec();
+    address = DatabaseAddress();
     const QString s = text.trimmed();
     if (s.isEmpty()) {
         error = QStringLiteral("Не задана строка подключения к базе данных");
@@ -66,12 +66,12 @@ bool ConnectionSpec::parse(const QString& text, ConnectionSpec& spec, QString& e
     static const QRegularExpression server(QStringLiteral("^([A-Za-z0-9_.\\-]+)(/([0-9]+))?:(.+)$"));
     const auto m = server.match(s);
     if (m.hasMatch() && !s.startsWith(QLatin1Char('/')) && !s.startsWith(QLatin1Char('.'))) {
-        spec.host = m.captured(1);
-        spec.path = m.captured(4);
+        address.host = m.captured(1);
+        address.path = m.captured(4);
         if (m.capturedLength(3) > 0) {
             bool ok = false;
-            spec.port = m.captured(3).toInt(&ok);
-            if (!ok || spec.port <= 0 || spec.port > 65535) {
+            address.port = m.captured(3).toInt(&ok);
+            if (!ok || address.port <= 0 || address.port > 65535) {
                 error = QStringLiteral("Неверный номер порта в строке подключения: %1").arg(s);
                 return false;
             }
@@ -82,7 +82,7 @@ bool ConnectionSpec::parse(const QString& text, ConnectionSpec& spec, QString& e
         error = QStringLiteral("Неверная строка подключения: %1 (ожидается путь к файлу или хост[/порт]:путь)").arg(s);
         return false;
     }
-    spec.path = QFileInfo(s).absoluteFilePath();
+    address.path = QFileInfo(s).absoluteFilePath();
     return true;
 }
 
@@ -108,15 +108,15 @@ std::unique_ptr<ToznFDConnection> TfdbDatabase::Attach()
 
 std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString, QString& error)
 {
-    ConnectionSpec spec;
-    if (!ConnectionSpec::parse(connectionString, spec, error))
+    DatabaseAddress address;
+    if (!DatabaseAddress::parse(connectionString, address, error))
         return nullptr;
-    if (!spec.isServer() && !QFileInfo::exists(spec.path)) {
-        error = QStringLiteral("Файл базы данных не найден: %1").arg(spec.path);
+    if (!address.isServer() && !QFileInfo::exists(address.path)) {
+        error = QStringLiteral("Файл базы данных не найден: %1").arg(address.path);
         return nullptr;
     }
     std::unique_ptr<TfdbDatabase> db(
-        new TfdbDatabase(connectionString, spec.attachName(), FirebirdUser(), FirebirdPassword()));
+        new TfdbDatabase(connectionString, address.attachName(), FirebirdUser(), FirebirdPassword()));
     try {
         db->defaultConnection_ = db->Attach();
         auto q = db->defaultConnection_->NewQuery();

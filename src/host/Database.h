@@ -12,7 +12,7 @@ class TInitOZN;
 class TSamplePeriodsList;
 
 // Where a database lives: an embedded file, or "host[/port]:path" on a Firebird server.
-struct OZN3HOST_API ConnectionSpec {
+struct OZN3HOST_API DatabaseAddress {
     QString host;
     int port = 0;
     QString path;
@@ -21,7 +21,7 @@ struct OZN3HOST_API ConnectionSpec {
     // The name the Firebird client attaches to.
     QString attachName() const;
     // Parses a connection string; false with a reason when it is malformed.
-    static bool parse(const QString& text, ConnectionSpec& spec, QString& error);
+    static bool parse(const QString& text, DatabaseAddress& address, QString& error);
 };
 
 // The host's open database: its default connection, rights, parameters, tree and periods.

@@ -29,22 +29,22 @@ void insertFider(ToznFDConnection& c, int guid)
 
 TEST(Database, ConnectionStringsAreParsed)
 {
-    ConnectionSpec spec;
+    DatabaseAddress address;
     QString error;
-    ASSERT_TRUE(ConnectionSpec::parse("db.example/3051:/srv/ozn3.fdb", spec, error));
-    EXPECT_TRUE(spec.isServer());
-    EXPECT_EQ(spec.host, "db.example");
-    EXPECT_EQ(spec.port, 3051);
-    EXPECT_EQ(spec.attachName(), "db.example/3051:/srv/ozn3.fdb");
-    ASSERT_TRUE(ConnectionSpec::parse("localhost:/srv/ozn3.fdb", spec, error));
-    EXPECT_EQ(spec.port, 0);
-    EXPECT_EQ(spec.attachName(), "localhost:/srv/ozn3.fdb");
-    ASSERT_TRUE(ConnectionSpec::parse("/tmp/local.fdb", spec, error));
-    EXPECT_FALSE(spec.isServer());
-    EXPECT_EQ(spec.attachName(), "/tmp/local.fdb");
-    EXPECT_FALSE(ConnectionSpec::parse("", spec, error));
-    EXPECT_FALSE(ConnectionSpec::parse("srv/0:/x.fdb", spec, error));
-    EXPECT_FALSE(ConnectionSpec::parse("/tmp/a:b.fdb", spec, error));
+    ASSERT_TRUE(DatabaseAddress::parse("db.example/3051:/srv/ozn3.fdb", address, error));
+    EXPECT_TRUE(address.isServer());
+    EXPECT_EQ(address.host, "db.example");
+    EXPECT_EQ(address.port, 3051);
+    EXPECT_EQ(address.attachName(), "db.example/3051:/srv/ozn3.fdb");
+    ASSERT_TRUE(DatabaseAddress::parse("localhost:/srv/ozn3.fdb", address, error));
+    EXPECT_EQ(address.port, 0);
+    EXPECT_EQ(address.attachName(), "localhost:/srv/ozn3.fdb");
+    ASSERT_TRUE(DatabaseAddress::parse("/tmp/local.fdb", address, error));
+    EXPECT_FALSE(address.isServer());
+    EXPECT_EQ(address.attachName(), "/tmp/local.fdb");
+    EXPECT_FALSE(DatabaseAddress::parse("", address, error));
+    EXPECT_FALSE(DatabaseAddress::parse("srv/0:/x.fdb", address, error));
+    EXPECT_FALSE(DatabaseAddress::parse("/tmp/a:b.fdb", address, error));
 }
 
 TEST(Database, OpenReportsMissingFilesAndForeignDatabases)
