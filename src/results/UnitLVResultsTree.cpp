@@ -285,6 +285,52 @@ TMasRES TLVResultRecord::GetMasRES() const
     return mas;
 }
 
+void TIdentLV::AddRecord(const TLVResultRecord& record, int level)
+{
+    for (const TLVBalanceBlock& b : record.Blocks()) {
+        const std::pair<int, int> pair{b.Balance, b.RES};
+        if (level < 7 && std::find(pairs_.begin(), pairs_.end(), pair) != pairs_.end())
+            continue;  // a repeated pair: the block already present stands for it
+        pairs_.push_back(pair);
+    }
+    record_.AddRecord(record);
+}
+
+TIdentLV& TLVFiderIdents::Ident(int ident)
+{
+    for (const auto& i : idents_)
+        if (i->Ident() == ident)
+            return *i;
+    idents_.push_back(std::make_unique<TIdentLV>(ident));
+    return *idents_.back();
+}
+
+void TLVFiderIdents::AddSum(TLVResultRecord& sum) const
+{
+    for (const auto& i : idents_)
+        sum.AddRecord(i->Record());
+}
+
+TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level)
+{
+    TLVFiderIdents* entry = nullptr;
+    for (const auto& f : fiders_)
+        if (f->GUID() == fiderGuid)
+            entry = f.get();
+    if (!entry) {
+        fiders_.push_back(std::make_unique<TLVFiderIdents>(fiderGuid));
+        entry = fiders_.back().get();
+    }
+    entry->Ident(ident).AddRecord(record, level);
+    return *entry;
+}
+
+void TFiders_LV::AddSum(TLVResultRecord& sum) const
+{
+    for (const auto& f : fiders_)
+        f->AddSum(sum);
+}
+
 TPesResultsLV::TPesResultsLV(int level, int guid, const QString& text, TPesResultsLV* parent)
     : level_(level), guid_(guid), text_(text), parent_(parent)
 {
@@ -319,6 +365,8 @@ int TPesResultsLV::CountRecords() const
 void TPesResultsLV::Clear()
 {
     children_.clear();
+    fiderIdents_.reset();
+    fidersLV_.reset();
     record_ = TLVResultRecord();
     record_.Level = level_;
     record_.Name = text_;
@@ -383,12 +431,21 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         int lastIdent = 0;
         TPesResultsLV* leaf = nullptr;
         TLVResultRecord current;
+        if (level_ <= 1)
+            fidersLV_ = std::make_unique<TFiders_LV>();
         auto flush = [&] {
             if (leaf && current.ResultCount() > 0) {
                 current.Level = 7;
+                if (!leaf->fiderIdents_)
+                    leaf->fiderIdents_ = std::make_unique<TLVFiderIdents>(leaf->guid_);
+                leaf->fiderIdents_->Ident(lastIdent).AddRecord(current, 7);
                 leaf->record_.AddRecord(current);
                 leaf->record_.Owners = current.Owners;
                 leaf->record_.TypeTR = current.TypeTR;
+                // Ancestors of level 0 and 1 register the feeder once.
+                for (TPesResultsLV* a = leaf->parent_; a; a = a->parent_)
+                    if (a->fidersLV_)
+                        a->fidersLV_->AddRecord(leaf->guid_, lastIdent, current, a->level_);
             }
             current = TLVResultRecord();
         };
@@ -401,14 +458,16 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
             const int ident = q->Int(QStringLiteral("MVIdent"));
             if (ident != lastIdent) {
                 flush();
+                lastIdent = ident;
                 // The path from the object down to its LV feeder, created as needed.
                 TPesResultsLV* node = this;
                 for (int level = level_ + 1; level <= 7; ++level) {
                     const int g = q->Int(QString::fromLatin1(startColumns[level]));
                     node = node->Ensure(level, g, names.value(g));
+                    if (level <= 1 && !node->fidersLV_)
+                        node->fidersLV_ = std::make_unique<TFiders_LV>();
                 }
                 leaf = node;
-                lastIdent = ident;
             }
             current.ReadRow(*q, ident != 0 && current.ResultCount() == 0);
         }
@@ -421,6 +480,17 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
     });
     SumRecords();
     return true;
+}
+
+void TPesResultsLV::AddSum(const std::array<bool, 8>& visibleRows)
+{
+    if (level_ > 1 || parent_ || !fidersLV_ || !visibleRows[7])
+        return;
+    TLVResultRecord sum;
+    sum.Level = level_;
+    sum.Name = text_;
+    fidersLV_->AddSum(sum);
+    record_ = sum;
 }
 
 int TPesResultsLV::TypeNodeResult(const std::array<bool, 8>& visibleRows) const

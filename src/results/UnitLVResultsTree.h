@@ -158,6 +158,54 @@ private:
     int results_ = 0;
 };
 
+// One stored result ("Ident") of one LV feeder: its record and its balance blocks, one per distinct pair
+// (balance kind, RES).
+class TIdentLV {
+public:
+    explicit TIdentLV(int ident) : ident_(ident) {}
+    int Ident() const { return ident_; }
+    // Takes a record of this result; below level 7 a pair not yet present gets a block of its own.
+    void AddRecord(const TLVResultRecord& record, int level);
+    const TLVResultRecord& Record() const { return record_; }
+    int BlockCount() const { return static_cast<int>(pairs_.size()); }
+
+private:
+    int ident_;
+    TLVResultRecord record_;
+    std::vector<std::pair<int, int>> pairs_;  // (balance kind, RES)
+};
+
+// One LV feeder with its stored results.
+class TLVFiderIdents {
+public:
+    explicit TLVFiderIdents(int guid) : guid_(guid) {}
+    int GUID() const { return guid_; }
+    // The feeder's entry for a result, appended when missing.
+    TIdentLV& Ident(int ident);
+    int Count() const { return static_cast<int>(idents_.size()); }
+    // Adds every result of the feeder into a sum.
+    void AddSum(TLVResultRecord& sum) const;
+    void ClearIdents() { idents_.clear(); }
+
+private:
+    int guid_;
+    std::vector<std::unique_ptr<TIdentLV>> idents_;
+};
+
+// The LV feeders under a node of level 0 or 1, each once however many districts its balances name.
+class TFiders_LV {
+public:
+    // Passes a record on to its feeder's entry (created when missing) and returns the entry.
+    TLVFiderIdents& AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level);
+    void AddSum(TLVResultRecord& sum) const;
+    int CountLVFiders() const { return static_cast<int>(fiders_.size()); }
+    const TLVFiderIdents& GetItemLVFider(int index) const { return *fiders_.at(index); }
+    void Clear() { fiders_.clear(); }
+
+private:
+    std::vector<std::unique_ptr<TLVFiderIdents>> fiders_;
+};
+
 // A node of the results tree: one object of the hierarchy with its record and children.
 class TPesResultsLV {
 public:
@@ -179,6 +227,10 @@ public:
     TPesResultsLV* FindGUID(int guid) const;
     // The node and every node below it.
     int CountRecords() const;
+    // A top node of level 0 or 1 takes its values from its feeders, each once, when LV feeders are rows.
+    void AddSum(const std::array<bool, 8>& visibleRows);
+    const TFiders_LV* Fiders() const { return fidersLV_.get(); }
+    const TLVFiderIdents* FiderIdents() const { return fiderIdents_.get(); }
     int SumChilds() const { return CountRecords(); }
     void Clear();
 
@@ -209,4 +261,6 @@ private:
     TPesResultsLV* parent_;
     std::vector<std::unique_ptr<TPesResultsLV>> children_;
     TLVResultRecord record_;
+    std::unique_ptr<TLVFiderIdents> fiderIdents_;  // level 7
+    std::unique_ptr<TFiders_LV> fidersLV_;         // levels 0 and 1
 };

@@ -67,6 +67,24 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
         EXPECT_FALSE(node.Text().isEmpty());
     });
     EXPECT_EQ(leaves, lvCount);
+
+    // The utility keeps its LV feeders once each; their sum is the utility's value.
+    ASSERT_NE(tree.Fiders(), nullptr);
+    EXPECT_EQ(tree.Fiders()->CountLVFiders(), lvCount);
+    EXPECT_EQ(tree.Fiders()->GetItemLVFider(0).Count(), 1);  // one result a year per feeder
+    const double before = tree.Record().GetValue(bfdWa, VariantTotal);
+    std::array<bool, 8> rows;
+    rows.fill(true);
+    tree.AddSum(rows);
+    EXPECT_NEAR(tree.Record().GetValue(bfdWa, VariantTotal), before, 1e-6);
+    EXPECT_NEAR(tree.Record().GetValue(bfWa_gen, VariantTotal), Db(kSumOfYear.arg(year_.Ident).arg("")), 1e-6);
+    ASSERT_NE(tree.Child(0)->Fiders(), nullptr);  // the enterprises keep theirs too
+    EXPECT_LT(tree.Child(0)->Fiders()->CountLVFiders(), lvCount);
+    TPesResultsLV* leaf = &tree;
+    while (leaf->ChildCount() > 0)
+        leaf = leaf->Child(0);
+    ASSERT_NE(leaf->FiderIdents(), nullptr);
+    EXPECT_EQ(leaf->FiderIdents()->GUID(), leaf->GUID());
     EXPECT_EQ(tree.CountRecords(), tree.SumChilds());
     EXPECT_GT(tree.CountRecords(), leaves);
     ASSERT_GT(tree.ChildCount(), 0);
