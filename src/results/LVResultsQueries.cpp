@@ -53,4 +53,17 @@ const char* const sOwnerRES =
     "left join \"Nodes\" nod on nod.\"OwnerGUID\"=f.guid left join \"LVFiders\" lf on lf.\"OwnerGUID\"=nod.guid "
     "where c.guid=:GUID or s.guid=:GUID or f.guid=:GUID or nod.guid=:GUID or lf.guid=:GUID";
 
+// Distinct pairs of GUID and name at every level for the feeders with results, ordered from the top.
+const char* const sNamesOfHierarchy =
+    "select distinct e.guid as \"eGUID\", e.\"Name\" as \"eName\", p.guid as \"pGUID\", p.\"Name\" as \"pName\", "
+    "r.guid as \"rGUID\", r.\"Name\" as \"rName\", c.guid as \"cGUID\", c.\"Name\" as \"cName\", "
+    "s.guid as \"sGUID\", s.\"Name\" as \"sName\", f.guid as \"fGUID\", f.\"Name\" as \"fName\", "
+    "nod.guid as \"nodGUID\", nod.\"Name\" as \"nodName\", lf.guid as \"lfGUID\", lf.\"Name\" as \"lfName\" "
+    "from \"SamplesDates\" sd join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" "
+    "and coalesce(mv.\"CalcType\", 0)=:CalcType join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" "
+    "join res r on r.guid=pa.res join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" "
+    "join \"LVFiders\" lf on lf.guid=mv.guid join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "
+    "join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on s.guid=f.\"OwnerGUID\" "
+    "join \"Centers\" c on c.guid=s.\"OwnerGUID\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 "
+    "order by 1, 3, 5, 7, 9, 11, 13, 15";
 }  // namespace LVResultsSql

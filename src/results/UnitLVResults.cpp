@@ -96,3 +96,20 @@ QList<TLVResultPeriod> PeriodsWithResultsLV(ToznFDConnection& connection, int ca
         return periods;
     });
 }
+
+QHash<int, QString> NamesLV(ToznFDConnection& connection, int calcType, const QDateTime& sd1, const QDateTime& sd2)
+{
+    return GuardedRead(connection, [&] {
+        QHash<int, QString> names;
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(LVResultsSql::sNamesOfHierarchy));
+        q->ParamByName(QStringLiteral("CalcType"), calcType);
+        q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
+        const char* const levels[] = {"e", "p", "r", "c", "s", "f", "nod", "lf"};
+        for (q->Open(); !q->Eof(); q->Next())
+            for (const char* l : levels)
+                names.insert(q->Int(QString::fromLatin1(l) + QStringLiteral("GUID")),
+                             q->Str(QString::fromLatin1(l) + QStringLiteral("Name")));
+        return names;
+    });
+}

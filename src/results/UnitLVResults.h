@@ -4,6 +4,7 @@
 class ToznFDConnection;
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 
 // Results queries of the LV results over the hierarchy, kept as resource strings of this unit.
@@ -17,6 +18,7 @@ extern const char* const sResultsFromAOEnergo;
 extern const char* const sResultsFromPES;
 extern const char* const sResultsFromRES;
 extern const char* const sOwnerRES;
+extern const char* const sNamesOfHierarchy;
 }  // namespace LVResultsSql
 
 // A sample (a row of "SamplesDates") for which results of a calculation type are stored.
@@ -36,6 +38,9 @@ struct TLVResultPeriod {
 // The hierarchy level (0 utility … 7 LV feeder) of an object under which results are stored;
 // -1 when nothing is stored under it.
 int FindLevelLV(ToznFDConnection& connection, int guid);
+
+// The names of every object above the LV feeders with results in a sample range, by GUID.
+QHash<int, QString> NamesLV(ToznFDConnection& connection, int calcType, const QDateTime& sd1, const QDateTime& sd2);
 
 // Deletes the "LVResults" rows of a sample and calculation type of every LV feeder under an object
 // (their balance rows go with them); returns the number of rows deleted.

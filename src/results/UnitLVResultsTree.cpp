@@ -49,10 +49,6 @@ bool inVariant(int balance, int variant)
     return balance == variant;
 }
 
-const char* kNames = R"(select guid, "Name" from "AOEnergo" union all select guid, "Name" from pes
-    union all select guid, "Name" from res union all select guid, "Name" from "Centers"
-    union all select guid, "Name" from "Sections" union all select guid, "Name" from "Fiders"
-    union all select guid, "Name" from "Nodes" union all select guid, "Name" from "LVFiders")";
 }  // namespace
 
 TLVBalanceBlock::TLVBalanceBlock() { Values.fill(EmptyFloat()); }
@@ -372,6 +368,40 @@ void TPesResultsLV::Clear()
     record_.Name = text_;
 }
 
+void TPesResultsLV::Assign(const TPesResultsLV& other)
+{
+    level_ = other.level_;
+    guid_ = other.guid_;
+    text_ = other.text_;
+    record_ = other.record_;
+    ExcelRow = other.ExcelRow;
+}
+
+void TPesResultsLV::AssignFull(const TPesResultsLV& other)
+{
+    Clear();
+    Assign(other);
+    CopyChilds(other);
+}
+
+void TPesResultsLV::CopyChilds(const TPesResultsLV& other)
+{
+    for (const auto& c : other.children_) {
+        auto copy = std::make_unique<TPesResultsLV>(c->level_, c->guid_, c->text_, this);
+        copy->AssignFull(*c);
+        copy->parent_ = this;
+        children_.push_back(std::move(copy));
+    }
+}
+
+void TPesResultsLV::FillChilds()
+{
+    ChildRows.clear();
+    for (const auto& c : children_)
+        if (c->ExcelRow > 0)
+            ChildRows.append(c->ExcelRow);
+}
+
 void TPesResultsLV::SumRecords()
 {
     if (children_.empty())
@@ -406,10 +436,7 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
                                          "sGuid",       "fGuid", "nodGuid", "lfGuid"};
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
-        QHash<int, QString> names;
-        q->SetSQLText(QString::fromUtf8(kNames));
-        for (q->Open(); !q->Eof(); q->Next())
-            names.insert(q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Name")));
+        QHash<int, QString> names = NamesLV(connection, calcType, sd1, sd2);
         text_ = names.value(guid);
         int rGuid = guid;
         if (level_ > 2) {

@@ -233,6 +233,15 @@ public:
     const TLVFiderIdents* FiderIdents() const { return fiderIdents_.get(); }
     int SumChilds() const { return CountRecords(); }
     void Clear();
+    // A child for an object, created when missing.
+    TPesResultsLV* AddRow(int level, int guid, const QString& text) { return Ensure(level, guid, text); }
+    // Copies another node's own values (level, ident, text, record), or those and everything below it.
+    void Assign(const TPesResultsLV& other);
+    void AssignFull(const TPesResultsLV& other);
+    // Appends copies of another node's children.
+    void CopyChilds(const TPesResultsLV& other);
+    // Sets the worksheet rows of the children from their own rows, for the formulas.
+    void FillChilds();
 
     // Flags for drawing and summing: 1 no parent, 4 own level visible, 2 no visible level below,
     // 8 + 16 exactly one visible level below, 16 more.

@@ -91,6 +91,19 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
     EXPECT_EQ(tree.FindGUID(tree.Child(0)->GUID()), tree.Child(0));
     EXPECT_EQ(tree.FindGUID(-5), nullptr);
 
+    // A copy holds the same values and shape; clearing the original leaves the copy whole.
+    TPesResultsLV copy(0, 0, {}, nullptr);
+    copy.AssignFull(tree);
+    EXPECT_EQ(copy.CountRecords(), tree.CountRecords());
+    EXPECT_EQ(copy.Child(0)->Parent(), &copy);
+    EXPECT_DOUBLE_EQ(copy.Record().GetValue(bfWa_gen, VariantTotal), tree.Record().GetValue(bfWa_gen, VariantTotal));
+    tree.Child(0)->ExcelRow = 5;
+    tree.FillChilds();
+    EXPECT_EQ(tree.ChildRows, QList<int>({5}));
+    tree.Clear();
+    EXPECT_EQ(tree.ChildCount(), 0);
+    EXPECT_GT(copy.ChildCount(), 0);
+
     // Started at a substation: only its feeders.
     const int node = static_cast<int>(Db("select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join \"LVResults\" mv "
                                          "on mv.guid=lf.guid order by lf.\"OwnerGUID\""));
