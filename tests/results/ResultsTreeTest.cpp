@@ -5,6 +5,7 @@
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
+#include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 #include "support/TestSupport.h"
 
@@ -219,4 +220,42 @@ TEST(ResultFormulas, ChildRowsMakeCellsBlocksOrLists)
     EXPECT_EQ(node.TypeNodeResult(rows), 1 | 4 | 2);
     rows.fill(true);
     EXPECT_EQ(node.TypeNodeResult(rows), 1 | 4 | 16);
+}
+
+TEST_F(Tree, NumberedValueTables)
+{
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    const int root = static_cast<int>(Db("select first 1 guid from \"AOEnergo\""));
+    ASSERT_TRUE(Open(tree, root, error));
+    TLVResultRecord r = tree.Record();
+    auto same = [](double a, double b) { return (std::isnan(a) && std::isnan(b)) || std::fabs(a - b) < 1e-9; };
+    EXPECT_DOUBLE_EQ(ValuesW_Pes(r, 1), r.GetValue(bfWa_gen, VariantTotal));
+    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 1), r.GetValue(bfPgen, VariantTotal));
+    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 48), r.GetValue(bfNAbonents, VariantOffBalance));
+    EXPECT_TRUE(std::isnan(ValuesP_Pes(r, 49)));
+    EXPECT_TRUE(std::isnan(ValuesW_Pes(r, 50)));  // 49 numbers unless the mode is 2
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 7), ValuesP_Pes(r, 7));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 49), r.GetValue(bfLsumP, VariantOnBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 50), r.GetValue(bfLsumP_off, VariantOnBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 52), r.GetValue(bfLsumP, VariantOffBalance));
+    EXPECT_TRUE(same(ValuesP_off(r, 51), AC_SumFloat(ValuesP_off(r, 49), ValuesP_off(r, 50))));
+    EXPECT_TRUE(same(ValuesP_off(r, 55), AC_SumFloat(ValuesP_off(r, 49), ValuesP_off(r, 52))));
+    EXPECT_TRUE(same(ValuesP_off(r, 57), AC_SumFloat(ValuesP_off(r, 55), ValuesP_off(r, 56))));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 58), r.GetValue(bfLsumC, VariantOnBalance));
+    EXPECT_TRUE(same(ValuesP_off(r, 67), AC_SumFloat(ValuesP_off(r, 49), ValuesP_off(r, 58))));
+    EXPECT_TRUE(same(ValuesP_off(r, 72), AC_SumFloat(ValuesP_off(r, 70), ValuesP_off(r, 71))));
+    EXPECT_TRUE(same(ValuesP_off(r, 75), AC_SumFloat(ValuesP_off(r, 73), ValuesP_off(r, 74))));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 76), r.GetValue(bfNLineP, VariantOnBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 80), r.GetValue(bfNLineP_off, VariantOffBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 85), r.GetValue(bfNLineC, VariantOnBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_off(r, 89), r.GetValue(bfNLineC_off, VariantOffBalance));
+    EXPECT_TRUE(std::isnan(ValuesP_off(r, 99)));
+    // The energy table is one number longer in mode 2.
+    EXPECT_TRUE(same(ValuesW_off(r, 53), ValuesP_off(r, 49)));
+    EXPECT_TRUE(same(ValuesW_off(r, 50), ValuesP_off(r, 46)));
+    r.Mode = 2;
+    EXPECT_TRUE(same(ValuesW_off(r, 54), ValuesP_off(r, 49)));
+    EXPECT_TRUE(same(ValuesW_off(r, 50), ValuesW_Pes(r, 50)));
+    EXPECT_FALSE(std::isnan(ValuesW_Pes(r, 50)));
 }
