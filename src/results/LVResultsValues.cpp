@@ -74,3 +74,30 @@ double ValuesW_off(const TLVResultRecord& r, int n)
         return n >= 1 && n <= 50 ? ValuesW_Pes(r, n) : ValuesP_off(r, n - 5);
     return n >= 1 && n <= 49 ? ValuesW_Pes(r, n) : ValuesP_off(r, n - 4);
 }
+
+double ValuesW_T1(const TLVResultRecord& r, int kind, int n) { return ValuesW_Pes(r.OfKind(kind), n); }
+
+double ValuesP_T1(const TLVResultRecord& r, int kind, int n) { return ValuesP_Pes(r.OfKind(kind), n); }
+
+namespace {
+double received(const TLVResultRecord& r, int kind, int field, double (*table)(const TLVResultRecord&, int, int))
+{
+    if (kind == 0 || kind > 5)
+        return EmptyFloat();
+    if (kind == 1 || kind == 2)
+        return table(r, kind, kind + 8);
+    return r.GetValue(field, kind == 3 ? 3 : kind);
+}
+}  // namespace
+
+double deltaPgen(const TLVResultRecord& r, int kind) { return received(r, kind, bfPgen, &ValuesP_T1); }
+
+double deltaWgen(const TLVResultRecord& r, int kind) { return received(r, kind, bfWa_gen, &ValuesW_T1); }
+
+double Rekv(const TLVResultRecord& r)
+{
+    const double loss = r.GetValue(bfdP, VariantTotal), current = r.Igu();
+    if (isEmptyFloat(loss) || isEmptyFloat(current) || current == 0)
+        return EmptyFloat();
+    return loss * 1000 / (3 * current * current);
+}

@@ -269,6 +269,15 @@ void TLVResultRecord::SetResIdx(int index)
     Owners.RES = resList_[index].RES;
 }
 
+TLVResultRecord TLVResultRecord::OfKind(int kind) const
+{
+    TLVResultRecord copy = *this;
+    copy.resIdx_ = -1;
+    copy.resList_.clear();
+    std::erase_if(copy.blocks_, [kind](const TLVBalanceBlock& b) { return !inVariant(b.Balance, kind); });
+    return copy;
+}
+
 TMasRES TLVResultRecord::GetMasRES() const
 {
     TMasRES mas;

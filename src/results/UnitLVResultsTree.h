@@ -142,6 +142,8 @@ public:
     void SetResIdx(int index) override;
     int ResIdx() const { return resIdx_; }
     TMasRES GetMasRES() const;
+    // A copy holding only the blocks of one balance kind (0 on the utility's balance, 4 not on it, 5 all).
+    TLVResultRecord OfKind(int kind) const;
     const std::vector<TLVBalanceBlock>& Blocks() const { return blocks_; }
     int ResultCount() const { return results_; }
 

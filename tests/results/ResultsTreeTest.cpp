@@ -259,3 +259,22 @@ TEST_F(Tree, NumberedValueTables)
     EXPECT_TRUE(same(ValuesW_off(r, 50), ValuesW_Pes(r, 50)));
     EXPECT_FALSE(std::isnan(ValuesW_Pes(r, 50)));
 }
+
+TEST_F(Tree, ValuesOfOneBalanceKind)
+{
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    ASSERT_TRUE(Open(tree, static_cast<int>(Db("select first 1 guid from \"AOEnergo\"")), error));
+    const TLVResultRecord& r = tree.Record();
+    // Wa_gen of one kind: the sum of that kind's blocks; both kinds add up to the total.
+    EXPECT_DOUBLE_EQ(ValuesW_T1(r, 0, 1), r.GetValue(bfWa_gen, VariantOnBalance));
+    EXPECT_NEAR(ValuesW_T1(r, 0, 1) + ValuesW_T1(r, 4, 1), ValuesW_Pes(r, 1), 1e-6);
+    EXPECT_NEAR(ValuesP_T1(r, 4, 1), r.GetValue(bfPgen, VariantOffBalance), 1e-9);
+    EXPECT_TRUE(std::isnan(deltaPgen(r, 0)));
+    EXPECT_TRUE(std::isnan(deltaPgen(r, 6)));
+    EXPECT_DOUBLE_EQ(deltaPgen(r, 5), r.GetValue(bfPgen, VariantTotal));
+    EXPECT_DOUBLE_EQ(deltaWgen(r, 4), r.GetValue(bfWa_gen, VariantOffBalance));
+    EXPECT_TRUE(std::isnan(deltaPgen(r, 1)));  // no ССО balance rows in the demo network
+    const double i = r.Igu();
+    EXPECT_NEAR(Rekv(r), r.GetValue(bfdP, VariantTotal) * 1000 / (3 * i * i), 1e-9);
+}
