@@ -22,24 +22,28 @@ lxw_format* numberFormat(lxw_workbook* book, const QString& pattern)
 
 void writeNode(lxw_worksheet* sheet, const TPesResultsLV& node, lxw_row_t& row,
                const std::vector<const TLVResultColumn*>& columns, const std::vector<lxw_format*>& formats,
-               lxw_format* name)
+               lxw_format* name, int first, int& number)
 {
-    worksheet_write_string(sheet, row, 0, utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(),
-                           name);
+    if (first > 1)
+        worksheet_write_number(sheet, row, 0, ++number, nullptr);
+    worksheet_write_string(sheet, row, static_cast<lxw_col_t>(first - 1),
+                           utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(), name);
     for (size_t c = 0; c < columns.size(); ++c) {
         const double v = columns[c]->Value(node.Record());
         if (!isEmptyFloat(v) && std::isfinite(v))
-            worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c + 1), v, formats[c]);
+            worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c + first), v, formats[c]);
     }
     ++row;
     for (int i = 0; i < node.ChildCount(); ++i)
-        writeNode(sheet, *node.Child(i), row, columns, formats, name);
+        writeNode(sheet, *node.Child(i), row, columns, formats, name, first, number);
 }
 }  // namespace
 
 bool WriteResultsXlsx(const QString& file, const TPesResultsLV& tree,
-                      const std::vector<const TLVResultColumn*>& columns, const QString& title, QString& error)
+                      const std::vector<const TLVResultColumn*>& columns, const QString& title, QString& error,
+                      bool numbered)
 {
+    const int first = numbered ? 2 : 1;  // the column of the first value
     const QString temporary = file + QStringLiteral(".part");
     QFile::remove(temporary);
     lxw_workbook* book = workbook_new(utf8(temporary).constData());
@@ -65,18 +69,22 @@ bool WriteResultsXlsx(const QString& file, const TPesResultsLV& tree,
         formats.push_back(numberFormat(book, QString(c->Format).replace(QChar(0x00A0), QLatin1Char(','))));
 
     worksheet_write_string(sheet, 0, 0, utf8(title).constData(), titleFormat);
-    worksheet_write_string(sheet, 2, 0, utf8(QStringLiteral("Наименование структурного подразделения")).constData(),
-                           header);
-    worksheet_set_column(sheet, 0, 0, 45, nullptr);
+    if (numbered)
+        worksheet_write_string(sheet, 2, 0, utf8(QStringLiteral("№ п/п")).constData(), header);
+    worksheet_write_string(sheet, 2, static_cast<lxw_col_t>(first - 1),
+                           utf8(QStringLiteral("Наименование структурного подразделения")).constData(), header);
+    worksheet_set_column(sheet, static_cast<lxw_col_t>(first - 1), static_cast<lxw_col_t>(first - 1), 45, nullptr);
     for (size_t c = 0; c < columns.size(); ++c) {
         const QString caption = QString(columns[c]->Caption).replace(QLatin1Char('|'), QLatin1Char('\n'));
-        worksheet_write_string(sheet, 2, static_cast<lxw_col_t>(c + 1), utf8(caption).constData(), header);
-        worksheet_set_column(sheet, static_cast<lxw_col_t>(c + 1), static_cast<lxw_col_t>(c + 1), 16, nullptr);
+        const auto col = static_cast<lxw_col_t>(c + first);
+        worksheet_write_string(sheet, 2, col, utf8(caption).constData(), header);
+        worksheet_set_column(sheet, col, col, 16, nullptr);
     }
     worksheet_set_row(sheet, 2, 60, nullptr);
-    worksheet_freeze_panes(sheet, 3, 1);
+    worksheet_freeze_panes(sheet, 3, static_cast<lxw_col_t>(first));
     lxw_row_t row = 3;
-    writeNode(sheet, tree, row, columns, formats, name);
+    int number = 0;
+    writeNode(sheet, tree, row, columns, formats, name, first, number);
     const lxw_error status = workbook_close(book);
     if (status != LXW_NO_ERROR) {
         QFile::remove(temporary);

@@ -98,7 +98,7 @@ bool TfrmPesResultsLV::WriteWorkbook(const QString& file, int page, QString& err
         return false;
     }
     try {
-        return WriteResultsXlsx(file, *tree_, rows_->Columns(page), windowTitle(), error);
+        return WriteResultsXlsx(file, *tree_, rows_->Columns(page), windowTitle(), error, true);
     } catch (const std::invalid_argument& e) {
         error = QString::fromUtf8(e.what());
         return false;

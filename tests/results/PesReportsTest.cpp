@@ -45,7 +45,13 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     QString error;
     const QString book = folder.Path("pes.xlsx");
     ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
-    EXPECT_TRUE(QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml")).contains("Мощность головного участка"));
+    const QString pesStrings = QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml"));
+    EXPECT_TRUE(pesStrings.contains("Мощность головного участка"));
+    EXPECT_TRUE(pesStrings.contains("№ п/п"));
+    // Column C holds the nominal voltage and value 1 starts in column D.
+    const QString pesSheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
+    EXPECT_TRUE(pesSheet.contains("<c r=\"A4\""));
+    EXPECT_TRUE(pesSheet.contains("<c r=\"D4\""));
     EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
     EXPECT_EQ(error, "Неверная страница");
 
