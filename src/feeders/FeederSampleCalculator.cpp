@@ -68,33 +68,23 @@ QByteArray CalculateSampleJsonLine(const QByteArray& line)
     case TLVFiderSampleCalc::Status::Stopped: return object({{QStringLiteral("Stopped"), true}});
     case TLVFiderSampleCalc::Status::Done: break;
     }
-    QByteArray out = "{";
-    auto field = [&](const char* name, double v) {
-        out += '"';
-        out += name;
-        out += "\":";
-        out += JsonNumber(v);
-        out += ',';
-    };
-    field("P", r.P);
-    field("Wa", r.Wa);
-    field("tau", r.Tau);
-    field("Kdp", r.Kdp);
-    field("dU", r.DU);
-    field("Knm", r.Knm);
-    field("KnmRef", r.KnmRef);
-    out += "\"KnmWarning\":";
-    out += r.knmWarning ? "true," : "false,";
-    field("dPpct", r.DPpct);
-    field("dP", r.DP);
-    field("dW", r.DW);
-    field("dWpct", r.DWpct);
-    field("Umean", r.Umean);
-    field("U2mean", r.U2mean);
-    field("Krazv", r.Krazv);
-    out.chop(1);
-    out += '}';
-    return out;
+    host::JsonObjectWriter out;
+    out.Number("P", r.P)
+        .Number("Wa", r.Wa)
+        .Number("tau", r.Tau)
+        .Number("Kdp", r.Kdp)
+        .Number("dU", r.DU)
+        .Number("Knm", r.Knm)
+        .Number("KnmRef", r.KnmRef)
+        .Raw("KnmWarning", r.knmWarning ? "true" : "false")
+        .Number("dPpct", r.DPpct)
+        .Number("dP", r.DP)
+        .Number("dW", r.DW)
+        .Number("dWpct", r.DWpct)
+        .Number("Umean", r.Umean)
+        .Number("U2mean", r.U2mean)
+        .Number("Krazv", r.Krazv);
+    return out.Finish();
 }
 
 }  // namespace feeders

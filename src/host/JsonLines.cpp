@@ -2,6 +2,8 @@
 
 #include <QJsonDocument>
 
+#include "host/NumericHelpers.h"
+
 namespace host {
 
 QByteArray JsonErrorLine(const QString& text)
@@ -31,4 +33,27 @@ bool ParseJsonObjectLine(const QByteArray& line, const QString& expected, QJsonO
     return true;
 }
 
+JsonObjectWriter& JsonObjectWriter::Name(const char* name)
+{
+    if (text_.size() > 1)
+        text_ += ',';
+    text_ += '"';
+    text_ += name;
+    text_ += "\":";
+    return *this;
+}
+
+JsonObjectWriter& JsonObjectWriter::Number(const char* name, double value)
+{
+    Name(name);
+    text_ += JsonNumber(value);
+    return *this;
+}
+
+JsonObjectWriter& JsonObjectWriter::Raw(const char* name, const QByteArray& json)
+{
+    Name(name);
+    text_ += json;
+    return *this;
+}
 }  // namespace host

@@ -123,36 +123,28 @@ QByteArray CalculateJsonLine(const QByteArray& line)
     if (!apply(input, sample, error))
         return errorLine(error);
 
-    QByteArray out = "{";
-    auto field = [&](const char* name, double v) {
-        out += '"';
-        out += name;
-        out += "\":";
-        out += JsonNumber(v);
-        out += ',';
-    };
-    field("WaNet", sample.WaNet());
-    field("Lm", sample.Lm());
-    field("L23", sample.L23());
-    field("L1", sample.L1());
-    field("Lekv", sample.Lekv());
-    field("ku", sample.ku());
-    field("k038", sample.k038());
-    field("deltaWa", sample.deltaWa());
-    field("deltaWaPercent", sample.deltaWaPercent());
-    field("CurrentDensity", sample.CurrentDensity());
-    field("TotalLength", sample.TotalLength());
-    field("AverageLength", sample.AverageLength());
-    out += "\"Lengths\":[";
+    host::JsonObjectWriter out;
+    out.Number("WaNet", sample.WaNet())
+        .Number("Lm", sample.Lm())
+        .Number("L23", sample.L23())
+        .Number("L1", sample.L1())
+        .Number("Lekv", sample.Lekv())
+        .Number("ku", sample.ku())
+        .Number("k038", sample.k038())
+        .Number("deltaWa", sample.deltaWa())
+        .Number("deltaWaPercent", sample.deltaWaPercent())
+        .Number("CurrentDensity", sample.CurrentDensity())
+        .Number("TotalLength", sample.TotalLength())
+        .Number("AverageLength", sample.AverageLength());
+    QByteArray lengths = "[";
     for (int i = 0; i < S::LengthIndexCount; ++i) {
         if (i)
-            out += ',';
-        out += JsonNumber(sample.GetLengths(i));
+            lengths += ',';
+        lengths += JsonNumber(sample.GetLengths(i));
     }
-    out += "],\"Message\":";
-    out += host::JsonString(S::OutcomeMessage(sample.Classify()));
-    out += '}';
-    return out;
+    out.Raw("Lengths", lengths + ']');
+    out.Raw("Message", host::JsonString(S::OutcomeMessage(sample.Classify())));
+    return out.Finish();
 }
 
 }  // namespace normative

@@ -30,6 +30,16 @@ const QString kSection = QStringLiteral("LVResultsGrid");
 constexpr int kGuidRole = TLVResultsModel::GuidRole;
 const char* const kLevelNames[8] = {"АО энерго", "ПЭС",   "РЭС", "Центр питания",
                                     "Секция",    "Фидер", "ТП",  "Линия 0,4 кВ"};
+// Adds OK and cancel to a set-up dialog and runs it; true when accepted.
+bool RunOkCancel(QDialog& dialog, QVBoxLayout* layout)
+{
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+    return dialog.exec() == QDialog::Accepted;
+}
+
 const QRgb kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
 }  // namespace
 
@@ -362,11 +372,7 @@ void TfrmLVResultsGrid::SetUpRows()
         boxes[l]->setChecked(visibleRows_[l]);
         layout->addWidget(boxes[l]);
     }
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
-    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(buttons);
-    if (dialog.exec() != QDialog::Accepted)
+    if (!RunOkCancel(dialog, layout))
         return;
     std::array<bool, 8> rows;
     for (int l = 0; l < 8; ++l)
@@ -387,11 +393,7 @@ void TfrmLVResultsGrid::SetUpColumns()
         item->setCheckState(hiddenColumns_.contains(c->Field) ? Qt::Unchecked : Qt::Checked);
     }
     layout->addWidget(list);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
-    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(buttons);
-    if (dialog.exec() != QDialog::Accepted)
+    if (!RunOkCancel(dialog, layout))
         return;
     hiddenColumns_.clear();
     for (int i = 0; i < list->count(); ++i)
