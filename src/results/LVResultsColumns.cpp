@@ -3,6 +3,7 @@
 #include <QSet>
 
 #include "host/NumericHelpers.h"
+#include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
 namespace {
@@ -20,11 +21,11 @@ double outFact(R r, int in, int outField) { return diff(V(r, in, VariantTotal), 
 // Actual imbalance on the utility's balance.
 double imbalance(R r, int in, int fact) { return diff(V(r, in, VariantOnBalance), V(r, fact, VariantOnBalance)); }
 
-// Coefficient of losses to voltage drop: the share of power lost over the greatest voltage loss.
+// The power received by the whole balance over the head-section power by the measured phase values.
 double ksv(R r)
 {
-    const double share = pct(V(r, bfdP, VariantTotal), V(r, bfPgen, VariantTotal)), du = r.dUmax();
-    return isEmptyFloat(share) || isEmptyFloat(du) || du == 0 ? EmptyFloat() : share / du;
+    const double received = deltaPgen(r, VariantTotal), reference = r.ReferencePower();
+    return isEmptyFloat(received) || isEmptyFloat(reference) || reference == 0 ? EmptyFloat() : received / reference;
 }
 
 void abonents(std::vector<TLVResultColumn>& c)

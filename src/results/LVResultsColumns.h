@@ -14,6 +14,8 @@ struct TLVResultColumn {
     QString Caption;
     QString Format;
     std::function<double(const TLVResultRecord&)> Value;
+    // Set on the few report columns that show a text instead of a number.
+    std::function<QString(const TLVResultRecord&)> Text = {};
 };
 
 // The energy columns, the power columns, and the line and feeder columns added at run time.

@@ -1,7 +1,47 @@
-// The main results queries by the level where they start; part of the results unit's resource strings.
+// Every SQL text of the LV results: the resource strings of the results unit.
 #include "results/UnitLVResults.h"
 
 namespace LVResultsSql {
+// The Fiders test stands twice, once ahead of the Sections test.
+const char* const sLevelOfGUID =
+    " select first 1  case    when e.GUID=:GUID then 0    when p.GUID=:GUID then 1    when r.GUID=:GUID then 2 "
+    "   when c.GUID=:GUID then 3    when f.GUID=:GUID then 5    when s.GUID=:GUID then 4    when f.GUID=:GUID then 5 "
+    "   when nod.GUID=:GUID then 6    when lf.GUID=:GUID then 7  end as Level from \"AOEnergo\" e join pes p on "
+    "p.\"OwnerGUID\"=e.guid join res r on r.\"OwnerGUID\"=p.guid join \"LVPResultsAdd\" pa on pa.res=r.guid join "
+    "\"LVResults\" mv on (pa.\"Ident\"=mv.\"Ident\") join \"LVFiders\" lf on mv.guid=lf.guid join \"Nodes\" nod on "
+    "nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
+    "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" where     (e.GUID=:GUID or p.GUID=:GUID or "
+    "r.GUID=:GUID or c.GUID=:GUID or s.GUID=:GUID or f.GUID=:GUID or nod.GUID=:GUID or lf.GUID=:GUID)";
+
+// Walks the hierarchy by ownership only: every LV feeder under the object, with or without balance rows.
+const char* const sDeleteResults =
+    " delete from \"LVResults\" mv where mv.\"CalcType\"=:CalcType and mv.\"SampleIdent\"=:SampleIdent  and mv.guid "
+    "in (     select  distinct lf.guid     from \"AOEnergo\" e     join pes p on p.\"OwnerGUID\"=e.guid     join res r "
+    "on r.\"OwnerGUID\"=p.guid     join \"Centers\" c on c.\"OwnerGUID\"=r.guid     join \"Sections\" s on "
+    "s.\"OwnerGUID\"=c.guid     join \"Fiders\" f on f.\"OwnerGUID\"=s.guid     join \"Nodes\" nod on "
+    "nod.\"OwnerGUID\"=f.guid     join \"LVFiders\" lf on lf.\"OwnerGUID\"=nod.guid     where         (e.GUID=:GUID "
+    "or p.GUID=:GUID or r.GUID=:GUID or c.GUID=:GUID or s.GUID=:GUID or f.GUID=:GUID or nod.GUID=:GUID or  "
+    "lf.GUID=:GUID ) )";
+
+const char* const sSamplesWithResults =
+    "select sd.\"Ident\", sd.\"Name\", sd.\"Period\", sd.\"SampleDate1\", sd.\"SampleDate2\" from \"SamplesDates\" sd "
+    "where sd.\"Ident\" in (select distinct mv.\"SampleIdent\" from \"LVResults\" mv "
+    "where coalesce(mv.\"CalcType\", 0)=:CalcType) order by sd.\"SampleDate2\", sd.\"SampleDate1\" desc";
+
+#define OZN3_PERIODS_WITH_RESULTS(SECTIONS)                                                                            \
+    "select distinct sd.\"Period\", per.\"Name\" from \"AOEnergo\" e join pes p on p.\"OwnerGUID\"=e.guid "            \
+    "join res r on r.\"OwnerGUID\"=p.guid join \"LVPResultsAdd\" pa on pa.res=r.guid "                                 \
+    "join \"LVResults\" mv on pa.\"Ident\"=mv.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "                   \
+    "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\" join \"Periods\" per on per.\"Ident\"=sd.\"Period\" " \
+    "join \"LVFiders\" lf on mv.guid=lf.guid join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "                         \
+    "join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on s.guid=f.\"OwnerGUID\" "                     \
+    "join \"Centers\" c on c.guid=s.\"OwnerGUID\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and "    \
+    "(e.GUID=:GUID or p.GUID=:GUID or r.GUID=:GUID or c.GUID=:GUID " SECTIONS                                          \
+    "or f.GUID=:GUID or nod.GUID=:GUID or lf.GUID=:GUID) order by sd.\"Period\""
+const char* const sPeriodsWithResults = OZN3_PERIODS_WITH_RESULTS("or s.GUID=:GUID ");
+// The same without the Sections test: a Section's GUID finds no periods with it.
+const char* const sPeriodsWithResultsNoSections = OZN3_PERIODS_WITH_RESULTS("");
+#undef OZN3_PERIODS_WITH_RESULTS
 
 // One row per result and balance block of every LV feeder under the object: the feeder's owners by the
 // hierarchy, the district and enterprise of the balance row, the regime values and the block's values.
@@ -66,4 +106,19 @@ const char* const sNamesOfHierarchy =
     "join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on s.guid=f.\"OwnerGUID\" "
     "join \"Centers\" c on c.guid=s.\"OwnerGUID\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 "
     "order by 1, 3, 5, 7, 9, 11, 13, 15";
+
+// The names of every object of the hierarchy from the utility down to the LV feeders, by GUID (a plain
+// read of each table, much cheaper than the names of the feeders with results on a large network).
+const char* const sObjectNames =
+    "select guid, \"Name\" from \"AOEnergo\" union all select guid, \"Name\" from pes "
+    "union all select guid, \"Name\" from res union all select guid, \"Name\" from \"Centers\" "
+    "union all select guid, \"Name\" from \"Sections\" union all select guid, \"Name\" from \"Fiders\" "
+    "union all select guid, \"Name\" from \"Nodes\" union all select guid, \"Name\" from \"LVFiders\"";
+
+// Normative losses of energy by the generalised method, per element, for one sample.
+const char* const sNormativeLosses =
+    "select r.guid, r.\"deltaWa\" from \"LVWResultsB\" r where r.\"SampleIdent\"=:SampleIdent";
+
+// The names of the districts, for the balance columns of a feeder.
+const char* const sDistrictNames = "select guid, \"Name\" from \"RESData\"";
 }  // namespace LVResultsSql

@@ -86,7 +86,8 @@ double received(const TLVResultRecord& r, int kind, int field, double (*table)(c
         return EmptyFloat();
     if (kind == 1 || kind == 2)
         return table(r, kind, kind + 8);
-    return r.GetValue(field, kind == 3 ? 3 : kind);
+    // Kind 3 reads its own balance rows; kinds 4 and 5 read the whole balance.
+    return r.GetValue(field, kind == 3 ? 3 : VariantTotal);
 }
 }  // namespace
 

@@ -25,7 +25,8 @@ double ValuesW_off(const TLVResultRecord& record, int n);
 double ValuesW_T1(const TLVResultRecord& record, int kind, int n);
 double ValuesP_T1(const TLVResultRecord& record, int kind, int n);
 // Power and energy received by a balance kind: kind 0 none; kinds 1 and 2 number kind + 8 of that kind's
-// table; kinds 3 to 5 the received value of the kind; kinds above 5 none.
+// table; kind 3 the received value of its own balance rows; kinds 4 and 5 that of the whole balance;
+// kinds above 5 none.
 double deltaPgen(const TLVResultRecord& record, int kind);
 double deltaWgen(const TLVResultRecord& record, int kind);
 // Equivalent resistance of the feeder, Ohm: the power loss over three times the square of the head current.

@@ -48,7 +48,7 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
     QHash<int, QString> names;
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
-        q->SetSQLText(QStringLiteral(R"(select guid, "Name" from "RESData")"));
+        q->SetSQLText(QString::fromUtf8(LVResultsSql::sDistrictNames));
         for (q->Open(); !q->Eof(); q->Next())
             names.insert(q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Name")));
     });

@@ -19,6 +19,9 @@ extern const char* const sResultsFromPES;
 extern const char* const sResultsFromRES;
 extern const char* const sOwnerRES;
 extern const char* const sNamesOfHierarchy;
+extern const char* const sObjectNames;
+extern const char* const sNormativeLosses;
+extern const char* const sDistrictNames;
 }  // namespace LVResultsSql
 
 // A sample (a row of "SamplesDates") for which results of a calculation type are stored.
@@ -41,12 +44,16 @@ int FindLevelLV(ToznFDConnection& connection, int guid);
 
 // The names of every object above the LV feeders with results in a sample range, by GUID.
 QHash<int, QString> NamesLV(ToznFDConnection& connection, int calcType, const QDateTime& sd1, const QDateTime& sd2);
+// The names of every object of the hierarchy, by GUID.
+QHash<int, QString> ObjectNamesLV(ToznFDConnection& connection);
 
 // Deletes the "LVResults" rows of a sample and calculation type of every LV feeder under an object
 // (their balance rows go with them); returns the number of rows deleted.
 int DeleteResultsLV(ToznFDConnection& connection, int guid, int calcType, int sampleIdent);
-// The samples with results of a calculation type, latest first.
+// The samples with results of a calculation type, ordered by their end (the latest last).
 QList<TLVResultSample> SamplesWithResultsLV(ToznFDConnection& connection, int calcType);
 // The kinds of period with results under an object within a sample range.
 QList<TLVResultPeriod> PeriodsWithResultsLV(ToznFDConnection& connection, int calcType, int guid, const QDateTime& sd1,
                                             const QDateTime& sd2, bool withSections = true);
+// Normative losses of energy (thousand kWh) stored by the generalised method for a sample, by element GUID.
+QHash<int, double> NormativeLossesLV(ToznFDConnection& connection, int sampleIdent);

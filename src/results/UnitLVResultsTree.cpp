@@ -49,6 +49,14 @@ bool inVariant(int balance, int variant)
     return balance == variant;
 }
 
+// The rows of one stored result, gathered before the tree is built.
+struct PendingResult {
+    std::array<int, 8> path{};  // the object's ident at every level below the starting one
+    int ident = 0;
+    int lastRow = 0;
+    TLVResultRecord record;
+};
+
 }  // namespace
 
 TLVBalanceBlock::TLVBalanceBlock() { Values.fill(EmptyFloat()); }
@@ -59,7 +67,7 @@ void TLVBalanceBlock::Add(const TLVBalanceBlock& other)
         Values[f] = AC_SumFloat(Values[f], other.Values[f]);
 }
 
-TLVResultCustom::TLVResultCustom() : Unom(EmptyFloat()) {}
+TLVResultCustom::TLVResultCustom() : Unom(EmptyFloat()), Normative(EmptyFloat()) {}
 
 double TLVResultCustom::GetValue(int, int) const { return EmptyFloat(); }
 double TLVResultCustom::GetValueLVResult(int) const { return EmptyFloat(); }
@@ -75,6 +83,27 @@ double TLVResultCustom::dUmax() const
         result = isEmptyFloat(result) ? loss : std::max(result, loss);
     }
     return result;
+}
+
+double TLVResultCustom::ReferencePower() const
+{
+    double result = EmptyFloat();
+    for (int p = 0; p < 3; ++p) {
+        const double u = GetValueLVResult(rfUA + p), i = GetValueLVResult(rfIA + p),
+                     cos = GetValueLVResult(rfCosFiA + p);
+        if (!isEmptyFloat(u) && !isEmptyFloat(i) && !isEmptyFloat(cos))
+            result = AC_SumFloat(result, u * i * cos / 1000);
+    }
+    return result;
+}
+
+QString TLVResultCustom::MethodName() const
+{
+    switch (Mode) {
+    case 2: return QStringLiteral("Метод числа часов наибольших потерь");
+    case 0: return QStringLiteral("Метод средних нагрузок");
+    default: return QStringLiteral("Различные методы");
+    }
 }
 
 double TLVResultCustom::Kzap() const
@@ -178,6 +207,7 @@ void TLVResultRecord::ReadRow(const TFDQuery& q, bool firstRowOfResult)
         sums_[f] = v;
         counts_[f] = isEmptyFloat(v) ? 0 : 1;
     }
+    Mode = isEmptyFloat(sums_[rfSqrKfg]) ? 2 : 0;
 }
 
 void TLVResultRecord::AddRecord(const TLVResultRecord& other)
@@ -199,10 +229,15 @@ void TLVResultRecord::AddRecord(const TLVResultRecord& other)
             sums_[f] = AC_SumFloat(sums_[f], other.sums_[f]);
         counts_[f] += other.counts_[f];
     }
-    if (results_ == 0)
+    if (results_ == 0) {
         Unom = other.Unom;
-    else if (CompareFloat(Unom, other.Unom) != 0)
-        Unom = EmptyFloat();
+        Mode = other.Mode;
+    } else {
+        if (CompareFloat(Unom, other.Unom) != 0)
+            Unom = EmptyFloat();
+        if (other.results_ > 0 && Mode != other.Mode)
+            Mode = -1;
+    }
     results_ += other.results_;
     if (TypeTR.isEmpty())
         TypeTR = other.TypeTR;
@@ -318,10 +353,8 @@ void TLVFiderIdents::AddSum(TLVResultRecord& sum) const
 
 TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level)
 {
-    TLVFiderIdents* entry = nullptr;
-    for (const auto& f : fiders_)
-        if (f->GUID() == fiderGuid)
-            entry = f.get();
+    // Each feeder stands once in the list, so the index finds the entry a search of the list would.
+    TLVFiderIdents*& entry = byGuid_[fiderGuid];
     if (!entry) {
         fiders_.push_back(std::make_unique<TLVFiderIdents>(fiderGuid));
         entry = fiders_.back().get();
@@ -403,6 +436,17 @@ void TPesResultsLV::CopyChilds(const TPesResultsLV& other)
     }
 }
 
+void TPesResultsLV::SetNormative(const QHash<int, double>& byGuid)
+{
+    double sum = EmptyFloat();
+    for (const auto& c : children_) {
+        c->SetNormative(byGuid);
+        sum = AC_SumFloat(sum, c->record_.Normative);
+    }
+    const auto own = byGuid.constFind(guid_);
+    record_.Normative = own != byGuid.constEnd() ? *own : sum;
+}
+
 void TPesResultsLV::FillChilds()
 {
     ChildRows.clear();
@@ -427,6 +471,29 @@ void TPesResultsLV::SumRecords()
         record_ = sum;
 }
 
+void TPesResultsLV::AddResult(const std::array<int, 8>& path, int ident, TLVResultRecord record,
+                              const QHash<int, QString>& names)
+{
+    // The path from the object down to its LV feeder, created as needed.
+    TPesResultsLV* leaf = this;
+    for (int level = level_ + 1; level <= 7; ++level) {
+        leaf = leaf->Ensure(level, path[level], names.value(path[level]));
+        if (level <= 1 && !leaf->fidersLV_)
+            leaf->fidersLV_ = std::make_unique<TFiders_LV>();
+    }
+    record.Level = 7;
+    if (!leaf->fiderIdents_)
+        leaf->fiderIdents_ = std::make_unique<TLVFiderIdents>(leaf->guid_);
+    leaf->fiderIdents_->Ident(ident).AddRecord(record, 7);
+    leaf->record_.AddRecord(record);
+    leaf->record_.Owners = record.Owners;
+    leaf->record_.TypeTR = record.TypeTR;
+    // Ancestors of level 0 and 1 register the feeder once.
+    for (TPesResultsLV* a = leaf->parent_; a; a = a->parent_)
+        if (a->fidersLV_)
+            a->fidersLV_->AddRecord(leaf->guid_, ident, record, a->level_);
+}
+
 bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1,
                          const QDateTime& sd2, int period, QString& error)
 {
@@ -443,9 +510,12 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
     progress.SetText(QStringLiteral("1.Активация дерева (ОЗН)"));
     const char* const startColumns[8] = {"eGuidRecord", "pGuid", "rGuid",   "cGuid",
                                          "sGuid",       "fGuid", "nodGuid", "lfGuid"};
+    QHash<int, QString> names;
+    std::vector<PendingResult> results;
+    int rowCount = 0;
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
-        QHash<int, QString> names = NamesLV(connection, calcType, sd1, sd2);
+        names = ObjectNamesLV(connection);
         text_ = names.value(guid);
         int rGuid = guid;
         if (level_ > 2) {
@@ -464,51 +534,41 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         q->ParamByName(QStringLiteral("Period"), period);
         if (level_ >= 2)
             q->ParamByName(QStringLiteral("rGUID"), rGuid);
-        int lastIdent = 0;
-        TPesResultsLV* leaf = nullptr;
-        TLVResultRecord current;
-        if (level_ <= 1)
-            fidersLV_ = std::make_unique<TFiders_LV>();
-        auto flush = [&] {
-            if (leaf && current.ResultCount() > 0) {
-                current.Level = 7;
-                if (!leaf->fiderIdents_)
-                    leaf->fiderIdents_ = std::make_unique<TLVFiderIdents>(leaf->guid_);
-                leaf->fiderIdents_->Ident(lastIdent).AddRecord(current, 7);
-                leaf->record_.AddRecord(current);
-                leaf->record_.Owners = current.Owners;
-                leaf->record_.TypeTR = current.TypeTR;
-                // Ancestors of level 0 and 1 register the feeder once.
-                for (TPesResultsLV* a = leaf->parent_; a; a = a->parent_)
-                    if (a->fidersLV_)
-                        a->fidersLV_->AddRecord(leaf->guid_, lastIdent, current, a->level_);
-            }
-            current = TLVResultRecord();
-        };
         progress.SetText(QStringLiteral("2.Основной SQl"));
         q->Open();
-        progress.SetText(QStringLiteral("3.Пробег по SQL+заполнение"));
-        for (int row = 1; !q->Eof(); q->Next(), ++row) {
-            if (row % 5000 == 0)
-                progress.SetText(QStringLiteral("Заполнение данных: %1").arg(row));
+        progress.SetText(QStringLiteral("Чтение данных "));
+        // Rows come ordered by feeder; the rows of one result (one per RES balance) are gathered by its ident.
+        QHash<int, int> resultByIdent;
+        for (; !q->Eof(); q->Next()) {
+            ++rowCount;
             const int ident = q->Int(QStringLiteral("MVIdent"));
-            if (ident != lastIdent) {
-                flush();
-                lastIdent = ident;
-                // The path from the object down to its LV feeder, created as needed.
-                TPesResultsLV* node = this;
-                for (int level = level_ + 1; level <= 7; ++level) {
-                    const int g = q->Int(QString::fromLatin1(startColumns[level]));
-                    node = node->Ensure(level, g, names.value(g));
-                    if (level <= 1 && !node->fidersLV_)
-                        node->fidersLV_ = std::make_unique<TFiders_LV>();
-                }
-                leaf = node;
+            auto found = resultByIdent.constFind(ident);
+            if (found == resultByIdent.constEnd()) {
+                found = resultByIdent.insert(ident, static_cast<int>(results.size()));
+                PendingResult& r = results.emplace_back();
+                r.ident = ident;
+                for (int level = level_ + 1; level <= 7; ++level)
+                    r.path[level] = q->Int(QString::fromLatin1(startColumns[level]));
             }
-            current.ReadRow(*q, ident != 0 && current.ResultCount() == 0);
+            PendingResult& r = results[*found];
+            r.lastRow = rowCount;
+            r.record.ReadRow(*q, ident != 0 && r.record.ResultCount() == 0);
         }
-        flush();
     });
+    progress.SetText(QStringLiteral("3.Пробег по SQL+заполнение"));
+    if (level_ <= 1)
+        fidersLV_ = std::make_unique<TFiders_LV>();
+    int reported = 0;
+    for (PendingResult& r : results) {
+        if (r.lastRow - reported >= 5000 || r.lastRow == rowCount) {
+            reported = r.lastRow;
+            progress.SetText(QStringLiteral("Заполнение данных: %1 из %2").arg(r.lastRow).arg(rowCount));
+        }
+        if (r.record.ResultCount() == 0)
+            continue;
+        AddResult(r.path, r.ident, std::move(r.record), names);
+    }
+    results.clear();
     progress.SetText(QStringLiteral("Обработка данных (сортировка)"));
     ForEach([](TPesResultsLV& n) {
         if (n.level_ == 7)

@@ -1,5 +1,6 @@
 #pragma once
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <array>
@@ -96,9 +97,15 @@ class TLVResultCustom {
 public:
     TLVResultCustom();
     virtual ~TLVResultCustom() = default;
+    TLVResultCustom(const TLVResultCustom&) = default;
+    TLVResultCustom(TLVResultCustom&&) noexcept = default;
+    TLVResultCustom& operator=(const TLVResultCustom&) = default;
+    TLVResultCustom& operator=(TLVResultCustom&&) noexcept = default;
     QString Name, TypeTR;
-    double Unom;   // the section's nominal voltage, kV; empty where the objects below differ
-    int Mode = 0;  // 2: the load factor from energy, power and hours; else from sqrKfg
+    double Unom;  // the section's nominal voltage, kV; empty where the objects below differ
+    // How the load factor is found: 2 from energy, power and hours (a result stored without the form factor),
+    // 0 from the form factor "sqrKfg"; -1 on a sum of results found both ways.
+    int Mode = 0;
     int Level = 7;
     TOwnersRes Owners;
     TSamplePeriodInfo Period;
@@ -109,6 +116,8 @@ public:
     virtual TOwnersRes GetOwnersRes(int index) const { return Owners; }
     virtual void SetResIdx(int index) {}
     virtual double dUmax() const;
+    // The head-section power by the measured phase values (sum of U·I·cos φ), kW.
+    virtual double ReferencePower() const;
 
     // Indicators; every one is empty when an operand is empty or a divisor is zero.
     double Kzap() const;
@@ -120,6 +129,10 @@ public:
     double Igu() const;
     double Lekv() const;
     double GetValueZero(int field, int variant) const;
+    // The name of the loss calculation method the load factor stands for.
+    QString MethodName() const;
+    // Normative loss of energy of the object by the generalised method, thousand kWh (empty when none).
+    double Normative;
 };
 
 // The values of one object: the "LVResults" part and its balance blocks; at level 7 the blocks are also
@@ -202,10 +215,15 @@ public:
     void AddSum(TLVResultRecord& sum) const;
     int CountLVFiders() const { return static_cast<int>(fiders_.size()); }
     const TLVFiderIdents& GetItemLVFider(int index) const { return *fiders_.at(index); }
-    void Clear() { fiders_.clear(); }
+    void Clear()
+    {
+        fiders_.clear();
+        byGuid_.clear();
+    }
 
 private:
     std::vector<std::unique_ptr<TLVFiderIdents>> fiders_;
+    QHash<int, TLVFiderIdents*> byGuid_;
 };
 
 // A node of the results tree: one object of the hierarchy with its record and children.
@@ -242,6 +260,8 @@ public:
     void AssignFull(const TPesResultsLV& other);
     // Appends copies of another node's children.
     void CopyChilds(const TPesResultsLV& other);
+    // Sets every node's normative loss: the one stored for its own object, else the sum of its children's.
+    void SetNormative(const QHash<int, double>& byGuid);
     // Sets the worksheet rows of the children from their own rows, for the formulas.
     void FillChilds();
 
@@ -265,6 +285,8 @@ public:
 
 private:
     TPesResultsLV* Ensure(int level, int guid, const QString& text);
+    // Places one stored result under its LV feeder (path: the idents of the levels below this node).
+    void AddResult(const std::array<int, 8>& path, int ident, TLVResultRecord record, const QHash<int, QString>& names);
     void SumRecords();
     QString Formula(const QString& word, int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
     int level_, guid_;

@@ -29,6 +29,11 @@ void writeNode(lxw_worksheet* sheet, const TPesResultsLV& node, lxw_row_t& row,
     worksheet_write_string(sheet, row, static_cast<lxw_col_t>(first - 1),
                            utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(), name);
     for (size_t c = 0; c < columns.size(); ++c) {
+        if (columns[c]->Text) {
+            worksheet_write_string(sheet, row, static_cast<lxw_col_t>(c + first),
+                                   utf8(columns[c]->Text(node.Record())).constData(), name);
+            continue;
+        }
         const double v = columns[c]->Value(node.Record());
         if (!isEmptyFloat(v) && std::isfinite(v))
             worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c + first), v, formats[c]);

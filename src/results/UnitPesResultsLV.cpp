@@ -8,11 +8,52 @@
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
 #include "host/Spreadsheet.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
 #include "results/UnitPesResultsLV32.h"
+
+namespace {
+const TLVResultColumn& reportColumn(const char* field)
+{
+    static const std::vector<TLVResultColumn> columns = {
+        {"T", "Расчётный период|часов", "0", [](const TLVResultRecord& r) { return r.GetValueLVResult(rfT); }},
+        {"Method", "Метод расчёта", "", [](const TLVResultRecord&) { return EmptyFloat(); },
+         [](const TLVResultRecord& r) { return r.MethodName(); }},
+        {"Normative", "Норматив|тыс. кВт·ч", "#,##0.000", [](const TLVResultRecord& r) { return r.Normative; }},
+    };
+    for (const TLVResultColumn& c : columns)
+        if (c.Field == QLatin1String(field))
+            return c;
+    throw std::logic_error(field);
+}
+
+// A grid column list as the report shows it: the period length under the report's own caption, then the
+// calculation method and, on the energy sheet, the normative losses, then the lines and feeder lengths.
+std::vector<const TLVResultColumn*> reportColumns(const std::vector<const TLVResultColumn*>& grid, bool energy)
+{
+    std::vector<const TLVResultColumn*> columns;
+    for (const TLVResultColumn* c : grid)
+        columns.push_back(c->Field == QLatin1String("T") ? &reportColumn("T") : c);
+    columns.push_back(&reportColumn("Method"));
+    if (energy)
+        columns.push_back(&reportColumn("Normative"));
+    for (const TLVResultColumn& c : LineColumns())
+        if (std::none_of(columns.begin(), columns.end(), [&](const TLVResultColumn* x) { return x->Field == c.Field; }))
+            columns.push_back(&c);
+    return columns;
+}
+
+std::vector<const TLVResultColumn*> pointers(const std::vector<TLVResultColumn>& list)
+{
+    std::vector<const TLVResultColumn*> columns;
+    for (const TLVResultColumn& c : list)
+        columns.push_back(&c);
+    return columns;
+}
+}  // namespace
 
 QString TNodeLV::SheetName(int page) const
 {
@@ -26,10 +67,7 @@ QString TNodeLV::SheetName(int page) const
 std::vector<const TLVResultColumn*> TNodeLV::Columns(int page) const
 {
     SheetName(page);
-    std::vector<const TLVResultColumn*> columns;
-    for (const TLVResultColumn& c : page == 0 ? EnergyColumns() : PowerColumns())
-        columns.push_back(&c);
-    return columns;
+    return reportColumns(pointers(page == 0 ? EnergyColumns() : PowerColumns()), page == 0);
 }
 
 QString TNodeLV32::SheetName(int page) const
@@ -42,7 +80,7 @@ QString TNodeLV32::SheetName(int page) const
 std::vector<const TLVResultColumn*> TNodeLV32::Columns(int page) const
 {
     SheetName(page);
-    return AllColumns();
+    return reportColumns(AllColumns(), true);
 }
 
 TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner) : TfrmPesResultsLV(owner, std::make_unique<TNodeLV>()) {}
@@ -87,6 +125,7 @@ bool TfrmPesResultsLV::Init(TfdbDatabase* database, int ident)
         host::ShowWarning(error);
         return false;
     }
+    tree_->SetNormative(NormativeLossesLV(c, sample_.Ident));
     setWindowTitle(QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree_->Text(), sample_.Name));
     return true;
 }

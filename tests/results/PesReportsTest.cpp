@@ -16,7 +16,22 @@ TEST(PesReports, SheetsOfTheTwoLayouts)
     TNodeLV rows;
     EXPECT_EQ(rows.SheetName(0), "Потери электроэнергии");
     EXPECT_EQ(rows.SheetName(1), "Потери мощности");
-    EXPECT_EQ(rows.Columns(1).size(), PowerColumns().size());
+    // The report's own columns: the period length under its caption, the method, the normative on energy only.
+    auto fields = [](const std::vector<const TLVResultColumn*>& columns) {
+        QStringList f;
+        for (const TLVResultColumn* c : columns)
+            f << c->Field + QLatin1Char('=') + c->Caption;
+        return f;
+    };
+    const QStringList energy = fields(rows.Columns(0)), power = fields(rows.Columns(1));
+    EXPECT_TRUE(energy.contains("T=Расчётный период|часов"));
+    EXPECT_TRUE(energy.contains("Method=Метод расчёта"));
+    EXPECT_TRUE(energy.contains("Normative=Норматив|тыс. кВт·ч"));
+    EXPECT_TRUE(energy.contains("LsumP0_off=Длина воздушных участков линии|на балансе|отключенные|км"));
+    EXPECT_TRUE(power.contains("Method=Метод расчёта"));
+    EXPECT_FALSE(power.contains("Normative=Норматив|тыс. кВт·ч"));
+    EXPECT_EQ(power.first(), "Unom=Номинальное напряжение|кВ");
+    EXPECT_EQ(power.filter("Pgen=").size(), 1);
     try {
         rows.SheetName(2);
         FAIL() << "an unknown page must be refused";
@@ -25,7 +40,7 @@ TEST(PesReports, SheetsOfTheTwoLayouts)
     }
     TNodeLV32 one;
     EXPECT_EQ(one.PageCount(), 1);
-    EXPECT_EQ(one.Columns(0).size(), AllColumns().size());
+    EXPECT_EQ(one.Columns(0).size(), AllColumns().size() + 2);  // with the method and the normative
     EXPECT_THROW(one.Columns(1), std::invalid_argument);
 }
 
@@ -48,6 +63,8 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     const QString pesStrings = QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml"));
     EXPECT_TRUE(pesStrings.contains("Мощность головного участка"));
     EXPECT_TRUE(pesStrings.contains("№ п/п"));
+    EXPECT_TRUE(pesStrings.contains("Расчётный период\nчасов"));
+    EXPECT_TRUE(pesStrings.contains("Метод средних нагрузок"));
     // Column C holds the nominal voltage and value 1 starts in column D.
     const QString pesSheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
     EXPECT_TRUE(pesSheet.contains("<c r=\"A4\""));

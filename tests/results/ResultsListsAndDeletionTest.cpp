@@ -73,4 +73,17 @@ TEST_F(Results, SamplesAndPeriodsWithResults)
     EXPECT_EQ(PeriodsWithResultsLV(*c_, 0, section, from, to).size(), 1);
     EXPECT_TRUE(PeriodsWithResultsLV(*c_, 0, section, from, to, false).isEmpty());  // the text without Sections
     EXPECT_TRUE(PeriodsWithResultsLV(*c_, 0, root, from, from.addDays(100)).isEmpty());
+
+    // Names of the hierarchy: only objects above feeders with results, with the names the tables hold.
+    const int without = static_cast<int>(Db("select max(guid) from \"LVResults\""));
+    Exec(*c_, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(without));
+    const QHash<int, QString> withResults = NamesLV(*c_, 0, from, to), all = ObjectNamesLV(*c_);
+    const int feeder = static_cast<int>(Db("select first 1 guid from \"LVResults\" order by guid"));
+    EXPECT_FALSE(withResults.value(feeder).isEmpty());
+    EXPECT_EQ(withResults.value(feeder), all.value(feeder));
+    EXPECT_EQ(withResults.value(root), "АО «Облэнерго»");
+    EXPECT_EQ(all.value(section), withResults.value(section));
+    EXPECT_FALSE(withResults.contains(without));
+    EXPECT_FALSE(all.value(without).isEmpty());
+    EXPECT_TRUE(NamesLV(*c_, 0, from, from.addDays(100)).isEmpty());
 }

@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
 #include <cmath>
 
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
+#include "host/Progress.h"
 #include "host/SamplePeriods.h"
+#include "results/LVResultsColumns.h"
 #include "results/LVResultsValues.h"
+#include "results/UnitLVResults.h"
 #include "results/UnitLVResultsTree.h"
 #include "support/TestSupport.h"
 
@@ -273,8 +277,128 @@ TEST_F(Tree, ValuesOfOneBalanceKind)
     EXPECT_TRUE(std::isnan(deltaPgen(r, 0)));
     EXPECT_TRUE(std::isnan(deltaPgen(r, 6)));
     EXPECT_DOUBLE_EQ(deltaPgen(r, 5), r.GetValue(bfPgen, VariantTotal));
-    EXPECT_DOUBLE_EQ(deltaWgen(r, 4), r.GetValue(bfWa_gen, VariantOffBalance));
+    EXPECT_DOUBLE_EQ(deltaWgen(r, 4), r.GetValue(bfWa_gen, VariantTotal));  // kinds 4 and 5 read the whole balance
     EXPECT_TRUE(std::isnan(deltaPgen(r, 1)));  // no ССО balance rows in the demo network
     const double i = r.Igu();
     EXPECT_NEAR(Rekv(r), r.GetValue(bfdP, VariantTotal) * 1000 / (3 * i * i), 1e-9);
+}
+
+namespace {
+// Keeps every progress text shown.
+struct RecordingProgress : host::Progress {
+    QStringList texts;
+    void Start(const QString&, int) override {}
+    void SetText(const QString& text) override { texts << text; }
+    void SetMaximum(int) override {}
+    void SetPosition(int) override {}
+    void Finish() override {}
+};
+
+const TLVResultColumn& column(const char* field)
+{
+    for (const TLVResultColumn* c : AllColumns())
+        if (c->Field == QLatin1String(field))
+            return *c;
+    throw std::logic_error(field);
+}
+}  // namespace
+
+TEST_F(Tree, ProgressMethodsAndTheReferencePowerOfKsv)
+{
+    // One feeder's result is stored without the form factor: its load factor comes from energy and power.
+    const int feeder = static_cast<int>(
+        Db(QStringLiteral("select first 1 guid from \"LVResults\" where \"SampleIdent\"=%1 order by guid")
+               .arg(year_.Ident)));
+    Exec(*c_, QStringLiteral("update \"LVResults\" set \"sqrKfg\"=null where guid=%1 and \"SampleIdent\"=%2")
+                  .arg(feeder)
+                  .arg(year_.Ident));
+    RecordingProgress progress;
+    host::SetProgress(&progress);
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    ASSERT_TRUE(Open(tree, static_cast<int>(Db("select first 1 guid from \"AOEnergo\"")), error));
+    host::SetProgress(nullptr);
+    for (const char* text : {"1.Активация дерева (ОЗН)", "Чтение данных (открытие запроса)", "2.Основной SQl",
+                             "Чтение данных ", "3.Пробег по SQL+заполнение", "Обработка данных (сортировка)"})
+        EXPECT_TRUE(progress.texts.contains(QString::fromUtf8(text))) << text;
+    // The filling counts the rows read: the last count is the whole of them, at least one per balance row.
+    const QRegularExpression filling(QStringLiteral("^Заполнение данных: (\\d+) из (\\d+)$"));
+    const QStringList counts = progress.texts.filter(filling);
+    ASSERT_FALSE(counts.isEmpty());
+    const auto last = filling.match(counts.last());
+    EXPECT_EQ(last.captured(1), last.captured(2));
+    EXPECT_GE(last.captured(2).toInt(),
+              Db(QStringLiteral("select count(*) from \"LVPResultsAdd\" pa join \"LVResults\" mv on "
+                                "mv.\"Ident\"=pa.\"Ident\" where mv.\"SampleIdent\"=%1")
+                     .arg(year_.Ident)));
+
+    TPesResultsLV* leaf = nullptr;
+    TPesResultsLV* other = nullptr;
+    tree.ForEach([&](TPesResultsLV& n) {
+        if (n.Level() == 7 && n.GUID() == feeder)
+            leaf = &n;
+        else if (n.Level() == 7 && !other)
+            other = &n;
+    });
+    ASSERT_NE(leaf, nullptr);
+    ASSERT_NE(other, nullptr);
+    const TLVResultRecord& r = leaf->Record();
+    EXPECT_EQ(r.Mode, 2);
+    EXPECT_EQ(r.MethodName(), "Метод числа часов наибольших потерь");
+    EXPECT_NEAR(r.Kzap(), r.GetValue(bfWa_gen, VariantTotal) / r.GetValue(bfPgen, VariantTotal) / 8760 * 1000, 1e-12);
+    EXPECT_EQ(other->Record().Mode, 0);
+    EXPECT_EQ(other->Record().MethodName(), "Метод средних нагрузок");
+    EXPECT_EQ(tree.Record().MethodName(), "Различные методы");  // the utility sums results of both kinds
+
+    // Ksv: the power received over the head-section power by the stored phase values.
+    const QString phase = QStringLiteral("select \"U%1\"*\"I%1\"*\"CosFi%1\"/1000 from \"LVResults\" where guid=%2 and "
+                                         "\"SampleIdent\"=%3");
+    double reference = 0;
+    for (const char* p : {"A", "B", "C"})
+        reference += Db(phase.arg(QLatin1String(p)).arg(feeder).arg(year_.Ident));
+    EXPECT_NEAR(r.ReferencePower(), reference, 1e-9);
+    EXPECT_NEAR(column("Ksv").Value(r), r.GetValue(bfPgen, VariantTotal) / reference, 1e-12);
+    struct NoPhases : TLVResultRecord {
+        double GetValueLVResult(int) const override { return EmptyFloat(); }
+    } empty;
+    EXPECT_TRUE(std::isnan(column("Ksv").Value(empty)));
+}
+
+TEST_F(Tree, NormativeLossesOfEveryNode)
+{
+    TSamplePeriodInfo first;
+    for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+        if (p.Name == "2023г.")
+            first = p;
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    ASSERT_TRUE(tree.Open(*c_, static_cast<int>(Db("select first 1 guid from \"AOEnergo\"")), 0, first.SampleDate1,
+                          first.SampleDate2, 1, error));
+    QHash<int, double> losses = NormativeLossesLV(*c_, first.Ident);
+    ASSERT_FALSE(losses.isEmpty());
+    // A district with a value of its own shows it instead of the sum of its substations.
+    TPesResultsLV* district = tree.Child(0)->Child(0);
+    ASSERT_EQ(district->Level(), 2);
+    losses.insert(district->GUID(), 12.5);
+    tree.SetNormative(losses);
+    EXPECT_DOUBLE_EQ(district->Record().Normative, 12.5);
+    double substations = 0;
+    int withValue = 0;
+    tree.ForEach([&](TPesResultsLV& n) {
+        if (n.Level() == 6 && !std::isnan(n.Record().Normative)) {
+            ++withValue;
+            EXPECT_DOUBLE_EQ(n.Record().Normative,
+                             Db(QStringLiteral("select \"deltaWa\" from \"LVWResultsB\" where guid=%1 and "
+                                               "\"SampleIdent\"=%2")
+                                    .arg(n.GUID())
+                                    .arg(first.Ident)));
+            if (n.Parent()->Parent()->Parent()->Parent() != district)
+                substations += n.Record().Normative;
+        }
+        if (n.Level() == 7) {
+            EXPECT_TRUE(std::isnan(n.Record().Normative));  // nothing is stored per LV feeder
+        }
+    });
+    EXPECT_GT(withValue, 0);
+    EXPECT_NEAR(tree.Record().Normative, substations + 12.5, 1e-6);
 }
