@@ -1,6 +1,7 @@
 #include "results/UnitLVResultsTree.h"
 
 #include <QHash>
+#include <QSet>
 #include <cmath>
 
 #include "host/Connection.h"
@@ -438,13 +439,26 @@ void TPesResultsLV::CopyChilds(const TPesResultsLV& other)
 
 void TPesResultsLV::SetNormative(const QHash<int, double>& byGuid)
 {
+    QSet<int> counted;
+    SetNormative(byGuid, counted);
+}
+
+void TPesResultsLV::SetNormative(const QHash<int, double>& byGuid, QSet<int>& counted)
+{
     double sum = EmptyFloat();
     for (const auto& c : children_) {
-        c->SetNormative(byGuid);
+        c->SetNormative(byGuid, counted);
         sum = AC_SumFloat(sum, c->record_.Normative);
     }
+    // A substation whose feeders are balanced by two districts stands under both: its value counts once.
     const auto own = byGuid.constFind(guid_);
-    record_.Normative = own != byGuid.constEnd() ? *own : sum;
+    if (own == byGuid.constEnd())
+        record_.Normative = sum;
+    else if (!counted.contains(guid_)) {
+        counted.insert(guid_);
+        record_.Normative = *own;
+    } else
+        record_.Normative = EmptyFloat();
 }
 
 void TPesResultsLV::FillChilds()

@@ -1,6 +1,7 @@
 #pragma once
 #include <QDateTime>
 #include <QHash>
+#include <QSet>
 #include <QList>
 #include <QString>
 #include <array>
@@ -260,7 +261,8 @@ public:
     void AssignFull(const TPesResultsLV& other);
     // Appends copies of another node's children.
     void CopyChilds(const TPesResultsLV& other);
-    // Sets every node's normative loss: the one stored for its own object, else the sum of its children's.
+    // Sets every node's normative loss: the one stored for its own object (once, where the object stands
+    // twice), else the sum of its children's.
     void SetNormative(const QHash<int, double>& byGuid);
     // Sets the worksheet rows of the children from their own rows, for the formulas.
     void FillChilds();
@@ -288,6 +290,7 @@ private:
     // Places one stored result under its LV feeder (path: the idents of the levels below this node).
     void AddResult(const std::array<int, 8>& path, int ident, TLVResultRecord record, const QHash<int, QString>& names);
     void SumRecords();
+    void SetNormative(const QHash<int, double>& byGuid, QSet<int>& counted);
     QString Formula(const QString& word, int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
     int level_, guid_;
     QString text_;

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "host/Database.h"
@@ -90,6 +91,10 @@ TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows
 {
     setObjectName(QStringLiteral("frmPesResultsLV"));
     setWindowTitle(QStringLiteral("Сводные результаты расчета"));
+    samplesBox_ = new QComboBox(this);
+    samplesBox_->setObjectName(QStringLiteral("cbSamples"));
+    samplesBox_->setToolTip(QStringLiteral("Расчетный период"));
+    connect(samplesBox_, &QComboBox::currentIndexChanged, this, [this](int index) { SelectSample(index); });
     pages_ = new QComboBox(this);
     pages_->setObjectName(QStringLiteral("cbPages"));
     for (int p = 0; p < rows_->PageCount(); ++p)
@@ -97,8 +102,9 @@ TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows
     auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
     open->setObjectName(QStringLiteral("btnOpenExcel"));
     connect(open, &QPushButton::clicked, this, &TfrmPesResultsLV::OpenInSpreadsheet);
-    Body()->insertWidget(0, pages_);
-    Body()->insertWidget(1, open);
+    Body()->insertWidget(0, samplesBox_);
+    Body()->insertWidget(1, pages_);
+    Body()->insertWidget(2, open);
 }
 
 TfrmPesResultsLV::~TfrmPesResultsLV() = default;
@@ -107,26 +113,46 @@ bool TfrmPesResultsLV::Init(TfdbDatabase* database, int ident)
 {
     if (!database)
         return false;
+    database_ = database;
+    ident_ = ident;
     ToznFDConnection& c = *database->GetDefaultConnection();
     level_ = FindLevelLV(c, ident);
     if (level_ < 0) {
         host::ShowWarning(QStringLiteral("Не найден GUID"));
         return false;
     }
-    const QList<TLVResultSample> samples = SamplesWithResultsLV(c, 0);
-    if (samples.isEmpty()) {
+    samples_ = SamplesWithResultsLV(c, 0);
+    if (samples_.isEmpty()) {
         host::ShowWarning(QStringLiteral("Нет результатов"));
         return false;
     }
-    sample_ = samples.last();
-    tree_ = std::make_unique<TPesResultsLV>(level_, ident, QString(), nullptr);
+    const QSignalBlocker blocker(samplesBox_);
+    samplesBox_->clear();
+    for (const TLVResultSample& s : samples_)
+        samplesBox_->addItem(s.Name, s.Ident);
+    samplesBox_->setCurrentIndex(samples_.size() - 1);
+    return SelectSample(samples_.size() - 1);
+}
+
+bool TfrmPesResultsLV::SelectSample(int index)
+{
+    if (!database_ || index < 0 || index >= samples_.size())
+        return false;
+    ToznFDConnection& c = *database_->GetDefaultConnection();
+    sample_ = samples_[index];
+    auto tree = std::make_unique<TPesResultsLV>(level_, ident_, QString(), nullptr);
     QString error;
-    if (!tree_->Open(c, ident, 0, sample_.SampleDate1, sample_.SampleDate2, sample_.Period, error)) {
+    if (!tree->Open(c, ident_, 0, sample_.SampleDate1, sample_.SampleDate2, sample_.Period, error)) {
         host::ShowWarning(error);
         return false;
     }
-    tree_->SetNormative(NormativeLossesLV(c, sample_.Ident));
+    tree->SetNormative(NormativeLossesLV(c, sample_.Ident));
+    tree_ = std::move(tree);
     setWindowTitle(QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree_->Text(), sample_.Name));
+    if (samplesBox_->currentIndex() != index) {
+        const QSignalBlocker blocker(samplesBox_);
+        samplesBox_->setCurrentIndex(index);
+    }
     return true;
 }
 

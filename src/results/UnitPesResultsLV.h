@@ -35,8 +35,10 @@ class TfrmPesResultsLV : public TxlsCustomMenuForm {
 public:
     explicit TfrmPesResultsLV(QWidget* owner = nullptr);
     ~TfrmPesResultsLV() override;
-    // False (with a message) when no results are stored under the object.
+    // False (with a message) when no results are stored under the object. Opens the latest sample.
     bool Init(TfdbDatabase* database, int ident);
+    // Builds the report of another sample of the list ("Расчетный период"); false with a message.
+    bool SelectSample(int index);
     int Level() const { return level_; }
     TPesResultsLV* Tree() const { return tree_.get(); }
     // Writes the chosen sheet of the report; false with a reason.
@@ -49,7 +51,11 @@ private:
     void OpenInSpreadsheet();
     std::unique_ptr<TNodeLV> rows_;
     std::unique_ptr<TPesResultsLV> tree_;
+    TfdbDatabase* database_ = nullptr;
+    int ident_ = 0;
+    QList<TLVResultSample> samples_;
     TLVResultSample sample_;
+    QComboBox* samplesBox_;
     QComboBox* pages_;
     int level_ = -1;
 };

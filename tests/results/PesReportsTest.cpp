@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <cmath>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsUndersupplyUnit.h"
+#include "results/UnitLVResultsTree.h"
 #include "results/UnitPesResultsLV32.h"
 #include "support/TestSupport.h"
 
@@ -70,6 +72,19 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_TRUE(pesSheet.contains("<c r=\"A4\""));
     EXPECT_TRUE(pesSheet.contains("<c r=\"D4\""));
     EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
+
+    // Choosing the first year rebuilds the report for it; that year has normative losses stored.
+    auto* samples = form.findChild<QComboBox*>("cbSamples");
+    ASSERT_EQ(samples->count(), 3);
+    EXPECT_EQ(samples->currentText(), "2025г.");
+    EXPECT_TRUE(std::isnan(form.Tree()->Record().Normative));
+    samples->setCurrentIndex(0);
+    EXPECT_EQ(form.windowTitle(), "Сводные результаты расчета  \"АО «Облэнерго»\" за 2023г.");
+    EXPECT_NEAR(form.Tree()->Record().Normative,
+                Scalar(*db->GetDefaultConnection(),
+                       QStringLiteral("select sum(\"deltaWa\") from \"LVWResultsB\" where \"SampleIdent\"=%1")
+                           .arg(samples->currentData().toInt())),
+                1e-6);
     EXPECT_EQ(error, "Неверная страница");
 
     TfrmPesResultsLV none;
