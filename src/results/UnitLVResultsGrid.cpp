@@ -20,13 +20,14 @@
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
+#include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsModel.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
 
 namespace {
-const QString kSection = QStringLiteral("LVResultsGrid");
+using ColorsLVResult::kSection;
 constexpr int kGuidRole = TLVResultsModel::GuidRole;
 const char* const kLevelNames[8] = {"АО энерго", "ПЭС",   "РЭС", "Центр питания",
                                     "Секция",    "Фидер", "ТП",  "Линия 0,4 кВ"};
@@ -39,8 +40,6 @@ bool RunOkCancel(QDialog& dialog, QVBoxLayout* layout)
     layout->addWidget(buttons);
     return dialog.exec() == QDialog::Accepted;
 }
-
-const QRgb kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
 }  // namespace
 
 TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
@@ -123,9 +122,7 @@ bool TfrmLVResultsGrid::Init(TfdbDatabase* database, int ident)
         return false;
     TInitOZN* init = ::Init(true);
     calcType_ = init->LoadIntParam(kSection, QStringLiteral("ClassResultsLV"), 0);
-    const QString rows = init->LoadStrParam(kSection, QStringLiteral("RowsResults"));
-    for (int l = 0; l < 8 && l < rows.size(); ++l)
-        visibleRows_[l] = rows[l] != QLatin1Char('0');
+    visibleRows_ = ColorsLVResult::VisibleRows();
     hiddenColumns_ =
         init->LoadStrParam(kSection, QStringLiteral("ColsResults")).split(QLatin1Char(','), Qt::SkipEmptyParts);
     level_ = FindLevelLV(*database->GetDefaultConnection(), ident);
@@ -238,23 +235,11 @@ void TfrmLVResultsGrid::FillTable()
     view_->setColumnWidth(0, 320);
 }
 
-QColor TfrmLVResultsGrid::LevelColor(int level) const
-{
-    TInitOZN* init = ::Init(true);
-    if (level == 4)  // the section rows keep their own setting
-        return QColor::fromRgb(
-            static_cast<QRgb>(init->LoadIntParam(kSection, QStringLiteral("ColorLevel4"), 0xE0E0E0)));
-    if (level < 0 || level > 6)
-        return {};
-    return QColor::fromRgb(static_cast<QRgb>(
-        init->LoadIntParam(kSection, QStringLiteral("ColorLevels%1").arg(level), kDefaultColors[level])));
-}
+QColor TfrmLVResultsGrid::LevelColor(int level) const { return ColorsLVResult::LevelColor(level); }
 
 void TfrmLVResultsGrid::SetLevelColor(int level, const QColor& color)
 {
-    ::Init(true)->SaveIntParam(kSection,
-                               level == 4 ? QStringLiteral("ColorLevel4") : QStringLiteral("ColorLevels%1").arg(level),
-                               static_cast<int>(color.rgb() & 0xFFFFFF));
+    ColorsLVResult::SetLevelColor(level, color);
     FillTable();
 }
 
@@ -271,10 +256,7 @@ void TfrmLVResultsGrid::SaveSettings()
     init->SaveIntParam(kSection, QStringLiteral("SampleIdent"), CurrentSample().Ident);
     init->SaveIntParam(kSection, QStringLiteral("GUID"), ident_);
     init->SaveIntParam(kSection, QStringLiteral("RES"), tree_ ? tree_->Record().Owners.RES : 0);
-    QString rows;
-    for (bool v : visibleRows_)
-        rows += v ? QLatin1Char('1') : QLatin1Char('0');
-    init->SaveStrParam(kSection, QStringLiteral("RowsResults"), rows);
+    ColorsLVResult::SaveVisibleRows(visibleRows_);
     init->SaveStrParam(kSection, QStringLiteral("ColsResults"), hiddenColumns_.join(QLatin1Char(',')));
     init->SaveIntParam(kSection, QStringLiteral("ClassResultsLV"), calcType_);
 }

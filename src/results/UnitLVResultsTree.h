@@ -1,8 +1,8 @@
 #pragma once
 #include <QDateTime>
 #include <QHash>
-#include <QSet>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <array>
 #include <memory>

@@ -1,106 +1,262 @@
 #include "results/UnitLVResultsXLSX.h"
 
+#include <QColor>
 #include <QFile>
-#include <QFileInfo>
+#include <QHash>
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
+#include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 
 namespace {
 QByteArray utf8(const QString& s) { return s.toUtf8(); }
 
-// The spreadsheet's own number format: thousands separated, decimals after a dot.
-lxw_format* numberFormat(lxw_workbook* book, const QString& pattern)
+constexpr int kMaxColumn = 31;       // 1-based worksheet column aggregated by MAX
+constexpr int kAverageColumn = 111;  // aggregated by AVERAGE on substation rows
+
+// Quantities that add up over objects: energies, powers, counts and lengths. Other columns (coefficients,
+// voltages, shares, hours) describe the period or the regime and are written as values.
+bool summable(const TLVResultColumn& c)
 {
-    lxw_format* f = workbook_add_format(book);
-    format_set_num_format(f, utf8(pattern).constData());
-    format_set_font_name(f, "Times New Roman");
-    return f;
+    static const QStringList units = {QStringLiteral("тыс. кВт·ч"), QStringLiteral("тыс. квар·ч"),
+                                      QStringLiteral("кВт"),        QStringLiteral("квар"),
+                                      QStringLiteral("штук"),       QStringLiteral("км")};
+    return !c.Text && c.Field != QLatin1String("Unom") && units.contains(c.Caption.section(QLatin1Char('|'), -1));
 }
 
-void writeNode(lxw_worksheet* sheet, const TPesResultsLV& node, lxw_row_t& row,
-               const std::vector<const TLVResultColumn*>& columns, const std::vector<lxw_format*>& formats,
-               lxw_format* name, int first, int& number)
-{
-    if (first > 1)
-        worksheet_write_number(sheet, row, 0, ++number, nullptr);
-    worksheet_write_string(sheet, row, static_cast<lxw_col_t>(first - 1),
-                           utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(), name);
-    for (size_t c = 0; c < columns.size(); ++c) {
-        if (columns[c]->Text) {
-            worksheet_write_string(sheet, row, static_cast<lxw_col_t>(c + first),
-                                   utf8(columns[c]->Text(node.Record())).constData(), name);
-            continue;
-        }
-        const double v = columns[c]->Value(node.Record());
-        if (!isEmptyFloat(v) && std::isfinite(v))
-            worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c + first), v, formats[c]);
+// One worksheet of a results tree: the title, the column header and one row per written node.
+class ResultsSheet {
+public:
+    ResultsSheet(const QString& file, const std::vector<const TLVResultColumn*>& columns, bool numbered)
+        : columns_(columns), first_(numbered ? 2 : 1), numbered_(numbered), file_(file),
+          temporary_(file + QStringLiteral(".part"))
+    {
+        QFile::remove(temporary_);
+        book_ = workbook_new(utf8(temporary_).constData());
     }
-    ++row;
-    for (int i = 0; i < node.ChildCount(); ++i)
-        writeNode(sheet, *node.Child(i), row, columns, formats, name, first, number);
-}
-}  // namespace
+    ~ResultsSheet()
+    {
+        if (book_) {
+            workbook_close(book_);
+            QFile::remove(temporary_);
+        }
+    }
+    bool Start(const QString& sheetName, const QString& title, QString& error);
+    void WritePlain(const TPesResultsLV& node);
+    void WriteSummary(TPesResultsLV& tree, const std::array<bool, 8>& visibleRows);
+    bool Finish(QString& error);
 
-bool WriteResultsXlsx(const QString& file, const TPesResultsLV& tree,
-                      const std::vector<const TLVResultColumn*>& columns, const QString& title, QString& error,
-                      bool numbered)
+private:
+    lxw_format* Font(lxw_format* f) const
+    {
+        format_set_font_name(f, "Times New Roman");
+        return f;
+    }
+    lxw_format* NameFormat(int level);
+    void WriteName(const TPesResultsLV& node, lxw_format* format);
+    void WriteValue(const TPesResultsLV& node, size_t c);
+    void WriteRow(const TPesResultsLV& node, const std::array<bool, 8>* visibleRows);
+    void WriteSummaryNode(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows);
+    lxw_col_t Column(size_t c) const { return static_cast<lxw_col_t>(c + first_); }
+
+    std::vector<const TLVResultColumn*> columns_;
+    int first_;  // the 0-based worksheet column of the first value column
+    bool numbered_;
+    QString file_, temporary_;
+    lxw_workbook* book_ = nullptr;
+    lxw_worksheet* sheet_ = nullptr;
+    lxw_format* name_ = nullptr;
+    QHash<int, lxw_format*> levelNames_;
+    std::vector<lxw_format*> formats_;
+    lxw_row_t row_ = 3;
+    int number_ = 0;
+};
+
+bool ResultsSheet::Start(const QString& sheetName, const QString& title, QString& error)
 {
-    const int first = numbered ? 2 : 1;  // the column of the first value
-    const QString temporary = file + QStringLiteral(".part");
-    QFile::remove(temporary);
-    lxw_workbook* book = workbook_new(utf8(temporary).constData());
-    if (!book) {
-        error = QStringLiteral("Не удалось создать файл %1").arg(file);
+    if (!book_) {
+        error = QStringLiteral("Не удалось создать файл %1").arg(file_);
         return false;
     }
-    lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(QStringLiteral("Результаты")).constData());
-    lxw_format* titleFormat = workbook_add_format(book);
+    sheet_ = workbook_add_worksheet(book_, utf8(sheetName.left(31)).constData());
+    lxw_format* titleFormat = Font(workbook_add_format(book_));
     format_set_bold(titleFormat);
-    format_set_font_name(titleFormat, "Times New Roman");
     format_set_font_size(titleFormat, 12);
-    lxw_format* header = workbook_add_format(book);
+    lxw_format* header = Font(workbook_add_format(book_));
     format_set_bold(header);
     format_set_text_wrap(header);
     format_set_border(header, LXW_BORDER_THIN);
     format_set_align(header, LXW_ALIGN_CENTER);
-    format_set_font_name(header, "Times New Roman");
-    lxw_format* name = workbook_add_format(book);
-    format_set_font_name(name, "Times New Roman");
-    std::vector<lxw_format*> formats;
-    for (const TLVResultColumn* c : columns)
-        formats.push_back(numberFormat(book, QString(c->Format).replace(QChar(0x00A0), QLatin1Char(','))));
-
-    worksheet_write_string(sheet, 0, 0, utf8(title).constData(), titleFormat);
-    if (numbered)
-        worksheet_write_string(sheet, 2, 0, utf8(QStringLiteral("№ п/п")).constData(), header);
-    worksheet_write_string(sheet, 2, static_cast<lxw_col_t>(first - 1),
-                           utf8(QStringLiteral("Наименование структурного подразделения")).constData(), header);
-    worksheet_set_column(sheet, static_cast<lxw_col_t>(first - 1), static_cast<lxw_col_t>(first - 1), 45, nullptr);
-    for (size_t c = 0; c < columns.size(); ++c) {
-        const QString caption = QString(columns[c]->Caption).replace(QLatin1Char('|'), QLatin1Char('\n'));
-        const auto col = static_cast<lxw_col_t>(c + first);
-        worksheet_write_string(sheet, 2, col, utf8(caption).constData(), header);
-        worksheet_set_column(sheet, col, col, 16, nullptr);
+    name_ = Font(workbook_add_format(book_));
+    for (const TLVResultColumn* c : columns_) {
+        lxw_format* f = Font(workbook_add_format(book_));
+        // The spreadsheet's own number format: thousands separated, decimals after a dot.
+        format_set_num_format(f, utf8(QString(c->Format).replace(QChar(0x00A0), QLatin1Char(','))).constData());
+        formats_.push_back(f);
     }
-    worksheet_set_row(sheet, 2, 60, nullptr);
-    worksheet_freeze_panes(sheet, 3, static_cast<lxw_col_t>(first));
-    lxw_row_t row = 3;
-    int number = 0;
-    writeNode(sheet, tree, row, columns, formats, name, first, number);
-    const lxw_error status = workbook_close(book);
+    worksheet_write_string(sheet_, 0, 0, utf8(title).constData(), titleFormat);
+    if (numbered_)
+        worksheet_write_string(sheet_, 2, 0, utf8(QStringLiteral("№ п/п")).constData(), header);
+    const auto nameColumn = static_cast<lxw_col_t>(first_ - 1);
+    worksheet_write_string(sheet_, 2, nameColumn,
+                           utf8(QStringLiteral("Наименование структурного подразделения")).constData(), header);
+    worksheet_set_column(sheet_, nameColumn, nameColumn, 45, nullptr);
+    for (size_t c = 0; c < columns_.size(); ++c) {
+        const QString caption = QString(columns_[c]->Caption).replace(QLatin1Char('|'), QLatin1Char('\n'));
+        worksheet_write_string(sheet_, 2, Column(c), utf8(caption).constData(), header);
+        worksheet_set_column(sheet_, Column(c), Column(c), 16, nullptr);
+    }
+    worksheet_set_row(sheet_, 2, 60, nullptr);
+    worksheet_freeze_panes(sheet_, 3, static_cast<lxw_col_t>(first_));
+    return true;
+}
+
+lxw_format* ResultsSheet::NameFormat(int level)
+{
+    const QColor color = ColorsLVResult::LevelColor(level);
+    if (!color.isValid())
+        return name_;
+    lxw_format*& f = levelNames_[level];
+    if (!f) {
+        f = Font(workbook_add_format(book_));
+        format_set_bg_color(f, static_cast<lxw_color_t>(color.rgb() & 0xFFFFFF));
+    }
+    return f;
+}
+
+void ResultsSheet::WriteName(const TPesResultsLV& node, lxw_format* format)
+{
+    if (numbered_)
+        worksheet_write_number(sheet_, row_, 0, ++number_, nullptr);
+    worksheet_write_string(sheet_, row_, static_cast<lxw_col_t>(first_ - 1),
+                           utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(), format);
+}
+
+void ResultsSheet::WriteValue(const TPesResultsLV& node, size_t c)
+{
+    const TLVResultColumn& column = *columns_[c];
+    if (column.Text) {
+        worksheet_write_string(sheet_, row_, Column(c), utf8(column.Text(node.Record())).constData(), name_);
+        return;
+    }
+    const double v = column.Value(node.Record());
+    if (!isEmptyFloat(v) && std::isfinite(v))
+        worksheet_write_number(sheet_, row_, Column(c), v, formats_[c]);
+}
+
+void ResultsSheet::WritePlain(const TPesResultsLV& node)
+{
+    WriteName(node, name_);
+    for (size_t c = 0; c < columns_.size(); ++c)
+        WriteValue(node, c);
+    ++row_;
+    for (int i = 0; i < node.ChildCount(); ++i)
+        WritePlain(*node.Child(i));
+}
+
+namespace {
+bool written(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows)
+{
+    return !node.Parent() || visibleRows[node.Level()];
+}
+
+// The worksheet rows of the nearest written nodes below a node.
+void nearestRows(const TPesResultsLV& node, QList<int>& rows)
+{
+    for (int i = 0; i < node.ChildCount(); ++i) {
+        const TPesResultsLV& c = *node.Child(i);
+        if (c.ExcelRow > 0)
+            rows.append(c.ExcelRow);
+        else
+            nearestRows(c, rows);
+    }
+}
+}  // namespace
+
+void ResultsSheet::WriteSummary(TPesResultsLV& tree, const std::array<bool, 8>& visibleRows)
+{
+    tree.AddSum(visibleRows);
+    // Rows first, so that a node's formulas can name the rows of the nodes below it.
+    int next = static_cast<int>(row_) + 1;  // 1-based worksheet row
+    tree.ForEach([&](TPesResultsLV& n) { n.ExcelRow = written(n, visibleRows) ? next++ : 0; });
+    tree.ForEach([&](TPesResultsLV& n) {
+        n.ChildRows.clear();
+        if (n.ExcelRow > 0)
+            nearestRows(n, n.ChildRows);
+    });
+    WriteSummaryNode(tree, visibleRows);
+}
+
+void ResultsSheet::WriteSummaryNode(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows)
+{
+    if (node.ExcelRow > 0) {
+        WriteName(node, NameFormat(node.Level()));
+        // Levels 2 to 6 with rows below them add up those rows; the others hold their record's values.
+        const bool formulas = node.Level() >= 2 && node.Level() <= 6 && !node.ChildRows.isEmpty() &&
+                              (node.TypeNodeResult(visibleRows) & 16);
+        for (size_t c = 0; c < columns_.size(); ++c) {
+            const int column = static_cast<int>(Column(c)) + 1;
+            QString formula;
+            if (formulas && !columns_[c]->Text) {
+                if (column == kMaxColumn)
+                    formula = node.fMax(column, QLatin1Char(','), visibleRows);
+                else if (column == kAverageColumn && node.Level() == 6)
+                    formula = node.fAvg(column, QLatin1Char(','), visibleRows);
+                else if (summable(*columns_[c]))
+                    formula = node.fSum(column, QLatin1Char(','), visibleRows);
+            }
+            if (formula.isEmpty()) {
+                WriteValue(node, c);
+                continue;
+            }
+            const double v = columns_[c]->Value(node.Record());
+            worksheet_write_formula_num(sheet_, row_, Column(c), utf8(QLatin1Char('=') + formula).constData(),
+                                        formats_[c], isEmptyFloat(v) || !std::isfinite(v) ? 0 : v);
+        }
+        ++row_;
+    }
+    for (int i = 0; i < node.ChildCount(); ++i)
+        WriteSummaryNode(*node.Child(i), visibleRows);
+}
+
+bool ResultsSheet::Finish(QString& error)
+{
+    const lxw_error status = workbook_close(book_);
+    book_ = nullptr;
     if (status != LXW_NO_ERROR) {
-        QFile::remove(temporary);
-        error = QStringLiteral("Не удалось записать файл %1: %2").arg(file, QString::fromUtf8(lxw_strerror(status)));
+        QFile::remove(temporary_);
+        error = QStringLiteral("Не удалось записать файл %1: %2").arg(file_, QString::fromUtf8(lxw_strerror(status)));
         return false;
     }
-    QFile::remove(file);
-    if (!QFile::rename(temporary, file)) {
-        QFile::remove(temporary);
-        error = QStringLiteral("Не удалось записать файл %1").arg(file);
+    QFile::remove(file_);
+    if (!QFile::rename(temporary_, file_)) {
+        QFile::remove(temporary_);
+        error = QStringLiteral("Не удалось записать файл %1").arg(file_);
         return false;
     }
     return true;
+}
+}  // namespace
+
+bool WriteResultsXlsx(const QString& file, const TPesResultsLV& tree,
+                      const std::vector<const TLVResultColumn*>& columns, const QString& title, QString& error)
+{
+    ResultsSheet sheet(file, columns, false);
+    if (!sheet.Start(QStringLiteral("Результаты"), title, error))
+        return false;
+    sheet.WritePlain(tree);
+    return sheet.Finish(error);
+}
+
+bool WriteResultsSummaryXlsx(const QString& file, TPesResultsLV& tree,
+                             const std::vector<const TLVResultColumn*>& columns, const QString& sheetName,
+                             const QString& title, const std::array<bool, 8>& visibleRows, QString& error)
+{
+    ResultsSheet sheet(file, columns, true);
+    if (!sheet.Start(sheetName, title, error))
+        return false;
+    sheet.WriteSummary(tree, visibleRows);
+    return sheet.Finish(error);
 }

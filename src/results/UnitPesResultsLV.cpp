@@ -11,6 +11,7 @@
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Spreadsheet.h"
+#include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
@@ -163,7 +164,8 @@ bool TfrmPesResultsLV::WriteWorkbook(const QString& file, int page, QString& err
         return false;
     }
     try {
-        return WriteResultsXlsx(file, *tree_, rows_->Columns(page), windowTitle(), error, true);
+        return WriteResultsSummaryXlsx(file, *tree_, rows_->Columns(page), rows_->SheetName(page), windowTitle(),
+                                       ColorsLVResult::VisibleRows(), error);
     } catch (const std::invalid_argument& e) {
         error = QString::fromUtf8(e.what());
         return false;

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QRegularExpression>
 #include <cmath>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsUndersupplyUnit.h"
 #include "results/UnitLVResultsTree.h"
@@ -12,6 +14,26 @@
 #include "support/TestSupport.h"
 
 using namespace testing_support;
+
+namespace {
+struct Cell {
+    QString formula;
+    double value = 0;
+};
+
+// The cells of a worksheet written by the library, by address.
+QHash<QString, Cell> cellsOf(const QString& sheetXml)
+{
+    QHash<QString, Cell> cells;
+    static const QRegularExpression cell(
+        QStringLiteral("<c r=\"([A-Z]+[0-9]+)\"[^>]*>(?:<f>([^<]*)</f>)?<v>([^<]*)</v>"));
+    for (auto it = cell.globalMatch(sheetXml); it.hasNext();) {
+        const auto m = it.next();
+        cells.insert(m.captured(1), {m.captured(2), m.captured(3).toDouble()});
+    }
+    return cells;
+}
+}  // namespace
 
 TEST(PesReports, SheetsOfTheTwoLayouts)
 {
@@ -72,6 +94,43 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_TRUE(pesSheet.contains("<c r=\"A4\""));
     EXPECT_TRUE(pesSheet.contains("<c r=\"D4\""));
     EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
+
+    // Hierarchy rows add up the rows below them: a substation its feeders as one block, the upper levels
+    // the scattered rows of their children; each formula's cached value is the sum of the cells it names.
+    const QHash<QString, Cell> cells = cellsOf(pesSheet);
+    static const QRegularExpression block(QStringLiteral("^SUM\\(D(\\d+):D(\\d+)\\)$"));
+    static const QRegularExpression list(QStringLiteral("^SUM\\((D\\d+(,D\\d+)+)\\)$"));
+    int blocks = 0, lists = 0;
+    for (auto it = cells.cbegin(); it != cells.cend(); ++it) {
+        if (!it.key().contains(QRegularExpression("^D\\d+$")) || it->formula.isEmpty())
+            continue;
+        double sum = 0;
+        if (const auto m = block.match(it->formula); m.hasMatch()) {
+            ++blocks;
+            for (int r = m.captured(1).toInt(); r <= m.captured(2).toInt(); ++r)
+                sum += cells.value(QStringLiteral("D%1").arg(r)).value;
+        } else if (const auto l = list.match(it->formula); l.hasMatch()) {
+            ++lists;
+            for (const QString& ref : l.captured(1).split(','))
+                sum += cells.value(ref).value;
+        } else {
+            sum = cells.value(it->formula).value;  // a single row below
+        }
+        EXPECT_NEAR(it->value, sum, 1e-6 * std::max(1.0, std::fabs(sum))) << it.key().toStdString();
+    }
+    EXPECT_GT(blocks, 0);
+    EXPECT_GT(lists, 0);
+    EXPECT_TRUE(pesSheet.contains("<f>MAX(AE"));       // column 31 takes the greatest
+    EXPECT_TRUE(cells.value("D4").formula.isEmpty());  // the utility holds its own sums
+
+    // With centres, sections and feeders hidden, a district adds up its substations directly.
+    ColorsLVResult::SaveVisibleRows({true, true, true, false, false, false, true, true});
+    ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
+    const QHash<QString, Cell> shallow = cellsOf(QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml")));
+    const QString district = shallow.value("D6").formula;  // utility, enterprise, then the first district
+    ASSERT_TRUE(district.startsWith("SUM(D7")) << district.toStdString();
+    EXPECT_LT(shallow.size(), cells.size());
+    ColorsLVResult::SaveVisibleRows({true, true, true, true, true, true, true, true});
 
     // Choosing the first year rebuilds the report for it; that year has normative losses stored.
     auto* samples = form.findChild<QComboBox*>("cbSamples");
