@@ -119,6 +119,16 @@ const char* const sObjectNames =
 const char* const sNormativeLosses =
     "select r.guid, r.\"deltaWa\" from \"LVWResultsB\" r where r.\"SampleIdent\"=:SampleIdent";
 
+// The owners of an LV feeder, for the header of its results workbook.
+const char* const sFiderOwners =
+    "select p.\"Name\" as \"PesName\", r.\"Name\" as \"ResName\", c.\"Name\" as \"CenterName\", "
+    "s.\"Name\" as \"SectionName\", s.\"Unom\" as \"SectionUnom\", f.\"Name\" as \"FiderName\", "
+    "nod.\"Name\" as \"NodeName\", lf.\"Name\" as \"LineName\", lf.\"Unom\" as \"LineUnom\" "
+    "from \"LVFiders\" lf join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on "
+    "f.guid=nod.\"OwnerGUID\" "
+    "join \"Sections\" s on s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" "
+    "join res r on r.guid=c.\"OwnerGUID\" join pes p on p.guid=r.\"OwnerGUID\" where lf.guid=:GUID";
+
 // The names of the districts, for the balance columns of a feeder.
 const char* const sDistrictNames = "select guid, \"Name\" from \"RESData\"";
 }  // namespace LVResultsSql

@@ -3,15 +3,18 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QHeaderView>
+#include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "host/Database.h"
+#include "host/Dialogs.h"
 #include "host/HostObjects.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResults.h"
+#include "results/UnitLVResultsFiderXLSX.h"
 #include "results/UnitLVResultsTree.h"
 
 TLVResultBalancesFider::TLVResultBalancesFider(TFiderHH* fider, int sampleIdent)
@@ -36,12 +39,15 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
     if (sample.Ident == 0)
         return false;
     title_ += QStringLiteral(" за ") + sample.Name;
-    TPesResultsLV tree(7, fider_->GetGUID(), fider_->GetName(), nullptr);
+    sampleName_ = sample.Name;
+    tree_ = std::make_unique<TPesResultsLV>(7, fider_->GetGUID(), fider_->GetName(), nullptr);
     QString error;
-    if (!tree.Open(connection, fider_->GetGUID(), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error) ||
-        tree.Level() != 7)
+    if (!tree_->Open(connection, fider_->GetGUID(), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error) ||
+        tree_->Level() != 7) {
+        tree_.reset();
         return false;
-    TLVResultRecord& record = tree.Record();
+    }
+    TLVResultRecord& record = tree_->Record();
     const TMasRES districts = record.GetMasRES();
     const int count = record.CountRes();
     header_ << QStringLiteral("Показатель");
@@ -73,6 +79,37 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
     return true;
 }
 
+bool TLVResultBalancesFider::SaveWorkbook(const QString& file, QString& error)
+{
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!tree_ && !(db && Load(*db->GetDefaultConnection()))) {
+        error = QStringLiteral("Нет результатов");
+        return false;
+    }
+    TLVFiderResultsHeader header;
+    header.PeriodName = sampleName_;
+    header.TypeTR = tree_->Record().TypeTR;
+    ToznFDConnection& c = *CurrentDatabase()->GetDefaultConnection();
+    GuardedRead(c, [&] {
+        auto q = c.NewQuery();
+        q->SetSQLText(QString::fromUtf8(LVResultsSql::sFiderOwners));
+        q->ParamByName(QStringLiteral("GUID"), fider_->GetGUID());
+        q->Open();
+        if (q->Eof())
+            return;
+        header.Pes = q->Str(QStringLiteral("PesName"));
+        header.Res = q->Str(QStringLiteral("ResName"));
+        header.Center = q->Str(QStringLiteral("CenterName"));
+        header.Section = q->Str(QStringLiteral("SectionName"));
+        header.SectionUnom = q->Float(QStringLiteral("SectionUnom"));
+        header.Fider = q->Str(QStringLiteral("FiderName"));
+        header.Node = q->Str(QStringLiteral("NodeName"));
+        header.Line = q->Str(QStringLiteral("LineName"));
+        header.LineUnom = q->Float(QStringLiteral("LineUnom"));
+    });
+    return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
+}
+
 int TLVResultBalancesFider::ShowModal()
 {
     QDialog dialog;
@@ -95,6 +132,18 @@ int TLVResultBalancesFider::ShowModal()
     layout->addWidget(table);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    QPushButton* save =
+        buttons->addButton(QStringLiteral("Сохранить в формате Microsoft Excel"), QDialogButtonBox::ActionRole);
+    save->setObjectName(QStringLiteral("btnSaveExcel"));
+    save->setEnabled(loaded);
+    QObject::connect(save, &QPushButton::clicked, &dialog, [this] {
+        const QString file =
+            host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                         QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), title_);
+        QString error;
+        if (!file.isEmpty() && !SaveWorkbook(file, error))
+            host::ShowWarning(error);
+    });
     layout->addWidget(buttons);
     return dialog.exec();
 }

@@ -25,10 +25,14 @@ public:
     int ShowModal();
     // Writes the feeder's balance into the host's export object.
     void Build(TOExport& target);
+    // Writes the feeder's results workbook (energy and power sheets) of the loaded sample; false with a reason.
+    bool SaveWorkbook(const QString& file, QString& error);
 
 private:
     TFiderHH* fider_;
     int sampleIdent_;
+    std::unique_ptr<TPesResultsLV> tree_;
+    QString sampleName_;
     QString title_;
     QStringList header_;
     std::vector<QStringList> rows_;

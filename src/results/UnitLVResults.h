@@ -22,6 +22,7 @@ extern const char* const sNamesOfHierarchy;
 extern const char* const sObjectNames;
 extern const char* const sNormativeLosses;
 extern const char* const sDistrictNames;
+extern const char* const sFiderOwners;
 }  // namespace LVResultsSql
 
 // A sample (a row of "SamplesDates") for which results of a calculation type are stored.

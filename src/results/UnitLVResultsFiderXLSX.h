@@ -1,0 +1,23 @@
+#pragma once
+#include <QChar>
+#include <QString>
+
+class TLVResultRecord;
+
+// What the header block of a feeder's results workbook names: the owners of the feeder and the period.
+struct TLVFiderResultsHeader {
+    QString Pes, Res, Center, Section, Fider, Node, TypeTR, Line, PeriodName;
+    double SectionUnom, LineUnom;  // kV
+    TLVFiderResultsHeader();
+};
+
+// A guarded ratio as a worksheet formula: "IF(" divisor "<>0" sep dividend "/" divisor "*" factor sep ""
+// ")" — empty text where the divisor is zero. The separator is "," in a workbook file and ";" for the
+// host's export object.
+QString LVRatioFormula(const QString& dividend, const QString& divisor, int factor, QChar separator);
+
+// Writes the results of one LV feeder (its record at level 7) as a workbook with the sheets "Потери
+// электроэнергии" and "Потери мощности": header block, phase block, balance table and line table. False
+// with a reason when the file cannot be written; an existing file is replaced only by a whole workbook.
+bool WriteFiderResultsXlsx(const QString& file, const TLVResultRecord& record, const TLVFiderResultsHeader& header,
+                           QString& error);
