@@ -84,7 +84,9 @@ QString TInitOZN::LoadStrParam(const QString& section, const QString& name, cons
 
 void TInitOZN::SaveStrParam(const QString& section, const QString& name, const QString& value)
 {
-    settings_->setValue(key(section, name), value);
+    // A literal of the plug-in would point into its image, which is unloaded before the settings are
+    // written at exit: keep a copy of our own.
+    settings_->setValue(key(section, name), QString(value.constData(), value.size()));
 }
 
 QByteArray TInitOZN::LoadBinaryParam(const QString& section, const QString& name) const
