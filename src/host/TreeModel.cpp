@@ -25,6 +25,11 @@ QModelIndex TreeModel::parent(const QModelIndex& child) const
     return parent ? createIndex(parent->IndexInParent(), 0, parent) : QModelIndex();
 }
 
+QModelIndex TreeModel::IndexOf(ToznListItemCommon* item) const
+{
+    return item ? createIndex(item->IndexInParent(), 0, item) : QModelIndex();
+}
+
 int TreeModel::rowCount(const QModelIndex& parent) const
 {
     if (!parent.isValid())

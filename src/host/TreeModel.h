@@ -18,6 +18,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     static ToznListItemCommon* Item(const QModelIndex& index);
+    // The index of an item of the tree.
+    QModelIndex IndexOf(ToznListItemCommon* item) const;
 
 private:
     TfdbTree* tree_;

@@ -12,6 +12,7 @@
 #include "host/Database.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "normative/LVNormativInputPage.h"
 
 TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* database)
     : QDialog(owner), database_(database)
@@ -38,9 +39,8 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     tree_->setContextMenuPolicy(Qt::CustomContextMenu);
     pages_ = new QTabWidget(splitter);
     pages_->setObjectName(QStringLiteral("PageControl"));
-    auto* input = new QLabel(pages_);
-    input->setObjectName(QStringLiteral("tsInput"));
-    pages_->addTab(input, QStringLiteral("Расчет потерь"));
+    input_ = new TLVNormativInputPage(pages_, *database->GetDefaultConnection());
+    pages_->addTab(input_, QStringLiteral("Расчет потерь"));
     auto* summary = new QLabel(pages_);
     summary->setObjectName(QStringLiteral("tsSummary"));
     pages_->addTab(summary, QStringLiteral("Сводные результаты"));
@@ -49,6 +49,41 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     layout->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+
+    // A new element or period shows its stored inputs, once unsaved edits are settled.
+    connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current, const QModelIndex& previous) {
+                if (restoring_)
+                    return;
+                if (!input_->AllowLeave()) {
+                    restoring_ = true;
+                    tree_->setCurrentIndex(previous);
+                    restoring_ = false;
+                    return;
+                }
+                input_->Load(SelectedItem(), Period());
+            });
+    connect(periods_, &QComboBox::currentIndexChanged, this, [this] {
+        if (restoring_)
+            return;
+        if (!input_->AllowLeave()) {
+            restoring_ = true;
+            periods_->setCurrentIndex(periods_->findData(shownPeriod_));
+            restoring_ = false;
+            return;
+        }
+        shownPeriod_ = periods_->currentData().toInt();
+        input_->Load(SelectedItem(), Period());
+    });
+    shownPeriod_ = periods_->currentData().toInt();
+}
+
+void TLVNormativMethodForm1::reject()
+{
+    // Unsaved inputs are saved, dropped or kept with the form open, as the user answers.
+    if (fullRun_ && InputPageVisible() && !input_->AllowLeave())
+        return;
+    QDialog::reject();
 }
 
 void TLVNormativMethodForm1::SetInputPageVisible(bool visible) { pages_->setTabVisible(0, visible); }

@@ -8,6 +8,7 @@ class ToznListItemCommon;
 class QComboBox;
 class QTabWidget;
 class QTreeView;
+class TLVNormativInputPage;
 
 // Input page of the normative method: the network tree and the calculation period; the generalised
 // data of one element for one period are edited on the page "Расчет потерь".
@@ -35,8 +36,11 @@ public:
     ToznListItemCommon* SelectedItem() const;
     // The chosen calculation period; empty when none is chosen.
     TSamplePeriodInfo Period() const;
+    TLVNormativInputPage* InputPage() const { return input_; }
     // Completes the form once it is built (each layer adds its own part).
     virtual void Created() {}
+    // Closing asks about unsaved inputs in editing mode.
+    void reject() override;
 
 protected:
     QTabWidget* Pages() const { return pages_; }
@@ -46,5 +50,8 @@ private:
     QTabWidget* pages_;
     QTreeView* tree_;
     QComboBox* periods_;
+    TLVNormativInputPage* input_;
+    int shownPeriod_ = 0;
+    bool restoring_ = false;
     bool fullRun_ = false;
 };

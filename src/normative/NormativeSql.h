@@ -42,4 +42,9 @@ inline constexpr const char* kInsertSection =
     R"(insert into "LVFidersBSections" ("Info", "Idx", "LenVL", "LenKL") values (:Info, :Idx, :LenVL, :LenKL))";
 
 #undef OZN3_LVFIDERSB_COLUMNS
+
+// The energy received by an LV feeder in its stored ordinary regime result of a sample, thousand kWh.
+inline constexpr const char* kCalculatedTransformation =
+    R"(select sum(wa."Wa_gen") as "Wa" from "LVWResultsAdd" wa join "LVResults" mv on mv."Ident"=wa."Ident"
+    where mv.guid=:GUID and mv."SampleIdent"=:SampleIdent and coalesce(mv."CalcType", 0)=0)";
 }  // namespace NormativeSql

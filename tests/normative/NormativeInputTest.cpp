@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QToolButton>
+#include <QTreeView>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
+#include "host/Tree.h"
+#include "host/TreeModel.h"
+#include "normative/LVNormativInputPage.h"
+#include "normative/LVNormativMethod04Unit.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class Input : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+            if (p.Name == "2023г.")
+                year_ = p;
+        form_.reset(TLVNormativMethodForm1::CreateForm<TLVNormativMethodForm4>(nullptr, db_.get()));
+        form_->SetFullRun(true);
+        auto* periods = form_->findChild<QComboBox*>("ComboSamplesDates");
+        periods->setCurrentIndex(periods->findData(year_.Ident));
+        page_ = form_->InputPage();
+    }
+    void Select(int guid)
+    {
+        auto* model = static_cast<TreeModel*>(form_->Tree()->model());
+        form_->Tree()->setCurrentIndex(model->IndexOf(db_->GetTree()->Find(guid)));
+    }
+    void Type(const char* editor, const QString& text)
+    {
+        QLineEdit* e = page_->Editor(editor);
+        e->setText(text);
+        emit e->editingFinished();
+    }
+    double Stored(const char* column, int guid)
+    {
+        return Scalar(*c_, QStringLiteral("select \"%1\" from \"LVWResultsB\" where guid=%2 and \"SampleIdent\"=%3")
+                               .arg(column)
+                               .arg(guid)
+                               .arg(year_.Ident));
+    }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    TSamplePeriodInfo year_;
+    std::unique_ptr<TLVNormativMethodForm4> form_;
+    TLVNormativInputPage* page_ = nullptr;
+    host::ScriptedDialogs dialogs_;
+    host::ScopedDialogs scope_{&dialogs_};
+};
+}  // namespace
+
+TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
+{
+    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
+                                                               "\"SampleIdent\"=%1 order by guid")
+                                                    .arg(year_.Ident)));
+    Select(tp);
+    ASSERT_TRUE(page_->isEnabled());
+    EXPECT_EQ(page_->Editor("EditWa")->text(), FormatFloat("0.######", Stored("Wa", tp)));
+    EXPECT_EQ(page_->ResultText("ResdeltaWa"), FormatFloat("#,##0.000", Stored("deltaWa", tp)));
+    EXPECT_FALSE(page_->Modified());
+    EXPECT_FALSE(page_->findChild<QPushButton*>("btnSave")->isEnabled());
+    EXPECT_TRUE(page_->findChild<QPushButton*>("btnDelete")->isEnabled());
+
+    // Every edit recalculates at once.
+    Type("EditWa", "300");
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 300);
+    EXPECT_TRUE(page_->Modified());
+    EXPECT_TRUE(page_->findChild<QPushButton*>("btnSave")->isEnabled());
+    EXPECT_EQ(page_->ResultText("ResdeltaWa"), FormatFloat("#,##0.000", page_->Sample().deltaWa()));
+    EXPECT_EQ(page_->Editor("EditWaNet")->text(), FormatFloat("0.######", page_->Sample().WaNet()));
+    Type("LineL23a", "0,25");  // a branch entered apart from its building inputs
+    Type("EditL23ia", "0,05");
+    EXPECT_EQ(page_->Editor("EditL23a")->text(), FormatFloat("0.######", TLVNormativSample0::KindTotal(0.25, 0.05)));
+
+    // Leaving the element: cancelling the question keeps it and its edits.
+    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
+                                                                  "\"SampleIdent\"=%1 and guid>%2 order by guid")
+                                                       .arg(year_.Ident)
+                                                       .arg(tp)));
+    dialogs_.AnswerMessage(host::mrCancel);
+    Select(other);
+    EXPECT_EQ(dialogs_.Texts().last(), "Сохранить исходные данные и результаты расчета?");
+    EXPECT_EQ(TreeModel::Item(form_->Tree()->currentIndex())->GetIdent(), tp);
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 300);
+    // Closing the form asks the same; cancel keeps it open with the edits.
+    dialogs_.AnswerMessage(host::mrCancel);
+    form_->reject();
+    EXPECT_EQ(form_->result(), 0);
+    EXPECT_TRUE(page_->Modified());
+
+    page_->findChild<QPushButton*>("btnSave")->click();
+    EXPECT_DOUBLE_EQ(Stored("Wa", tp), 300);
+    EXPECT_DOUBLE_EQ(Stored("deltaWa", tp), page_->Sample().deltaWa());
+    EXPECT_FALSE(page_->Modified());
+
+    // Inputs out of range: the user is warned and may keep the stored data.
+    Type("EditWa", "310");
+    Type("Editdp", "2");
+    EXPECT_NE(page_->ResultText("LabelOutcome"), "Расчет выполнен");
+    dialogs_.AnswerMessage(host::mrNo);
+    EXPECT_FALSE(page_->Save());
+    EXPECT_EQ(dialogs_.Texts().last(), "Ошибка в исходных данных. Результаты расчета сохранены не будут!");
+    EXPECT_DOUBLE_EQ(Stored("Wa", tp), 300);
+    page_->Cancel();
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 300);
+
+    // Deleting after confirmation.
+    dialogs_.AnswerMessage(host::mrYes);
+    EXPECT_TRUE(page_->Delete());
+    EXPECT_EQ(dialogs_.Texts().last(), "Удалить исходные данные и результаты расчета?");
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(tp)
+                              .arg(year_.Ident)),
+              0);
+}
+
+TEST_F(Input, EnergyFromTheRegimeResultsAndViewOnlyClosing)
+{
+    const int tp = static_cast<int>(Scalar(*c_, "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join "
+                                                "\"LVResults\" mv on mv.guid=lf.guid order by 1"));
+    Select(tp);
+    page_->findChild<QToolButton*>("btnCalcWa")->click();
+    const double received = Scalar(*c_, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
+                                                       "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join "
+                                                       "\"LVFiders\" lf on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 "
+                                                       "and mv.\"SampleIdent\"=%2")
+                                            .arg(tp)
+                                            .arg(year_.Ident));
+    EXPECT_NEAR(page_->Sample().GetWa(), received, 1e-9);
+    EXPECT_TRUE(page_->Modified());
+
+    // Without editing rights nothing is asked on closing.
+    form_->SetFullRun(false);
+    const int asked = dialogs_.Texts().size();
+    form_->reject();
+    EXPECT_EQ(form_->result(), QDialog::Rejected);
+    EXPECT_EQ(dialogs_.Texts().size(), asked);
+}
