@@ -1,6 +1,9 @@
 // The host application: the main window on a database, or a command-line job.
 #include <QApplication>
 #include <QGuiApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 #include <QMessageBox>
 #include <cstdio>
 
@@ -32,6 +35,11 @@ void reportFailure(const QString& error)
 int runWindow(int argc, char** argv, const QString& connection)
 {
     QApplication app(argc, argv);
+    // The standard buttons and dialogs of the toolkit speak the users' language.
+    QTranslator translator;
+    if (translator.load(QLocale(QLocale::Russian), QStringLiteral("qtbase"), QStringLiteral("_"),
+                        QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        app.installTranslator(&translator);
     QString error;
     auto database = TfdbDatabase::Open(connection, error);
     if (!database) {
