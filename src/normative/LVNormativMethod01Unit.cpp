@@ -41,9 +41,6 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     pages_->setObjectName(QStringLiteral("PageControl"));
     input_ = new TLVNormativInputPage(pages_, *database->GetDefaultConnection());
     pages_->addTab(input_, QStringLiteral("Расчет потерь"));
-    auto* summary = new QLabel(pages_);
-    summary->setObjectName(QStringLiteral("tsSummary"));
-    pages_->addTab(summary, QStringLiteral("Сводные результаты"));
     splitter->setStretchFactor(1, 2);
     layout->addWidget(splitter);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
@@ -62,6 +59,7 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
                     return;
                 }
                 input_->Load(SelectedItem(), Period());
+                emit SelectionChanged();
             });
     connect(periods_, &QComboBox::currentIndexChanged, this, [this] {
         if (restoring_)
@@ -74,6 +72,7 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
         }
         shownPeriod_ = periods_->currentData().toInt();
         input_->Load(SelectedItem(), Period());
+        emit SelectionChanged();
     });
     shownPeriod_ = periods_->currentData().toInt();
 }

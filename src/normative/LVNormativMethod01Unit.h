@@ -42,8 +42,11 @@ public:
     // Closing asks about unsaved inputs in editing mode.
     void reject() override;
 
-protected:
     QTabWidget* Pages() const { return pages_; }
+
+signals:
+    // Another element or period was chosen.
+    void SelectionChanged();
 
 private:
     TfdbDatabase* database_;

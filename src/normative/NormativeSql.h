@@ -47,4 +47,12 @@ inline constexpr const char* kInsertSection =
 inline constexpr const char* kCalculatedTransformation =
     R"(select sum(wa."Wa_gen") as "Wa" from "LVWResultsAdd" wa join "LVResults" mv on mv."Ident"=wa."Ident"
     where mv.guid=:GUID and mv."SampleIdent"=:SampleIdent and coalesce(mv."CalcType", 0)=0)";
+
+// The elements with a stored normative result for a sample.
+inline constexpr const char* kStoredElements = R"(select guid from "LVWResultsB" where "SampleIdent"=:SampleIdent)";
+// The transformer of a substation as the reports name it: type and rated power.
+inline constexpr const char* kTransformerOfNode =
+    R"(select coalesce(t2."TypeTR", ts."TypeTR") || '-' || cast(round(coalesce(t2."Snom", ts."Snom"), 0) as integer)
+    as "TypeTR" from "Nodes" nod left join "Transforms2" t2 on t2."Ident"=nod."Transf"
+    left join "TransformsSS" ts on ts."Ident"=nod."Transf" where nod.guid=:GUID)";
 }  // namespace NormativeSql

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -15,6 +16,7 @@
 #include "host/TreeModel.h"
 #include "normative/LVNormativInputPage.h"
 #include "normative/LVNormativMethod04Unit.h"
+#include "normative/LVNormativReports.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -151,4 +153,59 @@ TEST_F(Input, EnergyFromTheRegimeResultsAndViewOnlyClosing)
     form_->reject();
     EXPECT_EQ(form_->result(), QDialog::Rejected);
     EXPECT_EQ(dialogs_.Texts().size(), asked);
+}
+
+TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
+{
+    // A 6(10) kV feeder with substations that have stored normative results.
+    const int fider = static_cast<int>(
+        Scalar(*c_, QStringLiteral("select first 1 nod.\"OwnerGUID\" from \"LVWResultsB\" b join \"Nodes\" nod on "
+                                   "nod.guid=b.guid where b.\"SampleIdent\"=%1 group by nod.\"OwnerGUID\" "
+                                   "having count(*) > 1 order by 1")
+                        .arg(year_.Ident)));
+    const QString under = QStringLiteral("from \"LVWResultsB\" b join \"Nodes\" nod on nod.guid=b.guid where "
+                                         "nod.\"OwnerGUID\"=%1 and b.\"SampleIdent\"=%2")
+                              .arg(fider)
+                              .arg(year_.Ident);
+    ToznListItemCommon* item = db_->GetTree()->Find(fider);
+    ASSERT_NE(item, nullptr);
+    const TNormativeSummary summary(*c_, item, year_);
+    ASSERT_NE(summary.Root(), nullptr);
+    EXPECT_EQ(summary.ElementCount(), Scalar(*c_, "select count(*) " + under));
+    EXPECT_NEAR(summary.Root()->DeltaWa, Scalar(*c_, "select sum(b.\"deltaWa\") " + under), 1e-6);
+    EXPECT_NEAR(summary.Root()->Wa, Scalar(*c_, "select sum(b.\"Wa\") " + under), 1e-6);
+    ASSERT_EQ(summary.Rows().size(), static_cast<size_t>(summary.ElementCount() + 1));
+    EXPECT_EQ(summary.Rows()[0].LevelName, "Фидер");
+    EXPECT_EQ(summary.Rows()[1].LevelName, "ТП");
+    EXPECT_EQ(summary.Rows()[1].Depth, 1);
+
+    const QString report = NormativeReportHtml(*c_, item, year_);
+    EXPECT_TRUE(report.contains("<td>Наименование фидера</td><td align='right'>" + item->GetText().toHtmlEscaped()));
+    EXPECT_TRUE(report.contains("<td>Потери активной электроэнергии, тыс. кВт·ч</td><td align='right'>" +
+                                FormatFloat("#,##0.000", summary.Root()->DeltaWa) + "</td>"));
+    // The current density belongs to a single substation only.
+    EXPECT_TRUE(report.contains("<td>Плотность тока, А/мм²</td><td align='right'></td>"));
+    ToznListItemCommon* tp = db_->GetTree()->Find(static_cast<int>(Scalar(*c_, "select first 1 b.guid " + under)));
+    const QString single = NormativeReportHtml(*c_, tp, year_);
+    EXPECT_FALSE(single.contains("<td>Плотность тока, А/мм²</td><td align='right'></td>"));
+    EXPECT_FALSE(single.contains("<td>Тип трансформатора, кВ·А</td><td align='right'></td>"));
+
+    // The form's pages: the report saved for the spreadsheet, the summary general or detailed.
+    Select(fider);
+    const QString saved = form_->SaveReport(folder_.Path(""));
+    ASSERT_FALSE(saved.isEmpty());
+    EXPECT_TRUE(QFileInfo(saved).fileName().startsWith("Обобщенные " + item->GetText() + " за 2023г."));
+    EXPECT_TRUE(saved.endsWith(".xls"));
+    form_->SetDetailed(false);
+    EXPECT_FALSE(form_->SummaryHtml().contains(tp->GetText().toHtmlEscaped()));
+    form_->SetDetailed(true);
+    EXPECT_TRUE(form_->SummaryHtml().contains(tp->GetText().toHtmlEscaped()));
+    TLVNormativMethodForm4::SetLegendColour(4, QColor(0x12, 0x34, 0x56));  // "Заголовок Фидер"
+    EXPECT_TRUE(form_->SummaryHtml().contains("bgcolor='#123456'"));
+
+    // Rewriting the feeder's own data from the aggregate of its substations.
+    dialogs_.AnswerMessage(host::mrYes);
+    ASSERT_TRUE(form_->RewriteData());
+    EXPECT_EQ(dialogs_.Texts().last(), "Переписать данные по " + item->GetText() + "?");
+    EXPECT_NEAR(Stored("Wa", fider), summary.Root()->Wa, 1e-6);
 }
