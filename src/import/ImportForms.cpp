@@ -1,5 +1,22 @@
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTableWidget>
+#include <QToolButton>
+#include <QTreeView>
+#include <QVBoxLayout>
+#include <cmath>
+
 #include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
+#include "host/Spreadsheet.h"
 #include "host/Tree.h"
+#include "host/TreeModel.h"
 #include "import/xlsLVZamerSocialDLL.h"
 #include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
@@ -17,9 +34,191 @@ TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsZamerShablonForm(owner)
 {
     setObjectName(QStringLiteral("xlsLVZamerWForm"));
     setWindowTitle(QStringLiteral("Замеры W сети 0,4 кВ"));
+    resize(1000, 650);
+    auto* bar = new QHBoxLayout;
+    bar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
+    intervals_ = new QComboBox(this);
+    intervals_->setObjectName(QStringLiteral("ComboSamplesDates"));
+    bar->addWidget(intervals_);
+    const char* const captions[3] = {"ТП", "ТП и Линии", "Абоненты"};
+    for (int i = 0; i < 3; ++i) {
+        auto* b = new QToolButton(this);
+        b->setObjectName(QStringLiteral("btnSwitch%1").arg(i));
+        b->setText(QString::fromUtf8(captions[i]));
+        b->setCheckable(true);
+        connect(b, &QToolButton::clicked, this, [this, i] { ClickSwitch(i); });
+        switchButtons_[i] = b;
+        bar->addWidget(b);
+    }
+    bar->addStretch();
+    auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
+    open->setObjectName(QStringLiteral("btnOpenExcel"));
+    auto* read = new QPushButton(QStringLiteral("Прочитать книгу"), this);
+    read->setObjectName(QStringLiteral("btnRead"));
+    save_ = new QPushButton(QStringLiteral("Сохранить"), this);
+    save_->setObjectName(QStringLiteral("itemSave"));
+    for (QPushButton* b : {open, read, save_})
+        bar->addWidget(b);
+    Body()->insertLayout(0, bar);
+    auto* splitter = new QSplitter(this);
+    tree_ = new QTreeView(splitter);
+    tree_->setObjectName(QStringLiteral("TreeView"));
+    grid_ = new QTableWidget(0, 5, splitter);
+    grid_->setObjectName(QStringLiteral("GridRows"));
+    grid_->setHorizontalHeaderLabels({QStringLiteral("№ п/п"), QStringLiteral("Наименование"),
+                                      QStringLiteral("W, тыс. кВт·ч"), QStringLiteral("T, ч"),
+                                      QStringLiteral("Изменено")});
+    grid_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    splitter->setStretchFactor(1, 2);
+    Body()->insertWidget(1, splitter, 1);
+    connect(open, &QPushButton::clicked, this, [this] {
+        if (WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
+            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
+    });
+    connect(read, &QPushButton::clicked, this, &TxlsLVZamerWForm::ReadWorkbook);
+    connect(save_, &QPushButton::clicked, this, &TxlsLVZamerWForm::Save);
+    connect(intervals_, &QComboBox::activated, this, &TxlsLVZamerWForm::IntervalChosen);
 }
 
-bool TxlsLVZamerWForm::CanOpen() { return treeCanOpen(); }
+TxlsLVZamerWForm::~TxlsLVZamerWForm() = default;
+
+bool TxlsLVZamerWForm::CanOpen()
+{
+    if (!treeCanOpen())
+        return false;
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!tree_->model()) {
+        tree_->setModel(new TreeModel(db->GetTree(), tree_));
+        connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& i) {
+            ToznListItemCommon* item = TreeModel::Item(i);
+            object_ = item ? item->Target()->GetIdent() : 0;
+            Reload();
+        });
+        for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
+            intervals_->addItem(p.Name, p.Ident);
+        intervals_->setCurrentIndex(intervals_->count() - 1);
+        interval_ =
+            db->GetSamplePeriods()->Items().empty() ? TSamplePeriodInfo() : db->GetSamplePeriods()->Items().back();
+    }
+    save_->setEnabled(!ReadOnly());
+    for (int i = 0; i < 3; ++i)
+        switchButtons_[i]->setChecked(switches_[i]);
+    // The host hands over the object chosen in its tree.
+    if (Param() > 0 && db->GetTree()->Find(static_cast<int>(Param())))
+        SelectObject(static_cast<int>(Param()));
+    return true;
+}
+
+QString TxlsLVZamerWForm::Workbook() const
+{
+    return FileName().isEmpty() ? QDir::temp().filePath(QStringLiteral("OZN3_ZamerW_%1.xlsx").arg(object_))
+                                : FileName();
+}
+
+int TxlsLVZamerWForm::Hours() const
+{
+    return interval_.isEmpty() ? 0 : static_cast<int>(std::lround((interval_.EndDays() - interval_.StartDays()) * 24));
+}
+
+void TxlsLVZamerWForm::SelectObject(int guid)
+{
+    auto* model = static_cast<TreeModel*>(tree_->model());
+    tree_->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
+}
+
+void TxlsLVZamerWForm::SelectInterval(int sampleIdent)
+{
+    intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+    IntervalChosen();
+}
+
+void TxlsLVZamerWForm::Reload()
+{
+    TCurrentDatabase* db = CurrentDatabase();
+    data_.Load(*db->GetDefaultConnection(), db->GetTree()->Find(object_), interval_.Ident, Hours(), switches_[1]);
+    ShowTable();
+}
+
+void TxlsLVZamerWForm::IntervalChosen()
+{
+    const TSamplePeriodInfo* chosen =
+        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
+    if (!chosen || chosen->Ident == interval_.Ident)
+        return;
+    interval_ = *chosen;
+    // The rows go over to the new interval with what they hold.
+    data_.ChangeInterval(interval_.Ident, Hours());
+    AddLog(QStringLiteral("Новый интервал: %1").arg(interval_.Name), 1, interval_.Ident);
+    ShowTable();
+    if (QFile::exists(Workbook()))
+        WriteWorkbook();
+}
+
+void TxlsLVZamerWForm::ClickSwitch(int index)
+{
+    const bool taken = ApplyZamerSwitch(switches_, index);
+    for (int i = 0; i < 3; ++i)
+        switchButtons_[i]->setChecked(switches_[i]);
+    if (!taken)
+        return;
+    Reload();
+    if (QFile::exists(Workbook()))
+        WriteWorkbook();
+}
+
+void TxlsLVZamerWForm::ShowTable()
+{
+    const auto& records = data_.Records();
+    grid_->setRowCount(static_cast<int>(records.size()));
+    for (int r = 0; r < grid_->rowCount(); ++r) {
+        const TLVZamerRecord& rec = records[r];
+        const double w = rec.TypeRec == TLVZamerRecord::TP ? rec.W : rec.W_sum;
+        const QStringList cells = {QString::number(rec.Num), rec.Name, isEmptyFloat(w) ? QString() : FormatFloat3(w),
+                                   isEmptyFloat(rec.T) ? QString() : QString::number(rec.T),
+                                   rec.EditRec ? QStringLiteral("да") : QString()};
+        for (int c = 0; c < cells.size(); ++c)
+            grid_->setItem(r, c, new QTableWidgetItem(cells[c]));
+    }
+}
+
+bool TxlsLVZamerWForm::WriteWorkbook()
+{
+    QString error;
+    if (!data_.WriteWorkbook(Workbook(), error)) {
+        host::ShowWarning(error);
+        return false;
+    }
+    AddLog(QStringLiteral("Книга записана: %1").arg(Workbook()), 1, static_cast<int>(data_.Records().size()));
+    return true;
+}
+
+bool TxlsLVZamerWForm::ReadWorkbook()
+{
+    QString error;
+    const int changed = data_.ReadWorkbook(Workbook(), error);
+    if (changed < 0) {
+        host::ShowWarning(error);
+        return false;
+    }
+    AddLog(QStringLiteral("Прочитано из книги, изменено строк: %1").arg(changed), 1, changed);
+    ShowTable();
+    return true;
+}
+
+bool TxlsLVZamerWForm::Save()
+{
+    if (ReadOnly() || interval_.isEmpty())
+        return false;
+    try {
+        const int written = data_.Save(*CurrentDatabase()->GetDefaultConnection());
+        AddLog(QStringLiteral("Сохранено строк: %1").arg(written), 1, written);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+        return false;
+    }
+    ShowTable();
+    return true;
+}
 
 TxlsLVZamerTmaxForm::TxlsLVZamerTmaxForm(QWidget* owner) : TxlsZamerShablonForm(owner)
 {

@@ -1,0 +1,68 @@
+#pragma once
+#include <QString>
+#include <array>
+#include <vector>
+
+class ToznFDConnection;
+class ToznListItemCommon;
+class TXlsxWorkbook;
+
+// One workbook row of the energy (W) measurements: a substation (kind 2) or an LV feeder (kind 3).
+struct TLVZamerRecord {
+    enum Kind { TP = 2, Line = 3, Consumer = 4 };
+    int NumStr = 0;  // workbook row
+    int Num = 0;     // running number shown in the sheet
+    int Guid = 0;
+    int TypeRec = TP;
+    QString Name, MeterName, ColorsCells;
+    double Unom;
+    bool inBase = false;  // a stored row exists for the interval
+    bool EditT = false;
+    bool EditRec = false;
+    int ST = 0;
+    double W, W_bus, W_sum;
+    std::array<double, 3> U, I, Imax, CosFi;
+    double T, Kdp, Kzap, sqrKfg, Temperature;
+    int ColorRow = 0;
+    // Whether each triplet (U, I, Imax, cos φ) allows a calculation per phase: all three values given.
+    std::array<bool, 4> Phases{};
+    TLVZamerRecord();
+};
+
+// The content switches "ТП", "ТП и Линии" and "Абоненты": the clicked one toggles; "Абоненты" and "ТП и Линии"
+// exclude each other; a click that would leave none on is undone. Returns whether the click was taken.
+bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked);
+
+// The working table of the W measurements of one interval for the substations (and their LV feeders) under a
+// part of the network, with the workbook it is exchanged through.
+class TLVZamerData {
+public:
+    static constexpr int SheetColumns = 25;   // the columns the user sees
+    static constexpr int ServiceColumns = 5;  // hidden columns that tie a row to its object
+    static constexpr int FirstRow = 3;        // rows 1 and 2 hold the captions and the column numbers
+
+    // Loads the objects under a tree item with their stored values of an interval (sample ident, hours).
+    void Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours, bool withLines);
+    std::vector<TLVZamerRecord>& Records() { return records_; }
+    const std::vector<TLVZamerRecord>& Records() const { return records_; }
+    int SampleIdent() const { return sampleIdent_; }
+    int Hours() const { return hours_; }
+
+    // Writes the rows as a workbook (sheet "ТП и линии"); false with a reason.
+    bool WriteWorkbook(const QString& file, QString& error) const;
+    // Reads the user's values back; rows whose values differ from the table are marked for saving.
+    // Returns the number of rows changed, -1 with a reason when the workbook cannot be read.
+    int ReadWorkbook(const QString& file, QString& error);
+    // Writes the marked rows into the interval's tables; returns how many were written.
+    int Save(ToznFDConnection& connection);
+    // Moves the table to another interval: hours equal to the old interval's become the new interval's.
+    void ChangeInterval(int sampleIdent, int hours);
+
+    static QString ColumnCaption(int column);
+
+private:
+    void ReadRow(const TXlsxWorkbook& book, int sheet, int row, TLVZamerRecord& r);
+    std::vector<TLVZamerRecord> records_;
+    int sampleIdent_ = 0;
+    int hours_ = 0;
+};

@@ -1,0 +1,168 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTableWidget>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
+#include "host/Tree.h"
+#include "host/XlsxReader.h"
+#include "import/LVZamerData.h"
+#include "import/xlsLVZamerWDLL.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+TEST(ZamerSwitches, OneAlwaysStaysOnAndLinesExcludeConsumers)
+{
+    std::array<bool, 3> s{true, true, false};
+    EXPECT_TRUE(ApplyZamerSwitch(s, 2));
+    EXPECT_EQ(s, (std::array<bool, 3>{true, false, true}));
+    EXPECT_TRUE(ApplyZamerSwitch(s, 1));
+    EXPECT_EQ(s, (std::array<bool, 3>{true, true, false}));
+    s = {false, false, true};
+    EXPECT_FALSE(ApplyZamerSwitch(s, 2));  // the only one on stays on
+    EXPECT_EQ(s, (std::array<bool, 3>{false, false, true}));
+    EXPECT_TRUE(ApplyZamerSwitch(s, 0));
+    EXPECT_EQ(s, (std::array<bool, 3>{true, false, true}));
+    EXPECT_FALSE(ApplyZamerSwitch(s, 3));
+}
+
+namespace {
+class Zamer : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        sample_ = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVWTPInfo\""));
+        tp_ = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 ti.guid from \"LVWTPInfo\" ti where "
+                                                          "ti.\"SampleIdent\"=%1 and exists (select 1 from "
+                                                          "\"LVFiders\" lf where lf.\"OwnerGUID\"=ti.guid and "
+                                                          "exists (select 1 from \"LVFiders\" l2 where "
+                                                          "l2.\"OwnerGUID\"=ti.guid and l2.guid<>lf.guid)) order by 1")
+                                               .arg(sample_)));
+    }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    int sample_ = 0, tp_ = 0;
+};
+}  // namespace
+
+TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
+{
+    TLVZamerData data;
+    data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true);
+    auto& rows = data.Records();
+    ASSERT_GE(rows.size(), 3u);  // the substation and at least two feeders
+    EXPECT_EQ(rows[0].TypeRec, TLVZamerRecord::TP);
+    EXPECT_EQ(rows[1].TypeRec, TLVZamerRecord::Line);
+    EXPECT_DOUBLE_EQ(rows[0].W, Scalar(*c_, QStringLiteral("select \"Wa\" from \"WLoads\" where guid=%1 and "
+                                                           "\"SampleIdent\"=%2")
+                                                .arg(tp_)
+                                                .arg(sample_)));
+    EXPECT_DOUBLE_EQ(rows[0].U[1], 231);
+    EXPECT_TRUE(rows[0].Phases[0]);
+
+    const QString original = folder_.Path("w.xlsx");
+    QString error;
+    ASSERT_TRUE(data.WriteWorkbook(original, error)) << error.toStdString();
+    const QString sheet = QString::fromUtf8(ReadZipEntry(original, "xl/worksheets/sheet1.xml"));
+    EXPECT_TRUE(sheet.contains("<f>IF(AND(ISNUMBER(I3),ISNUMBER(J3),ISNUMBER(K3)),(I3+J3+K3)/3,\"\")</f>") ||
+                sheet.contains("<f>IF(AND(ISNUMBER(I3),ISNUMBER(J3),ISNUMBER(K3)),(I3+J3+K3)/3,&quot;&quot;)</f>"));
+    EXPECT_TRUE(sheet.contains("<f>1000000/(R3*1000)*E3</f>"));
+    EXPECT_TRUE(sheet.contains("<f>(1+2*T3)*T3/3</f>"));
+    EXPECT_TRUE(sheet.contains("hidden=\"1\""));
+    EXPECT_EQ(data.ReadWorkbook(original, error), 0);  // nothing changed yet
+
+    // The user's edits, made in a copy of the table and written as the workbook the user saves.
+    TLVZamerData edited = data;
+    edited.Records()[1].W_sum = 123.4;
+    edited.Records()[0].sqrKfg = 1.25;
+    edited.Records()[0].Kzap = 0.7;  // both given: the form factor decides
+    const QString changed = folder_.Path("w2.xlsx");
+    ASSERT_TRUE(edited.WriteWorkbook(changed, error));
+    // A feeder whose stored value differs from the table but which the user did not touch.
+    const int untouched = rows[2].Guid;
+    Exec(*c_,
+         QStringLiteral("update or insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 999) "
+                        "matching (\"SampleIdent\", guid)")
+             .arg(sample_)
+             .arg(untouched));
+    EXPECT_EQ(data.ReadWorkbook(changed, error), 2);
+    EXPECT_TRUE(rows[0].EditRec);
+    EXPECT_TRUE(rows[1].EditRec);
+    EXPECT_FALSE(rows[2].EditRec);
+    EXPECT_DOUBLE_EQ(rows[0].Kzap, 0.5);  // not read beside a form factor
+    EXPECT_EQ(data.Save(*c_), 2);
+    auto stored = [&](const char* table, const char* column, int guid) {
+        return Scalar(*c_,
+                      QStringLiteral("select coalesce(\"%2\", -1) from \"%1\" where guid=%3 and \"SampleIdent\"=%4")
+                          .arg(table, column)
+                          .arg(guid)
+                          .arg(sample_));
+    };
+    EXPECT_DOUBLE_EQ(stored("LVWSamples", "Wa", rows[1].Guid), 123.4);
+    EXPECT_DOUBLE_EQ(stored("WLoads", "sqrKfg", tp_), 1.25);
+    EXPECT_DOUBLE_EQ(stored("WLoads", "Kzap", tp_), 0.5);
+    EXPECT_DOUBLE_EQ(stored("LVWSamples", "Wa", untouched), 999);  // never written
+    EXPECT_FALSE(rows[0].EditRec);
+
+    // Another interval: hours equal to the old interval's follow, others stay.
+    rows[1].T = 100;
+    data.ChangeInterval(sample_ + 1, 744);
+    EXPECT_DOUBLE_EQ(rows[0].T, 744);
+    EXPECT_DOUBLE_EQ(rows[1].T, 100);
+    EXPECT_TRUE(rows[0].EditRec);  // it carries values into the new interval
+
+    TXlsxWorkbook book;
+    EXPECT_TRUE(book.Open(changed, error));
+    EXPECT_EQ(book.SheetNames(), QStringList({"ТП и линии"}));
+    EXPECT_EQ(book.Cell(0, 1, 2).toString(), "Наименование");
+    EXPECT_EQ(book.Cell(0, 2, 25).toDouble(), 25);
+    QFile text(folder_.Path("not.xlsx"));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("plain text");
+    text.close();
+    EXPECT_EQ(data.ReadWorkbook(text.fileName(), error), -1);
+    EXPECT_FALSE(error.isEmpty());
+}
+
+TEST_F(Zamer, FormWritesReadsAndSavesUnlessReadOnly)
+{
+    SetCurrentDatabase(db_.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    TxlsLVZamerWForm form;
+    form.SetFileName(folder_.Path("form.xlsx"));
+    form.SetParam(tp_);
+    ASSERT_TRUE(form.CanOpen());
+    form.SelectInterval(sample_);
+    const size_t withLines = form.Data().Records().size();
+    ASSERT_GE(withLines, 3u);
+    EXPECT_EQ(form.findChild<QTableWidget*>("GridRows")->rowCount(), static_cast<int>(withLines));
+    ASSERT_TRUE(form.WriteWorkbook());
+    ASSERT_TRUE(form.ReadWorkbook());
+    EXPECT_EQ(form.Log().last().value, 0);
+
+    form.ClickSwitch(1);  // lines off: substations only
+    EXPECT_EQ(form.Switches(), (std::array<bool, 3>{true, false, false}));
+    EXPECT_EQ(form.Data().Records().size(), 1u);
+    form.ClickSwitch(0);  // the only one on stays on
+    EXPECT_EQ(form.Switches(), (std::array<bool, 3>{true, false, false}));
+
+    form.Data().Records()[0].W = 77;
+    form.Data().Records()[0].EditRec = true;
+    form.SetReadOnly(true);
+    EXPECT_FALSE(form.Save());
+    form.SetReadOnly(false);
+    EXPECT_TRUE(form.Save());
+    EXPECT_DOUBLE_EQ(
+        Scalar(
+            *c_,
+            QStringLiteral("select \"Wa\" from \"WLoads\" where guid=%1 and \"SampleIdent\"=%2").arg(tp_).arg(sample_)),
+        77);
+    SetCurrentDatabase(nullptr);
+}
