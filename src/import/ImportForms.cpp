@@ -30,10 +30,20 @@ bool treeCanOpen()
 }
 }  // namespace
 
-TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsZamerShablonForm(owner)
+TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsLVZamerForm(owner, TLVZamerKind::W)
 {
     setObjectName(QStringLiteral("xlsLVZamerWForm"));
     setWindowTitle(QStringLiteral("Замеры W сети 0,4 кВ"));
+}
+
+TxlsLVZamerTmaxForm::TxlsLVZamerTmaxForm(QWidget* owner) : TxlsLVZamerForm(owner, TLVZamerKind::Tmax)
+{
+    setObjectName(QStringLiteral("xlsLVZamerTmaxForm"));
+    setWindowTitle(QStringLiteral("Замеры Tmax сети 0,4 кВ"));
+}
+
+TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerShablonForm(owner), data_(kind)
+{
     resize(1000, 650);
     auto* bar = new QHBoxLayout;
     bar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
@@ -65,9 +75,10 @@ TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsZamerShablonForm(owner)
     tree_->setObjectName(QStringLiteral("TreeView"));
     grid_ = new QTableWidget(0, 5, splitter);
     grid_->setObjectName(QStringLiteral("GridRows"));
-    grid_->setHorizontalHeaderLabels({QStringLiteral("№ п/п"), QStringLiteral("Наименование"),
-                                      QStringLiteral("W, тыс. кВт·ч"), QStringLiteral("T, ч"),
-                                      QStringLiteral("Изменено")});
+    grid_->setHorizontalHeaderLabels(
+        {QStringLiteral("№ п/п"), QStringLiteral("Наименование"),
+         kind == TLVZamerKind::W ? QStringLiteral("W, тыс. кВт·ч") : QStringLiteral("Wa, тыс. кВт·ч"),
+         QStringLiteral("T, ч"), QStringLiteral("Изменено")});
     grid_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     splitter->setStretchFactor(1, 2);
     Body()->insertWidget(1, splitter, 1);
@@ -75,14 +86,14 @@ TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsZamerShablonForm(owner)
         if (WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
             host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
     });
-    connect(read, &QPushButton::clicked, this, &TxlsLVZamerWForm::ReadWorkbook);
-    connect(save_, &QPushButton::clicked, this, &TxlsLVZamerWForm::Save);
-    connect(intervals_, &QComboBox::activated, this, &TxlsLVZamerWForm::IntervalChosen);
+    connect(read, &QPushButton::clicked, this, &TxlsLVZamerForm::ReadWorkbook);
+    connect(save_, &QPushButton::clicked, this, &TxlsLVZamerForm::Save);
+    connect(intervals_, &QComboBox::activated, this, &TxlsLVZamerForm::IntervalChosen);
 }
 
-TxlsLVZamerWForm::~TxlsLVZamerWForm() = default;
+TxlsLVZamerForm::~TxlsLVZamerForm() = default;
 
-bool TxlsLVZamerWForm::CanOpen()
+bool TxlsLVZamerForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
@@ -109,37 +120,41 @@ bool TxlsLVZamerWForm::CanOpen()
     return true;
 }
 
-QString TxlsLVZamerWForm::Workbook() const
+QString TxlsLVZamerForm::Workbook() const
 {
-    return FileName().isEmpty() ? QDir::temp().filePath(QStringLiteral("OZN3_ZamerW_%1.xlsx").arg(object_))
-                                : FileName();
+    return FileName().isEmpty()
+               ? QDir::temp().filePath(
+                     QStringLiteral("OZN3_Zamer%1_%2.xlsx")
+                         .arg(data_.Kind() == TLVZamerKind::W ? QStringLiteral("W") : QStringLiteral("Tmax"))
+                         .arg(object_))
+               : FileName();
 }
 
-int TxlsLVZamerWForm::Hours() const
+int TxlsLVZamerForm::Hours() const
 {
     return interval_.isEmpty() ? 0 : static_cast<int>(std::lround((interval_.EndDays() - interval_.StartDays()) * 24));
 }
 
-void TxlsLVZamerWForm::SelectObject(int guid)
+void TxlsLVZamerForm::SelectObject(int guid)
 {
     auto* model = static_cast<TreeModel*>(tree_->model());
     tree_->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
 }
 
-void TxlsLVZamerWForm::SelectInterval(int sampleIdent)
+void TxlsLVZamerForm::SelectInterval(int sampleIdent)
 {
     intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
     IntervalChosen();
 }
 
-void TxlsLVZamerWForm::Reload()
+void TxlsLVZamerForm::Reload()
 {
     TCurrentDatabase* db = CurrentDatabase();
     data_.Load(*db->GetDefaultConnection(), db->GetTree()->Find(object_), interval_.Ident, Hours(), switches_[1]);
     ShowTable();
 }
 
-void TxlsLVZamerWForm::IntervalChosen()
+void TxlsLVZamerForm::IntervalChosen()
 {
     const TSamplePeriodInfo* chosen =
         CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
@@ -154,7 +169,7 @@ void TxlsLVZamerWForm::IntervalChosen()
         WriteWorkbook();
 }
 
-void TxlsLVZamerWForm::ClickSwitch(int index)
+void TxlsLVZamerForm::ClickSwitch(int index)
 {
     const bool taken = ApplyZamerSwitch(switches_, index);
     for (int i = 0; i < 3; ++i)
@@ -166,7 +181,7 @@ void TxlsLVZamerWForm::ClickSwitch(int index)
         WriteWorkbook();
 }
 
-void TxlsLVZamerWForm::ShowTable()
+void TxlsLVZamerForm::ShowTable()
 {
     const auto& records = data_.Records();
     grid_->setRowCount(static_cast<int>(records.size()));
@@ -181,7 +196,7 @@ void TxlsLVZamerWForm::ShowTable()
     }
 }
 
-bool TxlsLVZamerWForm::WriteWorkbook()
+bool TxlsLVZamerForm::WriteWorkbook()
 {
     QString error;
     if (!data_.WriteWorkbook(Workbook(), error)) {
@@ -192,7 +207,7 @@ bool TxlsLVZamerWForm::WriteWorkbook()
     return true;
 }
 
-bool TxlsLVZamerWForm::ReadWorkbook()
+bool TxlsLVZamerForm::ReadWorkbook()
 {
     QString error;
     const int changed = data_.ReadWorkbook(Workbook(), error);
@@ -205,7 +220,7 @@ bool TxlsLVZamerWForm::ReadWorkbook()
     return true;
 }
 
-bool TxlsLVZamerWForm::Save()
+bool TxlsLVZamerForm::Save()
 {
     if (ReadOnly() || interval_.isEmpty())
         return false;
@@ -219,14 +234,6 @@ bool TxlsLVZamerWForm::Save()
     ShowTable();
     return true;
 }
-
-TxlsLVZamerTmaxForm::TxlsLVZamerTmaxForm(QWidget* owner) : TxlsZamerShablonForm(owner)
-{
-    setObjectName(QStringLiteral("xlsLVZamerTmaxForm"));
-    setWindowTitle(QStringLiteral("Замеры Tmax сети 0,4 кВ"));
-}
-
-bool TxlsLVZamerTmaxForm::CanOpen() { return treeCanOpen(); }
 
 TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonForm(owner)
 {

@@ -20,4 +20,18 @@ inline constexpr const char* kSaveLVWSamples =
     "IC", "ImaxA", "ImaxB", "ImaxC", "CosFiA", "CosFiB", "CosFiC", "Kdp", "Kzap", "sqrKfg", "Temperature")
     values (:SampleIdent, :GUID, 0, :Wa, :T, :UA, :UB, :UC, :IA, :IB, :IC, :ImaxA, :ImaxB, :ImaxC, :CosFiA, :CosFiB,
     :CosFiC, :Kdp, :Kzap, :sqrKfg, :Temperature) matching ("SampleIdent", "GUID"))";
+
+// The peak-load (Tmax) tables of an interval.
+inline constexpr const char* kPTPInfo = R"(select * from "LVPTPInfo" where ("SampleIdent"=:Ident))";
+inline constexpr const char* kLVPSamples = R"(select * from "LVPSamples" where ("SampleIdent"=:Ident))";
+inline constexpr const char* kSavePTPInfo =
+    R"(update or insert into "LVPTPInfo" ("SampleIdent", "GUID", "UA", "UB", "UC", "IA", "IB", "IC", "CosFiA",
+    "CosFiB", "CosFiC", "Kdp", "Wa", "T", "Tau", "Kzap", "Tmax", "Temperature") values (:SampleIdent, :GUID, :UA, :UB,
+    :UC, :IA, :IB, :IC, :CosFiA, :CosFiB, :CosFiC, :Kdp, :Wa, :T, :Tau, :Kzap, :Tmax, :Temperature)
+    matching ("SampleIdent", "GUID"))";
+inline constexpr const char* kSaveLVPSamples =
+    R"(update or insert into "LVPSamples" ("SampleIdent", "GUID", "UA", "UB", "UC", "IA", "IB", "IC", "CosFiA",
+    "CosFiB", "CosFiC", "Kdp", "Wa", "T", "Tau", "Kzap", "Tmax", "Temperature") values (:SampleIdent, :GUID, :UA, :UB,
+    :UC, :IA, :IB, :IC, :CosFiA, :CosFiB, :CosFiC, :Kdp, :Wa, :T, :Tau, :Kzap, :Tmax, :Temperature)
+    matching ("SampleIdent", "GUID"))";
 }  // namespace ImportSql

@@ -27,7 +27,7 @@ struct Column {
 // The energy column holds the substation's own energy or the sum of a feeder's.
 double& energy(R& r) { return r.TypeRec == R::TP ? r.W : r.W_sum; }
 
-const std::vector<Column>& valueColumns()
+const std::vector<Column>& energyColumns()
 {
     static const std::vector<Column> columns = [] {
         std::vector<Column> c;
@@ -50,20 +50,76 @@ const std::vector<Column>& valueColumns()
     return columns;
 }
 
+const std::vector<Column>& peakColumns()
+{
+    static const std::vector<Column> columns = [] {
+        std::vector<Column> c;
+        c.push_back({4, QStringLiteral("Wa, тыс. кВт·ч"), energy});
+        for (int p = 0; p < 3; ++p) {
+            const QString ph = QString::fromLatin1(kPhases[p]);
+            c.push_back({5 + p, QStringLiteral("U%1, В").arg(ph), [p](R& r) -> double& { return r.U[p]; }});
+            c.push_back({8 + p, QStringLiteral("I%1, А").arg(ph), [p](R& r) -> double& { return r.I[p]; }});
+            c.push_back({11 + p, QStringLiteral("cosφ%1, о.е.").arg(ph), [p](R& r) -> double& { return r.CosFi[p]; }});
+        }
+        c.push_back({14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }});
+        c.push_back({15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }});
+        c.push_back({16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }});
+        c.push_back({17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }});
+        c.push_back({18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }});
+        c.push_back({19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }});
+        return c;
+    }();
+    return columns;
+}
+
+const std::vector<Column>& valueColumns(TLVZamerKind kind)
+{
+    return kind == TLVZamerKind::W ? energyColumns() : peakColumns();
+}
+
+// The computed columns of a worksheet row: number, caption and formula.
+struct Computed {
+    int number;
+    const char* caption;
+    QString (*formula)(int row);
+};
+
 // Service columns after the sheet's own: the object, the kind of row, the rated voltage, the meter and the
 // colours of single cells.
 constexpr int kGuidColumn = 26, kTypeColumn = 27, kUnomColumn = 28, kMeterColumn = 29, kColoursColumn = 30;
 
 QString cell(int column, int row) { return GetNameCell(column, row); }
 
-// The formulas of the computed columns for a worksheet row.
-QString meanCurrent(int row)
+// The formulas of the computed columns. Energy sheet: the mean head current, the mean power from the energy and
+// the hours, the relative hours of greatest losses from the fill factor.
+QString meanCurrent(int row, int first)
 {
     return QStringLiteral("IF(AND(ISNUMBER(%1),ISNUMBER(%2),ISNUMBER(%3)),(%1+%2+%3)/3,\"\")")
-        .arg(cell(9, row), cell(10, row), cell(11, row));
+        .arg(cell(first, row), cell(first + 1, row), cell(first + 2, row));
 }
-QString meanPower(int row) { return QStringLiteral("1000000/(%1*1000)*%2").arg(cell(18, row), cell(5, row)); }
-QString lossFactor(int row) { return QStringLiteral("(1+2*%1)*%1/3").arg(cell(20, row)); }
+QString meanPower(int row, int hours, int energyColumn)
+{
+    return QStringLiteral("1000000/(%1*1000)*%2").arg(cell(hours, row), cell(energyColumn, row));
+}
+QString lossFactor(int row, int kzap) { return QStringLiteral("(1+2*%1)*%1/3").arg(cell(kzap, row)); }
+
+const std::vector<Computed>& computedColumns(TLVZamerKind kind)
+{
+    static const std::vector<Computed> energy = {
+        {22, "Iср, А", [](int row) { return meanCurrent(row, 9); }},
+        {23, "Pср, кВт", [](int row) { return meanPower(row, 18, 5); }},
+        {24, "τ, о.е.", [](int row) { return lossFactor(row, 20); }},
+    };
+    // Peak sheet: the fill factor that the relative hours of greatest losses stand for, then as above.
+    static const std::vector<Computed> peak = {
+        {20, "Kзап по τ, о.е.",
+         [](int row) { return QStringLiteral("(sqrt(1/9+8/3*%1/%2)-1/3)*3/4").arg(cell(16, row), cell(14, row)); }},
+        {22, "Iср, А", [](int row) { return meanCurrent(row, 8); }},
+        {23, "Pср, кВт", [](int row) { return meanPower(row, 14, 4); }},
+        {24, "τ, о.е.", [](int row) { return lossFactor(row, 18); }},
+    };
+    return kind == TLVZamerKind::W ? energy : peak;
+}
 
 bool same(double a, double b)
 {
@@ -80,6 +136,23 @@ double number(const QVariant& v)
         return v.toDouble();
     double d = EmptyFloat();
     return ParseFloat(v.toString(), d) ? d : EmptyFloat();
+}
+
+// Hours and other whole numbers: NULL when not given.
+QVariant whole(double value)
+{
+    return isEmptyFloat(value) ? QVariant() : QVariant(static_cast<int>(std::lround(value)));
+}
+
+void bindPhases(TFDQuery& q, const R& r, bool withMax)
+{
+    for (int p = 0; p < 3; ++p) {
+        const QString ph = QString::fromLatin1(kPhases[p]);
+        q.ParamFloat(QStringLiteral("U") + ph, r.U[p]).ParamFloat(QStringLiteral("I") + ph, r.I[p]);
+        if (withMax)
+            q.ParamFloat(QStringLiteral("Imax") + ph, r.Imax[p]);
+        q.ParamFloat(QStringLiteral("CosFi") + ph, r.CosFi[p]);
+    }
 }
 
 void phasesOf(R& r)
@@ -114,17 +187,17 @@ bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked)
     return true;
 }
 
-QString TLVZamerData::ColumnCaption(int column)
+QString TLVZamerData::ColumnCaption(int column) const
 {
     switch (column) {
     case 1: return QStringLiteral("№ п/п");
     case 2: return QStringLiteral("Наименование");
-    case 3: return QStringLiteral("Состояние");
-    case 22: return QStringLiteral("Iср, А");
-    case 23: return QStringLiteral("Pср, кВт");
-    case 24: return QStringLiteral("τ, о.е.");
+    case 3: return kind_ == TLVZamerKind::W ? QStringLiteral("Состояние") : QStringLiteral("Тип ТП");
     default:
-        for (const Column& c : valueColumns())
+        for (const Computed& c : computedColumns(kind_))
+            if (c.number == column)
+                return QString::fromUtf8(c.caption);
+        for (const Column& c : valueColumns(kind_))
             if (c.number == column)
                 return c.caption;
         return {};
@@ -189,8 +262,31 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
             r.CosFi[p] = q.Float(QStringLiteral("CosFi") + ph);
         }
     };
+    // The peak-load tables keep the same values for substations and feeders.
+    auto peak = [&](const TFDQuery& q, R& r) {
+        r.inBase = true;
+        energy(r) = q.Float(QStringLiteral("Wa"));
+        phases(q, r, false);
+        for (auto [field, name] : {std::pair{&R::T, "T"},
+                                   {&R::Tau, "Tau"},
+                                   {&R::Kzap, "Kzap"},
+                                   {&R::Tmax, "Tmax"},
+                                   {&R::Kdp, "Kdp"},
+                                   {&R::Temperature, "Temperature"}})
+            r.*field = q.Float(QString::fromLatin1(name));
+    };
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
+        if (kind_ == TLVZamerKind::Tmax) {
+            for (auto [sql, kind] : {std::pair{ImportSql::kPTPInfo, R::TP}, {ImportSql::kLVPSamples, R::Line}}) {
+                q->SetSQLText(QString::fromUtf8(sql));
+                q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+                for (q->Open(); !q->Eof(); q->Next())
+                    if (R* r = find(kind, q->Int(QStringLiteral("GUID"))))
+                        peak(*q, *r);
+            }
+            return;
+        }
         q->SetSQLText(QString::fromUtf8(ImportSql::kTPInfo));
         q->ParamByName(QStringLiteral("Ident"), sampleIdent);
         for (q->Open(); !q->Eof(); q->Next())
@@ -275,9 +371,10 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
         worksheet_write_string(sheet, row, 1,
                                utf8((r.TypeRec == R::Line ? QStringLiteral("    ") : QString()) + r.Name).constData(),
                                r.TypeRec == R::TP ? tpName : nullptr);
-        worksheet_write_number(sheet, row, 2, r.ST, value);
-        for (const Column& c : valueColumns()) {
-            if (c.number == 4 && r.TypeRec != R::TP)
+        if (kind_ == TLVZamerKind::W)
+            worksheet_write_number(sheet, row, 2, r.ST, value);
+        for (const Column& c : valueColumns(kind_)) {
+            if (kind_ == TLVZamerKind::W && c.number == 4 && r.TypeRec != R::TP)
                 continue;  // a feeder has no busbars of its own
             const double v = c.field(r);
             if (!isEmptyFloat(v))
@@ -285,9 +382,9 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
             else
                 worksheet_write_blank(sheet, row, static_cast<lxw_col_t>(c.number - 1), value);
         }
-        worksheet_write_formula(sheet, row, 21, utf8(QLatin1Char('=') + meanCurrent(r.NumStr)).constData(), computed);
-        worksheet_write_formula(sheet, row, 22, utf8(QLatin1Char('=') + meanPower(r.NumStr)).constData(), computed);
-        worksheet_write_formula(sheet, row, 23, utf8(QLatin1Char('=') + lossFactor(r.NumStr)).constData(), computed);
+        for (const Computed& c : computedColumns(kind_))
+            worksheet_write_formula(sheet, row, static_cast<lxw_col_t>(c.number - 1),
+                                    utf8(QLatin1Char('=') + c.formula(r.NumStr)).constData(), computed);
         worksheet_write_number(sheet, row, kGuidColumn - 1, r.Guid, nullptr);
         worksheet_write_number(sheet, row, kTypeColumn - 1, r.TypeRec, nullptr);
         if (!isEmptyFloat(r.Unom))
@@ -307,21 +404,24 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
 void TLVZamerData::ReadRow(const TXlsxWorkbook& book, int sheet, int row, R& r)
 {
     R read = r;
-    read.ST = static_cast<int>(
-        std::lround(isEmptyFloat(number(book.Cell(sheet, row, 3))) ? 0 : number(book.Cell(sheet, row, 3))));
-    for (const Column& c : valueColumns()) {
-        if (c.number == 4 && r.TypeRec != R::TP)
+    const bool energySheet = kind_ == TLVZamerKind::W;
+    if (energySheet) {
+        const double state = number(book.Cell(sheet, row, 3));
+        read.ST = isEmptyFloat(state) ? 0 : static_cast<int>(std::lround(state));
+    }
+    for (const Column& c : valueColumns(kind_)) {
+        if (energySheet && c.number == 4 && r.TypeRec != R::TP)
             continue;
         c.field(read) = number(book.Cell(sheet, row, c.number));
     }
     // The form factor, when given, decides the load curve; the fill factor is read only in its absence.
-    if (!isEmptyFloat(read.sqrKfg))
+    if (energySheet && !isEmptyFloat(read.sqrKfg))
         read.Kzap = r.Kzap;
     read.MeterName = book.Cell(sheet, row, kMeterColumn).toString();
     read.ColorsCells = book.Cell(sheet, row, kColoursColumn).toString();
     phasesOf(read);
     bool changed = read.ST != r.ST || read.MeterName != r.MeterName;
-    for (const Column& c : valueColumns())
+    for (const Column& c : valueColumns(kind_))
         changed = changed || !same(c.field(read), c.field(r));
     if (!changed)
         return;
@@ -358,57 +458,10 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
 
 int TLVZamerData::Save(ToznFDConnection& connection)
 {
-    auto tpInfo = connection.NewQuery(), loads = connection.NewQuery(), samples = connection.NewQuery();
-    tpInfo->SetSQLText(QString::fromUtf8(ImportSql::kSaveTPInfo));
-    loads->SetSQLText(QString::fromUtf8(ImportSql::kSaveWLoads));
-    samples->SetSQLText(QString::fromUtf8(ImportSql::kSaveLVWSamples));
-    auto phases = [](TFDQuery& q, const R& r) {
-        for (int p = 0; p < 3; ++p) {
-            const QString ph = QString::fromLatin1(kPhases[p]);
-            q.ParamFloat(QStringLiteral("U") + ph, r.U[p]);
-            q.ParamFloat(QStringLiteral("I") + ph, r.I[p]);
-            q.ParamFloat(QStringLiteral("Imax") + ph, r.Imax[p]);
-            q.ParamFloat(QStringLiteral("CosFi") + ph, r.CosFi[p]);
-        }
-    };
-    auto hours = [](const R& r) {
-        return isEmptyFloat(r.T) ? QVariant() : QVariant(static_cast<int>(std::lround(r.T)));
-    };
     int written = 0;
     connection.StartTransaction(false);
     try {
-        // The tables in their order: substations' measurements, their loads, then the feeders'.
-        for (const R& r : records_)
-            if (r.EditRec && r.TypeRec == R::TP) {
-                tpInfo->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
-                    .ParamByName(QStringLiteral("GUID"), r.Guid);
-                tpInfo->ParamFloat(QStringLiteral("Wa_bus"), r.W_bus);
-                phases(*tpInfo, r);
-                tpInfo->ParamFloat(QStringLiteral("Kdp"), r.Kdp)
-                    .ParamFloat(QStringLiteral("Temperature"), r.Temperature);
-                tpInfo->ExecSQL();
-            }
-        for (const R& r : records_)
-            if (r.EditRec && r.TypeRec == R::TP) {
-                loads->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
-                    .ParamByName(QStringLiteral("GUID"), r.Guid);
-                loads->ParamFloat(QStringLiteral("Wa"), r.W).ParamByName(QStringLiteral("T"), hours(r));
-                loads->ParamFloat(QStringLiteral("Kzap"), r.Kzap).ParamFloat(QStringLiteral("sqrKfg"), r.sqrKfg);
-                loads->ExecSQL();
-                ++written;
-            }
-        for (const R& r : records_)
-            if (r.EditRec && r.TypeRec == R::Line) {
-                samples->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
-                    .ParamByName(QStringLiteral("GUID"), r.Guid);
-                samples->ParamFloat(QStringLiteral("Wa"), r.W_sum).ParamByName(QStringLiteral("T"), hours(r));
-                phases(*samples, r);
-                samples->ParamFloat(QStringLiteral("Kdp"), r.Kdp).ParamFloat(QStringLiteral("Kzap"), r.Kzap);
-                samples->ParamFloat(QStringLiteral("sqrKfg"), r.sqrKfg);
-                samples->ParamFloat(QStringLiteral("Temperature"), r.Temperature);
-                samples->ExecSQL();
-                ++written;
-            }
+        written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);
         connection.Commit();
     } catch (...) {
         connection.Rollback();
@@ -423,6 +476,68 @@ int TLVZamerData::Save(ToznFDConnection& connection)
     return written;
 }
 
+int TLVZamerData::SaveEnergy(ToznFDConnection& connection)
+{
+    auto tpInfo = connection.NewQuery(), loads = connection.NewQuery(), samples = connection.NewQuery();
+    tpInfo->SetSQLText(QString::fromUtf8(ImportSql::kSaveTPInfo));
+    loads->SetSQLText(QString::fromUtf8(ImportSql::kSaveWLoads));
+    samples->SetSQLText(QString::fromUtf8(ImportSql::kSaveLVWSamples));
+    int written = 0;
+    // The tables in their order: substations' measurements, their loads, then the feeders'.
+    for (const R& r : records_)
+        if (r.EditRec && r.TypeRec == R::TP) {
+            tpInfo->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
+                .ParamByName(QStringLiteral("GUID"), r.Guid);
+            tpInfo->ParamFloat(QStringLiteral("Wa_bus"), r.W_bus);
+            bindPhases(*tpInfo, r, true);
+            tpInfo->ParamFloat(QStringLiteral("Kdp"), r.Kdp).ParamFloat(QStringLiteral("Temperature"), r.Temperature);
+            tpInfo->ExecSQL();
+        }
+    for (const R& r : records_)
+        if (r.EditRec && r.TypeRec == R::TP) {
+            loads->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_).ParamByName(QStringLiteral("GUID"), r.Guid);
+            loads->ParamFloat(QStringLiteral("Wa"), r.W).ParamByName(QStringLiteral("T"), whole(r.T));
+            loads->ParamFloat(QStringLiteral("Kzap"), r.Kzap).ParamFloat(QStringLiteral("sqrKfg"), r.sqrKfg);
+            loads->ExecSQL();
+            ++written;
+        }
+    for (const R& r : records_)
+        if (r.EditRec && r.TypeRec == R::Line) {
+            samples->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
+                .ParamByName(QStringLiteral("GUID"), r.Guid);
+            samples->ParamFloat(QStringLiteral("Wa"), r.W_sum).ParamByName(QStringLiteral("T"), whole(r.T));
+            bindPhases(*samples, r, true);
+            samples->ParamFloat(QStringLiteral("Kdp"), r.Kdp).ParamFloat(QStringLiteral("Kzap"), r.Kzap);
+            samples->ParamFloat(QStringLiteral("sqrKfg"), r.sqrKfg);
+            samples->ParamFloat(QStringLiteral("Temperature"), r.Temperature);
+            samples->ExecSQL();
+            ++written;
+        }
+    return written;
+}
+
+int TLVZamerData::SavePeak(ToznFDConnection& connection)
+{
+    // Substations, then feeders: each kind has one table of the same values.
+    auto tp = connection.NewQuery(), line = connection.NewQuery();
+    tp->SetSQLText(QString::fromUtf8(ImportSql::kSavePTPInfo));
+    line->SetSQLText(QString::fromUtf8(ImportSql::kSaveLVPSamples));
+    int written = 0;
+    for (auto [kind, q] : {std::pair{R::TP, tp.get()}, {R::Line, line.get()}})
+        for (R& r : records_)
+            if (r.EditRec && r.TypeRec == kind) {
+                q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_).ParamByName(QStringLiteral("GUID"), r.Guid);
+                bindPhases(*q, r, false);
+                q->ParamFloat(QStringLiteral("Kdp"), r.Kdp).ParamFloat(QStringLiteral("Wa"), energy(r));
+                q->ParamByName(QStringLiteral("T"), whole(r.T)).ParamFloat(QStringLiteral("Tau"), r.Tau);
+                q->ParamFloat(QStringLiteral("Kzap"), r.Kzap).ParamByName(QStringLiteral("Tmax"), whole(r.Tmax));
+                q->ParamFloat(QStringLiteral("Temperature"), r.Temperature);
+                q->ExecSQL();
+                ++written;
+            }
+    return written;
+}
+
 void TLVZamerData::ChangeInterval(int sampleIdent, int hours)
 {
     for (R& r : records_) {
@@ -432,8 +547,8 @@ void TLVZamerData::ChangeInterval(int sampleIdent, int hours)
         // What the table carries over is the new interval's until the user changes it: rows with values are
         // to be saved there.
         bool any = false;
-        for (const Column& c : valueColumns())
-            any = any || (c.number != 18 && !isEmptyFloat(c.field(r)));
+        for (const Column& c : valueColumns(kind_))
+            any = any || (&c.field(r) != &r.T && !isEmptyFloat(c.field(r)));
         r.EditRec = any;
         r.inBase = false;
     }

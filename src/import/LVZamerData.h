@@ -7,7 +7,10 @@ class ToznFDConnection;
 class ToznListItemCommon;
 class TXlsxWorkbook;
 
-// One workbook row of the energy (W) measurements: a substation (kind 2) or an LV feeder (kind 3).
+// The two measurement workbooks: energy (W) and peak load (Tmax).
+enum class TLVZamerKind { W, Tmax };
+
+// One workbook row of the measurements: a substation (kind 2) or an LV feeder (kind 3).
 struct TLVZamerRecord {
     enum Kind { TP = 2, Line = 3, Consumer = 4 };
     int NumStr = 0;  // workbook row
@@ -23,6 +26,7 @@ struct TLVZamerRecord {
     double W, W_bus, W_sum;
     std::array<double, 3> U, I, Imax, CosFi;
     double T, Kdp, Kzap, sqrKfg, Temperature;
+    double Tmax, Tau;  // the peak-load workbook
     int ColorRow = 0;
     // Whether each triplet (U, I, Imax, cos φ) allows a calculation per phase: all three values given.
     std::array<bool, 4> Phases{};
@@ -33,10 +37,12 @@ struct TLVZamerRecord {
 // exclude each other; a click that would leave none on is undone. Returns whether the click was taken.
 bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked);
 
-// The working table of the W measurements of one interval for the substations (and their LV feeders) under a
+// The working table of the measurements of one interval for the substations (and their LV feeders) under a
 // part of the network, with the workbook it is exchanged through.
 class TLVZamerData {
 public:
+    explicit TLVZamerData(TLVZamerKind kind = TLVZamerKind::W) : kind_(kind) {}
+    TLVZamerKind Kind() const { return kind_; }
     static constexpr int SheetColumns = 25;   // the columns the user sees
     static constexpr int ServiceColumns = 5;  // hidden columns that tie a row to its object
     static constexpr int FirstRow = 3;        // rows 1 and 2 hold the captions and the column numbers
@@ -58,10 +64,14 @@ public:
     // Moves the table to another interval: hours equal to the old interval's become the new interval's.
     void ChangeInterval(int sampleIdent, int hours);
 
-    static QString ColumnCaption(int column);
+    QString ColumnCaption(int column) const;
 
 private:
     void ReadRow(const TXlsxWorkbook& book, int sheet, int row, TLVZamerRecord& r);
+    // The marked rows into the interval's tables, inside the caller's transaction.
+    int SaveEnergy(ToznFDConnection& connection);
+    int SavePeak(ToznFDConnection& connection);
+    TLVZamerKind kind_;
     std::vector<TLVZamerRecord> records_;
     int sampleIdent_ = 0;
     int hours_ = 0;

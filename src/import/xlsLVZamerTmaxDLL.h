@@ -1,10 +1,9 @@
 #pragma once
-#include "host/TemplateForms.h"
+#include "import/xlsLVZamerWDLL.h"
 
 // Workbook form of the peak-load (Tmax) measurements of LV networks.
-class TxlsLVZamerTmaxForm : public TxlsZamerShablonForm {
+class TxlsLVZamerTmaxForm : public TxlsLVZamerForm {
     Q_OBJECT
 public:
     explicit TxlsLVZamerTmaxForm(QWidget* owner = nullptr);
-    bool CanOpen() override;
 };

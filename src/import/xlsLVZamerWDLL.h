@@ -12,14 +12,13 @@ class QTableWidget;
 class QToolButton;
 class QTreeView;
 
-// Workbook form of the energy (W) measurements of LV networks: the substations (and their LV feeders) of a
-// chosen part of the network for one interval, written to a workbook, read back after the user's edits and
-// stored.
-class TxlsLVZamerWForm : public TxlsZamerShablonForm {
+// Workbook form of the measurements of LV networks: the substations (and their LV feeders) of a chosen part
+// of the network for one interval, written to a workbook, read back after the user's edits and stored.
+class TxlsLVZamerForm : public TxlsZamerShablonForm {
     Q_OBJECT
 public:
-    explicit TxlsLVZamerWForm(QWidget* owner = nullptr);
-    ~TxlsLVZamerWForm() override;
+    TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind);
+    ~TxlsLVZamerForm() override;
     bool CanOpen() override;
 
     TLVZamerData& Data() { return data_; }
@@ -51,4 +50,11 @@ private:
     QPushButton* save_ = nullptr;
     TSamplePeriodInfo interval_;
     int object_ = 0;
+};
+
+// The energy (W) measurements.
+class TxlsLVZamerWForm : public TxlsLVZamerForm {
+    Q_OBJECT
+public:
+    explicit TxlsLVZamerWForm(QWidget* owner = nullptr);
 };

@@ -166,3 +166,46 @@ TEST_F(Zamer, FormWritesReadsAndSavesUnlessReadOnly)
         77);
     SetCurrentDatabase(nullptr);
 }
+
+TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
+{
+    const int year = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\""));
+    TLVZamerData data(TLVZamerKind::Tmax);
+    data.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, true);
+    auto& rows = data.Records();
+    ASSERT_GE(rows.size(), 3u);
+    EXPECT_EQ(data.ColumnCaption(3), "Тип ТП");
+    EXPECT_EQ(data.ColumnCaption(15), "Tmax, ч");
+    const double stored = Scalar(*c_, QStringLiteral("select coalesce(\"Wa\", -1) from \"LVPSamples\" where guid=%1 "
+                                                     "and \"SampleIdent\"=%2")
+                                          .arg(rows[1].Guid)
+                                          .arg(year));
+    ASSERT_GE(stored, 0);
+    EXPECT_DOUBLE_EQ(rows[1].W_sum, stored);
+    EXPECT_TRUE(rows[1].inBase);
+
+    QString error;
+    TLVZamerData edited = data;
+    edited.Records()[0].Tau = 2500;
+    edited.Records()[1].Tmax = 4100;
+    const QString book = folder_.Path("tmax.xlsx");
+    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
+    EXPECT_TRUE(sheet.contains("<f>(sqrt(1/9+8/3*P3/N3)-1/3)*3/4</f>"));
+    EXPECT_TRUE(sheet.contains("<f>(1+2*R3)*R3/3</f>"));
+    EXPECT_EQ(data.ReadWorkbook(book, error), 2);
+    EXPECT_EQ(data.Save(*c_), 2);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Tau\" from \"LVPTPInfo\" where guid=%1 and "
+                                                "\"SampleIdent\"=%2")
+                                     .arg(tp_)
+                                     .arg(year)),
+                     2500);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Tmax\" from \"LVPSamples\" where guid=%1 and "
+                                                "\"SampleIdent\"=%2")
+                                     .arg(rows[1].Guid)
+                                     .arg(year)),
+                     4100);
+    // The energy tables are not touched by the peak-load workbook.
+    EXPECT_EQ(
+        Scalar(*c_, QStringLiteral("select count(*) from \"WLoads\" where guid=%1 and \"Kzap\" is null").arg(tp_)), 0);
+}
