@@ -1,3 +1,4 @@
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
@@ -239,6 +240,153 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
 {
     setObjectName(QStringLiteral("xlsLVZamerSocialForm"));
     setWindowTitle(QStringLiteral("Оценка потерь электроэнергии по обобщенной информации о схемах и нагрузках сети"));
+    resize(1000, 650);
+    auto* bar = new QHBoxLayout;
+    levels_ = new QComboBox(this);
+    levels_->setObjectName(QStringLiteral("ComboLevel"));
+    levels_->addItems(TNodeSocialHigh::LevelNames());
+    levels_->setCurrentIndex(5);
+    intervals_ = new QComboBox(this);
+    intervals_->setObjectName(QStringLiteral("ComboSamplesDates"));
+    auto* energies = new QPushButton(QStringLiteral("Расчетная трансформация в сеть"), this);
+    energies->setObjectName(QStringLiteral("btnWa"));
+    materials_ = new QCheckBox(QStringLiteral("Алюминиевые, стальные и медные"), this);
+    materials_->setObjectName(QStringLiteral("itmLm"));
+    materials_->setChecked(true);
+    inputs_ = new QCheckBox(QStringLiteral("Ввода в здания"), this);
+    inputs_->setObjectName(QStringLiteral("itmIA"));
+    auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
+    open->setObjectName(QStringLiteral("btnOpenExcel"));
+    auto* read = new QPushButton(QStringLiteral("Прочитать книгу"), this);
+    read->setObjectName(QStringLiteral("btnRead"));
+    save_ = new QPushButton(QStringLiteral("Сохранить"), this);
+    save_->setObjectName(QStringLiteral("itemSave"));
+    for (QWidget* w : std::initializer_list<QWidget*>{levels_, intervals_, energies, materials_, inputs_})
+        bar->addWidget(w);
+    bar->addStretch();
+    for (QPushButton* b : {open, read, save_})
+        bar->addWidget(b);
+    Body()->insertLayout(0, bar);
+    tree_ = new QTreeView(this);
+    tree_->setObjectName(QStringLiteral("TreeView"));
+    Body()->insertWidget(1, tree_, 1);
+    connect(levels_, &QComboBox::activated, this, &TxlsLVZamerSocialForm::Reload);
+    connect(intervals_, &QComboBox::activated, this, [this] { SelectInterval(intervals_->currentData().toInt()); });
+    connect(energies, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::FillEnergies);
+    connect(open, &QPushButton::clicked, this, [this] {
+        if (WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
+            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
+    });
+    connect(read, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::ReadWorkbook);
+    connect(save_, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::Save);
 }
 
-bool TxlsLVZamerSocialForm::CanOpen() { return treeCanOpen(); }
+bool TxlsLVZamerSocialForm::CanOpen()
+{
+    if (!treeCanOpen())
+        return false;
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!tree_->model()) {
+        tree_->setModel(new TreeModel(db->GetTree(), tree_));
+        connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& i) {
+            ToznListItemCommon* item = TreeModel::Item(i);
+            object_ = item ? item->Target()->GetIdent() : 0;
+            Reload();
+        });
+        for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
+            intervals_->addItem(p.Name, p.Ident);
+        intervals_->setCurrentIndex(intervals_->count() - 1);
+    }
+    save_->setEnabled(!ReadOnly());
+    if (Param() > 0 && db->GetTree()->Find(static_cast<int>(Param())))
+        SelectObject(static_cast<int>(Param()));
+    return true;
+}
+
+QString TxlsLVZamerSocialForm::Workbook() const
+{
+    return FileName().isEmpty() ? QDir::temp().filePath(QStringLiteral("OZN3_Social_%1.xlsx").arg(object_))
+                                : FileName();
+}
+
+void TxlsLVZamerSocialForm::SelectObject(int guid)
+{
+    auto* model = static_cast<TreeModel*>(tree_->model());
+    tree_->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
+}
+
+void TxlsLVZamerSocialForm::SelectLevel(int level)
+{
+    levels_->setCurrentIndex(level);
+    Reload();
+}
+
+void TxlsLVZamerSocialForm::Reload()
+{
+    const TSamplePeriodInfo* period =
+        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
+    if (!object_ || !period)
+        return;
+    try {
+        rows_.Open(*CurrentDatabase()->GetDefaultConnection(), object_, levels_->currentIndex(), *period);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+    }
+}
+
+void TxlsLVZamerSocialForm::SelectInterval(int sampleIdent)
+{
+    intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+    const TSamplePeriodInfo* period = CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sampleIdent);
+    if (!period) {
+        host::ShowWarning(QStringLiteral("Не найден SampleIdent"));
+        return;
+    }
+    try {
+        rows_.ChangePeriod(*CurrentDatabase()->GetDefaultConnection(), *period);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+    }
+}
+
+void TxlsLVZamerSocialForm::FillEnergies()
+{
+    rows_.FillEnergies(*CurrentDatabase()->GetDefaultConnection());
+    AddLog(QStringLiteral("Расчетная трансформация в сеть: строк %1").arg(rows_.Count()), 1, rows_.Count());
+}
+
+bool TxlsLVZamerSocialForm::WriteWorkbook()
+{
+    QString error;
+    if (!rows_.WriteWorkbook(Workbook(), materials_->isChecked(), inputs_->isChecked(), error)) {
+        host::ShowWarning(error);
+        return false;
+    }
+    return true;
+}
+
+bool TxlsLVZamerSocialForm::ReadWorkbook()
+{
+    QString error;
+    const int changed = rows_.ReadWorkbook(Workbook(), error);
+    if (changed < 0) {
+        host::ShowWarning(error);
+        return false;
+    }
+    AddLog(QStringLiteral("Прочитано из книги, изменено строк: %1").arg(changed), 1, changed);
+    return true;
+}
+
+bool TxlsLVZamerSocialForm::Save()
+{
+    if (ReadOnly())
+        return false;
+    try {
+        const int saved = rows_.Save(*CurrentDatabase()->GetDefaultConnection());
+        AddLog(QStringLiteral("Сохранено строк: %1").arg(saved), 1, saved);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+        return false;
+    }
+    return true;
+}

@@ -1,4 +1,6 @@
 #pragma once
+#include <QString>
+#include <QStringList>
 
 // SQL texts of the measurement workbooks.
 namespace ImportSql {
@@ -34,4 +36,41 @@ inline constexpr const char* kSaveLVPSamples =
     "CosFiB", "CosFiC", "Kdp", "Wa", "T", "Tau", "Kzap", "Tmax", "Temperature") values (:SampleIdent, :GUID, :UA, :UB,
     :UC, :IA, :IB, :IC, :CosFiA, :CosFiB, :CosFiC, :Kdp, :Wa, :T, :Tau, :Kzap, :Tmax, :Temperature)
     matching ("SampleIdent", "GUID"))";
+
+// The generalised-data workbook: one element's stored result with its scheme, or the scheme alone.
+inline constexpr const char* kSocialRecord =
+    R"( select    r."Info",r."Wa", r."Wa_bus", r."T", r."Lekv", r."ku", r."k038", r."deltaWa",    f."CosFi", "Unom", f."F", f."NLines", f."dp", f."kzap", f."dn", f."Lma", f."Lms", f."Lmm", f."L23a", f."L23s",    f."L23m", f."L1a", f."L1s", f."L1m", f."L1ia", f."L1is", f."L1im", f."L23ia", f."L23is", f."L23im" from "LVWResultsB" r join "LVFidersB" f on f."Ident"=r."Info" where r.guid=:GUID and r."SampleIdent"=:SampleIdent)";
+inline constexpr const char* kSocialScheme =
+    R"( select    f."Ident" as "Info",null as "Wa", null as "Wa_bus", null as "T", null as "Lekv", null as "ku", null as "k038", null as "deltaWa",    f."CosFi", "Unom", f."F", f."NLines", f."dp", f."kzap", f."dn", f."Lma", f."Lms", f."Lmm", f."L23a", f."L23s",    f."L23m", f."L1a", f."L1s", f."L1m", f."L1ia", f."L1is", f."L1im", f."L23ia", f."L23is", f."L23im" from "LVFidersB" f where f."Ident"=:Info)";
+inline constexpr const char* kSocialDelete =
+    R"( delete from "LVWResultsB" where ("SampleIdent" = :SampleIdent) and  (GUID = :GUID))";
+inline constexpr const char* kSocialSaveResult =
+    R"( update or insert into "LVWResultsB"  ("SampleIdent", GUID, "Wa", "Wa_bus", T, "Info", "Lekv", "ku", "k038", "deltaWa") values (:SampleIdent, :GUID, :Wa, :Wa_bus, :T, :Info, :Lekv, :ku, :k038, :deltaWa) matching ("SampleIdent", GUID))";
+inline constexpr const char* kSocialNextInfo = R"(select GEN_ID("LVFidersBIdent",1) from rdb$database)";
+inline constexpr const char* kSocialSaveScheme =
+    R"(update or insert into "LVFidersB" ("Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms",
+    "Lmm", "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im")
+    values (:Ident, :CosFi, :Unom, :F, :NLines, :dp, :kzap, :dn, :Lma, :Lms, :Lmm, :L23a, :L23s, :L23m, :L23ia,
+    :L23is, :L23im, :L1a, :L1s, :L1m, :L1ia, :L1is, :L1im) matching ("Ident"))";
+// The scheme of the element's nearest stored period: the latest start not after the requested one (and the
+// latest end among those), else the earliest start not before it (and the earliest end).
+inline constexpr const char* kSocialNearestScheme =
+    R"(select first 1 x."Info" from (
+      select * from (select first 1 r."Info", sd."SampleDate1" as "D1", 0 as "Side" from "LVWResultsB" r
+        join "SamplesDates" sd on sd."Ident"=r."SampleIdent" where r.guid=:GUID and sd."SampleDate1"<=:sd1
+        order by sd."SampleDate1" desc, sd."SampleDate2" desc) a
+      union all
+      select * from (select first 1 r."Info", sd."SampleDate1" as "D1", 1 as "Side" from "LVWResultsB" r
+        join "SamplesDates" sd on sd."Ident"=r."SampleIdent" where r.guid=:GUID and sd."SampleDate1">=:sd1
+        order by sd."SampleDate1", sd."SampleDate2") b) x
+    order by x."D1", x."Side")";
+
+// The rows of a level of the generalised-data workbook under a start object (parameter "GUIG"): every owner's
+// GUID and name down to the level ("eGUID", "eName", … "lfGUID", "lfName"), ordered from the top; and their count.
+QString SocialRows(int level);
+QString SocialRowsCount(int level);
+// The queries that give an element's energy into the network ("Wa") or from the busbars ("Wa_bus") for a
+// period (parameters GUID, sd1, sd2), in the order they are tried: each the sum over the months of the period,
+// then the sample of the period itself.
+QStringList SocialEnergy(int level, bool busbars);
 }  // namespace ImportSql

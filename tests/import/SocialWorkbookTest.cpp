@@ -1,0 +1,200 @@
+#include <gtest/gtest.h>
+
+#include "host/Database.h"
+#include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
+#include "host/XlsxReader.h"
+#include "import/LVZamerSocial.h"
+#include "import/xlsLVZamerSocialDLL.h"
+#include "normative/LVNormativUnit.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class Social : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+            if (p.Period == 1)
+                years_.push_back(p);
+        ASSERT_GE(years_.size(), 3u);
+        tp_ = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
+                                                          "\"SampleIdent\"=%1 order by guid")
+                                               .arg(years_[0].Ident)));
+    }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    std::vector<TSamplePeriodInfo> years_;
+    int tp_ = 0;
+};
+}  // namespace
+
+TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
+{
+    TDataAnaliz d;
+    ASSERT_TRUE(d.ReadRecord(*c_, tp_, years_[0]));
+    const int info = d.Info;
+    EXPECT_FALSE(isEmptyFloat(d.Wa));
+    EXPECT_FALSE(isEmptyFloat(d.deltaWa));
+    // The same inputs give the model's numbers.
+    TLVNormativSample0 model;
+    model.Period = years_[0];
+    model.SetWa(d.Wa);
+    model.Setdp(d.dp);
+    EXPECT_DOUBLE_EQ(d.k038(), model.k038());
+
+    // The next year has no result: the scheme carries over, the energies start empty.
+    TDataAnaliz next;
+    ASSERT_TRUE(next.ReadRecord(*c_, tp_, years_[1]));
+    EXPECT_EQ(next.Info, info);
+    EXPECT_TRUE(isEmptyFloat(next.Wa));
+    EXPECT_EQ(next.T, -1);
+    EXPECT_DOUBLE_EQ(next.dp, d.dp);
+    next.Wa = 300;
+    next.T = 8760;
+    c_->StartTransaction(false);
+    next.SaveRecord(*c_, tp_, years_[1].Ident);
+    c_->Commit();
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(tp_)
+                              .arg(years_[1].Ident)),
+              info);
+    EXPECT_EQ(next.Flags & TDataAnaliz::HasLoss, TDataAnaliz::HasLoss);
+
+    // Earlier and later stored periods: the earlier one wins.
+    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3")
+                  .arg(info + 1000)
+                  .arg(tp_)
+                  .arg(years_[1].Ident));
+    Exec(*c_, QStringLiteral("insert into \"LVFidersB\" (\"Ident\", \"dp\") values (%1, 0.25)").arg(info + 1000));
+    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                  .arg(tp_)
+                  .arg(years_[0].Ident));
+    Exec(*c_, QStringLiteral("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)")
+                  .arg(years_[2].Ident)
+                  .arg(tp_)
+                  .arg(info));
+    TDataAnaliz middle;
+    ASSERT_TRUE(middle.ReadRecord(*c_, tp_, years_[0]));  // only the later periods: the earliest of them
+    EXPECT_EQ(middle.Info, info + 1000);
+    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                  .arg(tp_)
+                  .arg(years_[1].Ident));
+    Exec(*c_, QStringLiteral("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)")
+                  .arg(years_[0].Ident)
+                  .arg(tp_)
+                  .arg(info + 1000));
+    ASSERT_TRUE(middle.ReadRecord(*c_, tp_, years_[1]));  // 2023 before and 2025 after: 2023 wins
+    EXPECT_EQ(middle.Info, info + 1000);
+
+    // Supply below the busbars: flags 2 and 4.
+    TDataAnaliz low;
+    low.Wa = 10;
+    low.Wa_bus = 20;
+    low.Calculate();
+    EXPECT_EQ(low.Flags, TDataAnaliz::HasLoss | TDataAnaliz::SupplyBelowBusbars);
+
+    TNodeSocial node(1, "x");
+    try {
+        node.GetItem(0);
+        FAIL() << "a missing child must be refused";
+    } catch (const std::out_of_range& e) {
+        EXPECT_STREQ(e.what(), "Не верный индекс");
+    }
+}
+
+TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
+{
+    const int fider =
+        static_cast<int>(Scalar(*c_, QStringLiteral("select \"OwnerGUID\" from \"Nodes\" where guid=%1").arg(tp_)));
+    TNodeSocialHigh high;
+    high.Open(*c_, fider, 5, years_[0]);
+    ASSERT_GT(high.Count(), 1);
+    const double lowSide = Scalar(*c_, QStringLiteral("select count(*) from \"Nodes\" nod left join \"Transforms2\" t2 "
+                                                      "on t2.\"Ident\"=nod.\"Transf\" left join \"TransformsSS\" ts on "
+                                                      "ts.\"Ident\"=nod.\"Transf\" where nod.\"OwnerGUID\"=%1 and "
+                                                      "(t2.\"UnomH\"<1 or ts.\"UnomH1\"<1 or ts.\"UnomH2\"<1)")
+                                           .arg(fider));
+    EXPECT_EQ(high.Count(), lowSide);
+    EXPECT_THROW(high.ChangePeriod(*c_, TSamplePeriodInfo{987654, "нет", 1, {}, {}, {}}), std::runtime_error);
+
+    // Energies of a substation: no monthly values in the demo, the year's own medium-voltage result answers.
+    high.FillEnergies(*c_);
+    const TNodeSocial& first = high.GetItem(0);
+    const double wn = Scalar(*c_, QStringLiteral("select sum(wn.\"Wa\") from \"WResultsN\" wn join \"MVResults\" mv on "
+                                                 "mv.\"Ident\"=wn.\"Ident\" where wn.guid=%1 and mv.\"SampleIdent\"=%2")
+                                      .arg(first.GUID)
+                                      .arg(years_[0].Ident));
+    EXPECT_NEAR(first.Data.Wa, wn, 1e-9);
+    EXPECT_TRUE(first.Edited);
+
+    // The workbook: inputs in cells, derived values as formulas.
+    const QString book = folder_.Path("social.xlsx");
+    QString error;
+    ASSERT_TRUE(high.WriteWorkbook(book, true, false, error)) << error.toStdString();
+    const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
+    EXPECT_TRUE(sheet.contains("<f>AE3+4*AH3+6/10*AK3</f>"));  // single-phase equivalent: columns 31, 34, 37
+    EXPECT_TRUE(sheet.contains("<f>AE3+AF3</f>"));             // single-phase aluminium with its inputs
+    EXPECT_TRUE(sheet.contains("7.78-2.67*L3-1.48*L3*L3)*(1.25+0.14*L3)"));
+    EXPECT_TRUE(sheet.contains("IF(AND(ISNUMBER(D3),ISNUMBER(AV3),D3&lt;&gt;0),AV3/D3*100"));
+    EXPECT_TRUE(sheet.contains("SQRT(3)"));
+    TXlsxWorkbook read;
+    ASSERT_TRUE(read.Open(book, error));
+    EXPECT_EQ(read.SheetNames(), QStringList({"ТП"}));
+    EXPECT_EQ(read.Cell(0, 3, 8).toString(), "400/230");
+
+    EXPECT_EQ(high.Save(*c_), high.Count());  // the energies filled mark every row
+    EXPECT_NEAR(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                                .arg(first.GUID)
+                                .arg(years_[0].Ident)),
+                wn, 1e-9);
+    EXPECT_EQ(high.ReadWorkbook(book, error), 0);  // the workbook holds what was saved
+
+    // A user's change in the workbook: the row is marked, saved with its results.
+    TNodeSocialHigh edited;
+    edited.Open(*c_, fider, 5, years_[0]);
+    edited.GetItem(0).Data.dp = 0.5;
+    const QString changed = folder_.Path("social2.xlsx");
+    ASSERT_TRUE(edited.WriteWorkbook(changed, true, true, error));
+    EXPECT_EQ(high.ReadWorkbook(changed, error), 1);
+    EXPECT_EQ(high.Save(*c_), 1);
+    TDataAnaliz back;
+    ASSERT_TRUE(back.ReadRecord(*c_, first.GUID, years_[0]));
+    EXPECT_DOUBLE_EQ(back.dp, 0.5);
+    EXPECT_DOUBLE_EQ(back.k038Value, back.k038());
+}
+
+TEST_F(Social, FormOfTheWorkbook)
+{
+    SetCurrentDatabase(db_.get());
+    const int fider =
+        static_cast<int>(Scalar(*c_, QStringLiteral("select \"OwnerGUID\" from \"Nodes\" where guid=%1").arg(tp_)));
+    TxlsLVZamerSocialForm form;
+    form.SetFileName(folder_.Path("form.xlsx"));
+    form.SetParam(fider);
+    ASSERT_TRUE(form.CanOpen());
+    form.SelectInterval(years_[0].Ident);
+    ASSERT_GT(form.Rows().Count(), 1);
+    EXPECT_EQ(form.Rows().Level(), 5);
+    form.FillEnergies();
+    ASSERT_TRUE(form.WriteWorkbook());
+    form.SetReadOnly(true);
+    EXPECT_FALSE(form.Save());
+    form.SetReadOnly(false);
+    EXPECT_TRUE(form.Save());
+    EXPECT_EQ(form.Log().last().value, form.Rows().Count());
+    ASSERT_TRUE(form.ReadWorkbook());
+    EXPECT_EQ(form.Log().last().value, 0);
+    form.SelectLevel(6);  // the feeder's LV lines
+    EXPECT_EQ(form.Rows().Count(), Scalar(*c_, QStringLiteral("select count(*) from \"LVFiders\" lf join \"Nodes\" "
+                                                              "nod on nod.guid=lf.\"OwnerGUID\" where "
+                                                              "nod.\"OwnerGUID\"=%1")
+                                                   .arg(fider)));
+    EXPECT_EQ(form.Rows().Level(), 6);
+    SetCurrentDatabase(nullptr);
+}
