@@ -151,7 +151,8 @@ void TxlsLVZamerForm::SelectInterval(int sampleIdent)
 void TxlsLVZamerForm::Reload()
 {
     TCurrentDatabase* db = CurrentDatabase();
-    data_.Load(*db->GetDefaultConnection(), db->GetTree()->Find(object_), interval_.Ident, Hours(), switches_[1]);
+    data_.Load(*db->GetDefaultConnection(), db->GetTree()->Find(object_), interval_.Ident, Hours(), switches_[1],
+               switches_[2]);
     ShowTable();
 }
 

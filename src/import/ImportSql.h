@@ -23,6 +23,22 @@ inline constexpr const char* kSaveLVWSamples =
     values (:SampleIdent, :GUID, 0, :Wa, :T, :UA, :UB, :UC, :IA, :IB, :IC, :ImaxA, :ImaxB, :ImaxC, :CosFiA, :CosFiB,
     :CosFiC, :Kdp, :Kzap, :sqrKfg, :Temperature) matching ("SampleIdent", "GUID"))";
 
+// The consumers of an interval and their loads.
+inline constexpr const char* kConsumers =
+    R"(select c.guid, c."Name", c."OwnerGUID", c."Pust", c."flagPu" from "LVConsumers" c where (c."SampleIdent"=:Ident)
+    order by c."OwnerGUID", c.guid)";
+inline constexpr const char* kLVWLoads = R"(select * from "LVWLoads" where ("SampleIdent"=:Ident))";
+inline constexpr const char* kLVPLoads = R"(select * from "LVPLoads" where ("SampleIdent"=:Ident))";
+inline constexpr const char* kSaveLVWLoads =
+    R"(update or insert into "LVWLoads" ("SampleIdent", "GUID", "Wa", "Wr", "CosFi") values (:SampleIdent, :GUID, :Wa,
+    :Wr, :CosFi) matching ("SampleIdent", "GUID"))";
+inline constexpr const char* kSaveConsumer =
+    R"(update "LVConsumers" set "Pust"=:Pust, "flagPu"=:flagPu where "SampleIdent"=:SampleIdent and "GUID"=:GUID)";
+inline constexpr const char* kSaveLVPLoads =
+    R"(update or insert into "LVPLoads" ("SampleIdent", "GUID", "Wa", "Wr", "CosFi", "Pz", "Pi", "I", "LoadType",
+    "Param1", "Param2") values (:SampleIdent, :GUID, :Wa, :Wr, :CosFi, :Pz, :Pi, :I, :LoadType, :Param1, :Param2)
+    matching ("SampleIdent", "GUID"))";
+
 // The peak-load (Tmax) tables of an interval.
 inline constexpr const char* kPTPInfo = R"(select * from "LVPTPInfo" where ("SampleIdent"=:Ident))";
 inline constexpr const char* kLVPSamples = R"(select * from "LVPSamples" where ("SampleIdent"=:Ident))";

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QHash>
+#include <QSet>
 #include <cmath>
 #include <functional>
 #include <xlsxwriter.h>
@@ -171,6 +172,58 @@ TLVZamerRecord::TLVZamerRecord()
         a->fill(EmptyFloat());
 }
 
+namespace {
+using Consumer = TLVZamerConsumer;
+struct ConsumerColumn {
+    int number;
+    QString caption;
+    std::function<double&(Consumer&)> field;
+};
+const QString kConsumerSheet = QStringLiteral("Абоненты");
+constexpr int kConsumerGuid = 10, kConsumerType = 11, kConsumerOwner = 12;
+
+// The consumers' values: the sheet's own columns 3 to 6, then service columns after the computed ones.
+const std::vector<ConsumerColumn>& consumerColumns(TLVZamerKind kind)
+{
+    static const std::vector<ConsumerColumn> energy = {
+        {3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }},
+        {4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }},
+        {5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }},
+        {6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }},
+    };
+    static const std::vector<ConsumerColumn> peak = {
+        {3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }},
+        {4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }},
+        {5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }},
+        {6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }},
+        {13, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }},
+        {14, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }},
+        {16, QStringLiteral("Параметр 1"), [](Consumer& c) -> double& { return c.Param1; }},
+        {17, QStringLiteral("Параметр 2"), [](Consumer& c) -> double& { return c.Param2; }},
+    };
+    return kind == TLVZamerKind::W ? energy : peak;
+}
+
+// The computed columns of the consumers' sheet: the apparent energy, the reactive energy by the power factor and
+// the power factor by the two energies.
+QString consumerFormula(int column, int row)
+{
+    const QString w = cell(3, row), wr = cell(4, row), cos = cell(5, row);
+    switch (column) {
+    case 7: return QStringLiteral("SQRT(N(%1)^2+N(%2)^2)").arg(w, wr);
+    case 8: return QStringLiteral("SQRT(IF(AND(ISNUMBER(%1),%1<>0),1/%1^2-1,0))*N(%2)").arg(cos, w);
+    default: return QStringLiteral("COS(ATAN(IF(AND(ISNUMBER(%1),%1<>0),N(%2)/%1,0)))").arg(w, wr);
+    }
+}
+const char* const kConsumerComputed[3] = {"S, тыс. кВ·А·ч", "Wr по cosφ, тыс. квар·ч", "cosφ по W и Wr"};
+}  // namespace
+
+TLVZamerConsumer::TLVZamerConsumer()
+    : W_sum(EmptyFloat()), Wr(EmptyFloat()), CosFi(EmptyFloat()), Pust(EmptyFloat()), Pz(EmptyFloat()),
+      Pi(EmptyFloat()), I(EmptyFloat()), Param1(EmptyFloat()), Param2(EmptyFloat())
+{
+}
+
 bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked)
 {
     if (clicked < 0 || clicked > 2)
@@ -205,43 +258,41 @@ QString TLVZamerData::ColumnCaption(int column) const
 }
 
 void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours,
-                        bool withLines)
+                        bool withLines, bool withConsumers)
 {
     records_.clear();
+    consumers_.clear();
+    withConsumers_ = withConsumers;
     sampleIdent_ = sampleIdent;
     hours_ = hours;
     if (!item)
         return;
     // The substations under the item in the tree's order (a substation shown twice counts once), each
     // followed by its LV feeders.
+    QList<int> feeders;
     std::function<void(ToznListItemCommon*)> walk = [&](ToznListItemCommon* i) {
         if (i->isLink())
             return;
-        if (i->GetNodeType() == NodeType::Nodes) {
-            R tp;
-            tp.TypeRec = R::TP;
-            tp.Guid = i->GetIdent();
-            tp.Name = i->GetText();
-            tp.Unom = i->GetUnom();
-            tp.MeterName = i->GetMeterName();
-            records_.push_back(tp);
-            if (!withLines)
-                return;
+        const int type = i->GetNodeType();
+        if (type == NodeType::Nodes || (type == NodeType::LVFiders && withLines)) {
+            R r;
+            r.TypeRec = type == NodeType::Nodes ? R::TP : R::Line;
+            r.Guid = i->GetIdent();
+            r.Name = i->GetText();
+            r.Unom = i->GetUnom();
+            r.MeterName = i->GetMeterName();
+            records_.push_back(r);
         }
-        if (i->GetNodeType() == NodeType::LVFiders) {
-            R line;
-            line.TypeRec = R::Line;
-            line.Guid = i->GetIdent();
-            line.Name = i->GetText();
-            line.Unom = i->GetUnom();
-            line.MeterName = i->GetMeterName();
-            records_.push_back(line);
+        if (type == NodeType::LVFiders) {
+            feeders.append(i->GetIdent());
             return;
         }
         for (int c = 0; c < i->GetCount(); ++c)
             walk(i->GetItems(c));
     };
     walk(item->Target());
+    if (withConsumers)
+        LoadConsumers(connection, feeders);
     QHash<quint64, size_t> index;
     for (size_t n = 0; n < records_.size(); ++n) {
         records_[n].Num = static_cast<int>(n) + 1;
@@ -392,6 +443,8 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
         worksheet_write_string(sheet, row, kMeterColumn - 1, utf8(r.MeterName).constData(), nullptr);
         worksheet_write_string(sheet, row, kColoursColumn - 1, utf8(r.ColorsCells).constData(), nullptr);
     }
+    if (withConsumers_)
+        WriteConsumers(book, head, value, computed);
     const lxw_error status = workbook_close(book);
     if (status != LXW_NO_ERROR || (QFile::remove(file), !QFile::rename(temporary, file))) {
         QFile::remove(temporary);
@@ -399,6 +452,50 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
         return false;
     }
     return true;
+}
+
+void TLVZamerData::WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_format* value, lxw_format* computed) const
+{
+    lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(kConsumerSheet).constData());
+    const std::vector<ConsumerColumn>& columns = consumerColumns(kind_);
+    auto headCell = [&](int column, const QString& caption) {
+        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(column - 1), utf8(caption).constData(), head);
+        worksheet_write_number(sheet, 1, static_cast<lxw_col_t>(column - 1), column, head);
+    };
+    headCell(1, QStringLiteral("№ п/п"));
+    headCell(2, QStringLiteral("Наименование"));
+    for (const ConsumerColumn& c : columns)
+        if (c.number <= 9)
+            headCell(c.number, c.caption);
+    for (int k = 0; k < 3; ++k)
+        headCell(7 + k, QString::fromUtf8(kConsumerComputed[k]));
+    worksheet_set_row(sheet, 0, 45, nullptr);
+    worksheet_set_column(sheet, 1, 1, 36, nullptr);
+    lxw_row_col_options hidden = {1, 0, 0};
+    worksheet_set_column_opt(sheet, kConsumerGuid - 1, 16, 8, nullptr, &hidden);
+    for (const Consumer& constConsumer : consumers_) {
+        Consumer c = constConsumer;
+        const auto row = static_cast<lxw_row_t>(c.NumStr - 1);
+        worksheet_write_number(sheet, row, 0, c.Num, nullptr);
+        worksheet_write_string(sheet, row, 1, utf8(c.Name).constData(), nullptr);
+        for (const ConsumerColumn& col : columns) {
+            const double v = col.field(c);
+            if (!isEmptyFloat(v))
+                worksheet_write_number(sheet, row, static_cast<lxw_col_t>(col.number - 1), v, value);
+            else
+                worksheet_write_blank(sheet, row, static_cast<lxw_col_t>(col.number - 1), value);
+        }
+        for (int k = 7; k <= 9; ++k)
+            worksheet_write_formula(sheet, row, static_cast<lxw_col_t>(k - 1),
+                                    utf8(QLatin1Char('=') + consumerFormula(k, c.NumStr)).constData(), computed);
+        worksheet_write_number(sheet, row, kConsumerGuid - 1, c.Guid, nullptr);
+        worksheet_write_number(sheet, row, kConsumerType - 1, TLVZamerRecord::Consumer, nullptr);
+        worksheet_write_number(sheet, row, kConsumerOwner - 1, c.OwnerGuid, nullptr);
+        if (kind_ == TLVZamerKind::W)
+            worksheet_write_number(sheet, row, 12, c.FlagPu, nullptr);
+        else
+            worksheet_write_number(sheet, row, 14, c.LoadType, nullptr);
+    }
 }
 
 void TLVZamerData::ReadRow(const TXlsxWorkbook& book, int sheet, int row, R& r)
@@ -441,6 +538,8 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
         return -1;
     }
     int changed = 0;
+    if (const int consumers = book.SheetIndex(kConsumerSheet); consumers >= 0)
+        changed += ReadConsumers(book, consumers);
     for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
         const int guid = static_cast<int>(number(book.Cell(sheet, row, kGuidColumn)));
         const int kind = static_cast<int>(number(book.Cell(sheet, row, kTypeColumn)));
@@ -462,6 +561,7 @@ int TLVZamerData::Save(ToznFDConnection& connection)
     connection.StartTransaction(false);
     try {
         written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);
+        written += SaveConsumers(connection);
         connection.Commit();
     } catch (...) {
         connection.Rollback();
@@ -472,6 +572,11 @@ int TLVZamerData::Save(ToznFDConnection& connection)
             r.EditRec = false;
             r.EditT = false;
             r.inBase = true;
+        }
+    for (Consumer& c : consumers_)
+        if (c.EditRec) {
+            c.EditRec = false;
+            c.inBase = true;
         }
     return written;
 }
@@ -554,4 +659,112 @@ void TLVZamerData::ChangeInterval(int sampleIdent, int hours)
     }
     sampleIdent_ = sampleIdent;
     hours_ = hours;
+}
+
+void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>& feeders)
+{
+    const QSet<int> under(feeders.begin(), feeders.end());
+    QHash<int, size_t> index;
+    GuardedRead(connection, [&] {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(ImportSql::kConsumers));
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
+        for (q->Open(); !q->Eof(); q->Next()) {
+            Consumer c;
+            c.OwnerGuid = q->Int(QStringLiteral("OwnerGUID"));
+            if (!under.contains(c.OwnerGuid))
+                continue;
+            c.Guid = q->Int(QStringLiteral("GUID"));
+            c.Name = q->Str(QStringLiteral("Name"));
+            c.Pust = q->Float(QStringLiteral("Pust"));
+            c.FlagPu = q->Int(QStringLiteral("flagPu"));
+            index.insert(c.Guid, consumers_.size());
+            consumers_.push_back(c);
+        }
+        q->SetSQLText(QString::fromUtf8(kind_ == TLVZamerKind::W ? ImportSql::kLVWLoads : ImportSql::kLVPLoads));
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
+        for (q->Open(); !q->Eof(); q->Next()) {
+            const auto it = index.constFind(q->Int(QStringLiteral("GUID")));
+            if (it == index.cend())
+                continue;
+            Consumer& c = consumers_[*it];
+            c.inBase = true;
+            c.W_sum = q->Float(QStringLiteral("Wa"));
+            c.Wr = q->Float(QStringLiteral("Wr"));
+            c.CosFi = q->Float(QStringLiteral("CosFi"));
+            if (kind_ == TLVZamerKind::Tmax) {
+                for (auto [field, name] : {std::pair{&Consumer::Pz, "Pz"},
+                                           {&Consumer::Pi, "Pi"},
+                                           {&Consumer::I, "I"},
+                                           {&Consumer::Param1, "Param1"},
+                                           {&Consumer::Param2, "Param2"}})
+                    c.*field = q->Float(QString::fromLatin1(name));
+                c.LoadType = q->Int(QStringLiteral("LoadType"));
+            }
+        }
+    });
+    for (size_t n = 0; n < consumers_.size(); ++n) {
+        consumers_[n].Num = static_cast<int>(n) + 1;
+        consumers_[n].NumStr = FirstRow + static_cast<int>(n);
+    }
+}
+
+int TLVZamerData::ReadConsumers(const TXlsxWorkbook& book, int sheet)
+{
+    int changed = 0;
+    for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
+        const int guid = static_cast<int>(number(book.Cell(sheet, row, kConsumerGuid)));
+        for (Consumer& c : consumers_) {
+            if (c.Guid != guid)
+                continue;
+            Consumer read = c;
+            bool edited = false;
+            for (const ConsumerColumn& col : consumerColumns(kind_)) {
+                col.field(read) = number(book.Cell(sheet, row, col.number));
+                edited = edited || !same(col.field(read), col.field(c));
+            }
+            if (edited) {
+                changed += c.EditRec ? 0 : 1;
+                read.EditRec = true;
+                read.NumStr = row;
+                c = read;
+            }
+            break;
+        }
+    }
+    return changed;
+}
+
+int TLVZamerData::SaveConsumers(ToznFDConnection& connection)
+{
+    auto loads = connection.NewQuery(), consumers = connection.NewQuery();
+    loads->SetSQLText(
+        QString::fromUtf8(kind_ == TLVZamerKind::W ? ImportSql::kSaveLVWLoads : ImportSql::kSaveLVPLoads));
+    consumers->SetSQLText(QString::fromUtf8(ImportSql::kSaveConsumer));
+    int written = 0;
+    // The loads first, then the consumers' own values.
+    for (const Consumer& c : consumers_) {
+        if (!c.EditRec)
+            continue;
+        loads->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_).ParamByName(QStringLiteral("GUID"), c.Guid);
+        loads->ParamFloat(QStringLiteral("Wa"), c.W_sum).ParamFloat(QStringLiteral("Wr"), c.Wr);
+        loads->ParamFloat(QStringLiteral("CosFi"), c.CosFi);
+        if (kind_ == TLVZamerKind::Tmax) {
+            loads->ParamFloat(QStringLiteral("Pz"), c.Pz).ParamFloat(QStringLiteral("Pi"), c.Pi);
+            loads->ParamFloat(QStringLiteral("I"), c.I).ParamByName(QStringLiteral("LoadType"), c.LoadType);
+            loads->ParamFloat(QStringLiteral("Param1"), c.Param1).ParamFloat(QStringLiteral("Param2"), c.Param2);
+        }
+        loads->ExecSQL();
+        ++written;
+    }
+    if (kind_ == TLVZamerKind::W)
+        for (const Consumer& c : consumers_)
+            if (c.EditRec) {
+                consumers->ParamByName(QStringLiteral("SampleIdent"), sampleIdent_)
+                    .ParamByName(QStringLiteral("GUID"), c.Guid);
+                consumers->ParamFloat(QStringLiteral("Pust"), c.Pust)
+                    .ParamByName(QStringLiteral("flagPu"), isEmptyFloat(c.Pust) ? 0 : 1);
+                consumers->ExecSQL();
+            }
+    return written;
 }

@@ -6,6 +6,8 @@
 class ToznFDConnection;
 class ToznListItemCommon;
 class TXlsxWorkbook;
+struct lxw_workbook;
+struct lxw_format;
 
 // The two measurement workbooks: energy (W) and peak load (Tmax).
 enum class TLVZamerKind { W, Tmax };
@@ -33,6 +35,20 @@ struct TLVZamerRecord {
     TLVZamerRecord();
 };
 
+// One row of the consumers' sheet: a consumer of an LV feeder with its load of the interval.
+struct TLVZamerConsumer {
+    int NumStr = 0, Num = 0, Guid = 0, OwnerGuid = 0;
+    QString Name;
+    bool inBase = false;
+    bool EditRec = false;
+    double W_sum, Wr, CosFi;           // both workbooks
+    double Pust;                       // energy workbook: installed power, kW
+    int FlagPu = 0;                    // energy workbook: the installed power is given
+    double Pz, Pi, I, Param1, Param2;  // peak-load workbook
+    int LoadType = 0;
+    TLVZamerConsumer();
+};
+
 // The content switches "ТП", "ТП и Линии" and "Абоненты": the clicked one toggles; "Абоненты" and "ТП и Линии"
 // exclude each other; a click that would leave none on is undone. Returns whether the click was taken.
 bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked);
@@ -48,9 +64,12 @@ public:
     static constexpr int FirstRow = 3;        // rows 1 and 2 hold the captions and the column numbers
 
     // Loads the objects under a tree item with their stored values of an interval (sample ident, hours).
-    void Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours, bool withLines);
+    void Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours, bool withLines,
+              bool withConsumers = false);
     std::vector<TLVZamerRecord>& Records() { return records_; }
     const std::vector<TLVZamerRecord>& Records() const { return records_; }
+    // The consumers' sheet, filled when consumers are shown.
+    std::vector<TLVZamerConsumer>& Consumers() { return consumers_; }
     int SampleIdent() const { return sampleIdent_; }
     int Hours() const { return hours_; }
 
@@ -68,11 +87,17 @@ public:
 
 private:
     void ReadRow(const TXlsxWorkbook& book, int sheet, int row, TLVZamerRecord& r);
+    void LoadConsumers(ToznFDConnection& connection, const QList<int>& feeders);
+    int ReadConsumers(const TXlsxWorkbook& book, int sheet);
+    int SaveConsumers(ToznFDConnection& connection);
+    void WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_format* value, lxw_format* computed) const;
     // The marked rows into the interval's tables, inside the caller's transaction.
     int SaveEnergy(ToznFDConnection& connection);
     int SavePeak(ToznFDConnection& connection);
     TLVZamerKind kind_;
     std::vector<TLVZamerRecord> records_;
+    std::vector<TLVZamerConsumer> consumers_;
+    bool withConsumers_ = false;
     int sampleIdent_ = 0;
     int hours_ = 0;
 };

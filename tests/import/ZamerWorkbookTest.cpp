@@ -209,3 +209,55 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     EXPECT_EQ(
         Scalar(*c_, QStringLiteral("select count(*) from \"WLoads\" where guid=%1 and \"Kzap\" is null").arg(tp_)), 0);
 }
+
+TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
+{
+    const int feeder =
+        static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 "
+                                                    "order by guid")
+                                         .arg(tp_)));
+    for (int k = 1; k <= 2; ++k)
+        Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\", "
+                                 "\"Pust\", \"flagPu\") values (%1, %2, 'Дом %3', %4, 15, 1)")
+                      .arg(sample_)
+                      .arg(800000 + k)
+                      .arg(k)
+                      .arg(feeder));
+    Exec(*c_, QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\", \"Wr\", \"CosFi\") values "
+                             "(%1, 800001, 12.5, 4, 0.95)")
+                  .arg(sample_));
+    TLVZamerData data;
+    data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, false, true);
+    EXPECT_EQ(data.Records().size(), 1u);  // substations only beside consumers
+    ASSERT_EQ(data.Consumers().size(), 2u);
+    EXPECT_DOUBLE_EQ(data.Consumers()[0].W_sum, 12.5);
+    EXPECT_TRUE(data.Consumers()[0].inBase);
+    EXPECT_FALSE(data.Consumers()[1].inBase);
+
+    QString error;
+    TLVZamerData edited = data;
+    edited.Consumers()[1].W_sum = 7;
+    edited.Consumers()[1].Pust = 20;
+    const QString book = folder_.Path("consumers.xlsx");
+    ASSERT_TRUE(edited.WriteWorkbook(book, error));
+    TXlsxWorkbook read;
+    ASSERT_TRUE(read.Open(book, error));
+    EXPECT_EQ(read.SheetNames(), QStringList({"ТП и линии", "Абоненты"}));
+    const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet2.xml"));
+    EXPECT_TRUE(sheet.contains("<f>SQRT(N(C3)^2+N(D3)^2)</f>"));
+    EXPECT_TRUE(sheet.contains("<f>COS(ATAN("));
+    EXPECT_EQ(data.ReadWorkbook(book, error), 1);
+    EXPECT_EQ(data.Save(*c_), 1);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWLoads\" where guid=800002 and "
+                                                "\"SampleIdent\"=%1")
+                                     .arg(sample_)),
+                     7);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Pust\" from \"LVConsumers\" where guid=800002 and "
+                                                "\"SampleIdent\"=%1")
+                                     .arg(sample_)),
+                     20);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWLoads\" where guid=800001 and "
+                                                "\"SampleIdent\"=%1")
+                                     .arg(sample_)),
+                     12.5);  // untouched
+}
