@@ -44,6 +44,15 @@ protected:
                                                           "l2.\"OwnerGUID\"=ti.guid and l2.guid<>lf.guid)) order by 1")
                                                .arg(sample_)));
     }
+    // A stored value of an object in an interval table; -1 for NULL.
+    double Stored(const char* table, const char* column, int guid, int sample)
+    {
+        return Scalar(*c_,
+                      QStringLiteral("select coalesce(\"%2\", -1) from \"%1\" where guid=%3 and \"SampleIdent\"=%4")
+                          .arg(table, column)
+                          .arg(guid)
+                          .arg(sample));
+    }
     TempFolder folder_;
     std::unique_ptr<TfdbDatabase> db_;
     ToznFDConnection* c_ = nullptr;
@@ -59,10 +68,7 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     ASSERT_GE(rows.size(), 3u);  // the substation and at least two feeders
     EXPECT_EQ(rows[0].TypeRec, TLVZamerRecord::TP);
     EXPECT_EQ(rows[1].TypeRec, TLVZamerRecord::Line);
-    EXPECT_DOUBLE_EQ(rows[0].W, Scalar(*c_, QStringLiteral("select \"Wa\" from \"WLoads\" where guid=%1 and "
-                                                           "\"SampleIdent\"=%2")
-                                                .arg(tp_)
-                                                .arg(sample_)));
+    EXPECT_DOUBLE_EQ(rows[0].W, Stored("WLoads", "Wa", tp_, sample_));
     EXPECT_DOUBLE_EQ(rows[0].U[1], 231);
     EXPECT_TRUE(rows[0].Phases[0]);
 
@@ -97,13 +103,7 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     EXPECT_FALSE(rows[2].EditRec);
     EXPECT_DOUBLE_EQ(rows[0].Kzap, 0.5);  // not read beside a form factor
     EXPECT_EQ(data.Save(*c_), 2);
-    auto stored = [&](const char* table, const char* column, int guid) {
-        return Scalar(*c_,
-                      QStringLiteral("select coalesce(\"%2\", -1) from \"%1\" where guid=%3 and \"SampleIdent\"=%4")
-                          .arg(table, column)
-                          .arg(guid)
-                          .arg(sample_));
-    };
+    auto stored = [&](const char* table, const char* column, int guid) { return Stored(table, column, guid, sample_); };
     EXPECT_DOUBLE_EQ(stored("LVWSamples", "Wa", rows[1].Guid), 123.4);
     EXPECT_DOUBLE_EQ(stored("WLoads", "sqrKfg", tp_), 1.25);
     EXPECT_DOUBLE_EQ(stored("WLoads", "Kzap", tp_), 0.5);
@@ -195,16 +195,8 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     EXPECT_TRUE(sheet.contains("<f>(1+2*R3)*R3/3</f>"));
     EXPECT_EQ(data.ReadWorkbook(book, error), 2);
     EXPECT_EQ(data.Save(*c_), 2);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Tau\" from \"LVPTPInfo\" where guid=%1 and "
-                                                "\"SampleIdent\"=%2")
-                                     .arg(tp_)
-                                     .arg(year)),
-                     2500);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Tmax\" from \"LVPSamples\" where guid=%1 and "
-                                                "\"SampleIdent\"=%2")
-                                     .arg(rows[1].Guid)
-                                     .arg(year)),
-                     4100);
+    EXPECT_DOUBLE_EQ(Stored("LVPTPInfo", "Tau", tp_, year), 2500);
+    EXPECT_DOUBLE_EQ(Stored("LVPSamples", "Tmax", rows[1].Guid, year), 4100);
     // The energy tables are not touched by the peak-load workbook.
     EXPECT_EQ(
         Scalar(*c_, QStringLiteral("select count(*) from \"WLoads\" where guid=%1 and \"Kzap\" is null").arg(tp_)), 0);
@@ -248,16 +240,8 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
     EXPECT_TRUE(sheet.contains("<f>COS(ATAN("));
     EXPECT_EQ(data.ReadWorkbook(book, error), 1);
     EXPECT_EQ(data.Save(*c_), 1);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWLoads\" where guid=800002 and "
-                                                "\"SampleIdent\"=%1")
-                                     .arg(sample_)),
-                     7);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Pust\" from \"LVConsumers\" where guid=800002 and "
-                                                "\"SampleIdent\"=%1")
-                                     .arg(sample_)),
-                     20);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWLoads\" where guid=800001 and "
-                                                "\"SampleIdent\"=%1")
-                                     .arg(sample_)),
+    EXPECT_DOUBLE_EQ(Stored("LVWLoads", "Wa", 800002, sample_), 7);
+    EXPECT_DOUBLE_EQ(Stored("LVConsumers", "Pust", 800002, sample_), 20);
+    EXPECT_DOUBLE_EQ(Stored("LVWLoads", "Wa", 800001, sample_),
                      12.5);  // untouched
 }
