@@ -10,6 +10,7 @@
 #include "app/CliJobs.h"
 #include "app/MainWindow.h"
 #include "app/PluginLoader.h"
+#include "app/QuitOnSignals.h"
 #include "feeders/FeederSampleCalculator.h"
 #include "host/Database.h"
 #include "host/Progress.h"
@@ -34,6 +35,7 @@ void reportFailure(const QString& error)
 
 int runWindow(int argc, char** argv, const QString& connection)
 {
+    BlockStopSignals();
     QApplication app(argc, argv);
     // The standard buttons and dialogs of the toolkit speak the users' language.
     QTranslator translator;
@@ -56,6 +58,7 @@ int runWindow(int argc, char** argv, const QString& connection)
     host::SetProgress(&progress);
     MainWindow window(database.get(), &plugin);
     window.show();
+    QuitOnSignals(app);
     const int code = app.exec();
     host::SetProgress(nullptr);
     return code;
