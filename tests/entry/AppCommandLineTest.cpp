@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QThread>
 
 #include "support/TestSupport.h"
 
@@ -94,4 +95,26 @@ TEST(AppCommandLine, DemoDatabaseIsFilledOnceAndOpensInTheWindow)
     r = run({"stats", "--db", path});
     EXPECT_TRUE(r.out.contains("7 Линии 0,4 кВ: "));
     EXPECT_TRUE(r.out.contains("4 Секции: 16"));
+}
+
+TEST(AppCommandLine, TheWindowEndsCleanlyWhenTheProcessIsAskedToStop)
+{
+    TempFolder folder;
+    const QString path = folder.Path("demo.fdb");
+    ASSERT_EQ(run({"demo-db", path, "--size", "small"}).code, 0);
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    p.setProcessEnvironment(env);
+    p.start(AppPath(), {"--db", path});
+    ASSERT_TRUE(p.waitForStarted());
+    // The window is up once the database is open: the file is then locked by the process.
+    QThread::msleep(3000);
+    ASSERT_EQ(p.state(), QProcess::Running) << p.readAllStandardError().toStdString();
+    p.terminate();  // SIGTERM
+    ASSERT_TRUE(p.waitForFinished(30000));
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(p.exitCode(), 0);
+    // Detached: the database opens again in another process.
+    EXPECT_EQ(run({"stats", "--db", path}).code, 0);
 }
