@@ -3,8 +3,10 @@
 #include <QDir>
 #include <QFile>
 #include <QHBoxLayout>
+#include <QInputDialog>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QTableWidget>
 #include <QToolButton>
@@ -68,7 +70,10 @@ TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerS
     read->setObjectName(QStringLiteral("btnRead"));
     save_ = new QPushButton(QStringLiteral("Сохранить"), this);
     save_->setObjectName(QStringLiteral("itemSave"));
-    for (QPushButton* b : {open, read, save_})
+    auto* newInterval = new QPushButton(QStringLiteral("Новый интервал"), this);
+    newInterval->setObjectName(QStringLiteral("itemNewDate"));
+    connect(newInterval, &QPushButton::clicked, this, &TxlsLVZamerForm::ChooseNewInterval);
+    for (QPushButton* b : {newInterval, open, read, save_})
         bar->addWidget(b);
     Body()->insertLayout(0, bar);
     auto* splitter = new QSplitter(this);
@@ -148,6 +153,38 @@ void TxlsLVZamerForm::SelectInterval(int sampleIdent)
     IntervalChosen();
 }
 
+bool TxlsLVZamerForm::MoveToInterval(int sampleIdent)
+{
+    const TSamplePeriodInfo* target = CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sampleIdent);
+    if (!target || target->Ident == interval_.Ident)
+        return false;
+    interval_ = *target;
+    {
+        const QSignalBlocker blocker(intervals_);
+        intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+    }
+    // The rows go over to the new interval with what they hold.
+    data_.ChangeInterval(interval_.Ident, Hours());
+    AddLog(QStringLiteral("Новый интервал: %1").arg(interval_.Name), 1, interval_.Ident);
+    ShowTable();
+    if (QFile::exists(Workbook()))
+        WriteWorkbook();
+    return true;
+}
+
+void TxlsLVZamerForm::ChooseNewInterval()
+{
+    QStringList names;
+    for (int i = 0; i < intervals_->count(); ++i)
+        names << intervals_->itemText(i);
+    bool ok = false;
+    const QString chosen =
+        QInputDialog::getItem(this, QStringLiteral("Новый интервал"), QStringLiteral("Перенести данные в интервал"),
+                              names, intervals_->currentIndex(), false, &ok);
+    if (ok)
+        MoveToInterval(intervals_->itemData(names.indexOf(chosen)).toInt());
+}
+
 void TxlsLVZamerForm::Reload()
 {
     TCurrentDatabase* db = CurrentDatabase();
@@ -162,13 +199,9 @@ void TxlsLVZamerForm::IntervalChosen()
         CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
     if (!chosen || chosen->Ident == interval_.Ident)
         return;
+    // Another interval shows what is stored for it.
     interval_ = *chosen;
-    // The rows go over to the new interval with what they hold.
-    data_.ChangeInterval(interval_.Ident, Hours());
-    AddLog(QStringLiteral("Новый интервал: %1").arg(interval_.Name), 1, interval_.Ident);
-    ShowTable();
-    if (QFile::exists(Workbook()))
-        WriteWorkbook();
+    Reload();
 }
 
 void TxlsLVZamerForm::ClickSwitch(int index)

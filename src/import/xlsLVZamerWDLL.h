@@ -34,12 +34,17 @@ public:
     void ClickSwitch(int index);
     std::array<bool, 3> Switches() const { return switches_; }
     void SelectObject(int guid);
+    // Shows what is stored for another interval.
     void SelectInterval(int sampleIdent);
+    // Carries the table over to another interval ("Новый интервал"): the rows keep their values, hours equal to
+    // the old interval's become the new one's; false when the interval is unknown or the same.
+    bool MoveToInterval(int sampleIdent);
     QString Workbook() const;
 
 private:
     void ShowTable();
     void IntervalChosen();
+    void ChooseNewInterval();
     int Hours() const;
     TLVZamerData data_;
     std::array<bool, 3> switches_{true, true, false};

@@ -140,6 +140,7 @@ TEST_F(Zamer, FormWritesReadsAndSavesUnlessReadOnly)
     form.SetParam(tp_);
     ASSERT_TRUE(form.CanOpen());
     form.SelectInterval(sample_);
+    EXPECT_DOUBLE_EQ(form.Data().Records()[0].W, Stored("WLoads", "Wa", tp_, sample_));  // the interval's own data
     const size_t withLines = form.Data().Records().size();
     ASSERT_GE(withLines, 3u);
     EXPECT_EQ(form.findChild<QTableWidget*>("GridRows")->rowCount(), static_cast<int>(withLines));
@@ -159,6 +160,15 @@ TEST_F(Zamer, FormWritesReadsAndSavesUnlessReadOnly)
     EXPECT_FALSE(form.Save());
     form.SetReadOnly(false);
     EXPECT_TRUE(form.Save());
+    // Carried over to another interval, the row keeps its values and is stored there.
+    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select min(\"Ident\") from \"SamplesDates\" where "
+                                                                  "\"Ident\"<>%1")
+                                                       .arg(sample_)));
+    ASSERT_TRUE(form.MoveToInterval(other));
+    EXPECT_FALSE(form.MoveToInterval(other));
+    EXPECT_DOUBLE_EQ(form.Data().Records()[0].W, 77);
+    EXPECT_TRUE(form.Save());
+    EXPECT_DOUBLE_EQ(Stored("WLoads", "Wa", tp_, other), 77);
     EXPECT_DOUBLE_EQ(
         Scalar(
             *c_,
