@@ -122,6 +122,8 @@ const std::vector<Computed>& computedColumns(TLVZamerKind kind)
     return kind == TLVZamerKind::W ? energy : peak;
 }
 
+quint64 objectKey(int kind, int guid) { return (static_cast<quint64>(kind) << 32) | static_cast<quint32>(guid); }
+
 bool same(double a, double b)
 {
     if (isEmptyFloat(a) || isEmptyFloat(b))
@@ -297,10 +299,10 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     for (size_t n = 0; n < records_.size(); ++n) {
         records_[n].Num = static_cast<int>(n) + 1;
         records_[n].NumStr = FirstRow + static_cast<int>(n);
-        index.insert((static_cast<quint64>(records_[n].TypeRec) << 32) | static_cast<quint32>(records_[n].Guid), n);
+        index.insert(objectKey(records_[n].TypeRec, records_[n].Guid), n);
     }
     auto find = [&](int kind, int guid) -> R* {
-        const auto it = index.constFind((static_cast<quint64>(kind) << 32) | static_cast<quint32>(guid));
+        const auto it = index.constFind(objectKey(kind, guid));
         return it == index.cend() ? nullptr : &records_[*it];
     };
     auto phases = [](const TFDQuery& q, R& r, bool withMax) {
@@ -540,17 +542,22 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
     int changed = 0;
     if (const int consumers = book.SheetIndex(kConsumerSheet); consumers >= 0)
         changed += ReadConsumers(book, consumers);
+    // A row of the sheet finds its object by kind and ident, whatever order the user left the rows in.
+    QHash<quint64, R*> byObject;
+    for (R& r : records_)
+        byObject.insert(objectKey(r.TypeRec, r.Guid), &r);
     for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
-        const int guid = static_cast<int>(number(book.Cell(sheet, row, kGuidColumn)));
-        const int kind = static_cast<int>(number(book.Cell(sheet, row, kTypeColumn)));
-        for (R& r : records_)
-            if (r.Guid == guid && r.TypeRec == kind) {
-                const bool before = r.EditRec;
-                r.NumStr = row;
-                ReadRow(book, sheet, row, r);
-                changed += r.EditRec && !before ? 1 : 0;
-                break;
-            }
+        const double guid = number(book.Cell(sheet, row, kGuidColumn)),
+                     kind = number(book.Cell(sheet, row, kTypeColumn));
+        if (isEmptyFloat(guid) || isEmptyFloat(kind))
+            continue;
+        R* r = byObject.value(objectKey(static_cast<int>(kind), static_cast<int>(guid)));
+        if (!r)
+            continue;
+        const bool before = r->EditRec;
+        r->NumStr = row;
+        ReadRow(book, sheet, row, *r);
+        changed += r->EditRec && !before ? 1 : 0;
     }
     return changed;
 }
@@ -712,24 +719,26 @@ void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>&
 int TLVZamerData::ReadConsumers(const TXlsxWorkbook& book, int sheet)
 {
     int changed = 0;
+    QHash<int, Consumer*> byGuid;
+    for (Consumer& c : consumers_)
+        byGuid.insert(c.Guid, &c);
     for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
         const int guid = static_cast<int>(number(book.Cell(sheet, row, kConsumerGuid)));
-        for (Consumer& c : consumers_) {
-            if (c.Guid != guid)
-                continue;
-            Consumer read = c;
-            bool edited = false;
-            for (const ConsumerColumn& col : consumerColumns(kind_)) {
-                col.field(read) = number(book.Cell(sheet, row, col.number));
-                edited = edited || !same(col.field(read), col.field(c));
-            }
-            if (edited) {
-                changed += c.EditRec ? 0 : 1;
-                read.EditRec = true;
-                read.NumStr = row;
-                c = read;
-            }
-            break;
+        Consumer* found = byGuid.value(guid);
+        if (!found)
+            continue;
+        Consumer& c = *found;
+        Consumer read = c;
+        bool edited = false;
+        for (const ConsumerColumn& col : consumerColumns(kind_)) {
+            col.field(read) = number(book.Cell(sheet, row, col.number));
+            edited = edited || !same(col.field(read), col.field(c));
+        }
+        if (edited) {
+            changed += c.EditRec ? 0 : 1;
+            read.EditRec = true;
+            read.NumStr = row;
+            c = read;
         }
     }
     return changed;

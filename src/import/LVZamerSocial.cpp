@@ -1,6 +1,7 @@
 #include "import/LVZamerSocial.h"
 
 #include <QFile>
+#include <QHash>
 #include <cmath>
 #include <functional>
 #include <stdexcept>
@@ -203,47 +204,61 @@ void TDataAnaliz::Calculate()
         Flags |= HasLoss | SupplyBelowBusbars;
 }
 
+TDataAnaliz::Statements::Statements(ToznFDConnection& connection)
+    : record(connection.NewQuery()), nearest(connection.NewQuery()), scheme(connection.NewQuery())
+{
+    record->SetSQLText(QString::fromUtf8(ImportSql::kSocialRecord));
+    nearest->SetSQLText(QString::fromUtf8(ImportSql::kSocialNearestScheme));
+    scheme->SetSQLText(QString::fromUtf8(ImportSql::kSocialScheme));
+}
+
+TDataAnaliz::Statements::~Statements() = default;
+
 bool TDataAnaliz::ReadRecord(ToznFDConnection& connection, int guid, const TSamplePeriodInfo& period)
 {
-    Clear();
     return GuardedRead(connection, [&] {
-        auto q = connection.NewQuery();
-        q->SetSQLText(QString::fromUtf8(ImportSql::kSocialRecord));
-        q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("SampleIdent"), period.Ident);
-        q->Open();
-        if (q->Eof()) {
-            q->SetSQLText(QString::fromUtf8(ImportSql::kSocialNearestScheme));
-            q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("sd1"), period.SampleDate1);
-            q->Open();
-            if (q->Eof())
-                return false;
-            const int info = q->Int(QStringLiteral("Info"));
-            q->SetSQLText(QString::fromUtf8(ImportSql::kSocialScheme));
-            q->ParamByName(QStringLiteral("Info"), info);
-            q->Open();
-            if (q->Eof())
-                return false;
-        }
-        Info = q->Int(QStringLiteral("Info"));
-        Wa = q->Float(QStringLiteral("Wa"));
-        Wa_bus = q->Float(QStringLiteral("Wa_bus"));
-        T = q->Int(QStringLiteral("T"), -1);
-        LekvValue = q->Float(QStringLiteral("Lekv"));
-        kuValue = q->Float(QStringLiteral("ku"));
-        k038Value = q->Float(QStringLiteral("k038"));
-        deltaWa = q->Float(QStringLiteral("deltaWa"));
-        CosFi = q->Float(QStringLiteral("CosFi"));
-        const double unom = q->Float(QStringLiteral("Unom"));
-        Unom = !isEmptyFloat(unom) && std::lround(unom) == 1 ? 1 : 0;
-        F = q->Float(QStringLiteral("F"));
-        NLines = q->Float(QStringLiteral("NLines"));
-        dp = q->Float(QStringLiteral("dp"));
-        kzap = q->Float(QStringLiteral("kzap"));
-        dn = q->Float(QStringLiteral("dn"));
-        for (int i = 0; i < LengthCount; ++i)
-            Lengths[i] = q->Float(QString::fromLatin1(S::LengthNames[i]));
-        return true;
+        Statements statements(connection);
+        return ReadRecord(statements, guid, period);
     });
+}
+
+bool TDataAnaliz::ReadRecord(Statements& statements, int guid, const TSamplePeriodInfo& period)
+{
+    Clear();
+    TFDQuery* q = statements.record.get();
+    q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("SampleIdent"), period.Ident);
+    q->Open();
+    if (q->Eof()) {
+        TFDQuery& nearest = *statements.nearest;
+        nearest.ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("sd1"), period.SampleDate1);
+        nearest.Open();
+        if (nearest.Eof())
+            return false;
+        q = statements.scheme.get();
+        q->ParamByName(QStringLiteral("Info"), nearest.Int(QStringLiteral("Info")));
+        q->Open();
+        if (q->Eof())
+            return false;
+    }
+    Info = q->Int(QStringLiteral("Info"));
+    Wa = q->Float(QStringLiteral("Wa"));
+    Wa_bus = q->Float(QStringLiteral("Wa_bus"));
+    T = q->Int(QStringLiteral("T"), -1);
+    LekvValue = q->Float(QStringLiteral("Lekv"));
+    kuValue = q->Float(QStringLiteral("ku"));
+    k038Value = q->Float(QStringLiteral("k038"));
+    deltaWa = q->Float(QStringLiteral("deltaWa"));
+    CosFi = q->Float(QStringLiteral("CosFi"));
+    const double unom = q->Float(QStringLiteral("Unom"));
+    Unom = !isEmptyFloat(unom) && std::lround(unom) == 1 ? 1 : 0;
+    F = q->Float(QStringLiteral("F"));
+    NLines = q->Float(QStringLiteral("NLines"));
+    dp = q->Float(QStringLiteral("dp"));
+    kzap = q->Float(QStringLiteral("kzap"));
+    dn = q->Float(QStringLiteral("dn"));
+    for (int i = 0; i < LengthCount; ++i)
+        Lengths[i] = q->Float(QString::fromLatin1(S::LengthNames[i]));
+    return true;
 }
 
 void TDataAnaliz::SaveRecord(ToznFDConnection& connection, int guid, int sampleIdent)
@@ -333,11 +348,14 @@ void TNodeSocialHigh::Open(ToznFDConnection& connection, int startGuid, int leve
 
 void TNodeSocialHigh::ReadData(ToznFDConnection& connection)
 {
-    for (int i = 0; i < Count(); ++i) {
-        TNodeSocial& n = GetItem(i);
-        n.Data.ReadRecord(connection, n.GUID, period_);
-        n.Edited = false;
-    }
+    GuardedRead(connection, [&] {
+        TDataAnaliz::Statements statements(connection);
+        for (int i = 0; i < Count(); ++i) {
+            TNodeSocial& n = GetItem(i);
+            n.Data.ReadRecord(statements, n.GUID, period_);
+            n.Edited = false;
+        }
+    });
 }
 
 void TNodeSocialHigh::ChangePeriod(ToznFDConnection& connection, const TSamplePeriodInfo& period)
@@ -600,38 +618,38 @@ int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)
                (!isEmptyFloat(a) && !isEmptyFloat(b) && CompareFloat(a, b) == 0);
     };
     int changed = 0;
+    QHash<int, TNodeSocial*> byGuid;
+    for (int i = 0; i < Count(); ++i)
+        byGuid.insert(GetItem(i).GUID, &GetItem(i));
     for (int row = FirstRow; row <= book.RowCount(0); ++row) {
-        const int guid = static_cast<int>(number(row, cGuid));
-        for (int i = 0; i < Count(); ++i) {
-            TNodeSocial& n = GetItem(i);
-            if (n.GUID != guid)
-                continue;
-            TDataAnaliz read = n.Data;
-            read.Wa = number(row, cWa);
-            read.Wa_bus = number(row, cWaBus);
-            const double t = number(row, cT);
-            read.T = isEmptyFloat(t) ? -1 : static_cast<int>(std::lround(t));
-            read.Unom = book.Cell(0, row, cUnom).toString().trimmed() == QLatin1String(kUnomTexts[1]) ? 1 : 0;
-            const std::pair<double TDataAnaliz::*, int> fields[] = {
-                {&TDataAnaliz::CosFi, cCosFi}, {&TDataAnaliz::F, cF},   {&TDataAnaliz::NLines, cNLines},
-                {&TDataAnaliz::dp, cdp},       {&TDataAnaliz::dn, cdn}, {&TDataAnaliz::kzap, ckzap}};
-            bool edited = read.T != n.Data.T || read.Unom != n.Data.Unom || !same(read.Wa, n.Data.Wa) ||
-                          !same(read.Wa_bus, n.Data.Wa_bus);
-            for (const auto& [field, col] : fields) {
-                read.*field = number(row, col);
-                edited = edited || !same(read.*field, n.Data.*field);
-            }
-            for (int l = 0; l < TDataAnaliz::LengthCount; ++l) {
-                read.Lengths[l] = number(row, kLengthColumns[l]);
-                edited = edited || !same(read.Lengths[l], n.Data.Lengths[l]);
-            }
-            if (edited) {
-                read.Calculate();
-                n.Data = read;
-                changed += n.Edited ? 0 : 1;
-                n.Edited = true;
-            }
-            break;
+        TNodeSocial* found = byGuid.value(static_cast<int>(number(row, cGuid)));
+        if (!found)
+            continue;
+        TNodeSocial& n = *found;
+        TDataAnaliz read = n.Data;
+        read.Wa = number(row, cWa);
+        read.Wa_bus = number(row, cWaBus);
+        const double t = number(row, cT);
+        read.T = isEmptyFloat(t) ? -1 : static_cast<int>(std::lround(t));
+        read.Unom = book.Cell(0, row, cUnom).toString().trimmed() == QLatin1String(kUnomTexts[1]) ? 1 : 0;
+        const std::pair<double TDataAnaliz::*, int> fields[] = {
+            {&TDataAnaliz::CosFi, cCosFi}, {&TDataAnaliz::F, cF},   {&TDataAnaliz::NLines, cNLines},
+            {&TDataAnaliz::dp, cdp},       {&TDataAnaliz::dn, cdn}, {&TDataAnaliz::kzap, ckzap}};
+        bool edited = read.T != n.Data.T || read.Unom != n.Data.Unom || !same(read.Wa, n.Data.Wa) ||
+                      !same(read.Wa_bus, n.Data.Wa_bus);
+        for (const auto& [field, col] : fields) {
+            read.*field = number(row, col);
+            edited = edited || !same(read.*field, n.Data.*field);
+        }
+        for (int l = 0; l < TDataAnaliz::LengthCount; ++l) {
+            read.Lengths[l] = number(row, kLengthColumns[l]);
+            edited = edited || !same(read.Lengths[l], n.Data.Lengths[l]);
+        }
+        if (edited) {
+            read.Calculate();
+            n.Data = read;
+            changed += n.Edited ? 0 : 1;
+            n.Edited = true;
         }
     }
     return changed;

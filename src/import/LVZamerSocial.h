@@ -7,6 +7,7 @@
 #include "host/SamplePeriods.h"
 
 class ToznFDConnection;
+class TFDQuery;
 class TLVNormativSample0;
 
 // The generalised data of one network element for one sample period, as the workbook of the normative method
@@ -21,6 +22,13 @@ public:
     // The stored result of the sample with its scheme; without one, the scheme of the nearest stored period
     // with the energies empty. False when the element has neither.
     bool ReadRecord(ToznFDConnection& connection, int guid, const TSamplePeriodInfo& period);
+    // The statements of a reading, prepared once for many elements.
+    struct Statements {
+        explicit Statements(ToznFDConnection& connection);
+        ~Statements();
+        std::unique_ptr<TFDQuery> record, nearest, scheme;
+    };
+    bool ReadRecord(Statements& statements, int guid, const TSamplePeriodInfo& period);
     // Stores the inputs (a new scheme key when there is none) and the results of the sample.
     void SaveRecord(ToznFDConnection& connection, int guid, int sampleIdent);
     static void DeleteRecord(ToznFDConnection& connection, int guid, int sampleIdent);
