@@ -89,7 +89,10 @@ TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerS
     splitter->setStretchFactor(1, 2);
     Body()->insertWidget(1, splitter, 1);
     connect(open, &QPushButton::clicked, this, [this] {
-        if (WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
+        if (!WriteWorkbook())
+            return;
+        openInSpreadsheet_ = host::OpenInSpreadsheet(Workbook());
+        if (!openInSpreadsheet_)
             host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
     });
     connect(read, &QPushButton::clicked, this, &TxlsLVZamerForm::ReadWorkbook);
@@ -167,9 +170,15 @@ bool TxlsLVZamerForm::MoveToInterval(int sampleIdent)
     data_.ChangeInterval(interval_.Ident, Hours());
     AddLog(QStringLiteral("Новый интервал: %1").arg(interval_.Name), 1, interval_.Ident);
     ShowTable();
-    if (QFile::exists(Workbook()))
-        WriteWorkbook();
+    Rewrite();
     return true;
+}
+
+void TxlsLVZamerForm::Rewrite()
+{
+    // The workbook follows the table; the spreadsheet shows it again when the user had it open.
+    if (QFile::exists(Workbook()) && WriteWorkbook() && openInSpreadsheet_)
+        host::OpenInSpreadsheet(Workbook());
 }
 
 void TxlsLVZamerForm::ChooseNewInterval()
@@ -212,8 +221,7 @@ void TxlsLVZamerForm::ClickSwitch(int index)
     if (!taken)
         return;
     Reload();
-    if (QFile::exists(Workbook()))
-        WriteWorkbook();
+    Rewrite();
 }
 
 void TxlsLVZamerForm::ShowTable()

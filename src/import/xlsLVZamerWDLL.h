@@ -45,6 +45,7 @@ private:
     void ShowTable();
     void IntervalChosen();
     void ChooseNewInterval();
+    void Rewrite();
     int Hours() const;
     TLVZamerData data_;
     std::array<bool, 3> switches_{true, true, false};
@@ -55,6 +56,7 @@ private:
     QPushButton* save_ = nullptr;
     TSamplePeriodInfo interval_;
     int object_ = 0;
+    bool openInSpreadsheet_ = false;
 };
 
 // The energy (W) measurements.
