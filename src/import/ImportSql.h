@@ -39,6 +39,13 @@ inline constexpr const char* kSaveLVPLoads =
     "Param1", "Param2") values (:SampleIdent, :GUID, :Wa, :Wr, :CosFi, :Pz, :Pi, :I, :LoadType, :Param1, :Param2)
     matching ("SampleIdent", "GUID"))";
 
+// The transformer of every substation: type and rated power.
+inline constexpr const char* kTransformerTypes =
+    R"(select nod.guid, coalesce(t2."TypeTR", ts."TypeTR") || '-' ||
+    cast(round(coalesce(t2."Snom", ts."Snom"), 0) as integer) as "TypeTR" from "Nodes" nod
+    left join "Transforms2" t2 on t2."Ident"=nod."Transf" left join "TransformsSS" ts on ts."Ident"=nod."Transf"
+    where nod."Transf" is not null)";
+
 // The peak-load (Tmax) tables of an interval.
 inline constexpr const char* kPTPInfo = R"(select * from "LVPTPInfo" where ("SampleIdent"=:Ident))";
 inline constexpr const char* kLVPSamples = R"(select * from "LVPSamples" where ("SampleIdent"=:Ident))";

@@ -331,6 +331,10 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
         if (kind_ == TLVZamerKind::Tmax) {
+            q->SetSQLText(QString::fromUtf8(ImportSql::kTransformerTypes));
+            for (q->Open(); !q->Eof(); q->Next())
+                if (R* r = find(R::TP, q->Int(QStringLiteral("GUID"))))
+                    r->TypeTp = q->Str(QStringLiteral("TypeTR"));
             for (auto [sql, kind] : {std::pair{ImportSql::kPTPInfo, R::TP}, {ImportSql::kLVPSamples, R::Line}}) {
                 q->SetSQLText(QString::fromUtf8(sql));
                 q->ParamByName(QStringLiteral("Ident"), sampleIdent);
@@ -426,6 +430,8 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
                                r.TypeRec == R::TP ? tpName : nullptr);
         if (kind_ == TLVZamerKind::W)
             worksheet_write_number(sheet, row, 2, r.ST, value);
+        else
+            worksheet_write_string(sheet, row, 2, utf8(r.TypeTp).constData(), value);
         for (const Column& c : valueColumns(kind_)) {
             if (kind_ == TLVZamerKind::W && c.number == 4 && r.TypeRec != R::TP)
                 continue;  // a feeder has no busbars of its own

@@ -20,6 +20,7 @@ struct TLVZamerRecord {
     int Guid = 0;
     int TypeRec = TP;
     QString Name, MeterName, ColorsCells;
+    QString TypeTp;  // the substation's transformer, shown by the peak-load workbook
     double Unom;
     bool inBase = false;  // a stored row exists for the interval
     bool EditT = false;

@@ -186,6 +186,8 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     ASSERT_GE(rows.size(), 3u);
     EXPECT_EQ(data.ColumnCaption(3), "Тип ТП");
     EXPECT_EQ(data.ColumnCaption(15), "Tmax, ч");
+    EXPECT_TRUE(rows[0].TypeTp.contains('-')) << rows[0].TypeTp.toStdString();  // type and rated power
+    EXPECT_TRUE(rows[1].TypeTp.isEmpty());
     const double stored = Scalar(*c_, QStringLiteral("select coalesce(\"Wa\", -1) from \"LVPSamples\" where guid=%1 "
                                                      "and \"SampleIdent\"=%2")
                                           .arg(rows[1].Guid)
@@ -203,6 +205,9 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
     EXPECT_TRUE(sheet.contains("<f>(sqrt(1/9+8/3*P3/N3)-1/3)*3/4</f>"));
     EXPECT_TRUE(sheet.contains("<f>(1+2*R3)*R3/3</f>"));
+    TXlsxWorkbook written;
+    ASSERT_TRUE(written.Open(book, error));
+    EXPECT_EQ(written.Cell(0, 3, 3).toString(), rows[0].TypeTp);
     EXPECT_EQ(data.ReadWorkbook(book, error), 2);
     EXPECT_EQ(data.Save(*c_), 2);
     EXPECT_DOUBLE_EQ(Stored("LVPTPInfo", "Tau", tp_, year), 2500);
