@@ -297,13 +297,16 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
     materials_->setChecked(true);
     inputs_ = new QCheckBox(QStringLiteral("Ввода в здания"), this);
     inputs_->setObjectName(QStringLiteral("itmIA"));
+    captions_ = new QCheckBox(QStringLiteral("Заголовки столбцов"), this);
+    captions_->setObjectName(QStringLiteral("cbCaptionns"));
+    captions_->setChecked(true);
     auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
     open->setObjectName(QStringLiteral("btnOpenExcel"));
     auto* read = new QPushButton(QStringLiteral("Прочитать книгу"), this);
     read->setObjectName(QStringLiteral("btnRead"));
     save_ = new QPushButton(QStringLiteral("Сохранить"), this);
     save_->setObjectName(QStringLiteral("itemSave"));
-    for (QWidget* w : std::initializer_list<QWidget*>{levels_, intervals_, energies, materials_, inputs_})
+    for (QWidget* w : std::initializer_list<QWidget*>{levels_, intervals_, energies, materials_, inputs_, captions_})
         bar->addWidget(w);
     bar->addStretch();
     for (QPushButton* b : {open, read, save_})
@@ -400,6 +403,7 @@ void TxlsLVZamerSocialForm::FillEnergies()
 bool TxlsLVZamerSocialForm::WriteWorkbook()
 {
     QString error;
+    rows_.SetCaptionsShown(captions_->isChecked());
     if (!rows_.WriteWorkbook(Workbook(), materials_->isChecked(), inputs_->isChecked(), error)) {
         host::ShowWarning(error);
         return false;

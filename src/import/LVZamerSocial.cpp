@@ -513,7 +513,8 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool in
         worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(col - 1), utf8(caption(col)).constData(), head);
         worksheet_write_number(sheet, 1, static_cast<lxw_col_t>(col - 1), col, head);
     }
-    worksheet_set_row(sheet, 0, 90, nullptr);
+    lxw_row_col_options hiddenRow = {1, 0, 0};
+    worksheet_set_row_opt(sheet, 0, 90, nullptr, captionsShown_ ? nullptr : &hiddenRow);
     worksheet_set_column(sheet, cName - 1, cName - 1, 36, nullptr);
     worksheet_set_column(sheet, cGuid, cLast - 1, 11, nullptr);
     // Which length columns the toolbar shows.

@@ -95,6 +95,8 @@ public:
     // The worksheet: rows from FirstRow, inputs in cells, derived values as formulas. Per-material and building-
     // input columns can be hidden. False with a reason.
     bool WriteWorkbook(const QString& file, bool materials, bool inputs, QString& error) const;
+    // Whether the workbook shows the row of column captions (it is always written, hidden when off).
+    void SetCaptionsShown(bool shown) { captionsShown_ = shown; }
     // Reads the inputs back; rows whose inputs changed are marked. The count changed, -1 with a reason.
     int ReadWorkbook(const QString& file, QString& error);
     // Stores the marked rows; the count stored.
@@ -128,5 +130,6 @@ public:
 private:
     void ReadData(ToznFDConnection& connection);
     int level_ = 5;
+    bool captionsShown_ = true;
     TSamplePeriodInfo period_;
 };

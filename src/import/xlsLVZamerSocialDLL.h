@@ -36,6 +36,7 @@ private:
     QComboBox* intervals_ = nullptr;
     QCheckBox* materials_ = nullptr;
     QCheckBox* inputs_ = nullptr;
+    QCheckBox* captions_ = nullptr;
     QPushButton* save_ = nullptr;
     int object_ = 0;
 };

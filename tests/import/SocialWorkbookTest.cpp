@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
+
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
@@ -183,6 +185,13 @@ TEST_F(Social, FormOfTheWorkbook)
     EXPECT_EQ(form.Rows().Level(), 5);
     form.FillEnergies();
     ASSERT_TRUE(form.WriteWorkbook());
+    const QString captionsRow = QStringLiteral("<row r=\"1\" spans=\"1:51\" ht=\"90\" hidden=\"1\"");
+    EXPECT_FALSE(
+        QString::fromUtf8(ReadZipEntry(folder_.Path("form.xlsx"), "xl/worksheets/sheet1.xml")).contains(captionsRow));
+    form.findChild<QCheckBox*>("cbCaptionns")->setChecked(false);
+    ASSERT_TRUE(form.WriteWorkbook());
+    EXPECT_TRUE(
+        QString::fromUtf8(ReadZipEntry(folder_.Path("form.xlsx"), "xl/worksheets/sheet1.xml")).contains(captionsRow));
     form.SetReadOnly(true);
     EXPECT_FALSE(form.Save());
     form.SetReadOnly(false);
