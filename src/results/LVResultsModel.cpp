@@ -85,6 +85,8 @@ QVariant TLVResultsModel::data(const QModelIndex& index, int role) const
         return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
     if (role != Qt::DisplayRole && role != Qt::UserRole)
         return {};
+    if (column->Text)
+        return column->Text(node->Record());
     const double value = column->Value(node->Record());
     if (role == Qt::UserRole)
         return isEmptyFloat(value) ? QVariant() : QVariant(value);

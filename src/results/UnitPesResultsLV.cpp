@@ -2,9 +2,11 @@
 
 #include <QComboBox>
 #include <QDir>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 #include "host/Database.h"
@@ -13,6 +15,7 @@
 #include "host/Spreadsheet.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
+#include "results/LVResultsModel.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
 #include "results/UnitPesResultsLV32.h"
@@ -94,18 +97,41 @@ TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows
     setWindowTitle(QStringLiteral("Сводные результаты расчета"));
     samplesBox_ = new QComboBox(this);
     samplesBox_->setObjectName(QStringLiteral("cbSamples"));
-    samplesBox_->setToolTip(QStringLiteral("Расчетный период"));
     connect(samplesBox_, &QComboBox::currentIndexChanged, this, [this](int index) { SelectSample(index); });
     pages_ = new QComboBox(this);
     pages_->setObjectName(QStringLiteral("cbPages"));
     for (int p = 0; p < rows_->PageCount(); ++p)
         pages_->addItem(rows_->SheetName(p));
+    connect(pages_, &QComboBox::currentIndexChanged, this, &TfrmPesResultsLV::ShowPage);
     auto* open = new QPushButton(QStringLiteral("Открыть в Excel"), this);
     open->setObjectName(QStringLiteral("btnOpenExcel"));
     connect(open, &QPushButton::clicked, this, &TfrmPesResultsLV::OpenInSpreadsheet);
-    Body()->insertWidget(0, samplesBox_);
-    Body()->insertWidget(1, pages_);
-    Body()->insertWidget(2, open);
+    auto* bar = new QHBoxLayout;
+    bar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
+    bar->addWidget(samplesBox_);
+    bar->addWidget(new QLabel(QStringLiteral("Лист"), this));
+    bar->addWidget(pages_, 1);
+    bar->addWidget(open);
+    // The sheet as it will be written, for a look before the spreadsheet opens.
+    preview_ = new QTreeView(this);
+    preview_->setObjectName(QStringLiteral("Preview"));
+    model_ = new TLVResultsModel(this);
+    preview_->setModel(model_);
+    Body()->insertLayout(0, bar);
+    Body()->insertWidget(1, preview_, 1);
+    resize(1000, 600);
+}
+
+void TfrmPesResultsLV::ShowPage()
+{
+    if (!tree_)
+        return;
+    std::array<bool, 8> visible;
+    visible.fill(true);
+    model_->Reset(tree_.get(), rows_->Columns(pages_->currentIndex()), visible,
+                  [](int level) { return ColorsLVResult::LevelColor(level); });
+    preview_->expandToDepth(1);
+    preview_->setColumnWidth(0, 300);
 }
 
 TfrmPesResultsLV::~TfrmPesResultsLV() = default;
@@ -148,7 +174,9 @@ bool TfrmPesResultsLV::SelectSample(int index)
         return false;
     }
     tree->SetNormative(NormativeLossesLV(c, sample_.Ident));
+    model_->Reset(nullptr, {}, {}, {});  // the view lets go of the old tree first
     tree_ = std::move(tree);
+    ShowPage();
     setWindowTitle(QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree_->Text(), sample_.Name));
     if (samplesBox_->currentIndex() != index) {
         const QSignalBlocker blocker(samplesBox_);

@@ -9,6 +9,8 @@
 class TfdbDatabase;
 class TPesResultsLV;
 class QComboBox;
+class QTreeView;
+class TLVResultsModel;
 struct TLVResultColumn;
 
 // Rows of the PES results report: the sheets and the columns each one shows.
@@ -49,6 +51,7 @@ protected:
 
 private:
     void OpenInSpreadsheet();
+    void ShowPage();
     std::unique_ptr<TNodeLV> rows_;
     std::unique_ptr<TPesResultsLV> tree_;
     TfdbDatabase* database_ = nullptr;
@@ -57,5 +60,7 @@ private:
     TLVResultSample sample_;
     QComboBox* samplesBox_;
     QComboBox* pages_;
+    QTreeView* preview_;
+    TLVResultsModel* model_;
     int level_ = -1;
 };

@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QRegularExpression>
+#include <QTreeView>
 #include <cmath>
 
 #include "host/Database.h"
@@ -79,6 +80,15 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
 
     TfrmPesResultsLV32 form;
     ASSERT_TRUE(form.Init(db.get(), root));
+    // The preview shows the sheet as it will be written, texts included.
+    QAbstractItemModel* preview = form.findChild<QTreeView*>("Preview")->model();
+    ASSERT_EQ(preview->rowCount(), 1);  // the utility
+    int method = -1;
+    for (int c = 0; c < preview->columnCount(); ++c)
+        if (preview->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString().startsWith("Метод расчёта"))
+            method = c;
+    ASSERT_GE(method, 0);
+    EXPECT_EQ(preview->index(0, method).data().toString(), "Метод средних нагрузок");
     EXPECT_EQ(form.windowTitle(), "Сводные результаты расчета  \"АО «Облэнерго»\" за 2025г.");
     EXPECT_EQ(form.findChild<QComboBox*>("cbPages")->count(), 1);
     QString error;
