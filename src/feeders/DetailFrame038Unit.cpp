@@ -10,12 +10,14 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
 #include "host/Connection.h"
 #include "host/InitOZN.h"
+#include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/Tree.h"
 
@@ -25,6 +27,18 @@ namespace {
 // Disconnected rows grey; owners: the utility black, others blue, consumers green, ССО violet, ССП brown.
 const QRgb kDefaultColours[ColourCount] = {0x000000, 0x0000C0, 0x007000, 0x800080, 0x804000, 0x808080};
 const char* const kColourNames[ColourCount] = {"На балансе", "Не на балансе", "Потребителя", "ССО", "ССП", "Отключен"};
+
+// Numbers as the users write them (decimal comma), while the cells keep numbers for sorting.
+class NumberDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QString displayText(const QVariant& value, const QLocale& locale) const override
+    {
+        if (value.typeId() == QMetaType::Double)
+            return FormatFloat(QStringLiteral("0.###"), value.toDouble());
+        return QStyledItemDelegate::displayText(value, locale);
+    }
+};
 
 QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
 {
@@ -37,6 +51,7 @@ QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
     grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
     grid->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid->horizontalHeader()->setSectionsMovable(true);
+    grid->setItemDelegate(new NumberDelegate(grid));
     return grid;
 }
 }  // namespace

@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <QAbstractItemDelegate>
 #include <QComboBox>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 
 #include "feeders/Detail038Data.h"
 #include "feeders/DetailFrame038Unit.h"
 #include "host/Database.h"
 #include "host/InitOZN.h"
+#include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/Tree.h"
 #include "support/TestSupport.h"
@@ -164,6 +167,16 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
     EXPECT_EQ(progress.texts, steps);
 
     EXPECT_EQ(frame->NodeCount(), 9);
+    // Numbers show with the decimal comma and still sort as numbers.
+    QTableWidget* sections = frame->Grid(Sections);
+    const int length = 10;  // "Длина, км"
+    ASSERT_EQ(sections->horizontalHeaderItem(length)->text(), "Длина, км");
+    const QModelIndex cell = sections->model()->index(0, length);
+    auto* delegate = qobject_cast<QStyledItemDelegate*>(sections->itemDelegate());
+    ASSERT_NE(delegate, nullptr);
+    EXPECT_EQ(delegate->displayText(cell.data(), QLocale()), FormatFloat("0.###", cell.data().toDouble()));
+    EXPECT_TRUE(delegate->displayText(cell.data(), QLocale()).contains(','));
+    EXPECT_EQ(cell.data().typeId(), QMetaType::Double);
     EXPECT_EQ(frame->SectionCount(), 6);
     const std::pair<const char*, int> filters[] = {{"Узлы", 9},
                                                    {"Центр питания", 1},
