@@ -1,10 +1,7 @@
 #include "feeders/DetailFrame038Unit.h"
 
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QPushButton>
@@ -15,6 +12,7 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include "host/ColourLegend.h"
 #include "host/Connection.h"
 #include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
@@ -253,24 +251,10 @@ void TDetail038Frame::SaveSettings() const
 
 void TDetail038Frame::EditColours()
 {
-    QDialog dialog(this);
-    dialog.setObjectName(QStringLiteral("DetailColours"));
-    dialog.setWindowTitle(QStringLiteral("Цвета"));
-    auto* layout = new QVBoxLayout(&dialog);
-    for (int c = 0; c < ColourCount; ++c) {
-        auto* button = new QPushButton(QString::fromUtf8(kColourNames[c]), &dialog);
-        button->setStyleSheet(QStringLiteral("color: %1").arg(colours_[c].name()));
-        connect(button, &QPushButton::clicked, &dialog, [this, c, button] {
-            const QColor chosen = QColorDialog::getColor(colours_[c], this, button->text());
-            if (!chosen.isValid())
-                return;
-            SetColour(static_cast<Colour>(c), chosen);
-            button->setStyleSheet(QStringLiteral("color: %1").arg(chosen.name()));
-        });
-        layout->addWidget(button);
-    }
-    auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
-    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(close);
-    dialog.exec();
+    QStringList names;
+    for (const char* name : kColourNames)
+        names << QString::fromUtf8(name);
+    host::EditColours(
+        this, QStringLiteral("DetailColours"), QStringLiteral("Цвета"), names, [this](int c) { return colours_[c]; },
+        [this](int c, const QColor& colour) { SetColour(static_cast<Colour>(c), colour); }, false);
 }

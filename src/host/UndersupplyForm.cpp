@@ -7,6 +7,7 @@
 #include <xlsxwriter.h>
 
 #include "host/Dialogs.h"
+#include "host/XlsxFile.h"
 
 TfrmMVUndersupplyCommon::TfrmMVUndersupplyCommon(QWidget* owner) : QDialog(owner)
 {
@@ -28,12 +29,10 @@ bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& erro
     std::vector<std::vector<Cell>> rows;
     if (!FillReport(title, captions, rows, error))
         return false;
-    const QString part = file + QStringLiteral(".part");
-    lxw_workbook* book = workbook_new(part.toUtf8().constData());
-    if (!book) {
-        error = QStringLiteral("Не удалось создать файл %1").arg(file);
+    TXlsxFile out(file);
+    lxw_workbook* book = out.Open(error);
+    if (!book)
         return false;
-    }
     lxw_worksheet* sheet = workbook_add_worksheet(book, nullptr);
     lxw_format* bold = workbook_add_format(book);
     format_set_bold(bold);
@@ -59,18 +58,7 @@ bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& erro
             }
             worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c), cell.number, f);
         }
-    const lxw_error status = workbook_close(book);
-    if (status != LXW_NO_ERROR) {
-        QFile::remove(part);
-        error = QString::fromUtf8(lxw_strerror(status));
-        return false;
-    }
-    QFile::remove(file);
-    if (!QFile::rename(part, file)) {
-        error = QStringLiteral("Не удалось записать файл %1").arg(file);
-        return false;
-    }
-    return true;
+    return out.Close(error);
 }
 
 void TfrmMVUndersupplyCommon::MakeReport()

@@ -13,6 +13,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 #include <cmath>
+#include <functional>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -30,6 +31,37 @@ bool treeCanOpen()
 {
     TCurrentDatabase* db = CurrentDatabase();
     return SetDataBaseName() && db->GetTree()->GetCount() > 0;
+}
+// Fills a workbook form's network tree and intervals once (the latest interval chosen); the callback gets the
+// object chosen in the tree. True when they were filled now.
+bool attachTreeAndIntervals(QTreeView* tree, QComboBox* intervals, QObject* context, std::function<void(int)> chosen)
+{
+    if (tree->model())
+        return false;
+    TCurrentDatabase* db = CurrentDatabase();
+    tree->setModel(new TreeModel(db->GetTree(), tree));
+    QObject::connect(tree->selectionModel(), &QItemSelectionModel::currentChanged, context,
+                     [chosen = std::move(chosen)](const QModelIndex& i) {
+                         ToznListItemCommon* item = TreeModel::Item(i);
+                         chosen(item ? item->Target()->GetIdent() : 0);
+                     });
+    for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
+        intervals->addItem(p.Name, p.Ident);
+    intervals->setCurrentIndex(intervals->count() - 1);
+    return true;
+}
+
+void selectInTree(QTreeView* tree, int guid)
+{
+    auto* model = static_cast<TreeModel*>(tree->model());
+    tree->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
+}
+
+// The host hands over the object chosen in its own tree.
+void selectHandedObject(QTreeView* tree, intptr_t param)
+{
+    if (param > 0 && CurrentDatabase()->GetTree()->Find(static_cast<int>(param)))
+        selectInTree(tree, static_cast<int>(param));
 }
 }  // namespace
 
@@ -106,26 +138,17 @@ bool TxlsLVZamerForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
-    TCurrentDatabase* db = CurrentDatabase();
-    if (!tree_->model()) {
-        tree_->setModel(new TreeModel(db->GetTree(), tree_));
-        connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& i) {
-            ToznListItemCommon* item = TreeModel::Item(i);
-            object_ = item ? item->Target()->GetIdent() : 0;
+    if (attachTreeAndIntervals(tree_, intervals_, this, [this](int guid) {
+            object_ = guid;
             Reload();
-        });
-        for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
-            intervals_->addItem(p.Name, p.Ident);
-        intervals_->setCurrentIndex(intervals_->count() - 1);
-        interval_ =
-            db->GetSamplePeriods()->Items().empty() ? TSamplePeriodInfo() : db->GetSamplePeriods()->Items().back();
+        })) {
+        const auto& periods = CurrentDatabase()->GetSamplePeriods()->Items();
+        interval_ = periods.empty() ? TSamplePeriodInfo() : periods.back();
     }
     save_->setEnabled(!ReadOnly());
     for (int i = 0; i < 3; ++i)
         switchButtons_[i]->setChecked(switches_[i]);
-    // The host hands over the object chosen in its tree.
-    if (Param() > 0 && db->GetTree()->Find(static_cast<int>(Param())))
-        SelectObject(static_cast<int>(Param()));
+    selectHandedObject(tree_, Param());
     return true;
 }
 
@@ -144,11 +167,7 @@ int TxlsLVZamerForm::Hours() const
     return interval_.isEmpty() ? 0 : static_cast<int>(std::lround((interval_.EndDays() - interval_.StartDays()) * 24));
 }
 
-void TxlsLVZamerForm::SelectObject(int guid)
-{
-    auto* model = static_cast<TreeModel*>(tree_->model());
-    tree_->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
-}
+void TxlsLVZamerForm::SelectObject(int guid) { selectInTree(tree_, guid); }
 
 void TxlsLVZamerForm::SelectInterval(int sampleIdent)
 {
@@ -330,21 +349,12 @@ bool TxlsLVZamerSocialForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
-    TCurrentDatabase* db = CurrentDatabase();
-    if (!tree_->model()) {
-        tree_->setModel(new TreeModel(db->GetTree(), tree_));
-        connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& i) {
-            ToznListItemCommon* item = TreeModel::Item(i);
-            object_ = item ? item->Target()->GetIdent() : 0;
-            Reload();
-        });
-        for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
-            intervals_->addItem(p.Name, p.Ident);
-        intervals_->setCurrentIndex(intervals_->count() - 1);
-    }
+    attachTreeAndIntervals(tree_, intervals_, this, [this](int guid) {
+        object_ = guid;
+        Reload();
+    });
     save_->setEnabled(!ReadOnly());
-    if (Param() > 0 && db->GetTree()->Find(static_cast<int>(Param())))
-        SelectObject(static_cast<int>(Param()));
+    selectHandedObject(tree_, Param());
     return true;
 }
 
@@ -354,11 +364,7 @@ QString TxlsLVZamerSocialForm::Workbook() const
                                 : FileName();
 }
 
-void TxlsLVZamerSocialForm::SelectObject(int guid)
-{
-    auto* model = static_cast<TreeModel*>(tree_->model());
-    tree_->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
-}
+void TxlsLVZamerSocialForm::SelectObject(int guid) { selectInTree(tree_, guid); }
 
 void TxlsLVZamerSocialForm::SelectLevel(int level)
 {

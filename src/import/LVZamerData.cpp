@@ -10,6 +10,7 @@
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
+#include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 #include "import/ImportSql.h"
 
@@ -387,13 +388,10 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
 
 bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
 {
-    const QString temporary = file + QStringLiteral(".part");
-    QFile::remove(temporary);
-    lxw_workbook* book = workbook_new(utf8(temporary).constData());
-    if (!book) {
-        error = QStringLiteral("Не удалось создать файл %1").arg(file);
+    TXlsxFile out(file);
+    lxw_workbook* book = out.Open(error);
+    if (!book)
         return false;
-    }
     lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(QStringLiteral("ТП и линии")).constData());
     lxw_format* head = workbook_add_format(book);
     format_set_bold(head);
@@ -453,13 +451,7 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
     }
     if (withConsumers_)
         WriteConsumers(book, head, value, computed);
-    const lxw_error status = workbook_close(book);
-    if (status != LXW_NO_ERROR || (QFile::remove(file), !QFile::rename(temporary, file))) {
-        QFile::remove(temporary);
-        error = QStringLiteral("Не удалось записать файл %1").arg(file);
-        return false;
-    }
-    return true;
+    return out.Close(error);
 }
 
 void TLVZamerData::WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_format* value, lxw_format* computed) const

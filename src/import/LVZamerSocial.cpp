@@ -10,6 +10,7 @@
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
+#include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 #include "import/ImportSql.h"
 #include "normative/LVNormativUnit.h"
@@ -487,12 +488,10 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool in
 {
     host::Progress& progress = host::progress();
     progress.Start(QStringLiteral("Формирование файла Excel"), Count());
-    const QString temporary = file + QStringLiteral(".part");
-    QFile::remove(temporary);
-    lxw_workbook* book = workbook_new(utf8(temporary).constData());
+    TXlsxFile out(file);
+    lxw_workbook* book = out.Open(error);
     if (!book) {
         progress.Finish();
-        error = QStringLiteral("Не удалось создать файл %1").arg(file);
         return false;
     }
     lxw_worksheet* sheet =
@@ -588,14 +587,9 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool in
                                     utf8(QLatin1Char('=') + formula(row)).constData(), computed);
         progress.Step();
     }
-    const lxw_error status = workbook_close(book);
+    const bool written = out.Close(error);
     progress.Finish();
-    if (status != LXW_NO_ERROR || (QFile::remove(file), !QFile::rename(temporary, file))) {
-        QFile::remove(temporary);
-        error = QStringLiteral("Не удалось записать файл %1").arg(file);
-        return false;
-    }
-    return true;
+    return written;
 }
 
 int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)

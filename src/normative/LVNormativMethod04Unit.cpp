@@ -1,8 +1,5 @@
 #include "normative/LVNormativMethod04Unit.h"
 
-#include <QColorDialog>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QRadioButton>
@@ -10,6 +7,7 @@
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
+#include "host/ColourLegend.h"
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -113,28 +111,11 @@ void TLVNormativMethodForm4::RefreshSummary()
 
 void TLVNormativMethodForm4::EditLegend()
 {
-    QDialog dialog(this);
-    dialog.setObjectName(QStringLiteral("Legend"));
-    dialog.setWindowTitle(QStringLiteral("Легенда цветов"));
-    auto* layout = new QVBoxLayout(&dialog);
-    const QStringList entries = LegendEntries();
-    for (int e = 0; e < entries.size(); ++e) {
-        auto* button = new QPushButton(entries[e], &dialog);
-        button->setStyleSheet(QStringLiteral("background-color: %1").arg(LegendColour(e).name()));
-        connect(button, &QPushButton::clicked, &dialog, [this, e, button] {
-            const QColor colour = QColorDialog::getColor(LegendColour(e), this, button->text());
-            if (!colour.isValid())
-                return;
-            SetLegendColour(e, colour);
-            button->setStyleSheet(QStringLiteral("background-color: %1").arg(colour.name()));
-            RefreshSummary();
-        });
-        layout->addWidget(button);
-    }
-    auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
-    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(close);
-    dialog.exec();
+    host::EditColours(this, QStringLiteral("Legend"), QStringLiteral("Легенда цветов"), LegendEntries(), &LegendColour,
+                      [this](int entry, const QColor& colour) {
+                          SetLegendColour(entry, colour);
+                          RefreshSummary();
+                      });
 }
 
 bool TLVNormativMethodForm4::RewriteData()

@@ -6,6 +6,7 @@
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
+#include "host/XlsxFile.h"
 #include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -438,20 +439,11 @@ void FiderSheet::Write()
 bool WriteFiderResultsXlsx(const QString& file, const TLVResultRecord& record, const TLVFiderResultsHeader& header,
                            QString& error)
 {
-    const QString temporary = file + QStringLiteral(".part");
-    QFile::remove(temporary);
-    lxw_workbook* book = workbook_new(utf8(temporary).constData());
-    if (!book) {
-        error = QStringLiteral("Не удалось создать файл %1").arg(file);
+    TXlsxFile out(file);
+    lxw_workbook* book = out.Open(error);
+    if (!book)
         return false;
-    }
     for (const Quantities* q : {&kEnergy, &kPower})
         FiderSheet(book, *q, record, header).Write();
-    const lxw_error status = workbook_close(book);
-    if (status != LXW_NO_ERROR || (QFile::remove(file), !QFile::rename(temporary, file))) {
-        QFile::remove(temporary);
-        error = QStringLiteral("Не удалось записать файл %1").arg(file);
-        return false;
-    }
-    return true;
+    return out.Close(error);
 }

@@ -2,7 +2,6 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QHeaderView>
@@ -14,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "feeders/LVFidersReports.h"
+#include "host/ColourLegend.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/InitOZN.h"
@@ -387,26 +387,13 @@ void TfrmLVResultsGrid::SetUpColumns()
 
 void TfrmLVResultsGrid::ColorLegend()
 {
-    QDialog dialog(this);
-    dialog.setObjectName(QStringLiteral("ColorsLVResult"));
-    dialog.setWindowTitle(QStringLiteral("Легенда цветов"));
-    auto* layout = new QVBoxLayout(&dialog);
-    for (int l = 0; l < 7; ++l) {
-        auto* b = new QToolButton(&dialog);
-        b->setText(QString::fromUtf8(kLevelNames[l]));
-        b->setStyleSheet(QStringLiteral("background-color: %1").arg(LevelColor(l).name()));
-        connect(b, &QToolButton::clicked, &dialog, [this, l, b] {
-            const QColor color = QColorDialog::getColor(LevelColor(l), this);
-            if (!color.isValid())
-                return;
-            SetLevelColor(l, color);
-            b->setStyleSheet(QStringLiteral("background-color: %1").arg(color.name()));
-        });
-        layout->addWidget(b);
-    }
-    auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
-    connect(close, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(close);
-    dialog.exec();
+    QStringList levels;
+    for (int l = 0; l < 7; ++l)
+        levels << QString::fromUtf8(kLevelNames[l]);
+    // Each choice is kept at once; the table is painted again when the legend closes.
+    host::EditColours(
+        this, QStringLiteral("ColorsLVResult"), QStringLiteral("Легенда цветов"), levels,
+        [](int level) { return ColorsLVResult::LevelColor(level); },
+        [](int level, const QColor& colour) { ColorsLVResult::SetLevelColor(level, colour); });
     FillTable();
 }

@@ -6,6 +6,7 @@
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
+#include "host/XlsxFile.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
@@ -30,18 +31,8 @@ bool summable(const TLVResultColumn& c)
 class ResultsSheet {
 public:
     ResultsSheet(const QString& file, const std::vector<const TLVResultColumn*>& columns, bool numbered)
-        : columns_(columns), first_(numbered ? 2 : 1), numbered_(numbered), file_(file),
-          temporary_(file + QStringLiteral(".part"))
+        : columns_(columns), first_(numbered ? 2 : 1), numbered_(numbered), file_(file)
     {
-        QFile::remove(temporary_);
-        book_ = workbook_new(utf8(temporary_).constData());
-    }
-    ~ResultsSheet()
-    {
-        if (book_) {
-            workbook_close(book_);
-            QFile::remove(temporary_);
-        }
     }
     bool Start(const QString& sheetName, const QString& title, QString& error);
     void WritePlain(const TPesResultsLV& node);
@@ -64,7 +55,7 @@ private:
     std::vector<const TLVResultColumn*> columns_;
     int first_;  // the 0-based worksheet column of the first value column
     bool numbered_;
-    QString file_, temporary_;
+    TXlsxFile file_;
     lxw_workbook* book_ = nullptr;
     lxw_worksheet* sheet_ = nullptr;
     lxw_format* name_ = nullptr;
@@ -76,10 +67,9 @@ private:
 
 bool ResultsSheet::Start(const QString& sheetName, const QString& title, QString& error)
 {
-    if (!book_) {
-        error = QStringLiteral("Не удалось создать файл %1").arg(file_);
+    book_ = file_.Open(error);
+    if (!book_)
         return false;
-    }
     sheet_ = workbook_add_worksheet(book_, utf8(sheetName.left(31)).constData());
     lxw_format* titleFormat = Font(workbook_add_format(book_));
     format_set_bold(titleFormat);
@@ -221,23 +211,7 @@ void ResultsSheet::WriteSummaryNode(const TPesResultsLV& node, const std::array<
         WriteSummaryNode(*node.Child(i), visibleRows);
 }
 
-bool ResultsSheet::Finish(QString& error)
-{
-    const lxw_error status = workbook_close(book_);
-    book_ = nullptr;
-    if (status != LXW_NO_ERROR) {
-        QFile::remove(temporary_);
-        error = QStringLiteral("Не удалось записать файл %1: %2").arg(file_, QString::fromUtf8(lxw_strerror(status)));
-        return false;
-    }
-    QFile::remove(file_);
-    if (!QFile::rename(temporary_, file_)) {
-        QFile::remove(temporary_);
-        error = QStringLiteral("Не удалось записать файл %1").arg(file_);
-        return false;
-    }
-    return true;
-}
+bool ResultsSheet::Finish(QString& error) { return file_.Close(error); }
 }  // namespace
 
 bool WriteResultsXlsx(const QString& file, const TPesResultsLV& tree,

@@ -18,15 +18,6 @@ using namespace testing_support;
 using namespace Detail038;
 
 namespace {
-struct RecordingProgress : host::Progress {
-    QStringList texts;
-    void Start(const QString&, int) override {}
-    void SetText(const QString& text) override { texts << text; }
-    void SetMaximum(int) override {}
-    void SetPosition(int) override {}
-    void Finish() override {}
-};
-
 class Detail : public ::testing::Test {
 protected:
     void SetUp() override

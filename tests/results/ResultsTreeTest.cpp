@@ -284,16 +284,6 @@ TEST_F(Tree, ValuesOfOneBalanceKind)
 }
 
 namespace {
-// Keeps every progress text shown.
-struct RecordingProgress : host::Progress {
-    QStringList texts;
-    void Start(const QString&, int) override {}
-    void SetText(const QString& text) override { texts << text; }
-    void SetMaximum(int) override {}
-    void SetPosition(int) override {}
-    void Finish() override {}
-};
-
 const TLVResultColumn& column(const char* field)
 {
     for (const TLVResultColumn* c : AllColumns())

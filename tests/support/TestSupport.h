@@ -1,10 +1,13 @@
 #pragma once
 #include <QDir>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <functional>
 #include <memory>
 #include <ostream>
+
+#include "host/Progress.h"
 
 class TfdbDatabase;
 class ToznFDConnection;
@@ -48,4 +51,13 @@ QString PluginPath();
 // The host application's binary.
 QString AppPath();
 
+// A progress display that keeps every text it is shown.
+struct RecordingProgress : host::Progress {
+    QStringList texts;
+    void Start(const QString&, int) override {}
+    void SetText(const QString& text) override { texts << text; }
+    void SetMaximum(int) override {}
+    void SetPosition(int) override {}
+    void Finish() override {}
+};
 }  // namespace testing_support
