@@ -57,6 +57,17 @@ void selectInTree(QTreeView* tree, int guid)
     tree->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
 }
 
+// Logs how many rows a reading of the workbook changed, or shows why it could not be read (changed < 0).
+bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error)
+{
+    if (changed < 0) {
+        host::ShowWarning(error);
+        return false;
+    }
+    form.AddLog(QStringLiteral("Прочитано из книги, изменено строк: %1").arg(changed), 1, changed);
+    return true;
+}
+
 // The host hands over the object chosen in its own tree.
 void selectHandedObject(QTreeView* tree, intptr_t param)
 {
@@ -272,12 +283,8 @@ bool TxlsLVZamerForm::WriteWorkbook()
 bool TxlsLVZamerForm::ReadWorkbook()
 {
     QString error;
-    const int changed = data_.ReadWorkbook(Workbook(), error);
-    if (changed < 0) {
-        host::ShowWarning(error);
+    if (!reportReadBack(*this, data_.ReadWorkbook(Workbook(), error), error))
         return false;
-    }
-    AddLog(QStringLiteral("Прочитано из книги, изменено строк: %1").arg(changed), 1, changed);
     ShowTable();
     return true;
 }
@@ -420,13 +427,7 @@ bool TxlsLVZamerSocialForm::WriteWorkbook()
 bool TxlsLVZamerSocialForm::ReadWorkbook()
 {
     QString error;
-    const int changed = rows_.ReadWorkbook(Workbook(), error);
-    if (changed < 0) {
-        host::ShowWarning(error);
-        return false;
-    }
-    AddLog(QStringLiteral("Прочитано из книги, изменено строк: %1").arg(changed), 1, changed);
-    return true;
+    return reportReadBack(*this, rows_.ReadWorkbook(Workbook(), error), error);
 }
 
 bool TxlsLVZamerSocialForm::Save()

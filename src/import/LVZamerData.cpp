@@ -13,6 +13,7 @@
 #include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 #include "import/ImportSql.h"
+#include "import/ZamerSheets.h"
 
 namespace {
 using R = TLVZamerRecord;
@@ -393,25 +394,13 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
     if (!book)
         return false;
     lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(QStringLiteral("ТП и линии")).constData());
-    lxw_format* head = workbook_add_format(book);
-    format_set_bold(head);
-    format_set_text_wrap(head);
-    format_set_border(head, LXW_BORDER_THIN);
-    format_set_align(head, LXW_ALIGN_CENTER);
-    lxw_format* value = workbook_add_format(book);
-    format_set_num_format(value, "0.000");
-    format_set_border(value, LXW_BORDER_THIN);
+    const TZamerFormats formats = AddZamerFormats(book, "0.000", "0.000");
+    lxw_format *head = formats.head, *value = formats.value, *computed = formats.computed;
     lxw_format* tpName = workbook_add_format(book);
     format_set_bold(tpName);
     format_set_border(tpName, LXW_BORDER_THIN);
-    lxw_format* computed = workbook_add_format(book);
-    format_set_num_format(computed, "0.000");
-    format_set_bg_color(computed, 0xEFEFEF);
-    format_set_border(computed, LXW_BORDER_THIN);
-    for (int c = 1; c <= SheetColumns; ++c) {
-        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(c - 1), utf8(ColumnCaption(c)).constData(), head);
-        worksheet_write_number(sheet, 1, static_cast<lxw_col_t>(c - 1), c, head);
-    }
+    for (int c = 1; c <= SheetColumns; ++c)
+        WriteZamerHead(sheet, c, ColumnCaption(c), head);
     worksheet_set_row(sheet, 0, 45, nullptr);
     worksheet_set_column(sheet, 1, 1, 36, nullptr);
     worksheet_set_column(sheet, 2, static_cast<lxw_col_t>(SheetColumns - 1), 10, nullptr);
@@ -458,10 +447,7 @@ void TLVZamerData::WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_form
 {
     lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(kConsumerSheet).constData());
     const std::vector<ConsumerColumn>& columns = consumerColumns(kind_);
-    auto headCell = [&](int column, const QString& caption) {
-        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(column - 1), utf8(caption).constData(), head);
-        worksheet_write_number(sheet, 1, static_cast<lxw_col_t>(column - 1), column, head);
-    };
+    auto headCell = [&](int column, const QString& caption) { WriteZamerHead(sheet, column, caption, head); };
     headCell(1, QStringLiteral("№ п/п"));
     headCell(2, QStringLiteral("Наименование"));
     for (const ConsumerColumn& c : columns)

@@ -13,6 +13,7 @@
 #include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 #include "import/ImportSql.h"
+#include "import/ZamerSheets.h"
 #include "normative/LVNormativUnit.h"
 
 using S = TLVNormativSample0;
@@ -496,22 +497,10 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool in
     }
     lxw_worksheet* sheet =
         workbook_add_worksheet(book, utf8(LevelNames().value(level_, QStringLiteral("Лист"))).constData());
-    lxw_format* head = workbook_add_format(book);
-    format_set_bold(head);
-    format_set_text_wrap(head);
-    format_set_border(head, LXW_BORDER_THIN);
-    format_set_align(head, LXW_ALIGN_CENTER);
-    lxw_format* value = workbook_add_format(book);
-    format_set_num_format(value, "0.###");
-    format_set_border(value, LXW_BORDER_THIN);
-    lxw_format* computed = workbook_add_format(book);
-    format_set_num_format(computed, "#,##0.000");
-    format_set_bg_color(computed, 0xEFEFEF);
-    format_set_border(computed, LXW_BORDER_THIN);
-    for (int col = cNum; col <= cLast; ++col) {
-        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(col - 1), utf8(caption(col)).constData(), head);
-        worksheet_write_number(sheet, 1, static_cast<lxw_col_t>(col - 1), col, head);
-    }
+    const TZamerFormats formats = AddZamerFormats(book, "0.###", "#,##0.000");
+    lxw_format *value = formats.value, *computed = formats.computed;
+    for (int col = cNum; col <= cLast; ++col)
+        WriteZamerHead(sheet, col, caption(col), formats.head);
     lxw_row_col_options hiddenRow = {1, 0, 0};
     worksheet_set_row_opt(sheet, 0, 90, nullptr, captionsShown_ ? nullptr : &hiddenRow);
     worksheet_set_column(sheet, cName - 1, cName - 1, 36, nullptr);
