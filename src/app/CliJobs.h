@@ -16,6 +16,8 @@ int Stats(const QString& connection);
 int CalcLines(QByteArray (*calculate)(const QByteArray&));
 // The batch normative calculation without a window.
 int NormativeBatch(const QStringList& args);
+// The LV regime calculation of every LV feeder under a node of the tree.
+int Regime(const QStringList& args);
 // The results tree of an object as JSON Lines or a workbook.
 int Results(const QStringList& args);
 // Opens a database and finds a period of it; on failure prints why and returns null.

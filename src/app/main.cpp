@@ -89,6 +89,10 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::Results(args);
     }
+    if (command == QLatin1String("regime")) {
+        QCoreApplication app(argc, argv);
+        return cli::Regime(args);
+    }
     if (command == QLatin1String("normative")) {
         QCoreApplication app(argc, argv);
         return cli::NormativeBatch(args);

@@ -10,6 +10,10 @@
 #include <vector>
 
 #include "db/DemoNames.h"
+#include "db/DemoRandom.h"
+#include "db/DemoSchemes.h"
+#include "host/NumericHelpers.h"
+#include "host/fider/RegimeBatch.h"
 #include "host/Connection.h"
 
 namespace db {
@@ -34,24 +38,9 @@ bool ParseDemoSize(const QString& text, DemoSize& size)
 
 namespace {
 
-// A small deterministic generator, the same on every platform.
-class Random {
-public:
-    explicit Random(quint64 seed) : state_(seed ? seed : 0x9E3779B97F4A7C15ull) {}
-    quint64 Next()
-    {
-        state_ ^= state_ << 13;
-        state_ ^= state_ >> 7;
-        state_ ^= state_ << 17;
-        return state_;
-    }
-    double Uniform(double lo, double hi) { return lo + (hi - lo) * (Next() % 1000000) / 1000000.0; }
-    int Int(int lo, int hi) { return lo + static_cast<int>(Next() % quint64(hi - lo + 1)); }
-    bool Chance(int percent) { return Int(1, 100) <= percent; }
-
-private:
-    quint64 state_;
-};
+using demo::Random;
+// Defaults of the demo's regime calculation where a feeder's measurement gives none.
+constexpr double kDemoKzap = 0.5, kDemoCosFi = 0.9;
 
 double round3(double v) { return std::round(v * 1000.0) / 1000.0; }
 
@@ -97,7 +86,8 @@ struct NodeInfo {
 
 struct LVInfo {
     int guid, node, res, typeLoad, provod;
-    double i, cos, length;
+    double i, cos, length, unom;
+    int scheme;  // index of its scheme, -1 for a feeder without one
 };
 
 class Builder {
@@ -117,18 +107,29 @@ public:
         Hierarchy();
         Stage(QStringLiteral("Линии 0,4 кВ"));
         LVFeeders();
+        Stage(QStringLiteral("Абоненты"));
+        Consumers();
         Stage(QStringLiteral("Замеры"));
         Measurements();
         Stage(QStringLiteral("Результаты 6-10 кВ"));
         MVResults();
         Stage(QStringLiteral("Нормативный метод"));
         Normative();
-        Stage(QStringLiteral("Результаты расчета 0,4 кВ"));
-        LVResults();
+        SetGenerator("IdentGen", 200000);  // runs of the regime calculation come after the fixed keys
+        SetGenerator("GUIDGen", lastGuid_);
         Stage(QStringLiteral("Права пользователей"));
         Rights();
         return {static_cast<int>(nodes_.size()), static_cast<int>(lvs_.size()), rows_};
     }
+
+    QList<int> LVGuids() const
+    {
+        QList<int> guids;
+        for (const LVInfo& lv : lvs_)
+            guids << lv.guid;
+        return guids;
+    }
+    const std::vector<int>& YearIdents() const { return yearIdents_; }
 
 private:
     void Stage(const QString& name)
@@ -207,6 +208,15 @@ private:
             pr.Row({p.id, QString::fromUtf8(p.marka), p.f, p.r0, p.x0, p.type, QString::fromUtf8(p.add), p.ownNull});
             if (p.type == 3)
                 cb.Row({p.id, round3(p.r0 * 2.1)});
+            fider::TConductor c;
+            c.Ident = p.id;
+            c.Marka = QString::fromUtf8(p.marka);
+            c.F = p.f;
+            c.R0 = p.r0;
+            c.X0 = p.x0;
+            c.Cable = p.type == 3;
+            c.Known = true;
+            conductors_.byIdent.insert(p.id, c);
             if (p.type != 4)
                 lvProvods_.push_back(p.id);
         }
@@ -329,9 +339,8 @@ private:
         auto lf = W(QStringLiteral("LVFiders"), {"GUID", "Name", "OwnerGUID", "TypeLoad", "Unom"});
         auto la = W(QStringLiteral("LVFidersA"),
                     {"GUID", "CosFi", "ProvodPhase", "ProvodNull", "LineLength", "ConsumerName", "SwitchGName"});
-        auto ln = W(QStringLiteral("LVNodes"), {"GUID", "Name", "OwnerGUID", "TabOrder"});
-        auto ll = W(QStringLiteral("LVLines"), {"GUID", "OwnerGUID", "Node1", "Node2", "Info", "LineLength", "Kpl",
-                                                "Phase", "ProvodPhase", "TabOrder"});
+        // Feeders without a scheme are calculated as one section of these conductors: 35 mm² and up.
+        const int plainProvods[] = {642, 644, 645, 646, 647, 650, 651, 660, 661};
         int street = 0, count = 0;
         for (const NodeInfo& node : nodes_) {
             if (!node.lowSide)
@@ -339,27 +348,119 @@ private:
             const int feeders = 1 + static_cast<int>(rnd_.Next() % 5);  // 1..5, three on average
             for (int k = 0; k < feeders; ++k) {
                 const int guid = NewGuid();
-                const int provod = lvProvods_[rnd_.Next() % lvProvods_.size()];
-                const double length = round3(rnd_.Uniform(0.15, 1.4));
+                const QString streetName = demo::StreetName(street++);
+                const double unom = node.guid % 7 == 0 && k == 0 ? 0.22 : 0.38;
                 const double cos = cosByType_[node.typeLoad - 1];
-                lf.Row({guid, QStringLiteral("Л-%1 %2").arg(k + 1).arg(demo::StreetName(street++)), node.guid,
-                        node.typeLoad, node.guid % 7 == 0 && k == 0 ? 0.22 : 0.38});
-                la.Row({guid, cos, provod, provod, length, QStringLiteral("Жилые дома"),
-                        QStringLiteral("Р-%1").arg(k + 1)});
-                lvs_.push_back({guid, node.guid, node.res, node.typeLoad, provod, rnd_.Uniform(15, 140), cos, length});
+                lf.Row({guid, QStringLiteral("Л-%1 %2").arg(k + 1).arg(streetName), node.guid, node.typeLoad, unom});
+                LVInfo lv{guid, node.guid, node.res, node.typeLoad, plainProvods[rnd_.Next() % std::size(plainProvods)],
+                          rnd_.Uniform(15, 140), cos, round3(rnd_.Uniform(0.15, 0.9)), unom, -1};
                 if (++count % shape_.schemeEvery == 0) {
-                    // A radial scheme: the feeder's head, then four poles in a row.
-                    int prev = guid;
-                    for (int n = 1; n <= 4; ++n) {
-                        const int ng = NewGuid();
-                        ln.Row({ng, QStringLiteral("Опора %1").arg(n), guid, n});
-                        ll.Row({NewGuid(), guid, prev, ng, QStringLiteral("Участок %1").arg(n), round3(length / 4), 1.0,
-                                3, provod, n});
-                        prev = ng;
-                    }
+                    lv.scheme = static_cast<int>(schemes_.size());
+                    schemes_.push_back(Scheme(lv, streetName, unom));
+                    const fider::TFiderHHInfo& f = schemes_.back();
+                    lv.provod = f.Lines.front().Phase.Known ? f.Lines.front().Phase.Ident : lv.provod;
+                    lv.length = round3(f.GetLength());
                 }
+                la.Row({guid, cos, lv.provod, lv.provod, lv.length, QStringLiteral("Жилые дома"),
+                        QStringLiteral("Р-%1").arg(k + 1)});
+                lvs_.push_back(lv);
             }
         }
+        WriteSchemes();
+    }
+
+    fider::TFiderHHInfo Scheme(const LVInfo& lv, const QString& street, double unom)
+    {
+        demo::SchemeRequest request;
+        request.fider = lv.guid;
+        request.street = street;
+        request.res = lv.res;
+        request.neighbourRes = NextRes(lv.res);
+        request.unom = unom;
+        request.loadKindCos = lv.cos;
+        // 10 to 120 sections, most feeders short.
+        const double u = rnd_.Uniform(0, 1);
+        request.sections = 10 + static_cast<int>(110 * u * u * u);
+        fider::TFiderHHInfo f = demo::MakeScheme(rnd_, [this] { return NewGuid(); }, request, conductors_);
+        f.Name = QStringLiteral("Л %1").arg(street);
+        f.NodeGuid = lv.node;
+        return f;
+    }
+
+    void WriteSchemes()
+    {
+        auto ln = W(QStringLiteral("LVNodes"),
+                    {"GUID", "Name", "OwnerGUID", "TabOrder", "Kind", "State", "Phases", "ConsumerName", "Owner"});
+        auto ll = W(QStringLiteral("LVLines"),
+                    {"GUID", "OwnerGUID", "Node1", "Node2", "Info", "LineLength", "Kpl", "Phase", "ProvodPhase",
+                     "TabOrder", "Kind", "Phases", "ProvodNull", "State", "Owner", "RES"});
+        for (const fider::TFiderHHInfo& f : schemes_) {
+            QHash<int, const fider::TAbonentNode038*> consumerAt;
+            for (const fider::TAbonentNode038& a : f.Consumers)
+                consumerAt.insert(a.NodeGuid, &a);
+            int order = 0;
+            for (const fider::TNode038& n : f.Nodes) {
+                const fider::TAbonentNode038* a = consumerAt.value(n.Guid);
+                ln.Row({n.Guid, n.Name, f.Guid, ++order, static_cast<int>(n.Kind), n.SwitchedOn ? 1 : 0,
+                        a ? QVariant(fider::PhasesText(a->Phases)) : QVariant(), a ? QVariant(a->Name) : QVariant(),
+                        QVariant()});
+            }
+            order = 0;
+            for (const fider::TLine038& l : f.Lines) {
+                const bool connecting = l.Kind == fider::TSectionKind::Connecting;
+                ll.Row({l.Guid, f.Guid, l.Node1, l.Node2, l.Name, l.Length, 1.0, fider::PhaseCount(l.Phases),
+                        connecting ? 0 : l.Phase.Ident, ++order, static_cast<int>(l.Kind), fider::PhasesText(l.Phases),
+                        QVariant(), l.SwitchedOn ? 1 : 0, static_cast<int>(l.Owner),
+                        l.Res ? QVariant(l.Res) : QVariant()});
+            }
+        }
+    }
+
+    // Consumers and their energies of every year, growing a little from year to year.
+    void Consumers()
+    {
+        auto lc = W(QStringLiteral("LVConsumers"), {"SampleIdent", "GUID", "Name", "OwnerGUID", "Pust", "flagPu"});
+        auto wl = W(QStringLiteral("LVWLoads"), {"SampleIdent", "GUID", "Wa", "Wr", "CosFi"});
+        for (fider::TFiderHHInfo& f : schemes_)
+            for (fider::TAbonentNode038& a : f.Consumers) {
+                const double base = a.Wa;
+                a.Wa = EmptyFloat();  // what the scheme keeps is the energy of one year at a time
+                for (int y = 0; y < shape_.years; ++y) {
+                    const double wa = round3(base * (1 + 0.02 * y) * rnd_.Uniform(0.9, 1.1));
+                    lc.Row({yearIdents_[y], a.NodeGuid, a.Name, f.Guid, a.Pust, 1});
+                    wl.Row({yearIdents_[y], a.NodeGuid, wa, QVariant(), isEmptyFloat(a.CosFi) ? QVariant() : a.CosFi});
+                    yearEnergy_[{a.NodeGuid, y}] = wa;
+                }
+            }
+    }
+
+    // The head of a feeder with a scheme as a meter would see it in a year: the calculation with the
+    // consumers' energies, plus what the consumers' meters do not show.
+    struct HeadReading {
+        double i[3], imax[3], wa;
+    };
+    bool Reading(fider::TFiderHHInfo f, int year, double u, HeadReading& reading)
+    {
+        for (fider::TAbonentNode038& a : f.Consumers)
+            a.Wa = yearEnergy_.value({a.NodeGuid, year}, EmptyFloat());
+        fider::TRegimeSettings s;
+        s.U = {u, u, u};
+        s.T = 8760;
+        s.SqrKfg = 1.35;
+        s.Temperature = -5;
+        const fider::TCalcWInfoHHCommon run = fider::CalculateRegime(f, s);
+        if (!run.Ok())
+            return false;
+        const double unmetered = rnd_.Uniform(1.02, 1.10);
+        double received = 0;
+        for (const fider::TBalanceBlock& b : run.Blocks)
+            received += b.Wa_gen;
+        for (int k = 0; k < 3; ++k) {
+            reading.i[k] = round3(run.Power.GetI(k) * unmetered);
+            reading.imax[k] = round3(reading.i[k] * rnd_.Uniform(1.5, 1.8));
+        }
+        reading.wa = round3(received * unmetered);
+        return true;
     }
 
     QDate MeasureDay(int year, bool winter) const { return winter ? QDate(year, 12, 17) : QDate(year, 6, 18); }
@@ -403,29 +504,19 @@ private:
                             u[1] * (1 - drop), u[2] * (1 - drop), lv.cos, lv.cos, lv.cos, wa});
             }
             for (int y = 0; y < shape_.years; ++y) {
-                const double wa = lv.i * 0.66 * lv.cos * rnd_.Uniform(1.5, 2.5);  // thousand kWh a year
-                ws.Row({yearIdents_[y],
-                        lv.guid,
-                        rnd_.Chance(2) ? 1 : 0,
-                        wa,
-                        8760,
-                        230.0,
-                        230.0,
-                        230.0,
-                        lv.i,
-                        lv.i,
-                        lv.i,
-                        lv.i * 1.6,
-                        lv.i * 1.6,
-                        lv.i * 1.6,
-                        lv.cos,
-                        lv.cos,
-                        lv.cos,
-                        1.05,
-                        0.45,
-                        1.35,
-                        -5.0});
-                lvEnergy_.push_back(wa);
+                const double u = round3((lv.unom < 0.3 ? 127.0 : 230.0) * rnd_.Uniform(1.0, 1.03));
+                HeadReading h;
+                if (lv.scheme < 0 || !Reading(schemes_[lv.scheme], y, u, h)) {
+                    // Without a scheme: a mean current well under the measured peak, and its energy.
+                    const double mean = lv.i * rnd_.Uniform(0.3, 0.4);
+                    for (int k = 0; k < 3; ++k) {
+                        h.i[k] = round3(mean * rnd_.Uniform(0.85, 1.15));
+                        h.imax[k] = round3(lv.i * rnd_.Uniform(0.95, 1.05));
+                    }
+                    h.wa = round3((h.i[0] + h.i[1] + h.i[2]) * u * lv.cos * 8760 / 1e6 * rnd_.Uniform(0.95, 1.05));
+                }
+                ws.Row({yearIdents_[y], lv.guid, rnd_.Chance(2) ? 1 : 0, h.wa, 8760, u, u, u, h.i[0], h.i[1], h.i[2],
+                        h.imax[0], h.imax[1], h.imax[2], lv.cos, lv.cos, lv.cos, 1.05, 0.45, 1.35, -5.0});
             }
         }
         auto ti = W(QStringLiteral("LVWTPInfo"),
@@ -501,107 +592,6 @@ private:
         SetGenerator("LVFidersBIdent", ident);
     }
 
-    void LVResults()
-    {
-        auto lr = W(QStringLiteral("LVResults"), {"Ident",       "GUID",
-                                                  "SampleIdent", "CalcType",
-                                                  "T",           "UA",
-                                                  "UB",          "UC",
-                                                  "IA",          "IB",
-                                                  "IC",          "U2A",
-                                                  "U2B",         "U2C",
-                                                  "CosFiA",      "CosFiB",
-                                                  "CosFiC",      "ImaxA",
-                                                  "ImaxB",       "ImaxC",
-                                                  "Kdp",         "Krazv",
-                                                  "Lm",          "L23",
-                                                  "L1",          "HeadEndLength",
-                                                  "HeadEndSize", "Temperature",
-                                                  "dPdop",       "dWdop",
-                                                  "sqrKfg"});
-        auto pa = W(QStringLiteral("LVPResultsAdd"),
-                    {"Ident",  "RES",        "Balance", "Pcalc",     "Pfakt",     "Pgen",     "Qcalc",
-                     "Qfakt",  "Qgen",       "dP",      "dQ",        "NAbonents", "NLineP",   "NLineP_off",
-                     "NLineC", "NLineC_off", "LsumP",   "LsumP_off", "LsumC",     "LsumC_off"});
-        auto wa = W(QStringLiteral("LVWResultsAdd"), {"Ident", "RES", "Balance", "Wacalc", "Wafakt", "Wa_gen", "Wrcalc",
-                                                      "Wrfakt", "Wr_gen", "dWa", "dWr"});
-        int ident = 0, index = 0;
-        for (const LVInfo& lv : lvs_) {
-            const bool twoRes = index++ % 25 == 7;
-            for (int y = 0; y < shape_.years; ++y) {
-                ++ident;
-                const double i = lv.i * rnd_.Uniform(0.9, 1.1);
-                const double p = std::sqrt(3.0) * 0.4 * i * lv.cos;
-                const double sqrKfg = round3(rnd_.Uniform(1.1, 1.6));
-                lr.Row({ident,
-                        lv.guid,
-                        yearIdents_[y],
-                        0,
-                        8760,
-                        231.0,
-                        230.0,
-                        229.0,
-                        i,
-                        i * 0.95,
-                        i * 1.05,
-                        221.0,
-                        220.0,
-                        218.0,
-                        lv.cos,
-                        lv.cos,
-                        lv.cos,
-                        i * 1.7,
-                        i * 1.6,
-                        i * 1.8,
-                        1.06,
-                        0.8,
-                        lv.length * 0.6,
-                        lv.length * 0.3,
-                        lv.length * 0.1,
-                        0.05,
-                        50.0,
-                        -5.0,
-                        round3(p * 0.02),
-                        round3(p * 0.02 * 3.5),
-                        sqrKfg});
-                const int balanceRes[2] = {lv.res, NextRes(lv.res)};
-                for (int r = 0; r < (twoRes ? 2 : 1); ++r) {
-                    for (int balance : {0, 4}) {
-                        const double share = (balance == 0 ? 0.85 : 0.15) / (twoRes ? 2 : 1);
-                        const double pg = p * share, dp = pg * rnd_.Uniform(0.02, 0.08);
-                        const int lines = rnd_.Int(3, 12);
-                        pa.Row({ident,
-                                balanceRes[r],
-                                balance,
-                                pg - dp,
-                                (pg - dp) * 0.98,
-                                pg,
-                                pg * 0.45,
-                                pg * 0.44,
-                                pg * 0.47,
-                                dp,
-                                dp * 0.6,
-                                rnd_.Int(5, 80),
-                                lines,
-                                rnd_.Int(0, 1),
-                                rnd_.Int(0, 3),
-                                0,
-                                lv.length * share * 0.8,
-                                0.0,
-                                lv.length * share * 0.2,
-                                0.0});
-                        const double wg = lvEnergy_[(&lv - lvs_.data()) * shape_.years + y] * share;
-                        const double dw = wg * rnd_.Uniform(0.03, 0.09);
-                        wa.Row({ident, balanceRes[r], balance, wg - dw, (wg - dw) * 0.97, wg, wg * 0.45, wg * 0.44,
-                                wg * 0.47, dw, dw * 0.6});
-                    }
-                }
-            }
-        }
-        SetGenerator("IdentGen", std::max(ident, 200000) + 1000);
-        SetGenerator("GUIDGen", lastGuid_);
-    }
-
     void Rights()
     {
         // The demo user edits measurements and household data; right 0 (results only) is not held.
@@ -618,7 +608,10 @@ private:
     int lastGuid_ = 0;
     std::vector<Transformer> transformers_;
     std::vector<int> lvProvods_, yearIdents_, resGuids_, tmaxByType_;
-    std::vector<double> cosByType_, lvEnergy_;
+    std::vector<double> cosByType_;
+    std::vector<fider::TFiderHHInfo> schemes_;
+    demo::SchemeConductors conductors_;
+    QHash<QPair<int, int>, double> yearEnergy_;  // (consumer, year) -> thousand kWh
     std::vector<std::pair<int, int>> fiderRes_;
     std::vector<NodeInfo> nodes_;
     std::vector<LVInfo> lvs_;
@@ -628,15 +621,41 @@ private:
 
 DemoCounts DemoGenerator::Generate(const DemoShape& shape, const std::function<void(int, const QString&)>& progress)
 {
+    DemoCounts counts;
+    QList<int> fiders;
+    std::vector<int> years;
     connection_.StartTransaction(false);
     try {
-        DemoCounts counts = Builder(connection_, shape, progress).Run();
+        Builder builder(connection_, shape, progress);
+        counts = builder.Run();
+        fiders = builder.LVGuids();
+        years = builder.YearIdents();
         connection_.Commit();
-        return counts;
     } catch (...) {
         connection_.Rollback();
         throw;
     }
+    // The regime results of every year come from the regime calculation itself, by the measured head
+    // currents of the mean-load regime.
+    for (int year : years) {
+        fider::TRegimeRequest request;
+        request.Regime = fider::TRegimeKind::Middle;
+        request.Mode = fider::TLoadMode::HeadCurrents;
+        request.SampleIdent = year;
+        fider::TRegimeBatchEvents events;
+        events.Progress = [&](int done, int total) {
+            if (progress && (done % 500 == 0 || done == total))
+                progress(counts.rows, QStringLiteral("Расчет режимов 0,4 кВ: %1 из %2").arg(done).arg(total));
+        };
+        const fider::TRegimeBatchResult result =
+            fider::RunRegimeBatch(connection_, kDemoKzap, kDemoCosFi, fiders, request, events);
+        if (!result.Failure.isEmpty())
+            throw EDatabaseError(result.Failure);
+        counts.rows += result.Rows;
+        counts.regimeRuns += result.Calculated;
+        counts.regimeRefused += result.Refused;
+    }
+    return counts;
 }
 
 }  // namespace db

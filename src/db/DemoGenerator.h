@@ -19,6 +19,7 @@ struct DemoShape {
 // Counts of what was generated.
 struct DemoCounts {
     int nodes = 0, lvFiders = 0, rows = 0;
+    int regimeRuns = 0, regimeRefused = 0;  // feeders calculated and refused, over every year
 };
 
 // Fills an empty database with a deterministic, plausible utility network: the hierarchy with

@@ -103,6 +103,7 @@ create table "LVPTPInfo" ("SampleIdent" integer not null, "GUID" integer not nul
   "CosFiA" double precision, "CosFiB" double precision, "CosFiC" double precision,
   "Kdp" double precision, "Wa" double precision, "T" integer, "Tau" double precision, "Kzap" double precision,
   "Tmax" integer, "Temperature" double precision, primary key ("SampleIdent", "GUID"));
+/* Loads of the consumers for the maximum-load regime (see "LVWLoads"). */
 create table "LVPLoads" ("SampleIdent" integer not null, "GUID" integer not null, "Wa" double precision,
   "Wr" double precision, "CosFi" double precision, "Pz" double precision, "Pi" double precision,
   "I" double precision, "LoadType" integer, "Param1" double precision, "Param2" double precision,
@@ -122,6 +123,9 @@ create table "LVWSamples" ("SampleIdent" integer not null, "GUID" integer not nu
   "Kdp" double precision, "Kzap" double precision, "sqrKfg" double precision, "Temperature" double precision,
   primary key ("SampleIdent", "GUID"));
 create index "LVWSamples_GUID" on "LVWSamples" ("GUID");
+/* The consumers of an interval, "GUID" the consumer's node of the scheme ("LVNodes"), "OwnerGUID" its LV
+   feeder, "Pust" installed power in kW; their energies of the interval in thousand kWh / thousand kvarh
+   ("LVWLoads"; "LVPLoads" for the maximum-load regime, taken before "LVWLoads" when present). */
 create table "LVWLoads" ("SampleIdent" integer not null, "GUID" integer not null, "Wa" double precision,
   "Wr" double precision, "CosFi" double precision, primary key ("SampleIdent", "GUID"));
 create table "LVConsumers" ("SampleIdent" integer not null, "GUID" integer not null, "Name" varchar(100),
@@ -146,47 +150,93 @@ create index "LVWResultsB_GUID" on "LVWResultsB" ("GUID");
 create index "LVWResultsB_Info" on "LVWResultsB" ("Info");
 
 /* ---------------- LV regime results ---------------- */
-create table "LVResults" ("Ident" integer not null primary key, "GUID" integer, "SampleIdent" integer,
-  "CalcType" integer, "T" integer,
-  "UA" double precision, "UB" double precision, "UC" double precision,
-  "IA" double precision, "IB" double precision, "IC" double precision,
-  "U2A" double precision, "U2B" double precision, "U2C" double precision,
-  "CosFiA" double precision, "CosFiB" double precision, "CosFiC" double precision,
-  "ImaxA" double precision, "ImaxB" double precision, "ImaxC" double precision,
-  "Kdp" double precision, "Krazv" double precision, "Lm" double precision, "L23" double precision,
-  "L1" double precision, "HeadEndLength" double precision, "HeadEndSize" double precision,
-  "Temperature" double precision, "dPdop" double precision, "dWdop" double precision,
-  "sqrKfg" double precision);
+/* One row per run of the regime calculation of an LV feeder for an interval and a calculation type
+   (null or 0: the ordinary run). Units: hours, V, A, km, mm², °C, kW, thousand kWh. */
+create table "LVResults" ("Ident" integer not null primary key,
+  "GUID" integer,                    /* the LV feeder */
+  "SampleIdent" integer,             /* the interval ("SamplesDates") */
+  "CalcType" integer,
+  "T" integer,                       /* hours of the interval */
+  "UA" double precision, "UB" double precision, "UC" double precision,     /* V, phase voltages at the supply centre */
+  "IA" double precision, "IB" double precision, "IC" double precision,     /* A, head currents of the regime */
+  "U2A" double precision, "U2B" double precision, "U2C" double precision,  /* V, the lowest phase voltages of the feeder */
+  "CosFiA" double precision, "CosFiB" double precision, "CosFiC" double precision,  /* head power factors */
+  "ImaxA" double precision, "ImaxB" double precision, "ImaxC" double precision,     /* A, maximum head currents */
+  "Kdp" double precision,            /* additional losses factor */
+  "Krazv" double precision,          /* branching coefficient of the solved regime */
+  "Lm" double precision,             /* km, main line */
+  "L23" double precision,            /* km, two- and three-phase branches */
+  "L1" double precision,             /* km, single-phase branches */
+  "HeadEndLength" double precision,  /* km */
+  "HeadEndSize" double precision,    /* mm² */
+  "Temperature" double precision,    /* °C */
+  "dPdop" double precision,          /* kW, admissible imbalance of power */
+  "dWdop" double precision,          /* thousand kWh, admissible imbalance of energy */
+  "sqrKfg" double precision,         /* squared shape factor; null for a maximum-load run */
+  "Regime" smallint,                 /* 0 mean loads, 1 maximum load */
+  "LoadMode" smallint);              /* 0 given loads, 1 head currents, 2 energy supplied */
 create index "LVResults_GUID" on "LVResults" ("GUID");
 create index "LVResults_Sample" on "LVResults" ("SampleIdent", "CalcType");
+/* One row per (district, balance kind 0 or 4) of a run: kW, kvar, km. */
 create table "LVPResultsAdd" ("Ident" integer not null, "RES" integer not null, "Balance" integer not null,
-  "Pcalc" double precision, "Pfakt" double precision, "Pgen" double precision,
-  "Qcalc" double precision, "Qfakt" double precision, "Qgen" double precision,
-  "dP" double precision, "dQ" double precision, "NAbonents" integer,
-  "NLineP" integer, "NLineP_off" integer, "NLineC" integer, "NLineC_off" integer,
-  "LsumP" double precision, "LsumP_off" double precision, "LsumC" double precision, "LsumC_off" double precision,
+  "Pcalc" double precision,   /* kW, calculated consumption of the part's supplied consumers */
+  "Pfakt" double precision,   /* kW, their given consumption (energy over the hours) */
+  "Pgen" double precision,    /* kW, power received by the part: consumption and losses */
+  "Qcalc" double precision, "Qfakt" double precision, "Qgen" double precision,  /* kvar, the same */
+  "dP" double precision,      /* kW, load losses in the part's sections */
+  "dQ" double precision,      /* kvar */
+  "NAbonents" integer,        /* supplied consumers */
+  "NLineP" integer, "NLineP_off" integer, "NLineC" integer, "NLineC_off" integer,  /* overhead and cable sections, on and off */
+  "LsumP" double precision, "LsumP_off" double precision, "LsumC" double precision, "LsumC_off" double precision,  /* km */
   primary key ("Ident", "RES", "Balance"),
   foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
 create index "LVPResultsAdd_RES" on "LVPResultsAdd" ("RES");
+/* The same parts in energy: thousand kWh, thousand kvarh. */
 create table "LVWResultsAdd" ("Ident" integer not null, "RES" integer not null, "Balance" integer not null,
-  "Wacalc" double precision, "Wafakt" double precision, "Wa_gen" double precision,
-  "Wrcalc" double precision, "Wrfakt" double precision, "Wr_gen" double precision,
-  "dWa" double precision, "dWr" double precision,
+  "Wacalc" double precision,  /* thousand kWh, calculated consumption */
+  "Wafakt" double precision,  /* thousand kWh, given consumption of the consumers' meters */
+  "Wa_gen" double precision,  /* thousand kWh, received: consumption and losses; the head part also what is not explained */
+  "Wrcalc" double precision, "Wrfakt" double precision, "Wr_gen" double precision,  /* thousand kvarh */
+  "dWa" double precision,     /* thousand kWh, load losses */
+  "dWr" double precision,     /* thousand kvarh */
   primary key ("Ident", "RES", "Balance"),
   foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
-create table "LVPResultsN" ("Ident" integer not null, "GUID" integer not null, "U" double precision,
+/* Per energised node of a run. */
+create table "LVPResultsN" ("Ident" integer not null, "GUID" integer not null,
+  "U" double precision,       /* V, mean of the node's phase-to-neutral voltages */
+  "UA" double precision, "UB" double precision, "UC" double precision,  /* V, null where the phase is absent */
+  "dU" double precision,      /* %, voltage loss from the supply centre (the largest of the phases) */
   primary key ("Ident", "GUID"), foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
-create table "LVPResultsL" ("Ident" integer not null, "GUID" integer not null, "I" double precision,
-  "dU" double precision, "dP" double precision, primary key ("Ident", "GUID"),
+/* Per energised section of a run. */
+create table "LVPResultsL" ("Ident" integer not null, "GUID" integer not null,
+  "I" double precision,       /* A, the largest phase current */
+  "dU" double precision,      /* %, voltage loss along the section, of the supply-centre phase voltage */
+  "dP" double precision,      /* kW, losses */
+  "IA" double precision, "IB" double precision, "IC" double precision,  /* A, null where the phase is absent */
+  "IN" double precision,      /* A, neutral current */
+  "dQ" double precision,      /* kvar */
+  primary key ("Ident", "GUID"),
   foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
 
 /* ---------------- LV schemes ---------------- */
+/* Nodes of an LV feeder's scheme; the feeder's own GUID is its supply centre (the substation's bus).
+   "Kind": 0 supply centre, 1 tap point, 2 consumer, 3 switching device, null or 4 plain node.
+   "State": a switching device's state, 1 or null on, 0 off. "Phases": a consumer's connection, 'A', 'B',
+   'C' or null/'ABC' for three phases. "Owner": a consumer's balance owner when it differs from its
+   section's: 0 "На балансе", 1 "Не на балансе", 2 "Потребителя", 3 "ССО", 4 "ССП". */
 create table "LVNodes" ("GUID" integer not null primary key, "Name" varchar(100), "OwnerGUID" integer,
-  "TabOrder" integer);
+  "TabOrder" integer, "Kind" smallint, "State" smallint, "Phases" varchar(3), "ConsumerName" varchar(100),
+  "Owner" smallint);
 create index "LVNodes_Owner" on "LVNodes" ("OwnerGUID");
+/* Sections of an LV feeder's scheme, "Node1" the end nearer to the supply centre. "LineLength" km.
+   "Kind": 0 overhead, 1 cable, 2 connecting, null from the conductor. "Phases": null/'ABC' or any
+   other non-empty set of 'A', 'B', 'C'; "Phase" the number of phases. "ProvodPhase", "ProvodNull":
+   phase and neutral conductors ("Provods"), the neutral null when the same. "State" 1 or null on, 0 off.
+   "Owner" as for nodes, null on the balance. "RES": the district of the balance, null the substation's. */
 create table "LVLines" ("GUID" integer not null primary key, "OwnerGUID" integer, "Node1" integer,
   "Node2" integer, "Info" varchar(100), "LineLength" double precision, "Kpl" double precision,
-  "Phase" integer, "ProvodPhase" integer, "TabOrder" integer);
+  "Phase" integer, "ProvodPhase" integer, "TabOrder" integer, "Kind" smallint, "Phases" varchar(3),
+  "ProvodNull" integer, "State" smallint, "Owner" smallint, "RES" integer);
 create index "LVLines_Owner" on "LVLines" ("OwnerGUID");
 
 /* Regime parameters of an LV feeder kept between calculations: "Regime" 0 mean loads, 1 maximum load;

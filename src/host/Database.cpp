@@ -1,4 +1,5 @@
 #include "host/Database.h"
+#include "host/SchemaUpgrade.h"
 
 #include <QDir>
 #include <QFile>
@@ -130,6 +131,7 @@ std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString
                         .arg(connectionString);
             return nullptr;
         }
+        UpgradeSchema(*db->defaultConnection_);
     } catch (const EDatabaseError& e) {
         error = QStringLiteral("Не удалось открыть базу данных %1: %2").arg(connectionString, e.Text());
         return nullptr;

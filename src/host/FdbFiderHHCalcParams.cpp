@@ -45,6 +45,11 @@ const char* kSave = R"(update or insert into "LVCalcParams" ("GUID", "Regime", "
     matching ("GUID", "Regime", "Level"))";
 
 constexpr int RegimeMiddle = 0, RegimeMax = 1;
+}  // namespace
+
+QString ParamColumnName(TParamField field) { return QString::fromLatin1(kColumns[static_cast<int>(field)]); }
+
+namespace {
 
 // Takes the columns a query has; the others stay as they are.
 void readInto(const TFDQuery& q, TLVCalcValues& values)

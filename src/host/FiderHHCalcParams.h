@@ -139,6 +139,8 @@ public:
 };
 
 class ToznFDConnection;
+// The column of a value in "LVCalcParams" and in the measurement tables ("UA", "CosFiA", "sqrKfg", …).
+OZN3HOST_API QString ParamColumnName(TParamField field);
 // Regime parameters in the database: the stored current and line values of the feeder, the line's
 // measurement of the period ("LVWSamples"), the substation's given values ("LVWTPInfo", "WLoads") and
 // its calculated values (the sums over its LV feeders). Save keeps the current and line values.

@@ -25,7 +25,7 @@ TRegimeSettings::TRegimeSettings()
     U.fill(e);
     HeadCurrent.fill(e);
     Imax.fill(e);
-    SqrKfg = TauRel = Tmax = Wa = e;
+    SqrKfg = TauRel = Tmax = Wa = FiderWa = e;
 }
 
 TBalanceBlock::TBalanceBlock()
@@ -162,6 +162,7 @@ private:
                                          [](const TAbonentNode038& a) { return positive(a.Pust); });
         const double hours = ConsumptionHours();
         double total = 0;
+        int supplied = 0;
         loads_.resize(f_.Consumers.size());
         for (size_t c = 0; c < f_.Consumers.size(); ++c) {
             const TAbonentNode038& a = f_.Consumers[c];
@@ -174,14 +175,17 @@ private:
             else
                 l.p = anyEnergy ? (a.HasEnergy() ? a.Wa : 0) : anyPust ? (positive(a.Pust) ? a.Pust : 0) : 1;
             l.q = l.p * l.tan;
-            if (l.supplied)
+            if (l.supplied) {
                 total += l.p;
+                ++supplied;
+            }
         }
-        if (!(total > 0))
-            run_.Problems << (f_.Consumers.empty() ? QStringLiteral("В схеме нет абонентов")
-                              : s_.Mode == TLoadMode::Loads
-                                  ? QStringLiteral("Нет нагрузок: у питаемых абонентов не задана электроэнергия")
-                                  : QStringLiteral("Нет нагрузок: все абоненты отключены"));
+        if (f_.Consumers.empty())
+            run_.Problems << QStringLiteral("В схеме нет абонентов");
+        else if (supplied == 0)
+            run_.Problems << QStringLiteral("Нет нагрузок: все абоненты отключены");
+        else if (!(total > 0))
+            run_.Problems << QStringLiteral("Нет нагрузок: у питаемых абонентов не задана электроэнергия");
     }
 
     void AddLoad(size_t c)

@@ -31,6 +31,7 @@ struct OZN3HOST_API TRegimeSettings {
     double TauRel;                      // relative hours of greatest losses (maximum-load regime)
     double Tmax;                        // hours of greatest load (maximum-load regime)
     double Wa;                          // measured energy supplied into the feeder, thousand kWh
+    double FiderWa;                     // the same as given or measured even where the mode calculates it
     double DefaultCosFi = 0.9;          // for consumers and load kinds without one
 };
 

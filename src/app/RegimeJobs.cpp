@@ -1,0 +1,157 @@
+// The LV regime calculation without a window: every LV feeder under a node of the tree for an interval.
+#include <QFile>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+#include "app/CliJobs.h"
+#include "host/Database.h"
+#include "host/Progress.h"
+#include "host/SamplePeriods.h"
+#include "host/Tree.h"
+#include "host/fider/RegimeBatch.h"
+#include "host/fider/RegimeJson.h"
+
+namespace cli {
+
+namespace {
+std::atomic<bool> g_stop{false};
+void onStop(int) { g_stop = true; }
+
+void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
+
+const char* const kUsage =
+    "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
+    "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
+
+bool parseMode(const QString& text, fider::TLoadMode& mode)
+{
+    if (text == QLatin1String("loads"))
+        mode = fider::TLoadMode::Loads;
+    else if (text == QLatin1String("currents"))
+        mode = fider::TLoadMode::HeadCurrents;
+    else if (text == QLatin1String("energy"))
+        mode = fider::TLoadMode::Energy;
+    else
+        return false;
+    return true;
+}
+
+QString fiderTitle(const fider::TFiderJob& job)
+{
+    return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid);
+}
+}  // namespace
+
+int Regime(const QStringList& args)
+{
+    const QString connection = Option(args, QStringLiteral("--db"));
+    bool okNode = false, okSample = false, okType = true;
+    const int node = Option(args, QStringLiteral("--node")).toInt(&okNode);
+    const int sample = Option(args, QStringLiteral("--sample")).toInt(&okSample);
+    const QString typeText = Option(args, QStringLiteral("--calc-type"));
+    const int calcType = typeText.isEmpty() ? 0 : typeText.toInt(&okType);
+    const bool middle = args.contains(QStringLiteral("--middle")), maximum = args.contains(QStringLiteral("--max"));
+    fider::TRegimeRequest request;
+    const QString modeText = Option(args, QStringLiteral("--mode"));
+    fider::TLoadMode mode = fider::TLoadMode::Loads;
+    if (connection.isEmpty() || !okNode || !okSample || !okType || middle == maximum ||
+        (args.contains(QStringLiteral("--mode")) && !parseMode(modeText, mode))) {
+        err(QString::fromUtf8(kUsage));
+        return 2;
+    }
+    request.Regime = maximum ? fider::TRegimeKind::Maximum : fider::TRegimeKind::Middle;
+    request.SampleIdent = sample;
+    request.CalcType = calcType;
+    if (!modeText.isEmpty())
+        request.Mode = mode;
+    if (request.Regime == fider::TRegimeKind::Maximum && request.Mode == fider::TLoadMode::Energy) {
+        err(QStringLiteral("Расчет по отпуску электроэнергии возможен только в режиме средних нагрузок (--middle)"));
+        return 2;
+    }
+    const TSamplePeriodInfo* info = nullptr;
+    auto database = OpenWithPeriod(connection, sample, info);
+    if (!database)
+        return 1;
+    if (!database->GetTree()->Find(node)) {
+        err(QStringLiteral("Не найден элемент сети %1").arg(node));
+        return 1;
+    }
+    const QList<int> fiders = fider::LVFidersUnder(*database->GetTree(), node);
+    if (fiders.isEmpty()) {
+        err(QStringLiteral("Под элементом сети %1 нет линий 0,4 кВ").arg(node));
+        return 1;
+    }
+
+    // The log is written as the run goes, so that a stopped run keeps what it found.
+    QFile log;
+    const QString logFile = Option(args, QStringLiteral("--log"));
+    if (!logFile.isEmpty()) {
+        log.setFileName(logFile);
+        if (!log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+            err(QStringLiteral("Не удалось открыть журнал %1: %2").arg(logFile, log.errorString()));
+            return 1;
+        }
+    }
+    const bool json = args.contains(QStringLiteral("--json"));
+    host::TerminalProgress bar;
+    bar.Start(QStringLiteral("Расчет режимов 0,4 кВ: %1").arg(info->Name), 0);
+    fider::TRegimeBatchEvents events;
+    events.Stage = [&](const QString& text) { bar.SetText(text); };
+    events.Progress = [&](int done, int total) {
+        bar.SetMaximum(total);
+        bar.SetPosition(done);
+    };
+    events.Refused = [&](const fider::TFiderJob& job, const QStringList& problems) {
+        if (log.isOpen()) {
+            for (const QString& p : problems)
+                log.write((fiderTitle(job) + QStringLiteral(" - ") + p + QLatin1Char('\n')).toUtf8());
+            log.flush();
+        }
+        if (json) {
+            const QByteArray line = fider::RefusedJson(job.Fider, problems) + '\n';
+            std::fwrite(line.constData(), 1, line.size(), stdout);
+        }
+    };
+    events.Stored = [&](const fider::TFiderJob& job, const fider::TCalcWInfoHHCommon& run, int ident) {
+        bar.SetText(job.Fider.Name);
+        if (json) {
+            const QByteArray line = fider::RegimeJson(job.Fider, run, ident) + '\n';
+            std::fwrite(line.constData(), 1, line.size(), stdout);
+        }
+    };
+    events.Cancelled = [] { return g_stop.load(); };
+    // Ctrl-C stops after the feeder being written; what is stored stays stored.
+    g_stop = false;
+    std::signal(SIGINT, onStop);
+    std::signal(SIGTERM, onStop);
+    const fider::TRegimeBatchResult result = fider::RunRegimeBatch(*database, fiders, request, events);
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    bar.Finish();
+    std::fflush(stdout);
+    const QString summary = QStringLiteral("Рассчитано линий: %1, отказано: %2 из %3 (%4 с)")
+                                .arg(result.Calculated)
+                                .arg(result.Refused)
+                                .arg(result.Total)
+                                .arg(result.Seconds, 0, 'f', 1);
+    if (json)
+        err(summary);
+    else
+        std::printf("%s\n", summary.toUtf8().constData());
+    if (log.isOpen() && !log.flush()) {
+        err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
+        return 1;
+    }
+    if (!result.Failure.isEmpty()) {
+        err(QStringLiteral("Ошибка базы данных: %1").arg(result.Failure));
+        return 1;
+    }
+    if (result.Cancelled) {
+        err(QStringLiteral("Расчет остановлен; сохранено линий: %1").arg(result.Calculated));
+        return 130;
+    }
+    return 0;
+}
+
+}  // namespace cli

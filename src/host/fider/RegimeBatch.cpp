@@ -1,0 +1,160 @@
+#include "host/fider/RegimeBatch.h"
+
+#include <QElapsedTimer>
+#include <QSet>
+#include <future>
+
+#include "host/Database.h"
+#include "host/InitOZN.h"
+#include "host/Tree.h"
+
+namespace fider {
+
+QList<int> LVFidersUnder(const TfdbTree& tree, int ident)
+{
+    QList<int> result;
+    ToznListItemCommon* start = tree.Find(ident);
+    if (!start)
+        return result;
+    QSet<int> seen;
+    std::vector<ToznListItemCommon*> stack{start};
+    while (!stack.empty()) {
+        ToznListItemCommon* item = stack.back();
+        stack.pop_back();
+        if (item->isLink())
+            continue;  // a substation fed from a second feeder is calculated under its own
+        if (item->GetNodeType() == NodeType::LVFiders) {
+            if (!seen.contains(item->GetIdent())) {
+                seen.insert(item->GetIdent());
+                result << item->GetIdent();
+            }
+            continue;
+        }
+        for (int i = item->GetCount() - 1; i >= 0; --i)
+            stack.push_back(item->GetItems(i));
+    }
+    return result;
+}
+
+namespace {
+using Runs = std::vector<TCalcWInfoHHCommon>;
+
+Runs calculate(const std::vector<TFiderJob>& jobs, size_t first, size_t last)
+{
+    Runs runs;
+    runs.reserve(last - first);
+    for (size_t i = first; i < last; ++i) {
+        if (!jobs[i].Problems.isEmpty()) {
+            TCalcWInfoHHCommon refused;
+            refused.Problems = jobs[i].Problems;
+            runs.push_back(std::move(refused));
+        } else {
+            runs.push_back(CalculateRegime(jobs[i].Fider, jobs[i].Settings));
+        }
+    }
+    return runs;
+}
+}  // namespace
+
+TRegimeBatchResult RunRegimeBatch(TfdbDatabase& database, const QList<int>& fiders, const TRegimeRequest& request,
+                                  const TRegimeBatchEvents& events)
+{
+    std::unique_ptr<ToznFDConnection> connection;
+    try {
+        connection = database.NewConnection();
+    } catch (const EDatabaseError& e) {
+        TRegimeBatchResult result;
+        result.Failure = e.Text();
+        return result;
+    }
+    TInitOZN* init = database.GetInit();
+    return RunRegimeBatch(*connection, init->GetDefaultKzap(), init->GetDefaultCosFi(), fiders, request, events);
+}
+
+TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKzap, double defaultCosFi,
+                                  const QList<int>& fiders, const TRegimeRequest& request,
+                                  const TRegimeBatchEvents& events)
+{
+    TRegimeBatchResult result;
+    QElapsedTimer timer;
+    timer.start();
+    auto stage = [&](const QString& text) {
+        if (events.Stage)
+            events.Stage(text);
+    };
+    std::vector<TFiderJob> jobs;
+    try {
+        stage(QStringLiteral("Чтение схем и нагрузок"));
+        TRegimeReader reader(connection, defaultKzap, defaultCosFi);
+        jobs = reader.Read(fiders, request);
+    } catch (const EDatabaseError& e) {
+        result.Failure = e.Text();
+        return result;
+    }
+    result.ReadSeconds = timer.elapsed() / 1000.0;
+    result.Total = static_cast<int>(jobs.size());
+    stage(QStringLiteral("Расчет режимов"));
+    if (events.Progress)
+        events.Progress(0, result.Total);
+
+    // Chunks are calculated one ahead on a worker thread while this thread writes the previous one.
+    constexpr size_t kChunk = 64;
+    auto launch = [&jobs](size_t first) {
+        const size_t last = std::min(jobs.size(), first + kChunk);
+        return std::async(std::launch::async, [&jobs, first, last] { return calculate(jobs, first, last); });
+    };
+    std::future<Runs> next;
+    if (!jobs.empty())
+        next = launch(0);
+    try {
+        connection.StartTransaction(false);
+        TRegimeWriter writer(connection);
+        for (size_t first = 0; first < jobs.size() && !result.Cancelled; first += kChunk) {
+            Runs runs = next.get();
+            if (first + kChunk < jobs.size())
+                next = launch(first + kChunk);
+            for (size_t i = 0; i < runs.size(); ++i) {
+                const TFiderJob& job = jobs[first + i];
+                const TCalcWInfoHHCommon& run = runs[i];
+                if (run.Ok()) {
+                    try {
+                        const int ident = writer.Write(job.Fider, run, request.CalcType);
+                        ++result.Calculated;
+                        if (events.Stored)
+                            events.Stored(job, run, ident);
+                    } catch (const EDatabaseError& e) {
+                        ++result.Refused;
+                        if (events.Refused)
+                            events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + e.Text()});
+                    }
+                } else {
+                    ++result.Refused;
+                    if (events.Refused)
+                        events.Refused(job, run.Problems);
+                }
+                if (events.Progress)
+                    events.Progress(static_cast<int>(first + i + 1), result.Total);
+                if (events.Cancelled && events.Cancelled()) {
+                    result.Cancelled = true;
+                    break;
+                }
+            }
+        }
+        if (next.valid())
+            next.wait();
+        result.Rows = writer.Rows();
+        connection.Commit();
+    } catch (const EDatabaseError& e) {
+        if (next.valid())
+            next.wait();
+        result.Failure = e.Text();
+        try {
+            connection.Rollback();
+        } catch (const EDatabaseError&) {
+        }
+    }
+    result.Seconds = timer.elapsed() / 1000.0;
+    return result;
+}
+
+}  // namespace fider

@@ -1,0 +1,46 @@
+#pragma once
+// The regime calculation of many LV feeders: read once, calculated on a worker thread while one
+// connection writes, stoppable between feeders. Used by the command line and by the application.
+#include <QList>
+#include <QString>
+#include <functional>
+
+#include "host/HostApi.h"
+#include "host/fider/RegimeStore.h"
+
+class TfdbDatabase;
+class ToznFDConnection;
+class TfdbTree;
+
+namespace fider {
+
+// The LV feeders under a node of the tree (the node itself when it is one), each once.
+OZN3HOST_API QList<int> LVFidersUnder(const TfdbTree& tree, int ident);
+
+struct OZN3HOST_API TRegimeBatchEvents {
+    // A text of what is being done, then the position among the feeders.
+    std::function<void(const QString& text)> Stage;
+    std::function<void(int done, int total)> Progress;
+    std::function<void(const TFiderJob& job, const QStringList& problems)> Refused;
+    std::function<void(const TFiderJob& job, const TCalcWInfoHHCommon& run, int ident)> Stored;
+    // Asked after every feeder: true stops the run; what is stored stays.
+    std::function<bool()> Cancelled;
+};
+
+struct OZN3HOST_API TRegimeBatchResult {
+    int Total = 0, Calculated = 0, Refused = 0;
+    bool Cancelled = false;
+    QString Failure;  // a database error that stopped the run
+    int Rows = 0;     // rows written
+    double ReadSeconds = 0, Seconds = 0;
+};
+
+// Calculates and stores the feeders for the request on a connection of its own.
+OZN3HOST_API TRegimeBatchResult RunRegimeBatch(TfdbDatabase& database, const QList<int>& fiders,
+                                               const TRegimeRequest& request, const TRegimeBatchEvents& events);
+// The same on a connection without an open transaction, with the defaults of the fill factor and cos φ.
+OZN3HOST_API TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKzap, double defaultCosFi,
+                                               const QList<int>& fiders, const TRegimeRequest& request,
+                                               const TRegimeBatchEvents& events);
+
+}  // namespace fider
