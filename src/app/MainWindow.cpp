@@ -8,6 +8,7 @@
 #include <QToolBar>
 #include <QTreeView>
 
+#include "app/RegimeCommand.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
@@ -16,6 +17,7 @@
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "host/WindowService.h"
+#include "host/fider/RegimeBatch.h"
 
 MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(database), plugin_(plugin)
 {
@@ -90,8 +92,8 @@ void MainWindow::BuildMenu()
     });
     menu->addAction(QStringLiteral("Схема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Параметры режима средних нагрузок..."), this, [this] { RunRegime(false); });
-    menu->addAction(QStringLiteral("Параметры режима максимальных нагрузок..."), this, [this] { RunRegime(true); });
+    menu->addAction(QStringLiteral("Расчет режима средних нагрузок..."), this, [this] { RunRegime(false); });
+    menu->addAction(QStringLiteral("Расчет режима максимальных нагрузок..."), this, [this] { RunRegime(true); });
     menu->addAction(QStringLiteral("Баланс линии..."), this, [this] { ShowBalance(false); });
     menu->addAction(QStringLiteral("Баланс линии в таблицу экспорта"), this, [this] { ShowBalance(true); });
     menu->addSeparator();
@@ -123,9 +125,14 @@ void MainWindow::ShowDetail()
         host::ShowWarning(QStringLiteral("Выберите линию 0,4 кВ в дереве сети"));
         return;
     }
+    ShowDetailOf(lv, 0);
+}
+
+void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
+{
     QWidget* old = detail_->widget();
     // The frame is created on the dock and owned by it.
-    QWidget* frame = plugin_->DetailFrameCreate(detail_, lv, 0);
+    QWidget* frame = plugin_->DetailFrameCreate(detail_, lv, runIdent);
     if (frame) {
         detail_->setWidget(frame);
         delete old;
@@ -135,22 +142,47 @@ void MainWindow::ShowDetail()
 
 void MainWindow::RunRegime(bool maximum)
 {
-    ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
-    if (!lv) {
-        host::ShowWarning(QStringLiteral("Выберите линию 0,4 кВ в дереве сети"));
+    ToznListItemCommon* item = SelectedItem();
+    if (!item || item->GetNodeType() < NodeType::AOEnergo) {
+        host::ShowWarning(QStringLiteral("Выберите в дереве сети линию 0,4 кВ или элемент сети выше неё"));
         return;
     }
-    if (maximum) {
-        TWCalcTmaxHHParams params;
-        params.SetFiderGUID(lv->GetIdent());
-        params.SetSamplePeriod(SelectedPeriod());
-        plugin_->GetLVMaxRegim(&params);
-    } else {
-        TWCalcHHParams params;
-        params.SetFiderGUID(lv->GetIdent());
-        params.SetSamplePeriod(SelectedPeriod());
-        plugin_->GetLVMiddleRegim(&params);
+    // One LV feeder, or every LV feeder under the chosen element.
+    ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
+    std::unique_ptr<TFiderHHCalcParams> params;
+    if (maximum)
+        params = std::make_unique<TWCalcTmaxHHParams>();
+    else
+        params = std::make_unique<TWCalcHHParams>();
+    params->SetFiderGUID(lv ? lv->GetIdent() : 0);
+    params->SetSamplePeriod(SelectedPeriod());
+    const int answer = maximum ? plugin_->GetLVMaxRegim(static_cast<TWCalcTmaxHHParams*>(params.get()))
+                               : plugin_->GetLVMiddleRegim(static_cast<TWCalcHHParams*>(params.get()));
+    if (answer != 1)
+        return;
+    const fider::TRegimeKind regime = maximum ? fider::TRegimeKind::Maximum : fider::TRegimeKind::Middle;
+    const QList<int> fiders =
+        lv ? QList<int>{lv->GetIdent()} : fider::LVFidersUnder(*database_->GetTree(), item->GetIdent());
+    if (fiders.isEmpty()) {
+        host::ShowWarning(QStringLiteral("Под выбранным элементом сети нет линий 0,4 кВ"));
+        return;
     }
+    const RegimeOutcome outcome =
+        RunRegimeCommand(*database_, fiders, RequestFromParams(*params, regime, lv != nullptr));
+    if (!lv) {
+        (outcome.Refused || !outcome.Failure.isEmpty() ? host::ShowWarning
+                                                       : host::ShowInformation)(RegimeSummary(outcome));
+        return;
+    }
+    if (outcome.Calculated == 0) {
+        host::ShowWarning(QStringLiteral("Расчет линии «%1» не выполнен:\n").arg(lv->GetText()) +
+                          (outcome.Failure.isEmpty() ? outcome.Problems.join(QLatin1Char('\n')) : outcome.Failure));
+        return;
+    }
+    // The feeder's balance, then its scheme with the voltages, currents and losses of this run.
+    TFiderHH fider(lv->GetIdent(), lv->GetText(), lv->Parent() ? lv->Parent()->GetIdent() : 0);
+    plugin_->ShowFiderHHResults(&fider, params->GetSamplePeriod());
+    ShowDetailOf(lv, outcome.LastIdent);
 }
 
 void MainWindow::ShowBalance(bool toExport)

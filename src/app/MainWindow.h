@@ -22,6 +22,8 @@ private:
     // The selected item of the given node type, or its nearest owner of that type.
     ToznListItemCommon* SelectedOfType(int nodeType) const;
     void ShowDetail();
+    // Shows the scheme of an LV feeder with one stored run (0: the latest).
+    void ShowDetailOf(ToznListItemCommon* lv, int runIdent);
     void RunRegime(bool maximum);
     void ShowBalance(bool toExport);
 

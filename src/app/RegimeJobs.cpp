@@ -20,9 +20,8 @@ void onStop(int) { g_stop = true; }
 
 void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
 
-const char* const kUsage =
-    "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
-    "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
+const char* const kUsage = "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
+                           "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
 
 bool parseMode(const QString& text, fider::TLoadMode& mode)
 {

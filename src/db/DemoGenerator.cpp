@@ -12,9 +12,9 @@
 #include "db/DemoNames.h"
 #include "db/DemoRandom.h"
 #include "db/DemoSchemes.h"
+#include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/fider/RegimeBatch.h"
-#include "host/Connection.h"
 
 namespace db {
 
@@ -352,8 +352,16 @@ private:
                 const double unom = node.guid % 7 == 0 && k == 0 ? 0.22 : 0.38;
                 const double cos = cosByType_[node.typeLoad - 1];
                 lf.Row({guid, QStringLiteral("Л-%1 %2").arg(k + 1).arg(streetName), node.guid, node.typeLoad, unom});
-                LVInfo lv{guid, node.guid, node.res, node.typeLoad, plainProvods[rnd_.Next() % std::size(plainProvods)],
-                          rnd_.Uniform(15, 140), cos, round3(rnd_.Uniform(0.15, 0.9)), unom, -1};
+                LVInfo lv{guid,
+                          node.guid,
+                          node.res,
+                          node.typeLoad,
+                          plainProvods[rnd_.Next() % std::size(plainProvods)],
+                          rnd_.Uniform(15, 140),
+                          cos,
+                          round3(rnd_.Uniform(0.15, 0.9)),
+                          unom,
+                          -1};
                 if (++count % shape_.schemeEvery == 0) {
                     lv.scheme = static_cast<int>(schemes_.size());
                     schemes_.push_back(Scheme(lv, streetName, unom));
@@ -381,7 +389,8 @@ private:
         // 10 to 120 sections, most feeders short.
         const double u = rnd_.Uniform(0, 1);
         request.sections = 10 + static_cast<int>(110 * u * u * u);
-        fider::TFiderHHInfo f = demo::MakeScheme(rnd_, [this] { return NewGuid(); }, request, conductors_);
+        fider::TFiderHHInfo f = demo::MakeScheme(
+            rnd_, [this] { return NewGuid(); }, request, conductors_);
         f.Name = QStringLiteral("Л %1").arg(street);
         f.NodeGuid = lv.node;
         return f;
@@ -515,8 +524,27 @@ private:
                     }
                     h.wa = round3((h.i[0] + h.i[1] + h.i[2]) * u * lv.cos * 8760 / 1e6 * rnd_.Uniform(0.95, 1.05));
                 }
-                ws.Row({yearIdents_[y], lv.guid, rnd_.Chance(2) ? 1 : 0, h.wa, 8760, u, u, u, h.i[0], h.i[1], h.i[2],
-                        h.imax[0], h.imax[1], h.imax[2], lv.cos, lv.cos, lv.cos, 1.05, 0.45, 1.35, -5.0});
+                ws.Row({yearIdents_[y],
+                        lv.guid,
+                        rnd_.Chance(2) ? 1 : 0,
+                        h.wa,
+                        8760,
+                        u,
+                        u,
+                        u,
+                        h.i[0],
+                        h.i[1],
+                        h.i[2],
+                        h.imax[0],
+                        h.imax[1],
+                        h.imax[2],
+                        lv.cos,
+                        lv.cos,
+                        lv.cos,
+                        1.05,
+                        0.45,
+                        1.35,
+                        -5.0});
             }
         }
         auto ti = W(QStringLiteral("LVWTPInfo"),

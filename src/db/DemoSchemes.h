@@ -11,12 +11,12 @@
 namespace db::demo {
 
 struct SchemeRequest {
-    int fider = 0;       // the feeder's GUID
-    QString street;      // the street the feeder runs along
+    int fider = 0;   // the feeder's GUID
+    QString street;  // the street the feeder runs along
     int res = 0, neighbourRes = 0;
     double unom = 0.38;
     double loadKindCos = 0.9;
-    int sections = 40;   // sections of the scheme, service drops included
+    int sections = 40;  // sections of the scheme, service drops included
 };
 
 // The conductors the schemes use, from the demo catalogue.

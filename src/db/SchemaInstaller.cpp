@@ -76,6 +76,11 @@ bool createEmpty(const DatabaseAddress& address, QString& error)
 
 bool CreateDatabase(const QString& connectionString, QString& error)
 {
+    return CreateDatabase(connectionString, error, SchemaScript());
+}
+
+bool CreateDatabase(const QString& connectionString, QString& error, const QString& script)
+{
     DatabaseAddress address;
     if (!DatabaseAddress::parse(connectionString, address, error))
         return false;
@@ -98,7 +103,7 @@ bool CreateDatabase(const QString& connectionString, QString& error)
         ToznFDConnection connection(nullptr, address.attachName(), FirebirdUser(), FirebirdPassword());
         auto q = connection.NewQuery();
         // Each statement commits on its own: later statements use the tables made by earlier ones.
-        for (const QString& statement : SplitScript(SchemaScript())) {
+        for (const QString& statement : SplitScript(script)) {
             try {
                 q->SetSQLText(statement);
                 q->ExecSQL();

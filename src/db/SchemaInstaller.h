@@ -12,5 +12,7 @@ QStringList SplitScript(const QString& script);
 // Creates a new database file (or server database) and runs the schema in it.
 // Refuses to overwrite an existing file.
 bool CreateDatabase(const QString& connectionString, QString& error);
+// The same with another schema script (a former version's, to test the upgrade of old databases).
+bool CreateDatabase(const QString& connectionString, QString& error, const QString& script);
 
 }  // namespace db

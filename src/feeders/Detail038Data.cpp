@@ -5,6 +5,8 @@
 #include "feeders/FeedersSql.h"
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
+#include "host/fider/RegimeStore.h"
+#include "host/fider/Topology038.h"
 
 namespace Detail038 {
 
@@ -57,8 +59,13 @@ const std::vector<Column>& Columns(Table table)
         {"ClassName", "Класс элемента", false, true, false, false},
         {"State", "Состояние", true, true, false, false},
         {"Owner", "Балансовая принадлежность", true, true, false, false},
+        {"ConsumerName", "Абонент", true, true, false, false},
+        {"Phases", "Фазы", true, true, false, false},
         {"MeterNumber", "Номер счетчика", false, true, false, false},
         {"U", "Напряжение, В", true, true, true, false},
+        {"UA", "Напряжение фазы A, В", false, true, true, false},
+        {"UB", "Напряжение фазы B, В", false, true, true, false},
+        {"UC", "Напряжение фазы C, В", false, true, true, false},
         {"dU", "Отклонение напряжения от центра питания, %", false, true, true, false},
         {"SortIndex", "Порядок", false, true, false, false},
     };
@@ -71,13 +78,18 @@ const std::vector<Column>& Columns(Table table)
         {"NodeN", "Начало участка", true, true, false, false},
         {"NodeK", "Конец участка", true, true, false, false},
         {"Marka", "Марка провода", true, true, false, false},
+        {"MarkaN", "Марка нулевого провода", false, true, false, false},
         {"Cable", "Кабель", false, true, false, false},
-        {"Phases", "Число фаз", false, true, false, false},
+        {"Phases", "Фазы", true, true, false, false},
         {"Length", "Длина, км", true, true, true, true},
-        {"Kpl", "Коэффициент длины", false, true, false, false},
         {"I", "Ток, А", true, true, true, true},
-        {"dU", "Потери напряжения, В", false, true, true, false},
+        {"IA", "Ток фазы A, А", false, true, true, false},
+        {"IB", "Ток фазы B, А", false, true, true, false},
+        {"IC", "Ток фазы C, А", false, true, true, false},
+        {"IN", "Ток нулевого провода, А", false, true, true, false},
+        {"dU", "Потери напряжения, %", false, true, true, false},
         {"dP", "Потери мощности, кВт", true, true, true, true},
+        {"dQ", "Потери реактивной мощности, квар", false, true, true, false},
         {"SortIndexN", "Порядок начала", false, true, false, false},
         {"SortIndexK", "Порядок конца", false, true, false, false},
     };
@@ -91,137 +103,204 @@ QVariant NumberCell(double value)
     return value;
 }
 
-Scheme Load(ToznFDConnection& connection, int feederGuid)
+namespace {
+// Values of the chosen run, by element.
+struct RunValues {
+    int ident = 0, sample = 0;
+    std::array<double, 3> centre{EmptyFloat(), EmptyFloat(), EmptyFloat()};
+    double centreMean = EmptyFloat(), lowest = EmptyFloat();
+    QHash<int, std::array<double, 5>> nodes;     // U, UA, UB, UC, dU
+    QHash<int, std::array<double, 8>> sections;  // I, dU, dP, IA, IB, IC, IN, dQ
+};
+
+RunValues readRun(ToznFDConnection& connection, int feederGuid, int runIdent)
 {
-    Scheme scheme;
+    RunValues run;
+    auto q = connection.NewQuery();
+    q->SetSQLText(QString::fromUtf8(runIdent > 0 ? FeedersSql::kDetailRun : FeedersSql::kDetailLatestResult));
+    q->ParamByName(QStringLiteral("GUID"), feederGuid);
+    if (runIdent > 0)
+        q->ParamByName(QStringLiteral("Ident"), runIdent);
+    q->Open();
+    if (q->Eof())
+        return run;
+    run.ident = q->Int(QStringLiteral("Ident"));
+    run.sample = q->Int(QStringLiteral("SampleIdent"));
+    double sum = 0, lowest = EmptyFloat();
+    int n = 0;
+    for (int k = 0; k < 3; ++k) {
+        run.centre[k] = q->Float(QStringLiteral("U") + QLatin1Char("ABC"[k]));
+        if (!isEmptyFloat(run.centre[k])) {
+            sum += run.centre[k];
+            ++n;
+        }
+        const double u2 = q->Float(QStringLiteral("U2") + QLatin1Char("ABC"[k]));
+        if (!isEmptyFloat(u2) && (isEmptyFloat(lowest) || u2 < lowest))
+            lowest = u2;
+    }
+    run.centreMean = n ? sum / n : EmptyFloat();
+    run.lowest = lowest;
+    q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailNodeResults));
+    q->ParamByName(QStringLiteral("Ident"), run.ident);
+    for (q->Open(); !q->Eof(); q->Next())
+        run.nodes.insert(q->Int(QStringLiteral("GUID")),
+                         {q->Float(QStringLiteral("U")), q->Float(QStringLiteral("UA")), q->Float(QStringLiteral("UB")),
+                          q->Float(QStringLiteral("UC")), q->Float(QStringLiteral("dU"))});
+    q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailLineResults));
+    q->ParamByName(QStringLiteral("Ident"), run.ident);
+    for (q->Open(); !q->Eof(); q->Next())
+        run.sections.insert(q->Int(QStringLiteral("GUID")),
+                            {q->Float(QStringLiteral("I")), q->Float(QStringLiteral("dU")),
+                             q->Float(QStringLiteral("dP")), q->Float(QStringLiteral("IA")),
+                             q->Float(QStringLiteral("IB")), q->Float(QStringLiteral("IC")),
+                             q->Float(QStringLiteral("IN")), q->Float(QStringLiteral("dQ"))});
+    return run;
+}
+
+// A node's voltage cells: the stored mean and phases, else (for the supply centre) the run's own.
+void voltages(Row& r, const std::array<double, 5>& v, double centreMean)
+{
+    r.Values.insert(QStringLiteral("U"), NumberCell(v[0]));
+    r.Values.insert(QStringLiteral("UA"), NumberCell(v[1]));
+    r.Values.insert(QStringLiteral("UB"), NumberCell(v[2]));
+    r.Values.insert(QStringLiteral("UC"), NumberCell(v[3]));
+    double du = v[4];
+    if (isEmptyFloat(du) && !isEmptyFloat(v[0]) && !isEmptyFloat(centreMean) && centreMean != 0)
+        du = (centreMean - v[0]) / centreMean * 100;
+    r.Values.insert(QStringLiteral("dU"), NumberCell(du));
+}
+
+const std::array<double, 5> kNoVoltage{EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat()};
+
+// A feeder without a scheme of its own: the centre, its switching device and its load as the feeder
+// editor keeps them; the load's voltage is the run's lowest.
+void equivalentRows(Scheme& scheme, const QString& centreName, const QString& switchGear, const QString& consumer,
+                    const RunValues& run)
+{
+    std::vector<Row>& nodes = scheme.Rows[Nodes];
+    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0);
+    voltages(head, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
+    nodes.push_back(head);
+    int order = 0;
+    if (!switchGear.isEmpty()) {
+        Row gear =
+            element(QStringLiteral("TSwitchGear038"), QStringLiteral("Коммутационный аппарат"), switchGear, ++order);
+        voltages(gear, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
+        nodes.push_back(gear);
+    }
+    if (!consumer.isEmpty()) {
+        Row load = element(QStringLiteral("TAbonentNode038"), QStringLiteral("Абонент"), consumer, ++order,
+                           QStringLiteral("Потребителя"));
+        load.Values.insert(QStringLiteral("ConsumerName"), consumer);
+        voltages(load, {run.lowest, EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat()}, run.centreMean);
+        nodes.push_back(load);
+    }
+}
+
+QString markaOf(const fider::TConductor& c)
+{
+    if (!c.Known)
+        return c.Ident ? QString::number(c.Ident) : QString();
+    return c.F > 0 ? QStringLiteral("%1-%2").arg(c.Marka, FormatFloat(QStringLiteral("0.#"), c.F)) : c.Marka;
+}
+
+void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& centreName, const RunValues& run)
+{
+    using namespace fider;
     std::vector<Row>& nodes = scheme.Rows[Nodes];
     std::vector<Row>& sections = scheme.Rows[Sections];
-    GuardedRead(connection, [&] {
+    const TFiderTopology topology = TFiderTopology::Build(f);
+    QHash<int, int> positionOf;  // scheme node index -> topology position
+    for (int pos = 1; pos < topology.Count(); ++pos)
+        positionOf.insert(topology.SchemeNode[pos], pos);
+    QHash<int, const TAbonentNode038*> consumerAt;
+    for (const TAbonentNode038& a : f.Consumers)
+        consumerAt.insert(a.NodeGuid, &a);
+
+    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0);
+    head.Values.insert(QStringLiteral("Phases"), QStringLiteral("ABC"));
+    voltages(head, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
+    nodes.push_back(head);
+    QHash<int, int> sortOf{{f.Guid, 0}};
+    QHash<int, QString> nameOf{{f.Guid, centreName}};
+    int order = 0;
+    for (int i = 0; i < static_cast<int>(f.Nodes.size()); ++i) {
+        const TNode038& n = f.Nodes[i];
+        const int pos = positionOf.value(i, -1);
+        // A node belongs to the owner of the section that feeds it; a consumer may have its own.
+        const TLine038* feeding = pos > 0 ? &f.Lines[topology.Line[pos]] : nullptr;
+        const TAbonentNode038* consumer = consumerAt.value(n.Guid);
+        TBalanceOwner owner = feeding ? feeding->Owner : TBalanceOwner::OnBalance;
+        if (consumer && consumer->Owner)
+            owner = *consumer->Owner;
+        const QString devType = n.Kind == TNodeKind::Plain ? QStringLiteral("Опора") : NodeKindText(n.Kind);
+        Row r = element(n.ClassName(), devType, n.Name, ++order, OwnerText(owner));
+        if (n.Kind == TNodeKind::SwitchGear && !n.SwitchedOn)
+            r.State = QStringLiteral("Отключен");
+        if (consumer)
+            r.Values.insert(QStringLiteral("ConsumerName"), consumer->Name);
+        const TPhaseSet phases = consumer ? consumer->Phases : pos > 0 ? topology.Phases[pos] : PhasesABC;
+        r.Values.insert(QStringLiteral("Phases"), PhasesText(phases));
+        voltages(r, run.nodes.value(n.Guid, kNoVoltage), run.centreMean);
+        sortOf.insert(n.Guid, order);
+        nameOf.insert(n.Guid, n.Name);
+        nodes.push_back(r);
+    }
+    for (const TLine038& l : f.Lines) {
+        Row s = element(l.ClassName(), SectionKindText(l.Kind), l.Name, 0, OwnerText(l.Owner));
+        s.Values.remove(QStringLiteral("SortIndex"));
+        if (!l.SwitchedOn)
+            s.State = QStringLiteral("Отключен");
+        s.Values.insert(QStringLiteral("NodeN"), nameOf.value(l.Node1));
+        s.Values.insert(QStringLiteral("NodeK"), nameOf.value(l.Node2));
+        s.Values.insert(QStringLiteral("SortIndexN"), sortOf.value(l.Node1));
+        s.Values.insert(QStringLiteral("SortIndexK"), sortOf.value(l.Node2));
+        const bool connecting = l.Kind == TSectionKind::Connecting;
+        s.Values.insert(QStringLiteral("Marka"), connecting ? QString() : markaOf(l.Phase));
+        s.Values.insert(QStringLiteral("MarkaN"), connecting ? QString() : markaOf(l.Neutral));
+        s.Values.insert(QStringLiteral("Cable"),
+                        l.Kind == TSectionKind::Cable ? QStringLiteral("Да") : QStringLiteral("Нет"));
+        s.Values.insert(QStringLiteral("Phases"), PhasesText(l.Phases));
+        s.Values.insert(QStringLiteral("Length"), NumberCell(l.Length));
+        const auto v = run.sections.value(l.Guid, {EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat(),
+                                                   EmptyFloat(), EmptyFloat(), EmptyFloat()});
+        const char* const fields[] = {"I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ"};
+        for (int k = 0; k < 8; ++k)
+            s.Values.insert(QString::fromLatin1(fields[k]), NumberCell(v[k]));
+        sections.push_back(s);
+    }
+}
+}  // namespace
+
+Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent)
+{
+    Scheme scheme;
+    QString centreName, switchGear, consumer;
+    RunValues run;
+    const bool found = GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
         q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailFeeder));
         q->ParamByName(QStringLiteral("GUID"), feederGuid);
         q->Open();
         if (q->Eof())
-            return;
+            return false;
         // The feeder's own end is its substation's bus: the supply centre of the scheme.
-        const QString centre =
+        centreName =
             QStringLiteral("ТП: ") + q->Str(QStringLiteral("TPInfo")) + QStringLiteral(" Линия ") + q->Str("Name");
-        const QString switchGear = q->Str(QStringLiteral("SwitchGName")).trimmed();
-        const QString consumer = q->Str(QStringLiteral("ConsumerName")).trimmed();
-
-        // The latest ordinary calculation: the voltage at the centre and the results by element.
-        int ident = 0;
-        double centreU = EmptyFloat();
-        QHash<int, double> nodeU;
-        QHash<int, std::array<double, 3>> lineResults;
-        q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailLatestResult));
-        q->ParamByName(QStringLiteral("GUID"), feederGuid);
-        q->Open();
-        if (!q->Eof()) {
-            ident = q->Int(QStringLiteral("Ident"));
-            double sum = 0;
-            int n = 0;
-            for (const char* phase : {"UA", "UB", "UC"})
-                if (const double u = q->Float(QString::fromLatin1(phase)); !isEmptyFloat(u)) {
-                    sum += u;
-                    ++n;
-                }
-            centreU = n ? sum / n : EmptyFloat();
-            q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailNodeResults));
-            q->ParamByName(QStringLiteral("Ident"), ident);
-            for (q->Open(); !q->Eof(); q->Next())
-                nodeU.insert(q->Int(QStringLiteral("GUID")), q->Float(QStringLiteral("U")));
-            q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailLineResults));
-            q->ParamByName(QStringLiteral("Ident"), ident);
-            for (q->Open(); !q->Eof(); q->Next())
-                lineResults.insert(
-                    q->Int(QStringLiteral("GUID")),
-                    {q->Float(QStringLiteral("I")), q->Float(QStringLiteral("dU")), q->Float(QStringLiteral("dP"))});
-        }
-
-        auto voltage = [&](Row& r, double u) {
-            r.Values.insert(QStringLiteral("U"), NumberCell(u));
-            const bool known = !isEmptyFloat(u) && !isEmptyFloat(centreU) && centreU != 0;
-            r.Values.insert(QStringLiteral("dU"), NumberCell(known ? (centreU - u) / centreU * 100 : EmptyFloat()));
-        };
-        Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centre, 0);
-        voltage(head, centreU);
-        nodes.push_back(head);
-        QHash<int, int> sortOf{{feederGuid, 0}};
-        QHash<int, QString> nameOf{{feederGuid, centre}};
-        int order = 0;
-        if (!switchGear.isEmpty()) {
-            Row gear = element(QStringLiteral("TSwitchGear038"), QStringLiteral("Коммутационный аппарат"), switchGear,
-                               ++order);
-            voltage(gear, centreU);
-            nodes.push_back(gear);
-        }
-
-        struct Line {
-            int guid, n1, n2;
-            QString info, marka;
-            double length, kpl;
-            int phases, provod, cableFlags;
-        };
-        std::vector<Line> lines;
-        QHash<int, int> incident;
-        q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailLines));
-        q->ParamByName(QStringLiteral("GUID"), feederGuid);
-        for (q->Open(); !q->Eof(); q->Next()) {
-            Line l{q->Int(QStringLiteral("GUID")),        q->Int(QStringLiteral("Node1")),
-                   q->Int(QStringLiteral("Node2")),       q->Str(QStringLiteral("Info")),
-                   q->Str(QStringLiteral("Marka")),       q->Float(QStringLiteral("LineLength")),
-                   q->Float(QStringLiteral("Kpl")),       q->Int(QStringLiteral("Phase")),
-                   q->Int(QStringLiteral("ProvodPhase")), q->Int(QStringLiteral("CableFlags"))};
-            ++incident[l.n1];
-            ++incident[l.n2];
-            lines.push_back(l);
-        }
-        q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailNodes));
-        q->ParamByName(QStringLiteral("GUID"), feederGuid);
-        for (q->Open(); !q->Eof(); q->Next()) {
-            const int guid = q->Int(QStringLiteral("GUID"));
-            // A node where the line branches is a tap point.
-            const bool tap = incident.value(guid) >= 3;
-            Row node = element(QStringLiteral("TNode038"), tap ? QStringLiteral("Отпайка") : QStringLiteral("Опора"),
-                               q->Str(QStringLiteral("Name")), ++order);
-            voltage(node, nodeU.value(guid, EmptyFloat()));
-            sortOf.insert(guid, order);
-            nameOf.insert(guid, q->Str(QStringLiteral("Name")));
-            nodes.push_back(node);
-        }
-        if (!consumer.isEmpty()) {
-            Row load = element(QStringLiteral("TAbonentNode038"), QStringLiteral("Абонент"), consumer, ++order,
-                               QStringLiteral("Потребителя"));
-            voltage(load, EmptyFloat());
-            nodes.push_back(load);
-        }
-
-        for (const Line& l : lines) {
-            const bool connection = l.provod == 0;  // no conductor: a connecting line
-            const bool cable = !connection && l.cableFlags != 0;
-            Row s = element(connection ? QStringLiteral("TConnect038") : QStringLiteral("TLine038"),
-                            connection ? QStringLiteral("Соединительная линия")
-                            : cable    ? QStringLiteral("Кабельная линия")
-                                       : QStringLiteral("Воздушная линия"),
-                            l.info, 0);
-            s.Values.remove(QStringLiteral("SortIndex"));
-            s.Values.insert(QStringLiteral("NodeN"), nameOf.value(l.n1));
-            s.Values.insert(QStringLiteral("NodeK"), nameOf.value(l.n2));
-            s.Values.insert(QStringLiteral("SortIndexN"), sortOf.value(l.n1));
-            s.Values.insert(QStringLiteral("SortIndexK"), sortOf.value(l.n2));
-            s.Values.insert(QStringLiteral("Marka"), l.marka);
-            s.Values.insert(QStringLiteral("Cable"), cable ? QStringLiteral("Да") : QStringLiteral("Нет"));
-            s.Values.insert(QStringLiteral("Phases"), l.phases);
-            s.Values.insert(QStringLiteral("Length"), NumberCell(l.length));
-            s.Values.insert(QStringLiteral("Kpl"), NumberCell(l.kpl));
-            const auto results = lineResults.value(l.guid, {EmptyFloat(), EmptyFloat(), EmptyFloat()});
-            s.Values.insert(QStringLiteral("I"), NumberCell(results[0]));
-            s.Values.insert(QStringLiteral("dU"), NumberCell(results[1]));
-            s.Values.insert(QStringLiteral("dP"), NumberCell(results[2]));
-            sections.push_back(s);
-        }
+        switchGear = q->Str(QStringLiteral("SwitchGName")).trimmed();
+        consumer = q->Str(QStringLiteral("ConsumerName")).trimmed();
+        run = readRun(connection, feederGuid, runIdent);
+        return true;
     });
+    if (!found)
+        return scheme;
+    fider::TRegimeRequest request;
+    request.SampleIdent = run.sample;
+    std::vector<fider::TFiderJob> jobs = fider::TRegimeReader(connection, 0.5, 0.9).Read({feederGuid}, request);
+    if (jobs.empty() || jobs.front().Fider.Equivalent)
+        equivalentRows(scheme, centreName, switchGear, consumer, run);
+    else
+        schemeRows(scheme, jobs.front().Fider, centreName, run);
     return scheme;
 }
 

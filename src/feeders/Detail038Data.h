@@ -31,8 +31,9 @@ const std::vector<Column>& Columns(Table table);
 struct Scheme {
     std::array<std::vector<Row>, 2> Rows;  // by Table
 };
-// Reads the scheme of an LV feeder with the voltages and section results of its latest stored calculation.
-Scheme Load(ToznFDConnection& connection, int feederGuid);
+// Reads the scheme of an LV feeder with the voltages, currents and losses of one stored run of the regime
+// calculation ("LVResults"."Ident"), or of its latest ordinary run when runIdent is 0.
+Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent = 0);
 
 // A value of a table cell: numbers as they are, a value that is not a number as "+NAN".
 QVariant NumberCell(double value);

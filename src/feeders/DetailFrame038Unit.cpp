@@ -54,7 +54,7 @@ QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
 }
 }  // namespace
 
-TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, ToznListItemCommon* feeder, int)
+TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, ToznListItemCommon* feeder, int ident)
     : TCommonDetailFrame(owner)
 {
     setObjectName(QStringLiteral("Detail038Frame"));
@@ -97,7 +97,7 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     layout->addWidget(splitter);
 
     if (feeder)
-        scheme_ = Load(connection, feeder->GetIdent());
+        scheme_ = Load(connection, feeder->GetIdent(), ident);
     Fill(Nodes);
     Fill(Sections);
     ApplySettings();

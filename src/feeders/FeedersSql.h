@@ -38,17 +38,15 @@ inline constexpr const char* kDeleteFiderYearSamples = R"(delete from "LVPSample
 inline constexpr const char* kDetailFeeder =
     R"(select lf."Name", nod."Info" as "TPInfo", a."SwitchGName", a."ConsumerName" from "LVFiders" lf
     join "Nodes" nod on nod.guid=lf."OwnerGUID" left join "LVFidersA" a on a.guid=lf.guid where lf.guid=:GUID)";
-inline constexpr const char* kDetailNodes =
-    R"(select guid, "Name", "TabOrder" from "LVNodes" where "OwnerGUID"=:GUID order by "TabOrder", guid)";
-inline constexpr const char* kDetailLines =
-    R"(select l.guid, l."Node1", l."Node2", l."Info", l."LineLength", l."Kpl", l."Phase", l."ProvodPhase",
-    p."Marka", t."CableFlags" from "LVLines" l left join "Provods" p on p."Ident"=l."ProvodPhase"
-    left join "ProvodTypes" t on t."Ident"=p."ProvodType" where l."OwnerGUID"=:GUID order by l."TabOrder", l.guid)";
 inline constexpr const char* kDetailLatestResult =
-    R"(select first 1 mv."Ident", mv."UA", mv."UB", mv."UC" from "LVResults" mv
-    join "SamplesDates" sd on sd."Ident"=mv."SampleIdent" where mv.guid=:GUID and coalesce(mv."CalcType", 0)=0
-    order by sd."SampleDate2" desc, mv."Ident" desc)";
-inline constexpr const char* kDetailNodeResults = R"(select guid, "U" from "LVPResultsN" where "Ident"=:Ident)";
+    R"(select first 1 mv."Ident", mv."SampleIdent", mv."UA", mv."UB", mv."UC", mv."U2A", mv."U2B", mv."U2C"
+    from "LVResults" mv join "SamplesDates" sd on sd."Ident"=mv."SampleIdent"
+    where mv.guid=:GUID and coalesce(mv."CalcType", 0)=0 order by sd."SampleDate2" desc, mv."Ident" desc)";
+inline constexpr const char* kDetailRun =
+    R"(select mv."Ident", mv."SampleIdent", mv."UA", mv."UB", mv."UC", mv."U2A", mv."U2B", mv."U2C"
+    from "LVResults" mv where mv."Ident"=:Ident and mv.guid=:GUID)";
+inline constexpr const char* kDetailNodeResults =
+    R"(select guid, "U", "UA", "UB", "UC", "dU" from "LVPResultsN" where "Ident"=:Ident)";
 inline constexpr const char* kDetailLineResults =
-    R"(select guid, "I", "dU", "dP" from "LVPResultsL" where "Ident"=:Ident)";
+    R"(select guid, "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ" from "LVPResultsL" where "Ident"=:Ident)";
 }  // namespace FeedersSql

@@ -57,6 +57,11 @@ void GuiProgress::SetPosition(int position)
     position_ = position;
     if (dialog_)
         dialog_->setValue(std::min(position, dialog_->maximum()));
+    // Long work on this thread still answers the dialog's button, a few times a second.
+    if (!sinceEvents_.isValid() || sinceEvents_.elapsed() > 50) {
+        sinceEvents_.start();
+        QApplication::processEvents();
+    }
 }
 
 void GuiProgress::Finish() { dialog_.reset(); }

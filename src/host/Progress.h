@@ -47,6 +47,7 @@ public:
 
 private:
     std::unique_ptr<QProgressDialog> dialog_;
+    QElapsedTimer sinceEvents_;
 };
 
 // A one-line bar on a terminal for command-line jobs, redrawn at most ten times a second.

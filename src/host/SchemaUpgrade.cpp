@@ -56,7 +56,8 @@ int UpgradeSchema(ToznFDConnection& connection)
         if (existing.contains(table + QLatin1Char('.') + column))
             continue;
         // Metadata changes commit on their own; an interrupted upgrade resumes at the next opening.
-        q->SetSQLText(QStringLiteral("alter table \"%1\" add \"%2\" %3").arg(table, column, QString::fromLatin1(c.type)));
+        q->SetSQLText(
+            QStringLiteral("alter table \"%1\" add \"%2\" %3").arg(table, column, QString::fromLatin1(c.type)));
         q->ExecSQL();
         ++added;
     }

@@ -223,6 +223,11 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
         static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 "
                                                     "order by guid")
                                          .arg(tp_)));
+    // Only the consumers of this test: the demo's own of the substation go first.
+    Exec(*c_, QStringLiteral("delete from \"LVConsumers\" where \"SampleIdent\"=%1 and \"OwnerGUID\" in "
+                             "(select guid from \"LVFiders\" where \"OwnerGUID\"=%2)")
+                  .arg(sample_)
+                  .arg(tp_));
     for (int k = 1; k <= 2; ++k)
         Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\", "
                                  "\"Pust\", \"flagPu\") values (%1, %2, 'Дом %3', %4, 15, 1)")

@@ -149,9 +149,12 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_TRUE(std::isnan(form.Tree()->Record().Normative));
     samples->setCurrentIndex(0);
     EXPECT_EQ(form.windowTitle(), "Сводные результаты расчета  \"АО «Облэнерго»\" за 2023г.");
+    // The normative of every substation that has LV results in the tree, each once.
     EXPECT_NEAR(form.Tree()->Record().Normative,
                 Scalar(*db->GetDefaultConnection(),
-                       QStringLiteral("select sum(\"deltaWa\") from \"LVWResultsB\" where \"SampleIdent\"=%1")
+                       QStringLiteral("select sum(b.\"deltaWa\") from \"LVWResultsB\" b where b.\"SampleIdent\"=%1 "
+                                      "and exists (select 1 from \"LVResults\" mv join \"LVFiders\" lf on "
+                                      "lf.guid=mv.guid where lf.\"OwnerGUID\"=b.guid and mv.\"SampleIdent\"=%1)")
                            .arg(samples->currentData().toInt())),
                 1e-6);
     EXPECT_EQ(error, "Неверная страница");

@@ -242,16 +242,16 @@ private:
             if (!SolveOnce())
                 return false;
             bool reached = true;
-            for (int k = 0; k < 3; ++k) {
-                if (base_[k] == 0)
-                    continue;
-                const double current = solver_.HeadCurrent(k), target = s_.HeadCurrent[k];
-                if (std::fabs(current - target) >= 1e-6)
+            for (int k = 0; k < 3; ++k)
+                if (base_[k] > 0 && std::fabs(solver_.HeadCurrent(k) - s_.HeadCurrent[k]) >= 1e-6)
                     reached = false;
-                scale_[k] = current > 0 ? scale_[k] * target / current : 0;
-            }
             if (reached)
-                return true;
+                return true;  // the factors stay those of the solution just found
+            for (int k = 0; k < 3; ++k) {
+                const double current = solver_.HeadCurrent(k);
+                if (base_[k] > 0)
+                    scale_[k] = current > 0 ? scale_[k] * s_.HeadCurrent[k] / current : 0;
+            }
         }
         run_.Problems << QStringLiteral("Не удалось подобрать нагрузки под измеренные токи головного участка");
         return false;

@@ -74,9 +74,8 @@ bool hasLoadCurve(const TLVCalcValues& v)
 }
 }  // namespace
 
-TRegimeSettings ResolveSettings(const TRegimeRequest& request, const TFiderParamSources& sources,
-                                double intervalHours, double nominalPhaseVoltage, double defaultKzap,
-                                double defaultCosFi)
+TRegimeSettings ResolveSettings(const TRegimeRequest& request, const TFiderParamSources& sources, double intervalHours,
+                                double nominalPhaseVoltage, double defaultKzap, double defaultCosFi)
 {
     std::vector<const TLVCalcValues*> layers{&request.Given};
     if (sources.Stored)
@@ -112,8 +111,7 @@ TRegimeSettings ResolveSettings(const TRegimeRequest& request, const TFiderParam
     TRegimeSettings s;
     s.Regime = request.Regime;
     s.SampleIdent = request.SampleIdent;
-    s.Mode = request.Mode.value_or(
-        ModeOfSampleType(request.Regime, sources.StoredSampleType.value_or(1)));
+    s.Mode = request.Mode.value_or(ModeOfSampleType(request.Regime, sources.StoredSampleType.value_or(1)));
     for (int k = 0; k < 3; ++k) {
         s.U[k] = isEmptyFloat(merged.U[k]) ? nominalPhaseVoltage : merged.U[k];
         s.Imax[k] = merged.Imax[k];

@@ -27,15 +27,12 @@ inline constexpr const char* kLines =
 inline constexpr const char* kFilterLines = R"(where l."OwnerGUID"=:GUID)";
 
 // Loads and consumers of an interval by the consumer's node.
-inline constexpr const char* kWLoads =
-    R"(select w.guid, w."Wa", w."Wr", w."CosFi" from "LVWLoads" w %1)";
-inline constexpr const char* kPLoads =
-    R"(select w.guid, w."Wa", w."Wr", w."CosFi" from "LVPLoads" w %1)";
+inline constexpr const char* kWLoads = R"(select w.guid, w."Wa", w."Wr", w."CosFi" from "LVWLoads" w %1)";
+inline constexpr const char* kPLoads = R"(select w.guid, w."Wa", w."Wr", w."CosFi" from "LVPLoads" w %1)";
 inline constexpr const char* kFilterLoads =
     R"(join "LVNodes" n on n.guid=w.guid where w."SampleIdent"=:SampleIdent and n."OwnerGUID"=:GUID)";
 inline constexpr const char* kAllLoads = R"(where w."SampleIdent"=:SampleIdent)";
-inline constexpr const char* kConsumers =
-    R"(select c.guid, c."Name", c."Pust" from "LVConsumers" c %1)";
+inline constexpr const char* kConsumers = R"(select c.guid, c."Name", c."Pust" from "LVConsumers" c %1)";
 inline constexpr const char* kFilterConsumers =
     R"(join "LVNodes" n on n.guid=c.guid where c."SampleIdent"=:SampleIdent and n."OwnerGUID"=:GUID)";
 inline constexpr const char* kAllConsumers = R"(where c."SampleIdent"=:SampleIdent)";

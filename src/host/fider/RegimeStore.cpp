@@ -196,7 +196,9 @@ public:
         l.Neutral = neutral ? Conductor(neutral) : l.Phase;
         const QString name = l.Name.trimmed().isEmpty() ? QString::number(l.Guid) : l.Name.trimmed();
         if (q.IsNull(QStringLiteral("Kind")))
-            l.Kind = phase == 0 ? TSectionKind::Connecting : l.Phase.Cable ? TSectionKind::Cable : TSectionKind::Overhead;
+            l.Kind = phase == 0      ? TSectionKind::Connecting
+                     : l.Phase.Cable ? TSectionKind::Cable
+                                     : TSectionKind::Overhead;
         else if (const int kind = q.Int(QStringLiteral("Kind")); kind >= 0 && kind <= 2)
             l.Kind = static_cast<TSectionKind>(kind);
         else
@@ -337,8 +339,8 @@ public:
                 sources.StoredSampleType = storedTypes.value(guid);
             sources.Line = lineSamples.value(guid);
             sources.Substation = tpSamples.value(job.Fider.NodeGuid);
-            job.Settings = ResolveSettings(request_, sources, hours, job.Fider.NominalPhaseVoltage(), defaultKzap,
-                                           defaultCos);
+            job.Settings =
+                ResolveSettings(request_, sources, hours, job.Fider.NominalPhaseVoltage(), defaultKzap, defaultCos);
             if (job.Fider.Nodes.empty() && job.Fider.Lines.empty())
                 Equivalent(job, *it);
             jobs.push_back(std::move(job));
@@ -486,10 +488,10 @@ int TRegimeWriter::Write(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, i
                      static_cast<int>(s.Regime),
                      static_cast<int>(s.Mode)});
         for (const TBalanceBlock& b : run.Blocks) {
-            Exec(*pBlock_, {ident,        b.Res,          b.Balance,      num(b.Pcalc),     num(b.Pfakt),
-                            num(b.Pgen),  num(b.Qcalc),   num(b.Qfakt),   num(b.Qgen),      num(b.dP),
-                            num(b.dQ),    b.NAbonents,    b.NLineP,       b.NLineP_off,     b.NLineC,
-                            b.NLineC_off, num(b.LsumP),   num(b.LsumP_off), num(b.LsumC), num(b.LsumC_off)});
+            Exec(*pBlock_, {ident,        b.Res,        b.Balance,        num(b.Pcalc), num(b.Pfakt),
+                            num(b.Pgen),  num(b.Qcalc), num(b.Qfakt),     num(b.Qgen),  num(b.dP),
+                            num(b.dQ),    b.NAbonents,  b.NLineP,         b.NLineP_off, b.NLineC,
+                            b.NLineC_off, num(b.LsumP), num(b.LsumP_off), num(b.LsumC), num(b.LsumC_off)});
             Exec(*wBlock_, {ident, b.Res, b.Balance, num(b.Wacalc), num(b.Wafakt), num(b.Wa_gen), num(b.Wrcalc),
                             num(b.Wrfakt), num(b.Wr_gen), num(b.dWa), num(b.dWr)});
         }
@@ -515,9 +517,9 @@ int TRegimeWriter::Write(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, i
                 for (int k = 0; k < 3; ++k)
                     if (!isEmptyFloat(section.I[k]))
                         largest = isEmptyFloat(largest) ? section.I[k] : std::max(largest, section.I[k]);
-                Exec(*section_, {ident, f.Lines[section.SchemeLine].Guid, num(largest), num(section.dU),
-                                 num(section.dP), num(section.I[0]), num(section.I[1]), num(section.I[2]),
-                                 num(section.I[3]), num(section.dQ)});
+                Exec(*section_,
+                     {ident, f.Lines[section.SchemeLine].Guid, num(largest), num(section.dU), num(section.dP),
+                      num(section.I[0]), num(section.I[1]), num(section.I[2]), num(section.I[3]), num(section.dQ)});
             }
         release_->ExecSQL();
     } catch (...) {

@@ -53,8 +53,7 @@ private:
     int NextIdent();
     void Exec(TFDQuery& query, std::initializer_list<QVariant> values);
     ToznFDConnection& connection_;
-    std::unique_ptr<TFDQuery> delete_, run_, pBlock_, wBlock_, node_, section_, savepoint_, release_, undo_,
-        reserve_;
+    std::unique_ptr<TFDQuery> delete_, run_, pBlock_, wBlock_, node_, section_, savepoint_, release_, undo_, reserve_;
     int nextIdent_ = 0, lastIdent_ = -1;
     int rows_ = 0, sinceCommit_ = 0;
 };

@@ -49,7 +49,7 @@ struct TConductor {
 };
 
 // A node of the scheme. The supply centre is the feeder itself (its GUID); it has no "LVNodes" row.
-struct TNode038 {
+struct OZN3HOST_API TNode038 {
     int Guid = 0;
     QString Name;
     TNodeKind Kind = TNodeKind::Plain;
@@ -59,7 +59,7 @@ struct TNode038 {
 };
 
 // The consumer hanging on a consumer node, with its loads of the interval. Energies in thousand kWh.
-struct TAbonentNode038 {
+struct OZN3HOST_API TAbonentNode038 {
     int NodeGuid = 0;
     QString Name;
     TPhaseSet Phases = PhasesABC;                // one phase, or three for a three-phase consumer
@@ -71,7 +71,7 @@ struct TAbonentNode038 {
 
 // A section between two nodes; Node1 is meant to be the one nearer to the supply centre, but the
 // calculation finds the direction itself.
-struct TLine038 {
+struct OZN3HOST_API TLine038 {
     int Guid = 0;
     QString Name;
     int Node1 = 0, Node2 = 0;
