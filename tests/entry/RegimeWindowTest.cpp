@@ -1,0 +1,111 @@
+// The main window's regime command driven offscreen: the regime dialog of the plug-in accepted on a
+// feeder leads to a stored run, the feeder's balance and a filled scheme detail.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDockWidget>
+#include <QMenuBar>
+#include <QTableWidget>
+#include <QTimer>
+#include <QTreeView>
+
+#include "app/MainWindow.h"
+#include "app/PluginLoader.h"
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/Tree.h"
+#include "host/TreeModel.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+QAction* action(QMainWindow& window, const QString& text)
+{
+    for (QAction* a : window.menuBar()->findChildren<QAction*>())
+        if (a->text() == text)
+            return a;
+    return nullptr;
+}
+
+// Answers the modal dialogs as they come: the regime dialog with "По заданным нагрузкам" and OK, any
+// other (the feeder's balance) closed after noting its name.
+struct DialogAnswers {
+    QStringList seen;
+    QTimer timer;
+    DialogAnswers()
+    {
+        timer.setInterval(10);
+        QObject::connect(&timer, &QTimer::timeout, [this] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!dialog || !dialog->isVisible() || dialog->inherits("QProgressDialog"))
+                return;
+            seen << dialog->objectName();
+            if (auto* mode = dialog->findChild<QComboBox*>("ComboSampleType")) {
+                mode->setCurrentIndex(1);
+                dialog->done(1);
+            } else {
+                dialog->done(2);
+            }
+        });
+        timer.start();
+    }
+};
+}  // namespace
+
+TEST(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheDetail)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    SetCurrentDatabase(db.get());
+    Ozn32Plugin plugin;
+    QString error;
+    ASSERT_TRUE(plugin.Load(PluginPath(), error)) << error.toStdString();
+    {
+        MainWindow window(db.get(), &plugin);
+        window.show();
+        const int period = window.SelectedPeriod();
+        ToznFDConnection& c = *db->GetDefaultConnection();
+        const int feeder =
+            static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                                      "group by l.\"OwnerGUID\" order by count(*) desc")));
+        Exec(c, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(feeder));
+        auto* view = window.findChild<QTreeView*>("NetworkTree");
+        auto* model = qobject_cast<TreeModel*>(view->model());
+        view->setCurrentIndex(model->IndexOf(db->GetTree()->Find(feeder)));
+
+        DialogAnswers answers;
+        QAction* middle = action(window, "Расчет режима средних нагрузок...");
+        ASSERT_NE(middle, nullptr);
+        middle->trigger();
+        EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
+
+        // One run by the given loads for the chosen period, with its elements.
+        const QString run =
+            QStringLiteral(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2").arg(feeder).arg(period);
+        ASSERT_EQ(Scalar(c, "select count(*)" + run), 1);
+        EXPECT_EQ(Scalar(c, "select \"LoadMode\"" + run), 0);
+        const int ident = static_cast<int>(Scalar(c, "select \"Ident\"" + run));
+        EXPECT_GT(Scalar(c, QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(ident)), 5);
+
+        // The detail shows that run: every energised node has its voltage.
+        auto* dock = window.findChild<QDockWidget*>("DetailDock");
+        ASSERT_TRUE(dock->isVisible());
+        auto* nodes = dock->findChild<QTableWidget*>("GridNodes");
+        ASSERT_NE(nodes, nullptr);
+        int u = 0;
+        while (u < nodes->columnCount() && nodes->horizontalHeaderItem(u)->text() != "Напряжение, В")
+            ++u;
+        ASSERT_LT(u, nodes->columnCount());
+        int withVoltage = 0;
+        for (int r = 0; r < nodes->rowCount(); ++r)
+            withVoltage += nodes->item(r, u)->data(Qt::DisplayRole).typeId() == QMetaType::Double ? 1 : 0;
+        EXPECT_EQ(withVoltage,
+                  1 + Scalar(c, QStringLiteral("select count(*) from \"LVPResultsN\" where \"Ident\"=%1").arg(ident)));
+    }
+    plugin.Unload();
+    SetCurrentDatabase(nullptr);
+}

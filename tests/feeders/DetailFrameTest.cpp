@@ -12,48 +12,76 @@
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/Tree.h"
+#include "host/fider/RegimeBatch.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
 using namespace Detail038;
 
 namespace {
+// A feeder of the test's own under a demo substation, calculated and stored:
+//   centre -Пролет 1- Опора 1 (tap) -перемычка- Рубильник (off) -Пролет 2- Опора 2 -кабель- Ввод 2 (three-phase)
+//                      Опора 1 -Ввод 1 (phase B, the consumer's own)- Ввод 1
 class Detail : public ::testing::Test {
 protected:
     void SetUp() override
     {
         db_ = OpenDatabase(NewDemoDatabase(folder_));
         c_ = db_->GetDefaultConnection();
-        feeder_ = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVNodes\" order by guid"));
-        // Pole 2 gets a branch to a new node, and a connecting line without a conductor follows it.
-        const int pole2 = static_cast<int>(Scalar(
-            *c_,
-            QStringLiteral("select guid from \"LVNodes\" where \"OwnerGUID\"=%1 and \"TabOrder\"=2").arg(feeder_)));
-        Exec(*c_, QStringLiteral("insert into \"LVNodes\" values (900001, 'Опора 2/1', %1, 5)").arg(feeder_));
-        Exec(*c_, QStringLiteral("insert into \"LVNodes\" values (900002, 'Ввод', %1, 6)").arg(feeder_));
-        Exec(*c_, QStringLiteral("insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", "
-                                 "\"LineLength\", \"Kpl\", \"Phase\", \"ProvodPhase\", \"TabOrder\") values "
-                                 "(900003, %1, %2, 900001, 'Ответвление', 0.05, 1, 1, 644, 5)")
-                      .arg(feeder_)
-                      .arg(pole2));
-        Exec(*c_, QStringLiteral("insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", "
-                                 "\"LineLength\", \"Kpl\", \"Phase\", \"ProvodPhase\", \"TabOrder\") values "
-                                 "(900004, %1, 900001, 900002, 'Перемычка', 0, 1, 1, 0, 6)")
-                      .arg(feeder_));
-        // A voltage calculated at the first pole in the latest result.
-        latest_ = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 mv.\"Ident\" from \"LVResults\" mv join "
-                                                              "\"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\" "
-                                                              "where mv.guid=%1 order by sd.\"SampleDate2\" desc")
-                                                   .arg(feeder_)));
-        const int pole1 = static_cast<int>(Scalar(
-            *c_,
-            QStringLiteral("select guid from \"LVNodes\" where \"OwnerGUID\"=%1 and \"TabOrder\"=1").arg(feeder_)));
-        Exec(*c_, QStringLiteral("insert into \"LVPResultsN\" values (%1, %2, 215)").arg(latest_).arg(pole1));
+        year_ = static_cast<int>(Scalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        const int tp = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" order by guid"));
+        const QStringList sql = {
+            QStringLiteral("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") values "
+                           "(%1, 'Л-9 Опытная', %2, 1, 0.38)")
+                .arg(kFeeder)
+                .arg(tp),
+            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") values "
+            "(900001, 'Опора 1', 900000, 1, 1)",
+            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"State\") values "
+            "(900002, 'Рубильник', 900000, 2, 3, 0)",
+            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\") values (900003, 'Опора 2', 900000, "
+            "3)",
+            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"Phases\", "
+            "\"ConsumerName\") values (900004, 'Ввод 1', 900000, 4, 2, 'B', 'Иванов')",
+            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"ConsumerName\") "
+            "values (900005, 'Ввод 2', 900000, 5, 2, 'Мастерская')",
+            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+            "\"ProvodPhase\", \"TabOrder\") values (900011, 900000, 900000, 900001, 'Пролет 1', 0.04, 644, 1)",
+            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+            "\"ProvodPhase\", \"TabOrder\") values (900012, 900000, 900001, 900002, 'Перемычка', 0, 0, 2)",
+            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+            "\"ProvodPhase\", \"TabOrder\") values (900013, 900000, 900002, 900003, 'Пролет 2', 0.04, 644, 3)",
+            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+            "\"ProvodPhase\", \"TabOrder\", \"Phases\", \"Owner\") values "
+            "(900014, 900000, 900001, 900004, 'Ввод 1', 0.02, 640, 4, 'B', 2)",
+            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+            "\"ProvodPhase\", \"ProvodNull\", \"TabOrder\") values "
+            "(900015, 900000, 900003, 900005, 'Кабель', 0.02, 660, 661, 5)",
+            QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900004, 4)")
+                .arg(year_),
+            QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900005, 20)")
+                .arg(year_),
+        };
+        for (const QString& statement : sql)
+            Exec(*c_, statement);
+        db_->GetTree()->CreateFiderHH(tp, kFeeder, 0, "Л-9 Опытная", unom_);
+        fider::TRegimeRequest request;
+        request.SampleIdent = year_;
+        request.Mode = fider::TLoadMode::Loads;
+        fider::TRegimeBatchEvents events;
+        events.Stored = [this](const fider::TFiderJob&, const fider::TCalcWInfoHHCommon& run, int ident) {
+            run_ = run;
+            ident_ = ident;
+        };
+        ASSERT_EQ(fider::RunRegimeBatch(*db_, {kFeeder}, request, events).Calculated, 1);
     }
+    static constexpr int kFeeder = 900000;
     TempFolder folder_;
     std::unique_ptr<TfdbDatabase> db_;
     ToznFDConnection* c_ = nullptr;
-    int feeder_ = 0, latest_ = 0;
+    int year_ = 0, ident_ = 0;
+    double unom_ = 0.38;
+    fider::TCalcWInfoHHCommon run_;
 };
 
 int count(const std::vector<Row>& rows, const QString& expression)
@@ -63,42 +91,63 @@ int count(const std::vector<Row>& rows, const QString& expression)
         n += Matches(r, expression) ? 1 : 0;
     return n;
 }
+
+const Row& named(const std::vector<Row>& rows, const QString& name)
+{
+    for (const Row& r : rows)
+        if (r.Value("Name") == name)
+            return r;
+    static const Row none;
+    ADD_FAILURE() << name.toStdString();
+    return none;
+}
 }  // namespace
 
-TEST_F(Detail, SchemeElementsTheirKindsAndValues)
+TEST_F(Detail, SchemeElementsTheirKindsStatesOwnersAndTheRunsValues)
 {
-    const Scheme scheme = Load(*c_, feeder_);
+    const Scheme scheme = Load(*c_, kFeeder, ident_);
     const std::vector<Row>& nodes = scheme.Rows[Nodes];
     const std::vector<Row>& sections = scheme.Rows[Sections];
-    // Centre, switching device, four poles, the branch's two nodes, the consumer.
-    ASSERT_EQ(nodes.size(), 9u);
+    ASSERT_EQ(nodes.size(), 6u);
     EXPECT_EQ(nodes[0].DevType, "Центр питания");
     EXPECT_TRUE(nodes[0].Value("Name").toString().startsWith("ТП: "));
     EXPECT_EQ(count(nodes, "DevType='Отпайка'"), 1);
     EXPECT_EQ(count(nodes, "ClassName='TSwitchGear038'"), 1);
-    EXPECT_EQ(count(nodes, "ClassName='TAbonentNode038'"), 1);
-    EXPECT_EQ(sections.size(), 6u);
+    EXPECT_EQ(count(nodes, "ClassName='TAbonentNode038'"), 2);
+    EXPECT_EQ(named(nodes, "Рубильник").State, "Отключен");
+    const Row& ivanov = named(nodes, "Ввод 1");
+    EXPECT_EQ(ivanov.Owner, "Потребителя") << "the section that feeds it is the consumer's";
+    EXPECT_EQ(ivanov.Value("ConsumerName"), "Иванов");
+    EXPECT_EQ(ivanov.Value("Phases"), "B");
+    ASSERT_EQ(sections.size(), 5u);
     EXPECT_EQ(count(sections, "ClassName='TConnect038' or ClassName='TExConnect'"), 1);
-    EXPECT_EQ(count(sections, "ClassName='TLine038'"), 5);
-    EXPECT_EQ(count(sections, "DevType='Воздушная линия'") + count(sections, "DevType='Кабельная линия'"), 5);
-    // The first section starts at the centre and keeps its order of nodes.
+    EXPECT_EQ(count(sections, "DevType='Воздушная линия'"), 3);
+    EXPECT_EQ(count(sections, "DevType='Кабельная линия'"), 1);
     EXPECT_EQ(sections[0].Value("NodeN").toString(), nodes[0].Value("Name").toString());
     EXPECT_EQ(sections[0].Value("SortIndexN").toInt(), 0);
+    EXPECT_EQ(named(sections, "Кабель").Value("MarkaN"), "АВБбШв-120");
 
-    // Voltages: the calculated one with its deviation from the centre; a missing value shows as "+NAN".
-    const double centre = Scalar(*c_, QStringLiteral("select (\"UA\"+\"UB\"+\"UC\")/3 from \"LVResults\" where "
-                                                     "\"Ident\"=%1")
-                                          .arg(latest_));
-    const Row* pole1 = nullptr;
-    for (const Row& r : nodes)
-        if (r.Value("Name") == "Опора 1")
-            pole1 = &r;
-    ASSERT_NE(pole1, nullptr);
-    EXPECT_DOUBLE_EQ(pole1->Value("U").toDouble(), 215);
-    EXPECT_NEAR(pole1->Value("dU").toDouble(), (centre - 215) / centre * 100, 1e-9);
-    EXPECT_EQ(nodes.back().Value("U").toString(), "+NAN");
-    EXPECT_EQ(sections[0].Value("I").toString(), "+NAN");
-    EXPECT_EQ(sections.back().Value("Cable").toString(), "Нет");
+    // Voltages and currents are the stored run's: the same numbers the calculation gave.
+    const Row& pole1 = named(nodes, "Опора 1");
+    const double stored = Scalar(*c_, QStringLiteral("select \"UB\" from \"LVPResultsN\" where \"Ident\"=%1 and "
+                                                     "guid=900001")
+                                          .arg(ident_));
+    EXPECT_DOUBLE_EQ(pole1.Value("UB").toDouble(), stored);
+    EXPECT_DOUBLE_EQ(stored, run_.Power.Nodes[1].U[1]);
+    EXPECT_LT(stored, 230);
+    const Row& drop = named(sections, "Ввод 1");
+    EXPECT_EQ(drop.Value("IA").toString(), "+NAN") << "a single-phase section has no phase A";
+    EXPECT_NEAR(drop.Value("IB").toDouble(), drop.Value("IN").toDouble(), 1e-9);
+    EXPECT_GT(drop.Value("dP").toDouble(), 0);
+    // Behind the open switch: no voltage, no current.
+    EXPECT_EQ(named(nodes, "Ввод 2").Value("U").toString(), "+NAN");
+    EXPECT_EQ(named(sections, "Кабель").Value("I").toString(), "+NAN");
+
+    // Without a run of its own the same scheme shows no values.
+    Exec(*c_, QStringLiteral("delete from \"LVResults\" where \"Ident\"=%1").arg(ident_));
+    const Scheme bare = Load(*c_, kFeeder);
+    EXPECT_EQ(named(bare.Rows[Nodes], "Опора 1").Value("U").toString(), "+NAN");
+    EXPECT_EQ(bare.Rows[Sections].size(), 5u);
 }
 
 TEST(DetailRules, ColoursFiltersPresetsAndKeys)
@@ -140,11 +189,11 @@ TEST(DetailRules, ColoursFiltersPresetsAndKeys)
 
 TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
 {
-    ToznListItemCommon* item = db_->GetTree()->Find(feeder_);
+    ToznListItemCommon* item = db_->GetTree()->Find(kFeeder);
     ASSERT_NE(item, nullptr);
     RecordingProgress progress;
     host::SetProgress(&progress);
-    auto frame = std::make_unique<TDetail038Frame>(nullptr, *c_, item, 0);
+    auto frame = std::make_unique<TDetail038Frame>(nullptr, *c_, item, ident_);
     host::SetProgress(nullptr);
     const QStringList steps = {"Заполнение таблиц данных \"Узлы\"",
                                "Заполнение таблиц данных \"Участки\"",
@@ -157,26 +206,30 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
                                "Задание настроек цветов ..."};
     EXPECT_EQ(progress.texts, steps);
 
-    EXPECT_EQ(frame->NodeCount(), 9);
+    EXPECT_EQ(frame->NodeCount(), 6);
     // Numbers show with the decimal comma and still sort as numbers.
     QTableWidget* sections = frame->Grid(Sections);
-    const int length = 10;  // "Длина, км"
-    ASSERT_EQ(sections->horizontalHeaderItem(length)->text(), "Длина, км");
+    int length = 0;
+    while (length < sections->columnCount() && sections->horizontalHeaderItem(length)->text() != "Длина, км")
+        ++length;
+    ASSERT_LT(length, sections->columnCount());
     const QModelIndex cell = sections->model()->index(0, length);
     auto* delegate = qobject_cast<QStyledItemDelegate*>(sections->itemDelegate());
     ASSERT_NE(delegate, nullptr);
     EXPECT_EQ(delegate->displayText(cell.data(), QLocale()), FormatFloat("0.###", cell.data().toDouble()));
     EXPECT_TRUE(delegate->displayText(cell.data(), QLocale()).contains(','));
     EXPECT_EQ(cell.data().typeId(), QMetaType::Double);
-    EXPECT_EQ(frame->SectionCount(), 6);
-    const std::pair<const char*, int> filters[] = {{"Узлы", 9},
+    EXPECT_EQ(frame->SectionCount(), 5);
+    const std::pair<const char*, int> filters[] = {{"Узлы", 6},
                                                    {"Центр питания", 1},
-                                                   {"Абоненты", 1},
+                                                   {"Абоненты", 2},
                                                    {"Коммутационные аппараты", 1},
                                                    {"Отпайки", 1},
-                                                   {"Участки", 6},
+                                                   {"Участки", 5},
                                                    {"Соединительные линии", 1},
-                                                   {"Воздушные и кабельные линии", 5}};
+                                                   {"Воздушные линии", 3},
+                                                   {"Кабельные линии", 1},
+                                                   {"Воздушные и кабельные линии", 4}};
     for (const auto& [item, visible] : filters) {
         ASSERT_TRUE(frame->SelectFilter(item)) << item;
         const Table table = QString(item) == "Участки" || QString(item).contains("линии") ? Sections : Nodes;
@@ -184,12 +237,17 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
     }
     EXPECT_FALSE(frame->SelectFilter("Трансформаторы"));
 
-    // The consumer's row is painted in the consumers' colour.
+    // The consumer's row is painted in the consumers' colour, the open switch in the disconnected one.
     QTableWidget* nodes = frame->Grid(Nodes);
-    int consumer = -1;
-    for (int r = 0; r < nodes->rowCount(); ++r)
-        if (nodes->item(r, 2)->text() == "TAbonentNode038")
+    int consumer = -1, gear = -1;
+    for (int r = 0; r < nodes->rowCount(); ++r) {
+        if (nodes->item(r, 0)->text() == "Ввод 1")
             consumer = r;
+        if (nodes->item(r, 0)->text() == "Рубильник")
+            gear = r;
+    }
+    ASSERT_GE(gear, 0);
+    EXPECT_EQ(nodes->item(gear, 0)->foreground().color(), frame->ColourOf(Disconnected));
     ASSERT_GE(consumer, 0);
     EXPECT_EQ(nodes->item(consumer, 0)->foreground().color(), frame->ColourOf(ConsumerOwned));
     frame->SetColour(ConsumerOwned, QColor(Qt::red));
@@ -200,7 +258,7 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
     nodes->setColumnHidden(1, true);
     frame.reset();
     EXPECT_EQ(Init(true)->LoadStrParam(kSettingsName, "Узлы_Name\\Width"), "233");
-    TDetail038Frame again(nullptr, *c_, item, 0);
+    TDetail038Frame again(nullptr, *c_, item, ident_);
     EXPECT_EQ(again.Grid(Nodes)->columnWidth(0), 233);
     EXPECT_TRUE(again.Grid(Nodes)->isColumnHidden(1));
     EXPECT_EQ(again.ColourOf(ConsumerOwned), QColor(Qt::red));
