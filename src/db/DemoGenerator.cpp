@@ -21,7 +21,7 @@ namespace db {
 DemoShape DemoShape::For(DemoSize size)
 {
     if (size == DemoSize::Large)
-        return {5, 5, 8, 2, 5, 10, 2023, 3, 10};
+        return {5, 5, 8, 2, 5, 10, 2023, 3, 15};
     return {2, 2, 2, 2, 2, 6, 2023, 3, 1};
 }
 

@@ -51,7 +51,7 @@ double TCalcPWResultsHH::GetUmin(int phase) const
 {
     double lowest = EmptyFloat();
     for (const Node& n : Nodes)
-        if (n.Energised && !isEmptyFloat(n.U[phase]) && (isEmptyFloat(lowest) || n.U[phase] < lowest))
+        if (n.Energised && !std::isnan(n.U[phase]) && (std::isnan(lowest) || n.U[phase] < lowest))
             lowest = n.U[phase];
     return lowest;
 }
@@ -99,8 +99,9 @@ struct ConsumerLoad {
 
 class Calculation {
 public:
-    Calculation(const TFiderHHInfo& fider, const TRegimeSettings& settings, TCalcWInfoHHCommon& run)
-        : f_(fider), s_(settings), run_(run), topology_(TFiderTopology::Build(fider))
+    Calculation(const TFiderHHInfo& fider, const TRegimeSettings& settings, TCalcWInfoHHCommon& run,
+                TRegimeSolver& solver)
+        : f_(fider), s_(settings), run_(run), topology_(TFiderTopology::Build(fider)), solver_(solver)
     {
     }
 
@@ -206,11 +207,7 @@ private:
     {
         solver_.ScaleLoads(scale_);
         ++rounds_;
-        if (solver_.Solve())
-            return true;
-        run_.Problems << QStringLiteral("Расчет режима не сошелся за 500 итераций (напряжение у абонентов "
-                                        "слишком низкое для заданных нагрузок)");
-        return false;
+        return Converged(solver_.Solve());
     }
 
     bool ReachTarget()
@@ -222,11 +219,14 @@ private:
         }
     }
 
-    // Each phase's consumers are scaled until the head current of the phase is the measured one.
+    // Each phase's consumers are scaled, sweep by sweep, so that the head current of the phase is the
+    // measured one.
     bool ReachHeadCurrents()
     {
+        std::array<double, 3> targets;
         for (int k = 0; k < 3; ++k) {
             const double target = s_.HeadCurrent[k];
+            targets[k] = base_[k] > 0 ? target : EmptyFloat();
             if (base_[k] > 0 && !(std::isfinite(target) && target >= 0))
                 run_.Problems << QStringLiteral("Не задан ток фазы %1 головного участка").arg(phaseName(k));
             else if (base_[k] == 0 && positive(target))
@@ -238,41 +238,32 @@ private:
             return false;
         for (int k = 0; k < 3; ++k)  // a first guess: the target current at the centre's voltage
             scale_[k] = base_[k] > 0 ? s_.HeadCurrent[k] * s_.U[k] / base_[k] : 0;
-        for (int round = 0; round < 200; ++round) {
-            if (!SolveOnce())
-                return false;
-            bool reached = true;
-            for (int k = 0; k < 3; ++k)
-                if (base_[k] > 0 && std::fabs(solver_.HeadCurrent(k) - s_.HeadCurrent[k]) >= 1e-6)
-                    reached = false;
-            if (reached)
-                return true;  // the factors stay those of the solution just found
-            for (int k = 0; k < 3; ++k) {
-                const double current = solver_.HeadCurrent(k);
-                if (base_[k] > 0)
-                    scale_[k] = current > 0 ? scale_[k] * s_.HeadCurrent[k] / current : 0;
-            }
-        }
-        run_.Problems << QStringLiteral("Не удалось подобрать нагрузки под измеренные токи головного участка");
-        return false;
+        solver_.ScaleLoads(scale_);
+        rounds_ = 1;
+        const bool converged = solver_.SolveToHeadCurrents(targets);
+        scale_ = solver_.Factors();
+        return Converged(converged);
     }
 
-    // All consumers are scaled by one factor until the head power over the interval is the energy supplied.
+    // All consumers are scaled by one factor, sweep by sweep, so that the head power over the interval is
+    // the energy supplied.
     bool ReachEnergy()
     {
         const double target = s_.Wa * 1e6 / s_.T;  // W
-        const double total = base_[0] + base_[1] + base_[2];
-        scale_.fill(target / total);
-        for (int round = 0; round < 200; ++round) {
-            if (!SolveOnce())
-                return false;
-            const double head = solver_.HeadP(0) + solver_.HeadP(1) + solver_.HeadP(2);
-            if (std::fabs(head - target) < 1e-3)
-                return true;
-            scale_.fill(scale_[0] * target / head);
-        }
-        run_.Problems << QStringLiteral("Не удалось подобрать нагрузки под отпуск электроэнергии в линию");
-        return false;
+        scale_.fill(target / (base_[0] + base_[1] + base_[2]));
+        solver_.ScaleLoads(scale_);
+        rounds_ = 1;
+        const bool converged = solver_.SolveToHeadPower(target);
+        scale_ = solver_.Factors();
+        return Converged(converged);
+    }
+
+    bool Converged(bool converged)
+    {
+        if (!converged)
+            run_.Problems << QStringLiteral("Расчет режима не сошелся за 500 итераций (напряжение у абонентов "
+                                            "слишком низкое для заданных нагрузок)");
+        return converged;
     }
 
     void Snapshot()
@@ -301,11 +292,12 @@ private:
                 if (topology_.Phases[pos] & (1 << k)) {
                     section.I[k] = solver_.SectionCurrent(pos, k);
                     const double drop = (r.Nodes[topology_.Parent[pos]].U[k] - node.U[k]) / s_.U[k] * 100;
-                    section.dU = isEmptyFloat(section.dU) ? drop : std::max(section.dU, drop);
+                    section.dU = std::isnan(section.dU) ? drop : std::max(section.dU, drop);
                 }
             section.I[3] = solver_.SectionCurrent(pos, 3);
-            section.dP = solver_.SectionLossP(pos) / 1000;
-            section.dQ = solver_.SectionLossQ(pos) / 1000;
+            solver_.SectionLosses(pos, section.dP, section.dQ);
+            section.dP /= 1000;
+            section.dQ /= 1000;
             r.LossP += section.dP;
             r.LossQ += section.dQ;
         }
@@ -362,6 +354,8 @@ private:
     void Balance()
     {
         const TCalcPWResultsHH& r = run_.Power;
+        for (const auto& [res, kind] : f_.GetBalancesList(topology_))
+            Block(res, kind);
         for (const TLine038& line : f_.Lines) {
             TBalanceBlock& b = Block(f_.ResOf(line), BalanceKind(line.Owner));
             const double length = std::isfinite(line.Length) ? line.Length : 0;
@@ -435,11 +429,18 @@ private:
         g.Kdp = s_.Kdp;
         g.SqrKfg = run_.Energy.SqrKfg;
         const double kzap = positive(s_.SqrKfg) && 3 * s_.SqrKfg - 2 > 0 ? 1 / (3 * s_.SqrKfg - 2) : EmptyFloat();
+        const std::array<double, 3> lowest{r.GetUmin(0), r.GetUmin(1), r.GetUmin(2)};
+        double du = EmptyFloat();  // the largest voltage loss, % of the centre's phase voltage
+        for (int k = 0; k < 3; ++k)
+            if (!isEmptyFloat(lowest[k])) {
+                const double loss = (s_.U[k] - lowest[k]) / s_.U[k] * 100;
+                du = isEmptyFloat(du) ? loss : std::max(du, loss);
+            }
         for (int k = 0; k < 3; ++k) {
             g.I[k] = r.HeadI[k];
-            const double s = std::hypot(r.HeadP[k], r.HeadQ[k]);
+            const double s = std::sqrt(r.HeadP[k] * r.HeadP[k] + r.HeadQ[k] * r.HeadQ[k]);
             g.CosFi[k] = s > 0 ? r.HeadP[k] / s : EmptyFloat();
-            g.U2[k] = r.GetUmin(k);
+            g.U2[k] = lowest[k];
             if (s_.Regime == TRegimeKind::Maximum)
                 g.Imax[k] = r.HeadI[k];
             else if (std::isfinite(s_.Imax[k]))
@@ -455,7 +456,7 @@ private:
         g.HeadEndSize = head && head->Phase.Known ? head->Phase.F : EmptyFloat();
         // Branching: the relative power loss over the largest relative voltage loss, reduced by the
         // power-factor term of the head conductor, so that one load at the end of a line gives 1.
-        const double p = r.GetHeadP(), q = r.GetHeadQ(), du = r.GetDeltaUmax(s_.U);
+        const double p = r.GetHeadP(), q = r.GetHeadQ();
         if (p > 0 && positive(du)) {
             const double cos2 = p * p / (p * p + q * q);
             const double xr = head && head->Phase.Known && head->Phase.R0 > 0 ? head->Phase.X0 / head->Phase.R0 : 0;
@@ -488,7 +489,7 @@ private:
     const TRegimeSettings& s_;
     TCalcWInfoHHCommon& run_;
     TFiderTopology topology_;
-    TRegimeSolver solver_;
+    TRegimeSolver& solver_;
     std::vector<ConsumerLoad> loads_;
     std::array<double, 3> base_{{0, 0, 0}};
     std::array<double, 3> scale_{{1, 1, 1}};
@@ -503,7 +504,9 @@ TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSetti
     TCalcWInfoHHCommon run;
     run.FiderGuid = fider.Guid;
     run.Settings = settings;
-    Calculation(fider, settings, run).Run();
+    // One solver a thread keeps its arrays from feeder to feeder.
+    thread_local TRegimeSolver solver;
+    Calculation(fider, settings, run, solver).Run();
     if (!run.Ok()) {
         run.Power = TCalcPWResultsHH();
         run.Blocks.clear();

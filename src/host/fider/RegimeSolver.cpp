@@ -8,6 +8,9 @@
 namespace fider {
 
 namespace {
+// |a + jb|: the values here are far from overflow, and the library's hypot is many times slower.
+inline double magnitude(double a, double b) { return std::sqrt(a * a + b * b); }
+
 // Phase angles of the supply: 0°, −120°, +120°.
 const double kCos[3] = {1.0, -0.5, -0.5};
 const double kSin[3] = {0.0, -0.86602540378443864676, 0.86602540378443864676};
@@ -75,53 +78,41 @@ void TRegimeSolver::ResetVoltages()
 
 void TRegimeSolver::ClearLoads()
 {
-    for (int k = 0; k < 3; ++k) {
-        basep_[k].assign(m_, 0);
-        baseq_[k].assign(m_, 0);
-        p_[k].assign(m_, 0);
-        q_[k].assign(m_, 0);
-    }
+    factors_ = {1, 1, 1};
+    for (auto& loads : loads_)
+        loads.clear();
 }
 
 void TRegimeSolver::AddLoad(int position, int phase, double p, double q)
 {
     const int j = compact_[position];
-    if (j < 0)
-        return;
-    basep_[phase][j] += p;
-    baseq_[phase][j] += q;
-    p_[phase][j] += p;
-    q_[phase][j] += q;
+    if (j >= 0)
+        loads_[phase].push_back({j, p, q});
 }
 
-void TRegimeSolver::ScaleLoads(const std::array<double, 3>& factors)
-{
-    for (int k = 0; k < 3; ++k)
-        for (int j = 0; j < m_; ++j) {
-            p_[k][j] = basep_[k][j] * factors[k];
-            q_[k][j] = baseq_[k][j] * factors[k];
-        }
-}
+void TRegimeSolver::ScaleLoads(const std::array<double, 3>& factors) { factors_ = factors; }
 
-// Load currents at the present voltages, summed from the far ends towards the centre.
+// Load currents at the present voltages, summed from the far ends towards the centre. Only the nodes
+// with a load are visited: most nodes of a feeder are poles.
 void TRegimeSolver::Backward()
 {
+    const int* parent = parent_.data();
     for (int k = 0; k < 3; ++k) {
         const double* vr = vr_[k].data();
         const double* vi = vi_[k].data();
-        const double* p = p_[k].data();
-        const double* q = q_[k].data();
         double* ar = ar_[k].data();
         double* ai = ai_[k].data();
-        for (int j = 0; j < m_; ++j) {
+        std::fill(ar, ar + m_, 0.0);
+        std::fill(ai, ai + m_, 0.0);
+        const double factor = factors_[k];
+        for (const Load& l : loads_[k]) {
             // I = conj(S / U) with U the phase-to-neutral voltage.
-            const double ur = vr[j] - nr_[j], ui = vi[j] - ni_[j];
+            const double ur = vr[l.j] - nr_[l.j], ui = vi[l.j] - ni_[l.j];
             const double d = ur * ur + ui * ui;
-            const double inv = d > 0 ? 1.0 / d : 0.0;
-            ar[j] = (p[j] * ur + q[j] * ui) * inv;
-            ai[j] = (p[j] * ui - q[j] * ur) * inv;
+            const double inv = d > 0 ? factor / d : 0.0;
+            ar[l.j] += (l.p * ur + l.q * ui) * inv;
+            ai[l.j] += (l.p * ui - l.q * ur) * inv;
         }
-        const int* parent = parent_.data();
         for (int j = m_ - 1; j > 0; --j) {
             ar[parent[j]] += ar[j];
             ai[parent[j]] += ai[j];
@@ -157,12 +148,54 @@ double TRegimeSolver::Forward()
     return worst;
 }
 
-bool TRegimeSolver::Solve(int maxSweeps)
+bool TRegimeSolver::Solve(int maxSweeps) { return Sweep(maxSweeps, {}); }
+
+bool TRegimeSolver::SolveToHeadCurrents(const std::array<double, 3>& targets, int maxSweeps)
+{
+    // The head current of a phase is the sum of its load currents, each proportional to its phase's
+    // factor at the present voltages: scaling the phase's currents after the backward sweep meets the
+    // target exactly, and the loads keep the factor for the next sweep.
+    return Sweep(maxSweeps, [&] {
+        for (int k = 0; k < 3; ++k) {
+            if (!(targets[k] >= 0))
+                continue;
+            const double current = magnitude(ar_[k][0], ai_[k][0]);
+            const double ratio = current > 0 ? targets[k] / current : 0;
+            ScalePhase(k, ratio);
+        }
+    });
+}
+
+bool TRegimeSolver::SolveToHeadPower(double target, int maxSweeps)
+{
+    // The head power is proportional to one common factor of every load at the present voltages.
+    return Sweep(maxSweeps, [&] {
+        double power = 0;
+        for (int k = 0; k < 3; ++k)
+            power += sourceR_[k] * ar_[k][0] + sourceI_[k] * ai_[k][0];
+        const double ratio = power > 0 ? target / power : 0;
+        for (int k = 0; k < 3; ++k)
+            ScalePhase(k, ratio);
+    });
+}
+
+void TRegimeSolver::ScalePhase(int phase, double ratio)
+{
+    factors_[phase] *= ratio;
+    for (int j = 0; j < m_; ++j) {
+        ar_[phase][j] *= ratio;
+        ai_[phase][j] *= ratio;
+    }
+}
+
+bool TRegimeSolver::Sweep(int maxSweeps, const std::function<void()>& adjust)
 {
     sweeps_ = 0;
     while (sweeps_ < maxSweeps) {
         ++sweeps_;
         Backward();
+        if (adjust)
+            adjust();
         const double change = Forward();
         if (!std::isfinite(change))
             return false;
@@ -177,7 +210,7 @@ double TRegimeSolver::NodeVoltage(int position, int phase) const
     const int j = compact_[position];
     if (j < 0)
         return EmptyFloat();
-    return std::hypot(vr_[phase][j] - nr_[j], vi_[phase][j] - ni_[j]);
+    return magnitude(vr_[phase][j] - nr_[j], vi_[phase][j] - ni_[j]);
 }
 
 double TRegimeSolver::SectionCurrent(int position, int conductor) const
@@ -186,35 +219,34 @@ double TRegimeSolver::SectionCurrent(int position, int conductor) const
     if (j < 0)
         return EmptyFloat();
     if (conductor < 3)
-        return std::hypot(ar_[conductor][j], ai_[conductor][j]);
-    return std::hypot(ar_[0][j] + ar_[1][j] + ar_[2][j], ai_[0][j] + ai_[1][j] + ai_[2][j]);
+        return magnitude(ar_[conductor][j], ai_[conductor][j]);
+    return magnitude(ar_[0][j] + ar_[1][j] + ar_[2][j], ai_[0][j] + ai_[1][j] + ai_[2][j]);
+}
+
+void TRegimeSolver::SectionLosses(int position, double& p, double& q) const
+{
+    const int j = compact_[position];
+    if (j < 0) {
+        p = q = EmptyFloat();
+        return;
+    }
+    double phases = 0;
+    for (int k = 0; k < 3; ++k)
+        phases += ar_[k][j] * ar_[k][j] + ai_[k][j] * ai_[k][j];
+    const double inr = ar_[0][j] + ar_[1][j] + ar_[2][j], ini = ai_[0][j] + ai_[1][j] + ai_[2][j];
+    const double neutral = inr * inr + ini * ini;
+    p = phases * rf_[j] + neutral * rn_[j];
+    q = phases * xf_[j] + neutral * xn_[j];
 }
 
 double TRegimeSolver::SectionLossP(int position) const
 {
-    const int j = compact_[position];
-    if (j < 0)
-        return EmptyFloat();
-    double phases = 0;
-    for (int k = 0; k < 3; ++k)
-        phases += ar_[k][j] * ar_[k][j] + ai_[k][j] * ai_[k][j];
-    const double in = SectionCurrent(position, 3);
-    return phases * rf_[j] + in * in * rn_[j];
+    double p, q;
+    SectionLosses(position, p, q);
+    return p;
 }
 
-double TRegimeSolver::SectionLossQ(int position) const
-{
-    const int j = compact_[position];
-    if (j < 0)
-        return EmptyFloat();
-    double phases = 0;
-    for (int k = 0; k < 3; ++k)
-        phases += ar_[k][j] * ar_[k][j] + ai_[k][j] * ai_[k][j];
-    const double in = SectionCurrent(position, 3);
-    return phases * xf_[j] + in * in * xn_[j];
-}
-
-double TRegimeSolver::HeadCurrent(int phase) const { return m_ ? std::hypot(ar_[phase][0], ai_[phase][0]) : 0; }
+double TRegimeSolver::HeadCurrent(int phase) const { return m_ ? magnitude(ar_[phase][0], ai_[phase][0]) : 0; }
 
 // S = V conj(I) at the supply centre, where the neutral is at zero potential.
 double TRegimeSolver::HeadP(int phase) const
@@ -230,9 +262,9 @@ double TRegimeSolver::HeadQ(int phase) const
 double TRegimeSolver::LoadPhaseSum(int phase) const
 {
     double sum = 0;
-    for (int j = 0; j < m_; ++j)
-        sum += p_[phase][j];
-    return sum;
+    for (const Load& l : loads_[phase])
+        sum += l.p;
+    return sum * factors_[phase];
 }
 
 }  // namespace fider

@@ -2,6 +2,7 @@
 // Backward/forward sweep of one feeder: constant-power loads between phase and neutral, series
 // impedances of phase and neutral conductors, the neutral earthed at the supply centre only.
 #include <array>
+#include <functional>
 #include <vector>
 
 #include "host/HostApi.h"
@@ -24,6 +25,13 @@ public:
     // Sweeps until the largest change of a phase-to-neutral voltage is below 1e-6 V; false when that
     // has not happened within maxSweeps. Starts from the last solution (flat at first).
     bool Solve(int maxSweeps = 500);
+    // The same while each phase's loads are scaled so that the head current of the phase is its target
+    // (phases with a target that is not a number keep their loads).
+    bool SolveToHeadCurrents(const std::array<double, 3>& targets, int maxSweeps = 500);
+    // The same while every load is scaled by one factor so that the head active power is the target, W.
+    bool SolveToHeadPower(double target, int maxSweeps = 500);
+    // The factors applied to the loads as added (per phase).
+    const std::array<double, 3>& Factors() const { return factors_; }
     int Sweeps() const { return sweeps_; }
     void ResetVoltages();
 
@@ -33,8 +41,8 @@ public:
     // Current magnitude of the section that feeds a position, A: phases 0-2, neutral 3.
     double SectionCurrent(int position, int conductor) const;
     // Losses in the section that feeds a position, W and var.
+    void SectionLosses(int position, double& p, double& q) const;
     double SectionLossP(int position) const;
-    double SectionLossQ(int position) const;
     // Head of the feeder: phase current magnitudes (A) and complex power per phase (W, var).
     double HeadCurrent(int phase) const;
     double HeadP(int phase) const;
@@ -44,16 +52,23 @@ public:
     bool Energised(int position) const { return compact_[position] >= 0; }
 
 private:
+    bool Sweep(int maxSweeps, const std::function<void()>& adjust);
+    void ScalePhase(int phase, double ratio);
     void Backward();
     double Forward();
     int m_ = 0;                 // energised nodes, compact
     std::vector<int> compact_;  // topology position -> compact index, -1 when de-energised
     std::vector<int> parent_;
     std::vector<double> rf_, xf_, rn_, xn_;
-    std::array<std::vector<double>, 3> basep_, baseq_, p_, q_;
+    struct Load {
+        int j;
+        double p, q;
+    };
+    std::array<std::vector<Load>, 3> loads_;  // per phase, as added; scaled by factors_
     std::array<std::vector<double>, 3> vr_, vi_, ar_, ai_;
     std::vector<double> nr_, ni_;
     std::array<double, 3> sourceR_{}, sourceI_{};
+    std::array<double, 3> factors_{{1, 1, 1}};
     int sweeps_ = 0;
 };
 

@@ -53,31 +53,18 @@ inline constexpr const char* kTPSamples =
     and (ti."TypeCalc" is null or ti."TypeCalc"=0) %1)";
 inline constexpr const char* kFilterTPSamples = R"(and ti.guid=:GUID)";
 
-// Writing one run: the previous run of the feeder, interval and calculation type goes first.
-inline constexpr const char* kDeleteRun =
-    R"(delete from "LVResults" where "GUID"=? and "SampleIdent"=? and coalesce("CalcType", 0)=?)";
+// Writing one run: the new run first, then the feeder's other runs of the interval and calculation type go.
+// "+0" keeps the engine on the feeder's index: the index of the interval holds every feeder's run of it,
+// and joining the two would cost a scan of the interval per feeder.
+inline constexpr const char* kDeleteOtherRuns =
+    R"(delete from "LVResults" where "GUID"=? and "SampleIdent"+0=? and coalesce("CalcType", 0)=? and "Ident"<>?)";
+inline constexpr const char* kDeleteRun = R"(delete from "LVResults" where "Ident"=?)";
 inline constexpr const char* kReserveIdents = R"(select gen_id("IdentGen", %1) from rdb$database)";
 inline constexpr const char* kInsertRun =
     R"(insert into "LVResults" ("Ident", "GUID", "SampleIdent", "CalcType", "T", "UA", "UB", "UC", "IA", "IB", "IC",
     "U2A", "U2B", "U2C", "CosFiA", "CosFiB", "CosFiC", "ImaxA", "ImaxB", "ImaxC", "Kdp", "Krazv", "Lm", "L23", "L1",
     "HeadEndLength", "HeadEndSize", "Temperature", "dPdop", "dWdop", "sqrKfg", "Regime", "LoadMode")
     values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
-inline constexpr const char* kInsertPBlock =
-    R"(insert into "LVPResultsAdd" ("Ident", "RES", "Balance", "Pcalc", "Pfakt", "Pgen", "Qcalc", "Qfakt", "Qgen",
-    "dP", "dQ", "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "LsumP", "LsumP_off", "LsumC",
-    "LsumC_off") values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
-inline constexpr const char* kInsertWBlock =
-    R"(insert into "LVWResultsAdd" ("Ident", "RES", "Balance", "Wacalc", "Wafakt", "Wa_gen", "Wrcalc", "Wrfakt",
-    "Wr_gen", "dWa", "dWr") values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
-inline constexpr const char* kInsertNode =
-    R"(insert into "LVPResultsN" ("Ident", "GUID", "U", "UA", "UB", "UC", "dU") values (?, ?, ?, ?, ?, ?, ?))";
-inline constexpr const char* kInsertSection =
-    R"(insert into "LVPResultsL" ("Ident", "GUID", "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ")
-    values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
-
-inline constexpr const char* kSavepoint = "savepoint \"RegimeFider\"";
-inline constexpr const char* kReleaseSavepoint = "release savepoint \"RegimeFider\" only";
-inline constexpr const char* kUndoSavepoint = "rollback to savepoint \"RegimeFider\"";
 
 // The length of an interval.
 inline constexpr const char* kInterval =

@@ -400,34 +400,101 @@ std::vector<TFiderJob> TRegimeReader::Read(const QList<int>& fiders, const TRegi
     });
 }
 
+TBlockInsert::TBlockInsert(ToznFDConnection& connection, const char* table, const std::vector<const char*>& columns,
+                           int integerColumns, int rowsPerStatement)
+    : connection_(connection), table_(QString::fromLatin1(table)), columns_(columns), integerColumns_(integerColumns),
+      statements_(rowsPerStatement)
+{
+}
+
+TBlockInsert::~TBlockInsert() = default;
+
+TFDQuery& TBlockInsert::Statement(int rows)
+{
+    std::unique_ptr<TFDQuery>& q = statements_[rows - 1];
+    if (q)
+        return *q;
+    // One row: insert into T (a, b) values (?, ?). More: execute block (p0_0 <type> = ?, ...) as begin
+    // insert into T (a, b) values (:p0_0, :p0_1); ... end, every value its own parameter.
+    QStringList quoted;
+    for (const char* c : columns_)
+        quoted << QStringLiteral("\"%1\"").arg(QString::fromLatin1(c));
+    const QString insert =
+        QStringLiteral("insert into \"%1\" (%2) values (%3)").arg(table_, quoted.join(QStringLiteral(", ")));
+    QStringList parameters, body;
+    for (int r = 0; r < rows; ++r) {
+        QStringList values;
+        for (int c = 0; c < static_cast<int>(columns_.size()); ++c) {
+            if (rows == 1) {
+                values << QStringLiteral("?");
+                continue;
+            }
+            const QString name = QStringLiteral("p%1_%2").arg(r).arg(c);
+            parameters << name + (c < integerColumns_ ? QStringLiteral(" integer = ?")
+                                                      : QStringLiteral(" double precision = ?"));
+            values << QLatin1Char(':') + name;
+        }
+        body << insert.arg(values.join(QStringLiteral(", ")));
+    }
+    q = connection_.NewQuery();
+    q->SetSQLText(rows == 1 ? body.front()
+                            : QStringLiteral("execute block (%1) as begin %2; end")
+                                  .arg(parameters.join(QStringLiteral(", ")), body.join(QStringLiteral("; "))));
+    return *q;
+}
+
+void TBlockInsert::Add(std::initializer_list<QVariant> row)
+{
+    buffered_.insert(buffered_.end(), row.begin(), row.end());
+}
+
+int TBlockInsert::Flush()
+{
+    const int width = static_cast<int>(columns_.size());
+    const int rows = static_cast<int>(buffered_.size()) / width;
+    for (int r = 0; r < rows;) {
+        const int n = std::min(rows - r, static_cast<int>(statements_.size()));
+        TFDQuery& q = Statement(n);
+        for (int i = 0; i < n * width; ++i)
+            q.ParamByIndex(i, buffered_[r * width + i]);
+        q.ExecSQL();
+        r += n;
+    }
+    buffered_.clear();
+    return rows;
+}
+
+namespace {
+std::vector<const char*> columnsOf(std::initializer_list<const char*> columns) { return columns; }
+}  // namespace
+
 TRegimeWriter::TRegimeWriter(ToznFDConnection& connection) : connection_(connection)
 {
     auto prepare = [&](std::unique_ptr<TFDQuery>& q, const char* sql) {
         q = connection_.NewQuery();
         q->SetSQLText(QString::fromUtf8(sql));
     };
-    prepare(delete_, RegimeSql::kDeleteRun);
+    prepare(deleteOthers_, RegimeSql::kDeleteOtherRuns);
+    prepare(deleteRun_, RegimeSql::kDeleteRun);
     prepare(run_, RegimeSql::kInsertRun);
-    prepare(pBlock_, RegimeSql::kInsertPBlock);
-    prepare(wBlock_, RegimeSql::kInsertWBlock);
-    prepare(node_, RegimeSql::kInsertNode);
-    prepare(section_, RegimeSql::kInsertSection);
-    prepare(savepoint_, RegimeSql::kSavepoint);
-    prepare(release_, RegimeSql::kReleaseSavepoint);
-    prepare(undo_, RegimeSql::kUndoSavepoint);
+    // A run has a few balance rows and hundreds of node and section rows.
+    pBlocks_ = std::make_unique<TBlockInsert>(
+        connection_, "LVPResultsAdd",
+        columnsOf({"Ident",      "RES",   "Balance", "NAbonents", "NLineP", "NLineP_off", "NLineC",
+                   "NLineC_off", "Pcalc", "Pfakt",   "Pgen",      "Qcalc",  "Qfakt",      "Qgen",
+                   "dP",         "dQ",    "LsumP",   "LsumP_off", "LsumC",  "LsumC_off"}),
+        8, 4);
+    wBlocks_ = std::make_unique<TBlockInsert>(connection_, "LVWResultsAdd",
+                                              columnsOf({"Ident", "RES", "Balance", "Wacalc", "Wafakt", "Wa_gen",
+                                                         "Wrcalc", "Wrfakt", "Wr_gen", "dWa", "dWr"}),
+                                              3, 4);
+    nodes_ = std::make_unique<TBlockInsert>(connection_, "LVPResultsN",
+                                            columnsOf({"Ident", "GUID", "U", "UA", "UB", "UC", "dU"}), 2, 16);
+    sections_ = std::make_unique<TBlockInsert>(
+        connection_, "LVPResultsL", columnsOf({"Ident", "GUID", "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ"}), 2, 16);
 }
 
 TRegimeWriter::~TRegimeWriter() = default;
-
-void TRegimeWriter::Exec(TFDQuery& query, std::initializer_list<QVariant> values)
-{
-    int i = 0;
-    for (const QVariant& v : values)
-        query.ParamByIndex(i++, v);
-    query.ExecSQL();
-    ++rows_;
-    ++sinceCommit_;
-}
 
 int TRegimeWriter::NextIdent()
 {
@@ -447,89 +514,108 @@ int TRegimeWriter::NextIdent()
 
 int TRegimeWriter::Write(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int calcType)
 {
+    // The new run is written first and the former one deleted last: when a statement fails, deleting the
+    // new run (its rows go with it) leaves the feeder as it was.
     const int ident = NextIdent();
-    savepoint_->ExecSQL();
+    const TRegimeSettings& s = run.Settings;
     try {
-        const TRegimeSettings& s = run.Settings;
-        const TFiderFigures& g = run.Figures;
-        Exec(*delete_, {f.Guid, s.SampleIdent, calcType});
-        --rows_;  // a delete is not a row written
-        Exec(*run_, {ident,
-                     f.Guid,
-                     s.SampleIdent,
-                     calcType,
-                     static_cast<int>(std::lround(g.T)),
-                     num(g.U[0]),
-                     num(g.U[1]),
-                     num(g.U[2]),
-                     num(g.I[0]),
-                     num(g.I[1]),
-                     num(g.I[2]),
-                     num(g.U2[0]),
-                     num(g.U2[1]),
-                     num(g.U2[2]),
-                     num(g.CosFi[0]),
-                     num(g.CosFi[1]),
-                     num(g.CosFi[2]),
-                     num(g.Imax[0]),
-                     num(g.Imax[1]),
-                     num(g.Imax[2]),
-                     num(g.Kdp),
-                     num(g.Krazv),
-                     num(g.Lm),
-                     num(g.L23),
-                     num(g.L1),
-                     num(g.HeadEndLength),
-                     num(g.HeadEndSize),
-                     num(g.Temperature),
-                     num(g.dPdop),
-                     num(g.dWdop),
-                     num(g.SqrKfg),
-                     static_cast<int>(s.Regime),
-                     static_cast<int>(s.Mode)});
-        for (const TBalanceBlock& b : run.Blocks) {
-            Exec(*pBlock_, {ident,        b.Res,        b.Balance,        num(b.Pcalc), num(b.Pfakt),
-                            num(b.Pgen),  num(b.Qcalc), num(b.Qfakt),     num(b.Qgen),  num(b.dP),
-                            num(b.dQ),    b.NAbonents,  b.NLineP,         b.NLineP_off, b.NLineC,
-                            b.NLineC_off, num(b.LsumP), num(b.LsumP_off), num(b.LsumC), num(b.LsumC_off)});
-            Exec(*wBlock_, {ident, b.Res, b.Balance, num(b.Wacalc), num(b.Wafakt), num(b.Wa_gen), num(b.Wrcalc),
-                            num(b.Wrfakt), num(b.Wr_gen), num(b.dWa), num(b.dWr)});
-        }
-        // Elements of a feeder without a scheme have no rows of their own to refer to.
-        if (!f.Equivalent)
-            for (size_t pos = 1; pos < run.Power.Nodes.size(); ++pos) {
-                const auto& node = run.Power.Nodes[pos];
-                if (!node.Energised)
-                    continue;
-                double sum = 0, drop = EmptyFloat();
-                int n = 0;
-                for (int k = 0; k < 3; ++k)
-                    if (!isEmptyFloat(node.U[k])) {
-                        sum += node.U[k];
-                        ++n;
-                        const double d = (s.U[k] - node.U[k]) / s.U[k] * 100;
-                        drop = isEmptyFloat(drop) ? d : std::max(drop, d);
-                    }
-                Exec(*node_, {ident, f.Nodes[node.SchemeNode].Guid, num(n ? sum / n : EmptyFloat()), num(node.U[0]),
-                              num(node.U[1]), num(node.U[2]), num(drop)});
-                const auto& section = run.Power.Sections[pos];
-                double largest = EmptyFloat();
-                for (int k = 0; k < 3; ++k)
-                    if (!isEmptyFloat(section.I[k]))
-                        largest = isEmptyFloat(largest) ? section.I[k] : std::max(largest, section.I[k]);
-                Exec(*section_,
-                     {ident, f.Lines[section.SchemeLine].Guid, num(largest), num(section.dU), num(section.dP),
-                      num(section.I[0]), num(section.I[1]), num(section.I[2]), num(section.I[3]), num(section.dQ)});
-            }
-        release_->ExecSQL();
+        WriteRun(f, run, calcType, ident);
+        deleteOthers_->ParamByIndex(0, f.Guid).ParamByIndex(1, s.SampleIdent).ParamByIndex(2, calcType);
+        deleteOthers_->ParamByIndex(3, ident);
+        deleteOthers_->ExecSQL();
     } catch (...) {
-        undo_->ExecSQL();
-        release_->ExecSQL();
+        pBlocks_->Clear();
+        wBlocks_->Clear();
+        nodes_->Clear();
+        sections_->Clear();
+        deleteRun_->ParamByIndex(0, ident);
+        deleteRun_->ExecSQL();
         throw;
     }
     if (sinceCommit_ >= 20000)
         Commit();
     return ident;
+}
+
+void TRegimeWriter::WriteRun(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int calcType, int ident)
+{
+    const TRegimeSettings& s = run.Settings;
+    const TFiderFigures& g = run.Figures;
+    const std::initializer_list<QVariant> values = {ident,
+                                                    f.Guid,
+                                                    s.SampleIdent,
+                                                    calcType,
+                                                    static_cast<int>(std::lround(g.T)),
+                                                    num(g.U[0]),
+                                                    num(g.U[1]),
+                                                    num(g.U[2]),
+                                                    num(g.I[0]),
+                                                    num(g.I[1]),
+                                                    num(g.I[2]),
+                                                    num(g.U2[0]),
+                                                    num(g.U2[1]),
+                                                    num(g.U2[2]),
+                                                    num(g.CosFi[0]),
+                                                    num(g.CosFi[1]),
+                                                    num(g.CosFi[2]),
+                                                    num(g.Imax[0]),
+                                                    num(g.Imax[1]),
+                                                    num(g.Imax[2]),
+                                                    num(g.Kdp),
+                                                    num(g.Krazv),
+                                                    num(g.Lm),
+                                                    num(g.L23),
+                                                    num(g.L1),
+                                                    num(g.HeadEndLength),
+                                                    num(g.HeadEndSize),
+                                                    num(g.Temperature),
+                                                    num(g.dPdop),
+                                                    num(g.dWdop),
+                                                    num(g.SqrKfg),
+                                                    static_cast<int>(s.Regime),
+                                                    static_cast<int>(s.Mode)};
+    int i = 0;
+    for (const QVariant& v : values)
+        run_->ParamByIndex(i++, v);
+    run_->ExecSQL();
+    int rows = 1;
+    for (const TBalanceBlock& b : run.Blocks) {
+        pBlocks_->Add({ident,        b.Res,        b.Balance,        b.NAbonents,  b.NLineP,
+                       b.NLineP_off, b.NLineC,     b.NLineC_off,     num(b.Pcalc), num(b.Pfakt),
+                       num(b.Pgen),  num(b.Qcalc), num(b.Qfakt),     num(b.Qgen),  num(b.dP),
+                       num(b.dQ),    num(b.LsumP), num(b.LsumP_off), num(b.LsumC), num(b.LsumC_off)});
+        wBlocks_->Add({ident, b.Res, b.Balance, num(b.Wacalc), num(b.Wafakt), num(b.Wa_gen), num(b.Wrcalc),
+                       num(b.Wrfakt), num(b.Wr_gen), num(b.dWa), num(b.dWr)});
+    }
+    // Elements of a feeder without a scheme have no rows of their own to refer to.
+    if (!f.Equivalent)
+        for (size_t pos = 1; pos < run.Power.Nodes.size(); ++pos) {
+            const auto& node = run.Power.Nodes[pos];
+            if (!node.Energised)
+                continue;
+            double sum = 0, drop = EmptyFloat();
+            int n = 0;
+            for (int k = 0; k < 3; ++k)
+                if (!std::isnan(node.U[k])) {
+                    sum += node.U[k];
+                    ++n;
+                    const double d = (s.U[k] - node.U[k]) / s.U[k] * 100;
+                    drop = std::isnan(drop) ? d : std::max(drop, d);
+                }
+            nodes_->Add({ident, f.Nodes[node.SchemeNode].Guid, num(n ? sum / n : EmptyFloat()), num(node.U[0]),
+                         num(node.U[1]), num(node.U[2]), num(drop)});
+            const auto& section = run.Power.Sections[pos];
+            double largest = EmptyFloat();
+            for (int k = 0; k < 3; ++k)
+                if (!std::isnan(section.I[k]))
+                    largest = std::isnan(largest) ? section.I[k] : std::max(largest, section.I[k]);
+            sections_->Add({ident, f.Lines[section.SchemeLine].Guid, num(largest), num(section.dU), num(section.dP),
+                            num(section.I[0]), num(section.I[1]), num(section.I[2]), num(section.I[3]),
+                            num(section.dQ)});
+        }
+    rows += pBlocks_->Flush() + wBlocks_->Flush() + nodes_->Flush() + sections_->Flush();
+    rows_ += rows;
+    sinceCommit_ += rows;
 }
 
 void TRegimeWriter::Commit()

@@ -1,5 +1,6 @@
 #include "host/fider/Scheme038.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "host/NumericHelpers.h"
@@ -10,8 +11,6 @@ namespace fider {
 namespace {
 const char* const kOwnerTexts[kBalanceOwnerCount] = {"На балансе", "Не на балансе", "Потребителя", "ССО", "ССП"};
 }
-
-int BalanceKind(TBalanceOwner owner) { return owner == TBalanceOwner::OnBalance ? kBalanceOn : kBalanceOff; }
 
 QString OwnerText(TBalanceOwner owner) { return QString::fromUtf8(kOwnerTexts[static_cast<int>(owner)]); }
 
@@ -131,6 +130,35 @@ double TFiderHHInfo::GetHeadEndSize() const
 {
     const TLine038* head = GetHeadEnd();
     return head && head->Phase.Known ? head->Phase.F : EmptyFloat();
+}
+
+std::vector<std::pair<int, int>> TFiderHHInfo::GetBalancesList() const
+{
+    return GetBalancesList(TFiderTopology::Build(*this));
+}
+
+std::vector<std::pair<int, int>> TFiderHHInfo::GetBalancesList(const TFiderTopology& topology) const
+{
+    std::vector<std::pair<int, int>> list;
+    auto add = [&list](int res, int kind) {
+        if (std::find(list.begin(), list.end(), std::pair{res, kind}) == list.end())
+            list.push_back({res, kind});
+    };
+    if (topology.HeadEnd >= 0)
+        add(ResOf(Lines[topology.HeadEnd]), BalanceKind(Lines[topology.HeadEnd].Owner));
+    else
+        add(Res, kBalanceOn);
+    for (const TLine038& line : Lines)
+        add(ResOf(line), BalanceKind(line.Owner));
+    for (size_t c = 0; c < Consumers.size() && c < topology.ConsumerNode.size(); ++c) {
+        const int pos = topology.ConsumerNode[c];
+        if (pos <= 0)
+            continue;
+        const TLine038& feeding = Lines[topology.Line[pos]];
+        add(ResOf(feeding), BalanceKind(Consumers[c].Owner.value_or(feeding.Owner)));
+    }
+    std::sort(list.begin(), list.end());
+    return list;
 }
 
 }  // namespace fider

@@ -22,7 +22,7 @@ constexpr int kBalanceOwnerCount = 5;
 // Balance kinds of the result rows: 0 the utility's, 4 every other owner.
 constexpr int kBalanceOn = 0;
 constexpr int kBalanceOff = 4;
-OZN3HOST_API int BalanceKind(TBalanceOwner owner);
+inline int BalanceKind(TBalanceOwner owner) { return owner == TBalanceOwner::OnBalance ? kBalanceOn : kBalanceOff; }
 OZN3HOST_API QString OwnerText(TBalanceOwner owner);
 OZN3HOST_API std::optional<TBalanceOwner> OwnerFromText(const QString& text);
 OZN3HOST_API std::optional<TBalanceOwner> OwnerFromCode(int code);
@@ -83,7 +83,10 @@ struct OZN3HOST_API TLine038 {
     TBalanceOwner Owner = TBalanceOwner::OnBalance;
     int Res = 0;  // district of the balance; 0: the substation's
     QString ClassName() const;
+    bool GetKabel() const { return Kind == TSectionKind::Cable; }
 };
+
+class TFiderTopology;
 
 // One LV feeder: its identity, its district, its scheme and its consumers.
 class OZN3HOST_API TFiderHHInfo {
@@ -111,6 +114,10 @@ public:
     double GetHeadEndSize() const;
     // The district of a section's balance.
     int ResOf(const TLine038& line) const { return line.Res ? line.Res : Res; }
+    // The (district, balance kind) pairs of the feeder's balance, ordered: those of the head section, of
+    // every section, and of every consumer (its own owner, or that of the section feeding it).
+    std::vector<std::pair<int, int>> GetBalancesList() const;
+    std::vector<std::pair<int, int>> GetBalancesList(const TFiderTopology& topology) const;
 };
 
 }  // namespace fider

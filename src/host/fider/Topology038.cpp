@@ -1,6 +1,6 @@
 #include "host/fider/Topology038.h"
 
-#include <QHash>
+#include <algorithm>
 #include <cmath>
 
 namespace fider {
@@ -20,6 +20,51 @@ QString nodeName(const TFiderHHInfo& f, int schemeNode)
     return n.Name.trimmed().isEmpty() ? QStringLiteral("узел %1").arg(n.Guid)
                                       : QStringLiteral("узел «%1»").arg(n.Name.trimmed());
 }
+
+// GUID -> slot, open addressing with linear probing; a negative slot marks an empty cell.
+class SlotTable {
+public:
+    void Reset(int count)
+    {
+        size_t size = 16;
+        while (size < 2 * static_cast<size_t>(count))
+            size *= 2;
+        mask_ = size - 1;
+        cells_.assign(size, {0, -1});
+    }
+    bool Insert(int guid, int slot)
+    {
+        for (size_t i = hash(guid);; i = (i + 1) & mask_) {
+            if (cells_[i].second < 0) {
+                cells_[i] = {guid, slot};
+                return true;
+            }
+            if (cells_[i].first == guid)
+                return false;
+        }
+    }
+    int Find(int guid) const
+    {
+        for (size_t i = hash(guid);; i = (i + 1) & mask_) {
+            if (cells_[i].second < 0)
+                return -1;
+            if (cells_[i].first == guid)
+                return cells_[i].second;
+        }
+    }
+
+private:
+    size_t hash(int guid) const { return (static_cast<uint32_t>(guid) * 2654435761u) & mask_; }
+    std::vector<std::pair<int, int>> cells_;
+    size_t mask_ = 0;
+};
+
+struct Scratch {
+    SlotTable slotTable;
+    std::vector<int> ends, offsets, adjacent, fill, positionOf;
+    std::vector<uint8_t> lineUsed;
+    std::vector<double> distance;
+};
 
 void checkLine(const TLine038& l, QStringList& problems)
 {
@@ -42,26 +87,34 @@ TFiderTopology TFiderTopology::Build(const TFiderHHInfo& f)
     const int nodeCount = static_cast<int>(f.Nodes.size());
     const int lineCount = static_cast<int>(f.Lines.size());
     const int centre = nodeCount;  // the supply centre's slot among the scheme's nodes
-    QHash<int, int> slotOf;
-    slotOf.reserve(nodeCount + 1);
+    // Working lists kept by the thread from feeder to feeder, so that a feeder costs no allocations.
+    thread_local Scratch scratch;
+    // Slots by GUID in an open-addressed table of twice the nodes, cheaper than a general hash here.
+    SlotTable& slotTable = scratch.slotTable;
+    slotTable.Reset(nodeCount + 1);
     for (int i = 0; i < nodeCount; ++i) {
         if (f.Nodes[i].Kind == TNodeKind::SupplyCentre || f.Nodes[i].Guid == f.Guid) {
             t.Problems
                 << QStringLiteral("%1 отмечен как центр питания: центр питания линии — шины ТП").arg(nodeName(f, i));
             continue;
         }
-        if (slotOf.contains(f.Nodes[i].Guid))
+        if (!slotTable.Insert(f.Nodes[i].Guid, i))
             t.Problems << QStringLiteral("%1 записан в схеме дважды").arg(nodeName(f, i));
-        slotOf.insert(f.Nodes[i].Guid, i);
     }
-    slotOf.insert(f.Guid, centre);
+    slotTable.Insert(f.Guid, centre);
+    auto slotOf = [&slotTable](int guid) { return slotTable.Find(guid); };
 
     // Adjacency of the slots through the sections (compressed rows).
-    std::vector<int> ends(2 * lineCount, -1), offsets(nodeCount + 2, 0), adjacent(2 * lineCount);
+    std::vector<int>& ends = scratch.ends;
+    std::vector<int>& offsets = scratch.offsets;
+    std::vector<int>& adjacent = scratch.adjacent;
+    ends.assign(2 * lineCount, -1);
+    offsets.assign(nodeCount + 2, 0);
+    adjacent.assign(2 * lineCount, 0);
     for (int l = 0; l < lineCount; ++l) {
         const TLine038& line = f.Lines[l];
         checkLine(line, t.Problems);
-        const int a = slotOf.value(line.Node1, -1), b = slotOf.value(line.Node2, -1);
+        const int a = slotOf(line.Node1), b = slotOf(line.Node2);
         if (a < 0 || b < 0) {
             t.Problems << lineName(line) +
                               QStringLiteral(": узел %1 не найден в схеме").arg(a < 0 ? line.Node1 : line.Node2);
@@ -78,7 +131,8 @@ TFiderTopology TFiderTopology::Build(const TFiderHHInfo& f)
     }
     for (int s = 0; s <= nodeCount; ++s)
         offsets[s + 1] += offsets[s];
-    std::vector<int> fill(offsets.begin(), offsets.end() - 1);
+    std::vector<int>& fill = scratch.fill;
+    fill.assign(offsets.begin(), offsets.end() - 1);
     for (int l = 0; l < lineCount; ++l)
         if (ends[2 * l] >= 0) {
             adjacent[fill[ends[2 * l]]++] = l;
@@ -86,9 +140,13 @@ TFiderTopology TFiderTopology::Build(const TFiderHHInfo& f)
         }
 
     // Breadth-first from the supply centre: a node reached a second time closes a loop.
-    std::vector<int> positionOf(nodeCount + 1, -1);
-    std::vector<uint8_t> lineUsed(lineCount, 0);
+    std::vector<int>& positionOf = scratch.positionOf;
+    std::vector<uint8_t>& lineUsed = scratch.lineUsed;
+    positionOf.assign(nodeCount + 1, -1);
+    lineUsed.assign(lineCount, 0);
     t.Parent.reserve(nodeCount + 1);
+    t.Line.reserve(nodeCount + 1);
+    t.SchemeNode.reserve(nodeCount + 1);
     auto add = [&](int slot, int parent, int line) {
         positionOf[slot] = t.Count();
         t.Parent.push_back(parent);
@@ -141,25 +199,26 @@ TFiderTopology TFiderTopology::Build(const TFiderHHInfo& f)
     t.ConsumerNode.assign(f.Consumers.size(), -1);
     for (size_t c = 0; c < f.Consumers.size(); ++c) {
         const TAbonentNode038& a = f.Consumers[c];
-        const QString who = QStringLiteral("Абонент «%1»").arg(a.Name.trimmed());
-        const int slot = slotOf.value(a.NodeGuid, -1);
+        auto who = [&a] { return QStringLiteral("Абонент «%1»").arg(a.Name.trimmed()); };
+        const int slot = slotOf(a.NodeGuid);
         if (slot < 0 || slot == centre || positionOf[slot] < 0) {
-            t.Problems << who + (slot < 0 || slot == centre
-                                     ? QStringLiteral(": узел %1 не найден в схеме").arg(a.NodeGuid)
-                                     : QStringLiteral(" не связан с центром питания"));
+            t.Problems << who() + (slot < 0 || slot == centre
+                                       ? QStringLiteral(": узел %1 не найден в схеме").arg(a.NodeGuid)
+                                       : QStringLiteral(" не связан с центром питания"));
             continue;
         }
         const int pos = positionOf[slot];
         t.ConsumerNode[c] = pos;
         if (a.Phases == 0 || (a.Phases & ~t.Phases[pos] & PhasesABC) != 0)
-            t.Problems << who + QStringLiteral(" подключен к фазам %1, а %2 несет только %3")
-                                    .arg(PhasesText(a.Phases), lineName(f.Lines[t.Line[pos]]).toLower(),
-                                         PhasesText(t.Phases[pos]));
+            t.Problems << who() + QStringLiteral(" подключен к фазам %1, а %2 несет только %3")
+                                      .arg(PhasesText(a.Phases), lineName(f.Lines[t.Line[pos]]).toLower(),
+                                           PhasesText(t.Phases[pos]));
     }
 
     // The main line: the farthest energised node reached through three-phase sections.
     t.OnMainLine.assign(n, 0);
-    std::vector<double> distance(n, -1);
+    std::vector<double>& distance = scratch.distance;
+    distance.assign(n, -1);
     distance[0] = 0;
     int farthest = 0;
     for (int pos = 1; pos < n; ++pos) {
