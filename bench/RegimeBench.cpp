@@ -107,27 +107,44 @@ static void BM_RegimeWholeNetworkAgainstRawInsert(benchmark::State& state)
     auto database = openLarge(state);
     if (!database)
         return;
-    const QList<int> fiders = fider::LVFidersUnder(*database->GetTree(), database->GetTree()->GetItems(0)->GetIdent());
-    const fider::TRegimeRequest r = request(lastYear(*database));
+    const QList<int> fiders =
+        fider::LVFidersUnder(*database->GetTree(), database->GetTree()->GetItems(0)->GetIdent());
+    fider::TRegimeRequest r = request(lastYear(*database));
     std::unique_ptr<ToznFDConnection> connection = database->NewConnection();
-    fider::TRegimeBatchResult result;
-    double rate = 0, baseline = 0;
+    auto removeRuns = [&] {
+        connection->StartTransaction(false);
+        auto q = connection->NewQuery();
+        q->SetSQLText(QStringLiteral("delete from \"LVResults\" where \"CalcType\"=%1").arg(r.CalcType));
+        q->ExecSQL();
+        connection->Commit();
+    };
+    removeRuns();
+    fider::TRegimeBatchResult first, again;
+    double baseline = 0;
     for (auto _ : state) {
-        result = fider::RunRegimeBatch(*connection, 0.5, 0.9, fiders, r, {});
-        if (!result.Failure.isEmpty()) {
-            state.SkipWithError(qPrintable(result.Failure));
+        // A first run of its calculation type only writes; a second one replaces the first run's rows.
+        first = fider::RunRegimeBatch(*connection, 0.5, 0.9, fiders, r, {});
+        again = fider::RunRegimeBatch(*connection, 0.5, 0.9, fiders, r, {});
+        if (!first.Failure.isEmpty() || !again.Failure.isEmpty()) {
+            state.SkipWithError(qPrintable(first.Failure + again.Failure));
             return;
         }
-        rate = result.Rows / result.Seconds;
-        baseline = rawInsertRate(*connection, result.Rows);
+        baseline = rawInsertRate(*connection, first.Rows);
+        removeRuns();
     }
-    state.counters["feeders"] = result.Total;
-    state.counters["calculated"] = result.Calculated;
-    state.counters["rows"] = result.Rows;
-    state.counters["read_s"] = result.ReadSeconds;
-    state.counters["total_s"] = result.Seconds;
+    // The whole run: reading the interval, calculating and writing, over the rows it wrote.
+    const double rate = first.Rows / first.Seconds;
+    const double replacing = again.Rows / again.Seconds;
+    state.counters["feeders"] = first.Total;
+    state.counters["calculated"] = first.Calculated;
+    state.counters["rows"] = first.Rows;
+    state.counters["read_s"] = first.ReadSeconds;
+    state.counters["total_s"] = first.Seconds;
     state.counters["rows_per_s"] = rate;
+    state.counters["write_rows_per_s"] = first.Rows / (first.Seconds - first.ReadSeconds);
+    state.counters["replace_total_s"] = again.Seconds;
+    state.counters["replace_rows_per_s"] = replacing;
     state.counters["raw_rows_per_s"] = baseline;
     state.counters["ratio"] = baseline > 0 ? rate / baseline : 0;
 }
-BENCHMARK(BM_RegimeWholeNetworkAgainstRawInsert)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_RegimeWholeNetworkAgainstRawInsert)->Unit(benchmark::kMillisecond)->Iterations(1);
