@@ -1,5 +1,7 @@
 #include "BenchSupport.h"
 
+#include <benchmark/benchmark.h>
+
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <cstdlib>
@@ -10,6 +12,15 @@
 namespace bench {
 
 QString LargeDatabasePath() { return qEnvironmentVariable("OZN3_BENCH_DB"); }
+
+std::unique_ptr<TfdbDatabase> OpenLargeDatabase(benchmark::State& state)
+{
+    QString error;
+    auto database = TfdbDatabase::Open(LargeDatabasePath(), error);
+    if (!database)
+        state.SkipWithError(qPrintable(QStringLiteral("OZN3_BENCH_DB: ") + error));
+    return database;
+}
 
 std::unique_ptr<TfdbDatabase> FreshSchemaDatabase(const QString& name)
 {

@@ -14,15 +14,6 @@
 #include "host/Database.h"
 
 namespace {
-std::unique_ptr<TfdbDatabase> openLarge(benchmark::State& state)
-{
-    QString error;
-    auto database = TfdbDatabase::Open(bench::LargeDatabasePath(), error);
-    if (!database)
-        state.SkipWithError(qPrintable(QStringLiteral("OZN3_BENCH_DB: ") + error));
-    return database;
-}
-
 int busiestSubstation(ToznFDConnection& c)
 {
     auto q = c.NewQuery();
@@ -40,7 +31,7 @@ double percentile(std::vector<double> v, double p)
 
 static void BM_OpenEditorOnBusiestSubstation(benchmark::State& state)
 {
-    auto database = openLarge(state);
+    auto database = bench::OpenLargeDatabase(state);
     if (!database)
         return;
     ToznFDConnection& c = *database->GetDefaultConnection();
@@ -63,7 +54,7 @@ BENCHMARK(BM_OpenEditorOnBusiestSubstation)->Unit(benchmark::kMillisecond)->Iter
 
 static void BM_RecalculateAfterKeystroke(benchmark::State& state)
 {
-    auto database = openLarge(state);
+    auto database = bench::OpenLargeDatabase(state);
     if (!database)
         return;
     ToznFDConnection& c = *database->GetDefaultConnection();

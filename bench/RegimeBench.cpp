@@ -13,15 +13,6 @@
 #include "host/fider/RegimeBatch.h"
 
 namespace {
-std::unique_ptr<TfdbDatabase> openLarge(benchmark::State& state)
-{
-    QString error;
-    auto database = TfdbDatabase::Open(bench::LargeDatabasePath(), error);
-    if (!database)
-        state.SkipWithError(qPrintable(QStringLiteral("OZN3_BENCH_DB: ") + error));
-    return database;
-}
-
 int lastYear(TfdbDatabase& database)
 {
     int ident = 0;
@@ -67,7 +58,7 @@ double rawInsertRate(ToznFDConnection& c, int rows)
 
 static void BM_RegimeCoreSectionsPerSecond(benchmark::State& state)
 {
-    auto database = openLarge(state);
+    auto database = bench::OpenLargeDatabase(state);
     if (!database)
         return;
     const QList<int> fiders = fider::LVFidersUnder(*database->GetTree(), database->GetTree()->GetItems(0)->GetIdent());
@@ -104,7 +95,7 @@ BENCHMARK(BM_RegimeCoreSectionsPerSecond)->Unit(benchmark::kMillisecond)->Iterat
 
 static void BM_RegimeWholeNetworkAgainstRawInsert(benchmark::State& state)
 {
-    auto database = openLarge(state);
+    auto database = bench::OpenLargeDatabase(state);
     if (!database)
         return;
     const QList<int> fiders =
