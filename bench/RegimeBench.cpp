@@ -98,8 +98,7 @@ static void BM_RegimeWholeNetworkAgainstRawInsert(benchmark::State& state)
     auto database = bench::OpenLargeDatabase(state);
     if (!database)
         return;
-    const QList<int> fiders =
-        fider::LVFidersUnder(*database->GetTree(), database->GetTree()->GetItems(0)->GetIdent());
+    const QList<int> fiders = fider::LVFidersUnder(*database->GetTree(), database->GetTree()->GetItems(0)->GetIdent());
     fider::TRegimeRequest r = request(lastYear(*database));
     std::unique_ptr<ToznFDConnection> connection = database->NewConnection();
     auto removeRuns = [&] {

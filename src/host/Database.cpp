@@ -1,5 +1,4 @@
 #include "host/Database.h"
-#include "host/SchemaUpgrade.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +8,7 @@
 
 #include "host/InitOZN.h"
 #include "host/SamplePeriods.h"
+#include "host/SchemaUpgrade.h"
 #include "host/Tree.h"
 
 namespace {
@@ -131,7 +131,14 @@ std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString
                         .arg(connectionString);
             return nullptr;
         }
-        UpgradeSchema(*db->defaultConnection_);
+        try {
+            UpgradeSchema(*db->defaultConnection_);
+        } catch (const EDatabaseError& e) {
+            error = QStringLiteral("База данных %1 создана прежней версией программы, а дополнить её таблицы не "
+                                   "удалось (нужны права владельца базы данных): %2")
+                        .arg(connectionString, e.Text());
+            return nullptr;
+        }
     } catch (const EDatabaseError& e) {
         error = QStringLiteral("Не удалось открыть базу данных %1: %2").arg(connectionString, e.Text());
         return nullptr;

@@ -109,3 +109,52 @@ TEST(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheDet
     plugin.Unload();
     SetCurrentDatabase(nullptr);
 }
+
+TEST(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefused)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    SetCurrentDatabase(db.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scoped(&dialogs);
+    Ozn32Plugin plugin;
+    QString error;
+    ASSERT_TRUE(plugin.Load(PluginPath(), error)) << error.toStdString();
+    {
+        MainWindow window(db.get(), &plugin);
+        window.show();
+        ToznFDConnection& c = *db->GetDefaultConnection();
+        // The substation with the most LV feeders; one of them gets a conductor the catalogue lacks.
+        const int tp = static_cast<int>(Scalar(c, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
+                                                  "\"OwnerGUID\" order by count(*) desc, 1"));
+        const int feeders = static_cast<int>(Scalar(c, QStringLiteral("select count(*) from \"LVFiders\" where "
+                                                                      "\"OwnerGUID\"=%1")
+                                                           .arg(tp)));
+        ASSERT_GE(feeders, 2);
+        const int broken =
+            static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                                      "join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" "
+                                                      "where f.\"OwnerGUID\"=%1")
+                                           .arg(tp)));
+        Exec(c, QStringLiteral("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where \"OwnerGUID\"=%1")
+                    .arg(broken));
+        Exec(c, "delete from \"LVResults\"");
+        auto* view = window.findChild<QTreeView*>("NetworkTree");
+        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db->GetTree()->Find(tp)));
+
+        DialogAnswers answers;
+        action(window, "Расчет режима средних нагрузок...")->trigger();
+        EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle"})) << "no feeder's balance after a group";
+        ASSERT_EQ(dialogs.Calls().size(), 1);
+        const QString text = dialogs.Calls()[0].text;
+        EXPECT_TRUE(text.startsWith(QStringLiteral("Рассчитано линий 0,4 кВ: %1, не рассчитано: 1").arg(feeders - 1)))
+            << text.toStdString();
+        EXPECT_TRUE(text.contains("нет в справочнике")) << text.toStdString();
+        EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Warning);
+        EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1")
+                                .arg(window.SelectedPeriod())),
+                  feeders - 1);
+    }
+    plugin.Unload();
+    SetCurrentDatabase(nullptr);
+}
