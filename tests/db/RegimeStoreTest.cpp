@@ -318,3 +318,49 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
     EXPECT_EQ(bad.exitCode(), 2);
     EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("только в режиме средних нагрузок"));
 }
+
+TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
+{
+    const int feeder = SchemeFeeder();
+    const int tp =
+        static_cast<int>(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
+    ASSERT_GE(all.size(), 2);
+    std::map<int, Stored> stored;
+    ASSERT_EQ(Run(all, Request(TLoadMode::Loads), &stored).Failure, QString());
+    ASSERT_TRUE(stored.count(feeder));
+    const int former = stored.at(feeder).ident;
+    // The database refuses one section row of the feeder.
+    const int line = static_cast<int>(Db(QStringLiteral("select first 1 guid from \"LVLines\" where \"OwnerGUID\"=%1 "
+                                                        "order by guid")
+                                             .arg(feeder)));
+    Exec(*c_, "create exception \"RegimeTestRefusal\" 'отказ записи'");
+    Exec(*c_, QStringLiteral("create trigger \"RegimeTestRefusal\" for \"LVPResultsL\" before insert as begin "
+                             "if (new.guid = %1) then exception \"RegimeTestRefusal\"; end")
+                  .arg(line));
+    stored.clear();
+    QStringList problems;
+    const TRegimeBatchResult result = Run(all, Request(TLoadMode::Loads), &stored, &problems);
+    EXPECT_TRUE(result.Failure.isEmpty());
+    EXPECT_EQ(result.Refused, 1);
+    EXPECT_EQ(result.Calculated, all.size() - 1);
+    ASSERT_EQ(problems.size(), 1);
+    EXPECT_TRUE(problems[0].contains("отказ записи")) << problems[0].toStdString();
+    EXPECT_FALSE(stored.count(feeder));
+    // The refused feeder keeps its former run whole; every other feeder has its new run only.
+    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
+                     .arg(feeder)
+                     .arg(year_)),
+              1);
+    EXPECT_EQ(Db(QStringLiteral("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
+                     .arg(feeder)
+                     .arg(year_)),
+              former);
+    EXPECT_GT(Db(QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(former)), 0);
+    for (const auto& [guid, s] : stored)
+        EXPECT_EQ(Db(QStringLiteral("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2 and "
+                                    "coalesce(\"CalcType\", 0)=0")
+                         .arg(guid)
+                         .arg(year_)),
+                  s.ident);
+}

@@ -7,6 +7,7 @@
 #include "host/Database.h"
 #include "host/InitOZN.h"
 #include "host/Tree.h"
+#include "host/fider/RegimeWriter.h"
 
 namespace fider {
 
@@ -108,36 +109,44 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
         next = launch(0);
     try {
         connection.StartTransaction(false);
-        TRegimeWriter writer(connection);
+        TRegimeWriter writer(connection, request.SampleIdent, request.CalcType);
         for (size_t first = 0; first < jobs.size() && !result.Cancelled; first += kChunk) {
             Runs runs = next.get();
             if (first + kChunk < jobs.size())
                 next = launch(first + kChunk);
-            for (size_t i = 0; i < runs.size(); ++i) {
+            // The chunk's calculated feeders are written as one group; a stop asked for in the middle
+            // still writes what is calculated before it.
+            std::vector<int> idents(runs.size(), 0);
+            size_t count = 0;
+            for (; count < runs.size(); ++count) {
+                if (runs[count].Ok())
+                    idents[count] = writer.Add(jobs[first + count].Fider, runs[count]);
+                if (events.Cancelled && events.Cancelled()) {
+                    result.Cancelled = true;
+                    ++count;
+                    break;
+                }
+            }
+            const QStringList errors = writer.Write();
+            int written = 0;
+            for (size_t i = 0; i < count; ++i) {
                 const TFiderJob& job = jobs[first + i];
                 const TCalcWInfoHHCommon& run = runs[i];
-                if (run.Ok()) {
-                    try {
-                        const int ident = writer.Write(job.Fider, run, request.CalcType);
-                        ++result.Calculated;
-                        if (events.Stored)
-                            events.Stored(job, run, ident);
-                    } catch (const EDatabaseError& e) {
-                        ++result.Refused;
-                        if (events.Refused)
-                            events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + e.Text()});
-                    }
-                } else {
+                if (!run.Ok()) {
                     ++result.Refused;
                     if (events.Refused)
                         events.Refused(job, run.Problems);
+                } else if (const QString error = errors.value(written++); !error.isEmpty()) {
+                    ++result.Refused;
+                    if (events.Refused)
+                        events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + error});
+                } else {
+                    ++result.Calculated;
+                    if (events.Stored)
+                        events.Stored(job, run, idents[i]);
                 }
                 if (events.Progress)
                     events.Progress(static_cast<int>(first + i + 1), result.Total);
-                if (events.Cancelled && events.Cancelled()) {
-                    result.Cancelled = true;
-                    break;
-                }
             }
         }
         if (next.valid())

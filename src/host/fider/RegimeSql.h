@@ -53,18 +53,37 @@ inline constexpr const char* kTPSamples =
     and (ti."TypeCalc" is null or ti."TypeCalc"=0) %1)";
 inline constexpr const char* kFilterTPSamples = R"(and ti.guid=:GUID)";
 
-// Writing one run: the new run first, then the feeder's other runs of the interval and calculation type go.
-// "+0" keeps the engine on the feeder's index: the index of the interval holds every feeder's run of it,
-// and joining the two would cost a scan of the interval per feeder.
-inline constexpr const char* kDeleteOtherRuns =
-    R"(delete from "LVResults" where "GUID"=? and "SampleIdent"+0=? and coalesce("CalcType", 0)=? and "Ident"<>?)";
-inline constexpr const char* kDeleteRun = R"(delete from "LVResults" where "Ident"=?)";
+// Writing runs. Each row statement has %1, %2, … for its values; the writer runs several rows to a
+// statement. Integer columns come first in each list.
+inline constexpr const char* kRunColumns[] = {
+    "Ident",       "GUID",        "SampleIdent", "CalcType", "T",      "Regime", "LoadMode",
+    "UA",          "UB",          "UC",          "IA",       "IB",     "IC",     "U2A",
+    "U2B",         "U2C",         "CosFiA",      "CosFiB",   "CosFiC", "ImaxA",  "ImaxB",
+    "ImaxC",       "Kdp",         "Krazv",       "Lm",       "L23",    "L1",     "HeadEndLength",
+    "HeadEndSize", "Temperature", "dPdop",       "dWdop",    "sqrKfg"};
+inline constexpr int kRunIntegers = 7;
+inline constexpr const char* kPBlockColumns[] = {
+    "Ident", "RES",   "Balance", "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "Pcalc", "Pfakt",
+    "Pgen",  "Qcalc", "Qfakt",   "Qgen",      "dP",     "dQ",         "LsumP",  "LsumP_off",  "LsumC", "LsumC_off"};
+inline constexpr int kPBlockIntegers = 8;
+inline constexpr const char* kWBlockColumns[] = {"Ident",  "RES",    "Balance", "Wacalc", "Wafakt", "Wa_gen",
+                                                 "Wrcalc", "Wrfakt", "Wr_gen",  "dWa",    "dWr"};
+inline constexpr int kWBlockIntegers = 3;
+inline constexpr const char* kNodeColumns[] = {"Ident", "GUID", "U", "UA", "UB", "UC", "dU"};
+inline constexpr const char* kSectionColumns[] = {"Ident", "GUID", "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ"};
+inline constexpr int kElementIntegers = 2;
+// The feeders that have a run of the interval and calculation type when a batch starts.
+inline constexpr const char* kFidersWithRuns =
+    R"(select distinct "GUID" from "LVResults" where "SampleIdent"=:SampleIdent and coalesce("CalcType", 0)=:CalcType)";
+// A feeder's former runs go after its new one is written. "+0" keeps the engine on the feeder's index: the
+// index of the interval holds every feeder's run of it, and joining the two would scan it per feeder.
+inline constexpr const char* kDeleteFormerRuns =
+    R"(delete from "LVResults" where "GUID"=%1 and "SampleIdent"+0=%2 and coalesce("CalcType", 0)=%3 and "Ident"<>%4)";
+// A group of feeders is written all or nothing.
+inline constexpr const char* kSavepoint = "savepoint \"RegimeGroup\"";
+inline constexpr const char* kReleaseSavepoint = "release savepoint \"RegimeGroup\" only";
+inline constexpr const char* kUndoSavepoint = "rollback to savepoint \"RegimeGroup\"";
 inline constexpr const char* kReserveIdents = R"(select gen_id("IdentGen", %1) from rdb$database)";
-inline constexpr const char* kInsertRun =
-    R"(insert into "LVResults" ("Ident", "GUID", "SampleIdent", "CalcType", "T", "UA", "UB", "UC", "IA", "IB", "IC",
-    "U2A", "U2B", "U2C", "CosFiA", "CosFiB", "CosFiC", "ImaxA", "ImaxB", "ImaxC", "Kdp", "Krazv", "Lm", "L23", "L1",
-    "HeadEndLength", "HeadEndSize", "Temperature", "dPdop", "dWdop", "sqrKfg", "Regime", "LoadMode")
-    values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
 
 // The length of an interval.
 inline constexpr const char* kInterval =

@@ -1,6 +1,6 @@
 #pragma once
-// The regime calculation's data access: schemes, loads and parameters read for an interval, and runs
-// written back. The only place of the calculation that speaks SQL.
+// The regime calculation's reading: schemes, loads and parameters of an interval (its writing is
+// RegimeWriter). With the writer, the only place of the calculation that speaks SQL.
 #include <QList>
 #include <QStringList>
 #include <QVariant>
@@ -35,52 +35,6 @@ public:
 private:
     ToznFDConnection& connection_;
     double defaultKzap_, defaultCosFi_;
-};
-
-// Inserts rows of one table several to a statement: a statement of a block of rows costs little more than
-// one of a single row, and a run has hundreds of node and section rows. The first integerColumns columns
-// are integers, the others doubles.
-class OZN3HOST_API TBlockInsert {
-public:
-    TBlockInsert(ToznFDConnection& connection, const char* table, const std::vector<const char*>& columns,
-                 int integerColumns, int rowsPerStatement);
-    ~TBlockInsert();
-    void Add(std::initializer_list<QVariant> row);
-    // Writes what is buffered; returns the number of rows written.
-    int Flush();
-    void Clear() { buffered_.clear(); }
-
-private:
-    TFDQuery& Statement(int rows);  // prepared on first use
-    ToznFDConnection& connection_;
-    QString table_;
-    std::vector<const char*> columns_;
-    int integerColumns_;
-    std::vector<std::unique_ptr<TFDQuery>> statements_;  // by rows - 1
-    std::vector<QVariant> buffered_;
-};
-
-// Writes runs on a connection with an open transaction, committing every few thousand rows.
-class OZN3HOST_API TRegimeWriter {
-public:
-    explicit TRegimeWriter(ToznFDConnection& connection);
-    ~TRegimeWriter();
-    // Replaces the feeder's run of the interval and calculation type: the new run and its rows come, then
-    // the former ones go; when a statement fails the new run is deleted again and the error raised, so
-    // that the feeder keeps what it had. Returns the new run's "Ident".
-    int Write(const TFiderHHInfo& fider, const TCalcWInfoHHCommon& run, int calcType);
-    // Commits what is written (the transaction stays open).
-    void Commit();
-    int Rows() const { return rows_; }
-
-private:
-    int NextIdent();
-    void WriteRun(const TFiderHHInfo& fider, const TCalcWInfoHHCommon& run, int calcType, int ident);
-    ToznFDConnection& connection_;
-    std::unique_ptr<TFDQuery> deleteOthers_, deleteRun_, run_, reserve_;
-    std::unique_ptr<TBlockInsert> pBlocks_, wBlocks_, nodes_, sections_;
-    int nextIdent_ = 0, lastIdent_ = -1;
-    int rows_ = 0, sinceCommit_ = 0;
 };
 
 }  // namespace fider
