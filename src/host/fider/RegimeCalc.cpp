@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 
 #include "host/NumericHelpers.h"
@@ -9,6 +10,9 @@
 #include "host/fider/Topology038.h"
 
 namespace fider {
+
+// The empty value of the host (a quiet NaN), without a call across the library for each use.
+constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
 
 QString LoadModeName(TLoadMode mode)
 {
@@ -21,7 +25,7 @@ QString LoadModeName(TLoadMode mode)
 
 TRegimeSettings::TRegimeSettings()
 {
-    const double e = EmptyFloat();
+    const double e = kEmpty;
     U.fill(e);
     HeadCurrent.fill(e);
     Imax.fill(e);
@@ -30,7 +34,7 @@ TRegimeSettings::TRegimeSettings()
 
 TBalanceBlock::TBalanceBlock()
 {
-    const double e = EmptyFloat();
+    const double e = kEmpty;
     Pcalc = Qcalc = dP = dQ = 0;
     Pfakt = Qfakt = Wafakt = Wrfakt = e;
     Pgen = Qgen = Wacalc = Wa_gen = Wrcalc = Wr_gen = dWa = dWr = e;
@@ -38,7 +42,7 @@ TBalanceBlock::TBalanceBlock()
 
 TFiderFigures::TFiderFigures()
 {
-    const double e = EmptyFloat();
+    const double e = kEmpty;
     T = Lm = L23 = L1 = HeadEndSize = HeadEndLength = Krazv = Kdp = SqrKfg = Temperature = dPdop = dWdop = e;
     U.fill(e);
     I.fill(e);
@@ -49,7 +53,7 @@ TFiderFigures::TFiderFigures()
 
 double TCalcPWResultsHH::GetUmin(int phase) const
 {
-    double lowest = EmptyFloat();
+    double lowest = kEmpty;
     for (const Node& n : Nodes)
         if (n.Energised && !std::isnan(n.U[phase]) && (std::isnan(lowest) || n.U[phase] < lowest))
             lowest = n.U[phase];
@@ -58,13 +62,13 @@ double TCalcPWResultsHH::GetUmin(int phase) const
 
 double TCalcPWResultsHH::GetDeltaUmax(const std::array<double, 3>& supply) const
 {
-    double worst = EmptyFloat();
+    double worst = kEmpty;
     for (int k = 0; k < 3; ++k) {
         const double u = GetUmin(k);
-        if (isEmptyFloat(u) || !(supply[k] > 0))
+        if (std::isnan(u) || !(supply[k] > 0))
             continue;
         const double loss = (supply[k] - u) / supply[k] * 100;
-        worst = isEmptyFloat(worst) ? loss : std::max(worst, loss);
+        worst = std::isnan(worst) ? loss : std::max(worst, loss);
     }
     return worst;
 }
@@ -226,7 +230,7 @@ private:
         std::array<double, 3> targets;
         for (int k = 0; k < 3; ++k) {
             const double target = s_.HeadCurrent[k];
-            targets[k] = base_[k] > 0 ? target : EmptyFloat();
+            targets[k] = base_[k] > 0 ? target : kEmpty;
             if (base_[k] > 0 && !(std::isfinite(target) && target >= 0))
                 run_.Problems << QStringLiteral("Не задан ток фазы %1 головного участка").arg(phaseName(k));
             else if (base_[k] == 0 && positive(target))
@@ -277,15 +281,14 @@ private:
             node.SchemeNode = topology_.SchemeNode[pos];
             node.Energised = topology_.Energised[pos] != 0;
             for (int k = 0; k < 3; ++k)
-                node.U[k] =
-                    node.Energised && (topology_.Phases[pos] & (1 << k)) ? solver_.NodeVoltage(pos, k) : EmptyFloat();
+                node.U[k] = node.Energised && (topology_.Phases[pos] & (1 << k)) ? solver_.NodeVoltage(pos, k) : kEmpty;
             if (pos == 0)
                 continue;
             auto& section = r.Sections[pos];
             section.SchemeLine = topology_.Line[pos];
             section.Energised = node.Energised;
-            section.I.fill(EmptyFloat());
-            section.dU = section.dP = section.dQ = EmptyFloat();
+            section.I.fill(kEmpty);
+            section.dU = section.dP = section.dQ = kEmpty;
             if (!section.Energised)
                 continue;
             for (int k = 0; k < 3; ++k)
@@ -310,8 +313,8 @@ private:
         r.LoadScale = scale_;
         r.Sweeps = solver_.Sweeps();
         r.Rounds = rounds_;
-        r.ConsumerP.assign(loads_.size(), EmptyFloat());
-        r.ConsumerQ.assign(loads_.size(), EmptyFloat());
+        r.ConsumerP.assign(loads_.size(), kEmpty);
+        r.ConsumerQ.assign(loads_.size(), kEmpty);
         for (size_t c = 0; c < loads_.size(); ++c) {
             const ConsumerLoad& l = loads_[c];
             if (!l.supplied) {
@@ -339,7 +342,7 @@ private:
             w.SqrKfg = s_.SqrKfg;
         } else {
             w.LossHours = s_.TauRel * s_.T * s_.Kdp;
-            w.SqrKfg = EmptyFloat();
+            w.SqrKfg = kEmpty;
         }
     }
 
@@ -428,32 +431,32 @@ private:
         g.Temperature = s_.Temperature;
         g.Kdp = s_.Kdp;
         g.SqrKfg = run_.Energy.SqrKfg;
-        const double kzap = positive(s_.SqrKfg) && 3 * s_.SqrKfg - 2 > 0 ? 1 / (3 * s_.SqrKfg - 2) : EmptyFloat();
+        const double kzap = positive(s_.SqrKfg) && 3 * s_.SqrKfg - 2 > 0 ? 1 / (3 * s_.SqrKfg - 2) : kEmpty;
         const std::array<double, 3> lowest{r.GetUmin(0), r.GetUmin(1), r.GetUmin(2)};
-        double du = EmptyFloat();  // the largest voltage loss, % of the centre's phase voltage
+        double du = kEmpty;  // the largest voltage loss, % of the centre's phase voltage
         for (int k = 0; k < 3; ++k)
-            if (!isEmptyFloat(lowest[k])) {
+            if (!std::isnan(lowest[k])) {
                 const double loss = (s_.U[k] - lowest[k]) / s_.U[k] * 100;
-                du = isEmptyFloat(du) ? loss : std::max(du, loss);
+                du = std::isnan(du) ? loss : std::max(du, loss);
             }
         for (int k = 0; k < 3; ++k) {
             g.I[k] = r.HeadI[k];
             const double s = std::sqrt(r.HeadP[k] * r.HeadP[k] + r.HeadQ[k] * r.HeadQ[k]);
-            g.CosFi[k] = s > 0 ? r.HeadP[k] / s : EmptyFloat();
+            g.CosFi[k] = s > 0 ? r.HeadP[k] / s : kEmpty;
             g.U2[k] = lowest[k];
             if (s_.Regime == TRegimeKind::Maximum)
                 g.Imax[k] = r.HeadI[k];
             else if (std::isfinite(s_.Imax[k]))
                 g.Imax[k] = s_.Imax[k];
-            else if (!isEmptyFloat(kzap) && kzap > 0)
+            else if (!std::isnan(kzap) && kzap > 0)
                 g.Imax[k] = r.HeadI[k] / kzap;  // the fill factor is the mean load over the greatest
         }
         g.Lm = topology_.MainLineLength;
         g.L23 = topology_.Length23;
         g.L1 = topology_.Length1;
         const TLine038* head = topology_.HeadEnd >= 0 ? &f_.Lines[topology_.HeadEnd] : nullptr;
-        g.HeadEndLength = head ? head->Length : EmptyFloat();
-        g.HeadEndSize = head && head->Phase.Known ? head->Phase.F : EmptyFloat();
+        g.HeadEndLength = head ? head->Length : kEmpty;
+        g.HeadEndSize = head && head->Phase.Known ? head->Phase.F : kEmpty;
         // Branching: the relative power loss over the largest relative voltage loss, reduced by the
         // power-factor term of the head conductor, so that one load at the end of a line gives 1.
         const double p = r.GetHeadP(), q = r.GetHeadQ();
@@ -518,7 +521,7 @@ TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSetti
 double UnbalanceRatio(const TFiderHHInfo& fider, const TCalcWInfoHHCommon& run)
 {
     if (!run.Ok() || !(run.Power.LossP > 0))
-        return EmptyFloat();
+        return kEmpty;
     // The same consumers with the same powers, each spread over three phases of three-phase sections.
     TFiderHHInfo even = fider;
     for (TLine038& line : even.Lines)
@@ -528,18 +531,18 @@ double UnbalanceRatio(const TFiderHHInfo& fider, const TCalcWInfoHHCommon& run)
     solver.Prepare(even, topology, run.Settings.Temperature, run.Settings.U);
     for (size_t c = 0; c < fider.Consumers.size(); ++c) {
         const double p = run.Power.ConsumerP[c], q = run.Power.ConsumerQ[c];
-        if (isEmptyFloat(p) || topology.ConsumerNode[c] < 0)
+        if (std::isnan(p) || topology.ConsumerNode[c] < 0)
             continue;
         for (int k = 0; k < 3; ++k)
             solver.AddLoad(topology.ConsumerNode[c], k, p * 1000 / 3, q * 1000 / 3);
     }
     if (!solver.Solve())
-        return EmptyFloat();
+        return kEmpty;
     double loss = 0;
     for (int pos = 1; pos < topology.Count(); ++pos)
         if (solver.Energised(pos))
             loss += solver.SectionLossP(pos) / 1000;
-    return loss > 0 ? run.Power.LossP / loss : EmptyFloat();
+    return loss > 0 ? run.Power.LossP / loss : kEmpty;
 }
 
 }  // namespace fider

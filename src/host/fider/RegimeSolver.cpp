@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/NumericHelpers.h"
 
 namespace fider {
+
+// The empty value of the host (a quiet NaN), without a call across the library for each use.
+constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
 
 namespace {
 // |a + jb|: the values here are far from overflow, and the library's hypot is many times slower.
@@ -209,7 +213,7 @@ double TRegimeSolver::NodeVoltage(int position, int phase) const
 {
     const int j = compact_[position];
     if (j < 0)
-        return EmptyFloat();
+        return kEmpty;
     return magnitude(vr_[phase][j] - nr_[j], vi_[phase][j] - ni_[j]);
 }
 
@@ -217,7 +221,7 @@ double TRegimeSolver::SectionCurrent(int position, int conductor) const
 {
     const int j = compact_[position];
     if (j < 0)
-        return EmptyFloat();
+        return kEmpty;
     if (conductor < 3)
         return magnitude(ar_[conductor][j], ai_[conductor][j]);
     return magnitude(ar_[0][j] + ar_[1][j] + ar_[2][j], ai_[0][j] + ai_[1][j] + ai_[2][j]);
@@ -227,7 +231,7 @@ void TRegimeSolver::SectionLosses(int position, double& p, double& q) const
 {
     const int j = compact_[position];
     if (j < 0) {
-        p = q = EmptyFloat();
+        p = q = kEmpty;
         return;
     }
     double phases = 0;

@@ -15,7 +15,6 @@ namespace {
 // A feeder set below this size is read feeder by feeder with indexed statements.
 constexpr int kPerFeederLimit = 40;
 
-
 // Reads the regime values of a row by the columns a statement has, matching names once per statement.
 class ValuesReader {
 public:

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace fider {
+
+// The empty value of the host (a quiet NaN), without a call across the library for each use.
+constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
 
 namespace {
 QString lineName(const TLine038& l)
