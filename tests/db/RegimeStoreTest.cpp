@@ -364,3 +364,41 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
                          .arg(year_)),
                   s.ident);
 }
+
+TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheEnd)
+{
+    const int feeder = SchemeFeeder();
+    for (const char* table : {"LVLines", "LVNodes"})
+        Exec(*c_, QStringLiteral("delete from \"%1\" where \"OwnerGUID\"=%2").arg(table).arg(feeder));
+    Exec(*c_, QStringLiteral("update \"LVFidersA\" set \"ProvodPhase\"=644, \"ProvodNull\"=640, \"LineLength\"=0.5, "
+                             "\"CosFi\"=1 where guid=%1")
+                  .arg(feeder));
+    std::map<int, Stored> stored;
+    ASSERT_EQ(Run({feeder}, Request(TLoadMode::Loads), &stored).Calculated, 1);
+    const Stored& s = stored.at(feeder);
+    EXPECT_TRUE(s.job.Fider.Equivalent);
+    // The measured energy of the year over its hours, balanced over three phases of A-50 with A-16 neutral.
+    const double wa = Db(QStringLiteral("select \"Wa\" from \"LVWSamples\" where guid=%1 and \"SampleIdent\"=%2")
+                             .arg(feeder)
+                             .arg(year_));
+    const double perPhase = wa * 1e6 / 8760 / 3, u = s.job.Settings.U[0];
+    ASSERT_NEAR(s.job.Settings.U[1], u, 1e-9);
+    const double r = 0.64 * 0.5 * (1 + 0.004 * (s.job.Settings.Temperature - 20)), x = 0.325 * 0.5;
+    // |E|² = (U + P·R/U)² + (P·X/U)² for a unity power factor load at U, solved by iteration.
+    double load = u;
+    for (int i = 0; i < 100; ++i)
+        load = std::sqrt(u * u - std::pow(perPhase * x / load, 2)) - perPhase * r / load;
+    EXPECT_NEAR(s.run.Power.LossP, 3 * std::pow(perPhase / load, 2) * r / 1000, 1e-6 * s.run.Power.LossP);
+    EXPECT_NEAR(s.run.Power.Sections[1].I[3], 0, 1e-6) << "a balanced load: nothing in the neutral";
+    const QString of = QStringLiteral(" where \"Ident\"=%1").arg(s.ident);
+    EXPECT_EQ(Db("select count(*) from \"LVPResultsN\"" + of), 0) << "no rows of elements it does not have";
+    EXPECT_EQ(Db("select count(*) from \"LVPResultsAdd\"" + of), 1);
+    EXPECT_NEAR(Db("select \"HeadEndLength\" from \"LVResults\"" + of), 0.5, 1e-12);
+
+    // Without a measured energy the same feeder has no load to calculate.
+    Exec(*c_, QStringLiteral("update \"LVWSamples\" set \"Wa\"=null where guid=%1").arg(feeder));
+    QStringList problems;
+    EXPECT_EQ(Run({feeder}, Request(TLoadMode::Loads), nullptr, &problems).Refused, 1);
+    ASSERT_EQ(problems.size(), 1);
+    EXPECT_TRUE(problems[0].contains("Нет схемы линии, а отпуск электроэнергии")) << problems[0].toStdString();
+}

@@ -189,6 +189,9 @@ private:
             run_.Problems << QStringLiteral("В схеме нет абонентов");
         else if (supplied == 0)
             run_.Problems << QStringLiteral("Нет нагрузок: все абоненты отключены");
+        else if (!(total > 0) && f_.Equivalent)
+            run_.Problems << QStringLiteral("Нет схемы линии, а отпуск электроэнергии в линию, по которому "
+                                            "считается ее нагрузка, не задан");
         else if (!(total > 0))
             run_.Problems << QStringLiteral("Нет нагрузок: у питаемых абонентов не задана электроэнергия");
     }
