@@ -503,6 +503,12 @@ private:
     std::map<std::pair<int, int>, TBalanceBlock> blocks_;
 };
 
+// One solver a thread keeps its arrays from feeder to feeder.
+[[gnu::noinline]] TRegimeSolver& SolverOfThread()
+{
+    thread_local TRegimeSolver solver;
+    return solver;
+}
 }  // namespace
 
 TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSettings& settings)
@@ -510,9 +516,7 @@ TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSetti
     TCalcWInfoHHCommon run;
     run.FiderGuid = fider.Guid;
     run.Settings = settings;
-    // One solver a thread keeps its arrays from feeder to feeder.
-    thread_local TRegimeSolver solver;
-    Calculation(fider, settings, run, solver).Run();
+    Calculation(fider, settings, run, SolverOfThread()).Run();
     if (!run.Ok()) {
         run.Power = TCalcPWResultsHH();
         run.Blocks.clear();

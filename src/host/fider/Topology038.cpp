@@ -70,6 +70,13 @@ struct Scratch {
     std::vector<double> distance;
 };
 
+// Not inlined: the compiler would look the thread-local object up again at every use in the caller.
+[[gnu::noinline]] Scratch& ScratchOfThread()
+{
+    thread_local Scratch scratch;
+    return scratch;
+}
+
 void checkLine(const TLine038& l, QStringList& problems)
 {
     if (!std::isfinite(l.Length) || l.Length < 0)
@@ -92,7 +99,7 @@ TFiderTopology TFiderTopology::Build(const TFiderHHInfo& f)
     const int lineCount = static_cast<int>(f.Lines.size());
     const int centre = nodeCount;  // the supply centre's slot among the scheme's nodes
     // Working lists kept by the thread from feeder to feeder, so that a feeder costs no allocations.
-    thread_local Scratch scratch;
+    Scratch& scratch = ScratchOfThread();
     // Slots by GUID in an open-addressed table of twice the nodes, cheaper than a general hash here.
     SlotTable& slotTable = scratch.slotTable;
     slotTable.Reset(nodeCount + 1);
