@@ -41,6 +41,10 @@ namespace {
 using demo::Random;
 // Defaults of the demo's regime calculation where a feeder's measurement gives none.
 constexpr double kDemoKzap = 0.5, kDemoCosFi = 0.9;
+// The load curve of a year's measurement: the fill factor and the squared shape factor that goes with it,
+// (1 / Kzap + 2) / 3.
+constexpr double kYearKzap = 0.45;
+double YearSqrKfg() { return (1 / kYearKzap + 2) / 3; }
 
 double round3(double v) { return std::round(v * 1000.0) / 1000.0; }
 
@@ -455,7 +459,7 @@ private:
         fider::TRegimeSettings s;
         s.U = {u, u, u};
         s.T = 8760;
-        s.SqrKfg = 1.35;
+        s.SqrKfg = YearSqrKfg();
         s.Temperature = -5;
         const fider::TCalcWInfoHHCommon run = fider::CalculateRegime(f, s);
         if (!run.Ok())
@@ -542,8 +546,8 @@ private:
                         lv.cos,
                         lv.cos,
                         1.05,
-                        0.45,
-                        1.35,
+                        kYearKzap,
+                        round3(YearSqrKfg()),
                         -5.0});
             }
         }
