@@ -294,6 +294,7 @@ Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent)
     });
     if (!found)
         return scheme;
+    // The scheme as the calculation reads it; its settings are not shown, so their defaults do not matter.
     fider::TRegimeRequest request;
     request.SampleIdent = run.sample;
     std::vector<fider::TFiderJob> jobs = fider::TRegimeReader(connection, 0.5, 0.9).Read({feederGuid}, request);

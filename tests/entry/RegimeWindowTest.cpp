@@ -54,107 +54,109 @@ struct DialogAnswers {
         timer.start();
     }
 };
+// The main window on a fresh demo database, with the plug-in loaded and the dialogs scripted.
+class RegimeWindow : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        SetCurrentDatabase(db_.get());
+        QString error;
+        ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
+        window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
+        window_->show();
+    }
+    void TearDown() override
+    {
+        window_.reset();
+        plugin_.Unload();
+        SetCurrentDatabase(nullptr);
+    }
+    void Select(int ident)
+    {
+        auto* view = window_->findChild<QTreeView*>("NetworkTree");
+        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
+    }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    host::ScriptedDialogs dialogs_;
+    host::ScopedDialogs scoped_{&dialogs_};
+    Ozn32Plugin plugin_;
+    std::unique_ptr<MainWindow> window_;
+};
 }  // namespace
 
-TEST(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheDetail)
+TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheDetail)
 {
-    TempFolder folder;
-    auto db = OpenDatabase(NewDemoDatabase(folder));
-    SetCurrentDatabase(db.get());
-    Ozn32Plugin plugin;
-    QString error;
-    ASSERT_TRUE(plugin.Load(PluginPath(), error)) << error.toStdString();
-    {
-        MainWindow window(db.get(), &plugin);
-        window.show();
-        const int period = window.SelectedPeriod();
-        ToznFDConnection& c = *db->GetDefaultConnection();
-        const int feeder =
-            static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
-                                                      "group by l.\"OwnerGUID\" order by count(*) desc")));
-        Exec(c, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(feeder));
-        auto* view = window.findChild<QTreeView*>("NetworkTree");
-        auto* model = qobject_cast<TreeModel*>(view->model());
-        view->setCurrentIndex(model->IndexOf(db->GetTree()->Find(feeder)));
+    MainWindow& window = *window_;
+    const int period = window.SelectedPeriod();
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    const int feeder = static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                                                 "group by l.\"OwnerGUID\" order by count(*) desc")));
+    Exec(c, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(feeder));
+    Select(feeder);
 
-        DialogAnswers answers;
-        QAction* middle = action(window, "Расчет режима средних нагрузок...");
-        ASSERT_NE(middle, nullptr);
-        middle->trigger();
-        EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
+    DialogAnswers answers;
+    QAction* middle = action(window, "Расчет режима средних нагрузок...");
+    ASSERT_NE(middle, nullptr);
+    middle->trigger();
+    EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
 
-        // One run by the given loads for the chosen period, with its elements.
-        const QString run =
-            QStringLiteral(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2").arg(feeder).arg(period);
-        ASSERT_EQ(Scalar(c, "select count(*)" + run), 1);
-        EXPECT_EQ(Scalar(c, "select \"LoadMode\"" + run), 0);
-        const int ident = static_cast<int>(Scalar(c, "select \"Ident\"" + run));
-        EXPECT_GT(Scalar(c, QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(ident)), 5);
+    // One run by the given loads for the chosen period, with its elements.
+    const QString run =
+        QStringLiteral(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2").arg(feeder).arg(period);
+    ASSERT_EQ(Scalar(c, "select count(*)" + run), 1);
+    EXPECT_EQ(Scalar(c, "select \"LoadMode\"" + run), 0);
+    const int ident = static_cast<int>(Scalar(c, "select \"Ident\"" + run));
+    EXPECT_GT(Scalar(c, QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(ident)), 5);
 
-        // The detail shows that run: every energised node has its voltage.
-        auto* dock = window.findChild<QDockWidget*>("DetailDock");
-        ASSERT_TRUE(dock->isVisible());
-        auto* nodes = dock->findChild<QTableWidget*>("GridNodes");
-        ASSERT_NE(nodes, nullptr);
-        int u = 0;
-        while (u < nodes->columnCount() && nodes->horizontalHeaderItem(u)->text() != "Напряжение, В")
-            ++u;
-        ASSERT_LT(u, nodes->columnCount());
-        int withVoltage = 0;
-        for (int r = 0; r < nodes->rowCount(); ++r)
-            withVoltage += nodes->item(r, u)->data(Qt::DisplayRole).typeId() == QMetaType::Double ? 1 : 0;
-        EXPECT_EQ(withVoltage,
-                  1 + Scalar(c, QStringLiteral("select count(*) from \"LVPResultsN\" where \"Ident\"=%1").arg(ident)));
-    }
-    plugin.Unload();
-    SetCurrentDatabase(nullptr);
+    // The detail shows that run: every energised node has its voltage.
+    auto* dock = window.findChild<QDockWidget*>("DetailDock");
+    ASSERT_TRUE(dock->isVisible());
+    auto* nodes = dock->findChild<QTableWidget*>("GridNodes");
+    ASSERT_NE(nodes, nullptr);
+    int u = 0;
+    while (u < nodes->columnCount() && nodes->horizontalHeaderItem(u)->text() != "Напряжение, В")
+        ++u;
+    ASSERT_LT(u, nodes->columnCount());
+    int withVoltage = 0;
+    for (int r = 0; r < nodes->rowCount(); ++r)
+        withVoltage += nodes->item(r, u)->data(Qt::DisplayRole).typeId() == QMetaType::Double ? 1 : 0;
+    EXPECT_EQ(withVoltage,
+              1 + Scalar(c, QStringLiteral("select count(*) from \"LVPResultsN\" where \"Ident\"=%1").arg(ident)));
 }
 
-TEST(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefused)
+TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefused)
 {
-    TempFolder folder;
-    auto db = OpenDatabase(NewDemoDatabase(folder));
-    SetCurrentDatabase(db.get());
-    host::ScriptedDialogs dialogs;
-    host::ScopedDialogs scoped(&dialogs);
-    Ozn32Plugin plugin;
-    QString error;
-    ASSERT_TRUE(plugin.Load(PluginPath(), error)) << error.toStdString();
-    {
-        MainWindow window(db.get(), &plugin);
-        window.show();
-        ToznFDConnection& c = *db->GetDefaultConnection();
-        // The substation with the most LV feeders; one of them gets a conductor the catalogue lacks.
-        const int tp = static_cast<int>(Scalar(c, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
-                                                  "\"OwnerGUID\" order by count(*) desc, 1"));
-        const int feeders = static_cast<int>(Scalar(c, QStringLiteral("select count(*) from \"LVFiders\" where "
-                                                                      "\"OwnerGUID\"=%1")
-                                                           .arg(tp)));
-        ASSERT_GE(feeders, 2);
-        const int broken =
-            static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
-                                                      "join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" "
-                                                      "where f.\"OwnerGUID\"=%1")
-                                           .arg(tp)));
-        Exec(c, QStringLiteral("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where \"OwnerGUID\"=%1")
-                    .arg(broken));
-        Exec(c, "delete from \"LVResults\"");
-        auto* view = window.findChild<QTreeView*>("NetworkTree");
-        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db->GetTree()->Find(tp)));
+    MainWindow& window = *window_;
+    host::ScriptedDialogs& dialogs = dialogs_;
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    // The substation with the most LV feeders; one of them gets a conductor the catalogue lacks.
+    const int tp = static_cast<int>(Scalar(c, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
+                                              "\"OwnerGUID\" order by count(*) desc, 1"));
+    const int feeders = static_cast<int>(Scalar(c, QStringLiteral("select count(*) from \"LVFiders\" where "
+                                                                  "\"OwnerGUID\"=%1")
+                                                       .arg(tp)));
+    ASSERT_GE(feeders, 2);
+    const int broken = static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                                                 "join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" "
+                                                                 "where f.\"OwnerGUID\"=%1")
+                                                      .arg(tp)));
+    Exec(c,
+         QStringLiteral("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where \"OwnerGUID\"=%1").arg(broken));
+    Exec(c, "delete from \"LVResults\"");
+    Select(tp);
 
-        DialogAnswers answers;
-        action(window, "Расчет режима средних нагрузок...")->trigger();
-        EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle"})) << "no feeder's balance after a group";
-        ASSERT_EQ(dialogs.Calls().size(), 1);
-        const QString text = dialogs.Calls()[0].text;
-        EXPECT_TRUE(text.startsWith(QStringLiteral("Рассчитано линий 0,4 кВ: %1, не рассчитано: 1").arg(feeders - 1)))
-            << text.toStdString();
-        EXPECT_TRUE(text.contains("нет в справочнике")) << text.toStdString();
-        EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Warning);
-        EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1")
-                                .arg(window.SelectedPeriod())),
-                  feeders - 1);
-    }
-    plugin.Unload();
-    SetCurrentDatabase(nullptr);
+    DialogAnswers answers;
+    action(window, "Расчет режима средних нагрузок...")->trigger();
+    EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle"})) << "no feeder's balance after a group";
+    ASSERT_EQ(dialogs.Calls().size(), 1);
+    const QString text = dialogs.Calls()[0].text;
+    EXPECT_TRUE(text.startsWith(QStringLiteral("Рассчитано линий 0,4 кВ: %1, не рассчитано: 1").arg(feeders - 1)))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains("нет в справочнике")) << text.toStdString();
+    EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Warning);
+    EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1")
+                            .arg(window.SelectedPeriod())),
+              feeders - 1);
 }

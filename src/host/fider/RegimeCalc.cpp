@@ -210,17 +210,10 @@ private:
             }
     }
 
-    bool SolveOnce()
-    {
-        solver_.ScaleLoads(scale_);
-        ++rounds_;
-        return Converged(solver_.Solve());
-    }
-
     bool ReachTarget()
     {
         switch (s_.Mode) {
-        case TLoadMode::Loads: return SolveOnce();
+        case TLoadMode::Loads: return Converged(solver_.Solve());
         case TLoadMode::HeadCurrents: return ReachHeadCurrents();
         default: return ReachEnergy();
         }
@@ -246,7 +239,6 @@ private:
         for (int k = 0; k < 3; ++k)  // a first guess: the target current at the centre's voltage
             scale_[k] = base_[k] > 0 ? s_.HeadCurrent[k] * s_.U[k] / base_[k] : 0;
         solver_.ScaleLoads(scale_);
-        rounds_ = 1;
         const bool converged = solver_.SolveToHeadCurrents(targets);
         scale_ = solver_.Factors();
         return Converged(converged);
@@ -259,7 +251,6 @@ private:
         const double target = s_.Wa * 1e6 / s_.T;  // W
         scale_.fill(target / (base_[0] + base_[1] + base_[2]));
         solver_.ScaleLoads(scale_);
-        rounds_ = 1;
         const bool converged = solver_.SolveToHeadPower(target);
         scale_ = solver_.Factors();
         return Converged(converged);
@@ -315,7 +306,6 @@ private:
         }
         r.LoadScale = scale_;
         r.Sweeps = solver_.Sweeps();
-        r.Rounds = rounds_;
         r.ConsumerP.assign(loads_.size(), kEmpty);
         r.ConsumerQ.assign(loads_.size(), kEmpty);
         for (size_t c = 0; c < loads_.size(); ++c) {
@@ -435,18 +425,12 @@ private:
         g.Kdp = s_.Kdp;
         g.SqrKfg = run_.Energy.SqrKfg;
         const double kzap = positive(s_.SqrKfg) && 3 * s_.SqrKfg - 2 > 0 ? 1 / (3 * s_.SqrKfg - 2) : kEmpty;
-        const std::array<double, 3> lowest{r.GetUmin(0), r.GetUmin(1), r.GetUmin(2)};
-        double du = kEmpty;  // the largest voltage loss, % of the centre's phase voltage
-        for (int k = 0; k < 3; ++k)
-            if (!std::isnan(lowest[k])) {
-                const double loss = (s_.U[k] - lowest[k]) / s_.U[k] * 100;
-                du = std::isnan(du) ? loss : std::max(du, loss);
-            }
+        const double du = r.GetDeltaUmax(s_.U);
         for (int k = 0; k < 3; ++k) {
             g.I[k] = r.HeadI[k];
             const double s = std::sqrt(r.HeadP[k] * r.HeadP[k] + r.HeadQ[k] * r.HeadQ[k]);
             g.CosFi[k] = s > 0 ? r.HeadP[k] / s : kEmpty;
-            g.U2[k] = lowest[k];
+            g.U2[k] = r.GetUmin(k);
             if (s_.Regime == TRegimeKind::Maximum)
                 g.Imax[k] = r.HeadI[k];
             else if (std::isfinite(s_.Imax[k]))
@@ -499,7 +483,6 @@ private:
     std::vector<ConsumerLoad> loads_;
     std::array<double, 3> base_{{0, 0, 0}};
     std::array<double, 3> scale_{{1, 1, 1}};
-    int rounds_ = 0;
     std::map<std::pair<int, int>, TBalanceBlock> blocks_;
 };
 

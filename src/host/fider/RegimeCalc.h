@@ -76,7 +76,7 @@ public:
     double LossP = 0, LossQ = 0;                      // kW, kvar
     std::vector<double> ConsumerP, ConsumerQ;         // by consumer of the scheme, kW, kvar; empty when not supplied
     std::array<double, 3> LoadScale{{1, 1, 1}};       // the factors the mode applied to the consumers
-    int Sweeps = 0, Rounds = 0;                       // sweeps of the last solution; solutions the mode needed
+    int Sweeps = 0;                                   // sweeps of the solution
     int Supplied = 0, NotSupplied = 0;                // consumers
 
     double GetI(int phase) const { return HeadI[phase]; }

@@ -59,7 +59,7 @@ QByteArray RegimeJson(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int 
     w.Raw("Regime", run.Settings.Regime == TRegimeKind::Middle ? "\"middle\"" : "\"max\"");
     w.Raw("Mode", host::JsonString(LoadModeName(run.Settings.Mode)));
     w.Raw("Equivalent", f.Equivalent ? "true" : "false");
-    w.Number("Sweeps", p.Sweeps).Number("Rounds", p.Rounds);
+    w.Number("Sweeps", p.Sweeps);
     w.Number("HeadP", p.GetHeadP()).Number("HeadQ", p.GetHeadQ());
     w.Number("LoadP", p.LoadP).Number("LoadQ", p.LoadQ).Number("LossP", p.LossP).Number("LossQ", p.LossQ);
     // What the power balance leaves over: P at the head less the loads and the losses.
