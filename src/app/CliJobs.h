@@ -20,6 +20,8 @@ int NormativeBatch(const QStringList& args);
 int Regime(const QStringList& args);
 // The results tree of an object as JSON Lines or a workbook.
 int Results(const QStringList& args);
+// LV schemes and the conductor catalogue in and out of workbooks; a substation to load a scheme into.
+int SchemeJob(const QStringList& args);
 // Opens a database and finds a period of it; on failure prints why and returns null.
 std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int period, const TSamplePeriodInfo*& info);
 // The value after an option ("--db X"), empty when absent.

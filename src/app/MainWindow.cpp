@@ -2,13 +2,21 @@
 
 #include <QComboBox>
 #include <QDockWidget>
+#include <QFileInfo>
+#include <QItemSelectionModel>
 #include <QLabel>
+#include <QMenu>
 #include <QMenuBar>
+#include <QRegularExpression>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QTreeView>
+#include <algorithm>
 
+#include "app/ConductorDialog.h"
+#include "app/ProblemsDialog.h"
 #include "app/RegimeCommand.h"
+#include "app/SchemeEditor.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
@@ -18,6 +26,25 @@
 #include "host/TreeModel.h"
 #include "host/WindowService.h"
 #include "host/fider/RegimeBatch.h"
+#include "host/scheme/SchemeBookFile.h"
+#include "host/scheme/SchemeStore.h"
+
+namespace {
+const char* const kBookFilter = "Книга Excel|*.xlsx";
+
+QString Quoted(const QStringList& names)
+{
+    return QStringLiteral("«") + names.join(QStringLiteral("», «")) + QStringLiteral("»");
+}
+
+// A file name from the name of a network element.
+QString FileNameOf(const QString& name)
+{
+    QString file = name.simplified();
+    file.replace(QRegularExpression(QStringLiteral(R"([\\/:*?"<>|])")), QStringLiteral("_"));
+    return file.isEmpty() ? QStringLiteral("Схема 0,4 кВ.xlsx") : file + QStringLiteral(".xlsx");
+}
+}  // namespace
 
 MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(database), plugin_(plugin)
 {
@@ -27,7 +54,15 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     tree_->setObjectName(QStringLiteral("NetworkTree"));
     tree_->setModel(new TreeModel(database->GetTree(), tree_));
     tree_->expandToDepth(1);
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(tree_, &QTreeView::customContextMenuRequested, this, &MainWindow::ShowTreeMenu);
     setCentralWidget(tree_);
+    ChooseBookFile = [](bool save, const QString& suggested) {
+        const QString filter = QString::fromUtf8(kBookFilter);
+        return save ? host::dialogs().SaveFileName(QStringLiteral("Выгрузка схемы 0,4 кВ в книгу"), filter,
+                                                   QStringLiteral("xlsx"), suggested)
+                    : host::dialogs().OpenFileName(QStringLiteral("Загрузка схемы 0,4 кВ из книги"), filter);
+    };
 
     auto* toolbar = addToolBar(QStringLiteral("Период"));
     toolbar->addWidget(new QLabel(QStringLiteral(" Расчетный период: "), toolbar));
@@ -70,13 +105,15 @@ ToznListItemCommon* MainWindow::SelectedItem() const
     return item ? item->Target() : nullptr;
 }
 
-ToznListItemCommon* MainWindow::SelectedOfType(int nodeType) const
+ToznListItemCommon* MainWindow::OfType(ToznListItemCommon* item, int nodeType)
 {
-    for (ToznListItemCommon* item = SelectedItem(); item; item = item->Parent())
+    for (; item; item = item->Parent())
         if (item->GetNodeType() == nodeType && !item->isLink())
             return item;
     return nullptr;
 }
+
+ToznListItemCommon* MainWindow::SelectedOfType(int nodeType) const { return OfType(SelectedItem(), nodeType); }
 
 int MainWindow::SelectedPeriod() const { return periods_->currentData().toInt(); }
 
@@ -91,6 +128,10 @@ void MainWindow::BuildMenu()
         plugin_->ShowLVFiders(lv ? 0 : (node ? node->GetIdent() : 0), &lvGuid);
     });
     menu->addAction(QStringLiteral("Схема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
+    menu->addSeparator();
+    importScheme_ = menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
+    exportScheme_ = menu->addAction(QStringLiteral("Выгрузить схему 0,4 кВ в книгу…"), this, &MainWindow::ExportScheme);
+    editScheme_ = menu->addAction(QStringLiteral("Схема линии 0,4 кВ"), this, &MainWindow::EditScheme);
     menu->addSeparator();
     menu->addAction(QStringLiteral("Расчет режима средних нагрузок..."), this, [this] { RunRegime(false); });
     menu->addAction(QStringLiteral("Расчет режима максимальных нагрузок..."), this, [this] { RunRegime(true); });
@@ -114,6 +155,8 @@ void MainWindow::BuildMenu()
                     [this] { plugin_->ShowSamplesTmaxInput(u"", 0); });
     menu->addAction(QStringLiteral("Обобщенные данные нормативного метода (книга Excel)..."), this,
                     [this] { plugin_->ShowLVNormativMethodInput(u"", 0); });
+    QMenu* references = menuBar()->addMenu(QStringLiteral("Справочники"));
+    references->addAction(QStringLiteral("Провода…"), this, &MainWindow::EditConductors);
     QMenu* file = menuBar()->addMenu(QStringLiteral("Файл"));
     file->addAction(QStringLiteral("Выход"), this, &QWidget::close);
 }
@@ -140,15 +183,15 @@ void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
     }
 }
 
-void MainWindow::RunRegime(bool maximum)
+void MainWindow::RunRegime(bool maximum, ToznListItemCommon* target)
 {
-    ToznListItemCommon* item = SelectedItem();
+    ToznListItemCommon* item = target ? target : SelectedItem();
     if (!item || item->GetNodeType() < NodeType::AOEnergo) {
         host::ShowWarning(QStringLiteral("Выберите в дереве сети линию 0,4 кВ или элемент сети выше неё"));
         return;
     }
     // One LV feeder, or every LV feeder under the chosen element.
-    ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
+    ToznListItemCommon* lv = OfType(item, NodeType::LVFiders);
     std::unique_ptr<TFiderHHCalcParams> params;
     if (maximum)
         params = std::make_unique<TWCalcTmaxHHParams>();
@@ -200,4 +243,176 @@ void MainWindow::ShowBalance(bool toExport)
     TOExport target;
     plugin_->BuildFiderHHResults(&fider, &target);
     host::ShowInformation(QStringLiteral("%1: строк %2").arg(target.Title()).arg(target.Rows().size()));
+}
+
+void MainWindow::ShowTreeMenu(const QPoint& position)
+{
+    const QModelIndex index = tree_->indexAt(position);
+    if (!index.isValid())
+        return;
+    tree_->setCurrentIndex(index);
+    ToznListItemCommon* item = SelectedItem();
+    if (!item)
+        return;
+    QMenu menu(this);
+    if (item->GetNodeType() == NodeType::Nodes) {
+        menu.addAction(importScheme_);
+        menu.addAction(exportScheme_);
+    } else if (item->GetNodeType() == NodeType::LVFiders) {
+        menu.addAction(editScheme_);
+        menu.addAction(exportScheme_);
+    }
+    if (!menu.isEmpty())
+        menu.exec(tree_->viewport()->mapToGlobal(position));
+}
+
+void MainWindow::ImportScheme()
+{
+    ToznListItemCommon* node = SelectedOfType(NodeType::Nodes);
+    if (!node) {
+        host::ShowWarning(QStringLiteral("Выберите в дереве сети ТП, в которую загружается схема 0,4 кВ"));
+        return;
+    }
+    // The tree is read anew after the import: keep the substation by its key.
+    const int nodeGuid = node->GetIdent();
+    const QString nodeName = node->GetText();
+    const QString file = ChooseBookFile ? ChooseBookFile(false, QString()) : QString();
+    if (file.isEmpty())
+        return;
+    const QString title = QStringLiteral("Загрузка схемы 0,4 кВ");
+    const QString bookName = QFileInfo(file).fileName();
+    std::vector<scheme::TBookProblem> problems;
+    const scheme::TSchemeBook book = scheme::ReadSchemeBookFile(file, problems);
+    if (!problems.empty()) {
+        ProblemsDialog::Show(this, title, QStringLiteral("Книга «%1» не загружена.").arg(bookName),
+                             scheme::ProblemTexts(problems));
+        return;
+    }
+    if (std::all_of(book.Sections.begin(), book.Sections.end(), [](const scheme::TBookRow& r) { return r.IsEmpty(); })) {
+        host::ShowWarning(QStringLiteral("В книге «%1» на листе «%2» нет ни одного участка")
+                              .arg(bookName, QString::fromUtf8(scheme::kSectionsSheet)));
+        return;
+    }
+    ToznFDConnection& connection = *database_->GetDefaultConnection();
+    scheme::TSchemeStore store(connection);
+    scheme::TImportOptions options;
+    options.NodeGuid = nodeGuid;
+    options.SampleIdent = SelectedPeriod();
+    scheme::TImportSummary summary;
+    bool stored = false;
+    try {
+        const QStringList existing = store.FidersWithSchemes(book, nodeGuid);
+        if (!existing.isEmpty()) {
+            if (!host::AskYesNo(QStringLiteral("Схемы линий %1 уже есть в базе. Заменить их?").arg(Quoted(existing))))
+                return;
+            options.Replace = true;
+        }
+        stored = store.Import(book, options, summary, problems);
+    } catch (const EDatabaseError& e) {
+        problems.push_back({QString(), 0, 0, e.Text()});
+    }
+    if (!stored) {
+        ProblemsDialog::Show(this, title,
+                             QStringLiteral("Схема из книги «%1» не загружена в ТП «%2»; в базе ничего не изменено.")
+                                 .arg(bookName, nodeName),
+                             scheme::ProblemTexts(problems));
+        return;
+    }
+    RebuildTree(nodeGuid);
+    host::ShowInformation(QStringLiteral("ТП «%1», книга «%2».\n%3").arg(nodeName, bookName, summary.ToString()));
+}
+
+void MainWindow::ExportScheme()
+{
+    ToznListItemCommon* target = SelectedOfType(NodeType::LVFiders);
+    if (!target)
+        target = SelectedOfType(NodeType::Nodes);
+    if (!target) {
+        host::ShowWarning(QStringLiteral("Выберите в дереве сети ТП или линию 0,4 кВ"));
+        return;
+    }
+    scheme::TSchemeBook book;
+    QString error;
+    bool read = false;
+    try {
+        read = scheme::TSchemeStore(*database_->GetDefaultConnection()).Export(target->GetIdent(), SelectedPeriod(), book, error);
+    } catch (const EDatabaseError& e) {
+        error = e.Text();
+    }
+    if (!read) {
+        host::ShowWarning(QStringLiteral("Схема не выгружена: %1").arg(error));
+        return;
+    }
+    const QString file = ChooseBookFile ? ChooseBookFile(true, FileNameOf(target->GetText())) : QString();
+    if (file.isEmpty())
+        return;
+    if (!scheme::WriteSchemeBook(file, book, error)) {
+        host::ShowWarning(QStringLiteral("Книга «%1» не записана: %2").arg(file, error));
+        return;
+    }
+    host::ShowInformation(QStringLiteral("Схема «%1» выгружена в книгу «%2»: участков %3, абонентов %4")
+                              .arg(target->GetText(), QFileInfo(file).fileName())
+                              .arg(book.Sections.size())
+                              .arg(book.Consumers.size()));
+}
+
+void MainWindow::EditScheme()
+{
+    ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
+    if (!lv) {
+        host::ShowWarning(QStringLiteral("Выберите линию 0,4 кВ в дереве сети"));
+        return;
+    }
+    // One editor per feeder.
+    for (SchemeEditor* open : findChildren<SchemeEditor*>(QString(), Qt::FindDirectChildrenOnly))
+        if (open->FiderGuid() == lv->GetIdent()) {
+            open->show();
+            open->raise();
+            open->activateWindow();
+            return;
+        }
+    auto* editor = new SchemeEditor(
+        *database_->GetDefaultConnection(), lv->GetIdent(), lv->GetText(), lv->Parent() ? lv->Parent()->GetIdent() : 0,
+        SelectedPeriod(),
+        [this](int fider) {
+            if (ToznListItemCommon* item = database_->GetTree()->Find(fider))
+                RunRegime(false, item);
+            else
+                host::ShowWarning(QStringLiteral("Линия 0,4 кВ %1 не найдена в дереве сети").arg(fider));
+        },
+        this);
+    editor->setAttribute(Qt::WA_DeleteOnClose);
+    editor->show();
+}
+
+void MainWindow::EditConductors()
+{
+    ConductorDialog dialog(*database_->GetDefaultConnection(), this);
+    dialog.exec();
+}
+
+void MainWindow::RebuildTree(int selectGuid)
+{
+    // The items of the old tree go with the rebuild: the view lets go of its model first.
+    QAbstractItemModel* oldModel = tree_->model();
+    QItemSelectionModel* oldSelection = tree_->selectionModel();
+    tree_->setModel(nullptr);
+    QItemSelectionModel* emptySelection = tree_->selectionModel();
+    delete oldSelection;
+    delete oldModel;
+    TfdbTree* t = database_->GetTree();
+    t->Build(*database_->GetDefaultConnection());
+    auto* model = new TreeModel(t, tree_);
+    tree_->setModel(model);
+    delete emptySelection;
+    tree_->expandToDepth(1);
+    if (ToznListItemCommon* item = t->Find(selectGuid)) {
+        const QModelIndex index = model->IndexOf(item);
+        tree_->setCurrentIndex(index);
+        tree_->expand(index);
+        tree_->scrollTo(index);
+    }
+    statusBar()->showMessage(QStringLiteral("ТП: %1, линий 0,4 кВ: %2")
+                                 .arg(t->CountOfType(NodeType::Nodes))
+                                 .arg(t->CountOfType(NodeType::LVFiders)));
 }

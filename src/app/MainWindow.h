@@ -1,5 +1,6 @@
 #pragma once
 #include <QMainWindow>
+#include <functional>
 
 #include "app/PluginLoader.h"
 
@@ -8,6 +9,7 @@ class ToznListItemCommon;
 class QTreeView;
 class QComboBox;
 class QDockWidget;
+class QAction;
 
 // The host's main window: the network tree, the period picker and one command per export.
 class MainWindow : public QMainWindow {
@@ -17,6 +19,10 @@ public:
     ToznListItemCommon* SelectedItem() const;
     int SelectedPeriod() const;
 
+    // The scheme workbook to read (save false) or to write (save true, a name suggested); empty when the
+    // user cancels. The host's file dialogs unless replaced.
+    std::function<QString(bool save, const QString& suggested)> ChooseBookFile;
+
 private:
     void BuildMenu();
     // The selected item of the given node type, or its nearest owner of that type.
@@ -24,7 +30,18 @@ private:
     void ShowDetail();
     // Shows the scheme of an LV feeder with one stored run (0: the latest).
     void ShowDetailOf(ToznListItemCommon* lv, int runIdent);
-    void RunRegime(bool maximum);
+    // The regime of the selected element, or of the given one.
+    void RunRegime(bool maximum, ToznListItemCommon* target = nullptr);
+    // The item or its nearest owner of a node type, links aside.
+    static ToznListItemCommon* OfType(ToznListItemCommon* item, int nodeType);
+    // LV schemes: a workbook into a substation, stored schemes out to a workbook, one feeder's editor.
+    void ImportScheme();
+    void ExportScheme();
+    void EditScheme();
+    void EditConductors();
+    void ShowTreeMenu(const QPoint& position);
+    // Reads the tree anew (after feeders were added) and selects an item.
+    void RebuildTree(int selectGuid);
     void ShowBalance(bool toExport);
 
     TfdbDatabase* database_;
@@ -32,4 +49,7 @@ private:
     QTreeView* tree_;
     QComboBox* periods_;
     QDockWidget* detail_;
+    QAction* importScheme_ = nullptr;
+    QAction* exportScheme_ = nullptr;
+    QAction* editScheme_ = nullptr;
 };

@@ -93,6 +93,11 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::Regime(args);
     }
+    if (command == QLatin1String("scheme") || command == QLatin1String("conductors") ||
+        command == QLatin1String("substation")) {
+        QCoreApplication app(argc, argv);
+        return cli::SchemeJob(args);
+    }
     if (command == QLatin1String("normative")) {
         QCoreApplication app(argc, argv);
         return cli::NormativeBatch(args);

@@ -159,6 +159,27 @@ private:
         q->Open();
     }
 
+    std::vector<fider::TConductor> ReadLVConductors()
+    {
+        std::vector<fider::TConductor> list;
+        auto q = conn_.NewQuery();
+        q->SetSQLText(QStringLiteral(
+            "select p.\"Ident\", p.\"Marka\", p.\"F\", p.\"R0\", p.\"X0\", t.\"CableFlags\" from \"Provods\" p "
+            "join \"ProvodTypes\" t on t.\"Ident\"=p.\"ProvodType\" where t.\"Unom\"=0.380 order by p.\"Ident\""));
+        for (q->Open(); !q->Eof(); q->Next()) {
+            fider::TConductor c;
+            c.Ident = q->Int(QStringLiteral("Ident"));
+            c.Marka = q->Str(QStringLiteral("Marka"));
+            c.F = q->Float(QStringLiteral("F"));
+            c.R0 = q->Float(QStringLiteral("R0"));
+            c.X0 = q->Float(QStringLiteral("X0"));
+            c.Cable = q->Int(QStringLiteral("CableFlags")) != 0;
+            c.Known = true;
+            list.push_back(c);
+        }
+        return list;
+    }
+
     void Catalogues()
     {
         auto t2 = W(QStringLiteral("Transforms2"), {"Ident", "TypeTR", "Snom", "UnomH", "AddStr"});
@@ -180,49 +201,17 @@ private:
         ts.Row({101, QStringLiteral("ТСЗП"), 1000.0, 0.4, 0.69, QStringLiteral("10/0,4/0,69")});
         ts.Row({102, QStringLiteral("ТРДН"), 25000.0, 10.5, 10.5, QStringLiteral("110/10,5/10,5")});
 
+        // The 0.38 kV conductors come with every new database; the demo adds a 6-10 kV kind for the
+        // catalogue lists and the cables' neutral resistances.
         auto pt = W(QStringLiteral("ProvodTypes"), {"Ident", "Unom", "Name", "CableFlags"});
-        pt.Row({1, 0.380, QStringLiteral("Провод неизолированный 0,38 кВ"), 0});
-        pt.Row({2, 0.380, QStringLiteral("Провод самонесущий изолированный 0,38 кВ"), 0});
-        pt.Row({3, 0.380, QStringLiteral("Кабель 0,38 кВ"), 1});
         pt.Row({4, 10.0, QStringLiteral("Провод неизолированный 6-10 кВ"), 0});
-
         auto pr = W(QStringLiteral("Provods"), {"Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag"});
+        pr.Row({670, QStringLiteral("АС"), 70.0, 0.428, 0.392, 4, QString(), 0});
         auto cb = W(QStringLiteral("Cables"), {"Ident", "PhaseNull_R0"});
-        struct P {
-            int id;
-            const char* marka;
-            double f, r0, x0;
-            int type;
-            const char* add;
-            int ownNull;
-        };
-        const P provods[] = {{640, "А", 16, 1.98, 0.358, 1, "", 0},
-                             {641, "А", 25, 1.28, 0.345, 1, "", 0},
-                             {642, "А", 35, 0.92, 0.336, 1, "", 0},
-                             {644, "А", 50, 0.64, 0.325, 1, "", 0},
-                             {645, "А", 70, 0.46, 0.315, 1, "", 0},
-                             {646, "А", 95, 0.34, 0.303, 1, "", 0},
-                             {647, "АС", 50, 0.603, 0.325, 1, "", 0},
-                             {650, "СИП-2", 50, 0.641, 0.0794, 2, "3х50+1х54,6", 1},
-                             {651, "СИП-2", 70, 0.443, 0.0789, 2, "3х70+1х54,6", 1},
-                             {660, "АВБбШв", 95, 0.32, 0.0602, 3, "4х95", 1},
-                             {661, "АВБбШв", 120, 0.253, 0.0602, 3, "4х120", 1},
-                             {670, "АС", 70, 0.428, 0.392, 4, "", 0}};
-        for (const P& p : provods) {
-            pr.Row({p.id, QString::fromUtf8(p.marka), p.f, p.r0, p.x0, p.type, QString::fromUtf8(p.add), p.ownNull});
-            if (p.type == 3)
-                cb.Row({p.id, round3(p.r0 * 2.1)});
-            fider::TConductor c;
-            c.Ident = p.id;
-            c.Marka = QString::fromUtf8(p.marka);
-            c.F = p.f;
-            c.R0 = p.r0;
-            c.X0 = p.x0;
-            c.Cable = p.type == 3;
-            c.Known = true;
-            conductors_.byIdent.insert(p.id, c);
-            if (p.type != 4)
-                lvProvods_.push_back(p.id);
+        for (const fider::TConductor& c : ReadLVConductors()) {
+            conductors_.byIdent.insert(c.Ident, c);
+            if (c.Cable)
+                cb.Row({c.Ident, round3(c.R0 * 2.1)});
         }
 
         auto tl = W(QStringLiteral("TypeLoads"), {"Ident", "Name", "CosFi"});
@@ -639,7 +628,7 @@ private:
     int rows_ = 0;
     int lastGuid_ = 0;
     std::vector<Transformer> transformers_;
-    std::vector<int> lvProvods_, yearIdents_, resGuids_, tmaxByType_;
+    std::vector<int> yearIdents_, resGuids_, tmaxByType_;
     std::vector<double> cosByType_;
     std::vector<fider::TFiderHHInfo> schemes_;
     demo::SchemeConductors conductors_;

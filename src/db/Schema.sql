@@ -296,3 +296,38 @@ insert into "Periods" ("Ident", "Name") values (1, 'Год');
 insert into "Periods" ("Ident", "Name") values (2, 'Полугодие');
 insert into "Periods" ("Ident", "Name") values (3, 'Квартал');
 insert into "Periods" ("Ident", "Name") values (4, 'Месяц');
+
+/* The usual 0.38 kV conductors, so that a new database takes a scheme at once: bare aluminium and
+   steel-aluminium wires, self-supporting insulated wires (their own neutral, "NullFlag" 1) and
+   four-core aluminium cables. R0 and X0 in Ohm/km at 20 °C; 644 (А-50) is the default conductor of a
+   new LV feeder. */
+insert into "ProvodTypes" ("Ident", "Unom", "Name", "CableFlags") values (1, 0.380, 'Провод неизолированный 0,38 кВ', 0);
+insert into "ProvodTypes" ("Ident", "Unom", "Name", "CableFlags") values (2, 0.380, 'Провод самонесущий изолированный 0,38 кВ', 0);
+insert into "ProvodTypes" ("Ident", "Unom", "Name", "CableFlags") values (3, 0.380, 'Кабель 0,38 кВ', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (640, 'А', 16, 1.98, 0.358, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (641, 'А', 25, 1.28, 0.345, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (642, 'А', 35, 0.92, 0.336, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (643, 'А', 120, 0.27, 0.297, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (644, 'А', 50, 0.64, 0.325, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (645, 'А', 70, 0.46, 0.315, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (646, 'А', 95, 0.34, 0.303, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (647, 'АС', 50, 0.603, 0.325, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (648, 'АС', 35, 0.79, 0.336, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (649, 'АС', 70, 0.428, 0.315, 1, '', 0);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (650, 'СИП-2', 50, 0.641, 0.0794, 2, '3х50+1х54,6', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (651, 'СИП-2', 70, 0.443, 0.0789, 2, '3х70+1х54,6', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (652, 'СИП-2', 16, 1.91, 0.0865, 2, '3х16+1х25', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (653, 'СИП-2', 25, 1.2, 0.0827, 2, '3х25+1х35', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (654, 'СИП-2', 35, 0.868, 0.0802, 2, '3х35+1х54,6', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (655, 'СИП-2', 95, 0.32, 0.0762, 2, '3х95+1х70', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (656, 'СИП-2', 120, 0.253, 0.0745, 2, '3х120+1х95', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (657, 'СИП-4', 16, 1.91, 0.0754, 2, '4х16', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (658, 'СИП-4', 25, 1.2, 0.0754, 2, '4х25', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (660, 'АВБбШв', 95, 0.32, 0.0602, 3, '4х95', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (661, 'АВБбШв', 120, 0.253, 0.0602, 3, '4х120', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (662, 'АВБбШв', 35, 0.894, 0.0637, 3, '4х35', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (663, 'АВБбШв', 50, 0.625, 0.0625, 3, '4х50', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (664, 'АВБбШв', 70, 0.447, 0.0612, 3, '4х70', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (665, 'АВБбШв', 150, 0.208, 0.0596, 3, '4х150', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (666, 'АВБбШв', 185, 0.169, 0.0596, 3, '4х185', 1);
+insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType", "AddStr", "NullFlag") values (667, 'АВБбШв', 240, 0.13, 0.0587, 3, '4х240', 1);

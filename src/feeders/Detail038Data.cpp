@@ -201,7 +201,7 @@ QString markaOf(const fider::TConductor& c)
 {
     if (!c.Known)
         return c.Ident ? QString::number(c.Ident) : QString();
-    return c.F > 0 ? QStringLiteral("%1-%2").arg(c.Marka, FormatFloat(QStringLiteral("0.#"), c.F)) : c.Marka;
+    return fider::ConductorName(c);
 }
 
 void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& centreName, const RunValues& run)

@@ -86,6 +86,11 @@ std::optional<TPhaseSet> PhasesFromText(const QString& text)
     return set;
 }
 
+QString ConductorName(const QString& marka, double f)
+{
+    return f > 0 ? QStringLiteral("%1-%2").arg(marka.trimmed(), FormatFloat(QStringLiteral("0.#"), f)) : marka.trimmed();
+}
+
 QString TNode038::ClassName() const
 {
     switch (Kind) {

@@ -47,6 +47,10 @@ struct TConductor {
     bool Cable = false;
     bool Known = false;  // found in the catalogue
 };
+// The name users know a conductor by, in the scheme workbook and in every list: brand and cross-section,
+// "А-50", "АВБбШв-120"; the brand alone when the cross-section is not given.
+OZN3HOST_API QString ConductorName(const QString& marka, double f);
+inline QString ConductorName(const TConductor& c) { return ConductorName(c.Marka, c.F); }
 
 // A node of the scheme. The supply centre is the feeder itself (its GUID); it has no "LVNodes" row.
 struct OZN3HOST_API TNode038 {
