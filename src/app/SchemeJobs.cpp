@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "app/CliJobs.h"
+#include "host/Connection.h"
 #include "host/Database.h"
 #include "host/scheme/ConductorCatalogue.h"
 #include "host/scheme/SchemeBookFile.h"
@@ -195,9 +196,7 @@ int SubstationAdd(const QStringList& args)
     out(QStringLiteral("ТП «%1» добавлена, идентификатор %2").arg(name.simplified()).arg(guid));
     return 0;
 }
-}  // namespace
-
-int SchemeJob(const QStringList& args)
+int Dispatch(const QStringList& args)
 {
     const QString object = args.value(0), action = args.value(1);
     if (object == QLatin1String("scheme") && action == QLatin1String("import"))
@@ -212,6 +211,17 @@ int SchemeJob(const QStringList& args)
         return SubstationAdd(args);
     err(QString::fromUtf8(kUsage));
     return 2;
+}
+}  // namespace
+
+int SchemeJob(const QStringList& args)
+{
+    try {
+        return Dispatch(args);
+    } catch (const EDatabaseError& e) {
+        err(QStringLiteral("Ошибка базы данных: %1").arg(e.Text()));
+        return 1;
+    }
 }
 
 }  // namespace cli

@@ -24,9 +24,9 @@ const char* kInterval = R"(select "Name" from "SamplesDates" where "Ident"=:Iden
 const char* kFiders = R"(select lf."GUID", lf."Name",
     (select count(*) from "LVLines" l where l."OwnerGUID"=lf."GUID") as "Sections"
     from "LVFiders" lf where lf."OwnerGUID"=:GUID order by lf."GUID")";
-const char* kNewGuid = R"(select gen_id("GUIDGen", 1) from rdb$database)";
+const char* kNewGuids = R"(select gen_id("GUIDGen", %1) from rdb$database)";
 const char* kInsertFider = R"(insert into "LVFiders" ("GUID", "Name", "OwnerGUID", "Unom") values (:GUID, :Name, :Owner, :Unom))";
-const char* kOldNodes = R"(select n."GUID", n."Name" from "LVNodes" n where n."OwnerGUID"=:GUID)";
+const char* kOldNodes = R"(select n."GUID", n."Name", n."Kind" from "LVNodes" n where n."OwnerGUID"=:GUID)";
 const char* kOldLines = R"(select l."GUID", l."Node2", l."Info" from "LVLines" l where l."OwnerGUID"=:GUID)";
 const char* kDeleteLines = R"(delete from "LVLines" where "OwnerGUID"=:GUID)";
 const char* kDeleteNodes = R"(delete from "LVNodes" where "OwnerGUID"=:GUID)";
@@ -122,12 +122,21 @@ public:
     }
 
 private:
-    int NewGuid()
+    // Keys come from the generator a block at a time: one round trip per feeder rather than per row.
+    void ReserveGuids(int count)
     {
         auto q = c_.NewQuery();
-        q->SetSQLText(S(kNewGuid));
+        q->SetSQLText(S(kNewGuids).arg(count));
         q->Open();
-        return q->Value(0).toInt();
+        const int last = q->Value(0).toInt();
+        nextGuid_ = last - count + 1;
+        lastGuid_ = last;
+    }
+    int NewGuid()
+    {
+        if (nextGuid_ > lastGuid_)
+            ReserveGuids(64);
+        return nextGuid_++;
     }
 
     void Exec(const char* sql, const QVariantHash& values)
@@ -146,6 +155,7 @@ private:
     {
         const TFiderScheme& f = *t.scheme;
         int fider = t.stored.guid;
+        ReserveGuids(2 * static_cast<int>(f.Sections.size()) + 1);
         ++summary_.Fiders;
         if (!fider) {
             fider = NewGuid();
@@ -157,12 +167,16 @@ private:
         summary_.FiderGuids << fider;
         // What stays of the former scheme: nodes by name, sections by their far node.
         QHash<QString, int> oldNodes;
+        QSet<int> oldConsumers;
         QHash<int, std::pair<int, QString>> oldLines;  // far node -> section, its name
         auto q = c_.NewQuery();
         q->SetSQLText(S(kOldNodes));
         q->ParamByName(QStringLiteral("GUID"), fider);
-        for (q->Open(); !q->Eof(); q->Next())
+        for (q->Open(); !q->Eof(); q->Next()) {
             oldNodes.insert(NameKey(q->Str(QStringLiteral("Name"))), q->Int(QStringLiteral("GUID")));
+            if (q->Int(QStringLiteral("Kind"), -1) == static_cast<int>(TNodeKind::Consumer))
+                oldConsumers.insert(q->Int(QStringLiteral("GUID")));
+        }
         q->SetSQLText(S(kOldLines));
         q->ParamByName(QStringLiteral("GUID"), fider);
         for (q->Open(); !q->Eof(); q->Next())
@@ -230,7 +244,7 @@ private:
             for (const char* sql : kDeleteNodeData)
                 Exec(sql, {{"GUID", gone}});
         for (int node : reused)
-            if (!keptConsumers.contains(node))
+            if (oldConsumers.contains(node) && !keptConsumers.contains(node))
                 for (const char* sql : kDeleteNodeData)
                     Exec(sql, {{"GUID", node}});
         summary_.Consumers += static_cast<int>(f.Consumers.size());
@@ -261,6 +275,7 @@ private:
     const TImportOptions& o_;
     TImportSummary& summary_;
     double unom_ = 0.38;
+    int nextGuid_ = 1, lastGuid_ = 0;
     std::vector<Target> targets_;
     std::map<const char*, std::unique_ptr<TFDQuery>> statements_;
 };
