@@ -92,10 +92,7 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
         int32_t lv = item->GetNodeType() == NodeType::LVFiders ? item->GetIdent() : 0;
         plugin_->ShowLVFiders(lv ? 0 : item->GetIdent(), &lv);
     });
-    TfdbTree* t = database->GetTree();
-    statusBar()->showMessage(QStringLiteral("ТП: %1, линий 0,4 кВ: %2")
-                                 .arg(t->CountOfType(NodeType::Nodes))
-                                 .arg(t->CountOfType(NodeType::LVFiders)));
+    UpdateStatus();
     host::windows().SetMainWindow(this);
 }
 
@@ -273,7 +270,6 @@ void MainWindow::ImportScheme()
         host::ShowWarning(QStringLiteral("Выберите в дереве сети ТП, в которую загружается схема 0,4 кВ"));
         return;
     }
-    // The tree is read anew after the import: keep the substation by its key.
     const int nodeGuid = node->GetIdent();
     const QString nodeName = node->GetText();
     const QString file = ChooseBookFile ? ChooseBookFile(false, QString()) : QString();
@@ -318,7 +314,12 @@ void MainWindow::ImportScheme()
                              scheme::ProblemTexts(problems));
         return;
     }
-    RebuildTree(nodeGuid);
+    auto* model = static_cast<TreeModel*>(tree_->model());
+    for (const auto& created : summary.NewFiderList)
+        model->AddLVFider(nodeGuid, created.Guid, created.Name, created.Unom);
+    if (ToznListItemCommon* substation = database_->GetTree()->Find(nodeGuid))
+        tree_->expand(model->IndexOf(substation));
+    UpdateStatus();
     host::ShowInformation(QStringLiteral("ТП «%1», книга «%2».\n%3").arg(nodeName, bookName, summary.ToString()));
 }
 
@@ -391,27 +392,9 @@ void MainWindow::EditConductors()
     dialog.exec();
 }
 
-void MainWindow::RebuildTree(int selectGuid)
+void MainWindow::UpdateStatus()
 {
-    // The items of the old tree go with the rebuild: the view lets go of its model first.
-    QAbstractItemModel* oldModel = tree_->model();
-    QItemSelectionModel* oldSelection = tree_->selectionModel();
-    tree_->setModel(nullptr);
-    QItemSelectionModel* emptySelection = tree_->selectionModel();
-    delete oldSelection;
-    delete oldModel;
     TfdbTree* t = database_->GetTree();
-    t->Build(*database_->GetDefaultConnection());
-    auto* model = new TreeModel(t, tree_);
-    tree_->setModel(model);
-    delete emptySelection;
-    tree_->expandToDepth(1);
-    if (ToznListItemCommon* item = t->Find(selectGuid)) {
-        const QModelIndex index = model->IndexOf(item);
-        tree_->setCurrentIndex(index);
-        tree_->expand(index);
-        tree_->scrollTo(index);
-    }
     statusBar()->showMessage(QStringLiteral("ТП: %1, линий 0,4 кВ: %2")
                                  .arg(t->CountOfType(NodeType::Nodes))
                                  .arg(t->CountOfType(NodeType::LVFiders)));

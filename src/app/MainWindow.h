@@ -41,7 +41,8 @@ private:
     void EditConductors();
     void ShowTreeMenu(const QPoint& position);
     // Reads the tree anew (after feeders were added) and selects an item.
-    void RebuildTree(int selectGuid);
+    // The counts of substations and LV feeders in the status bar.
+    void UpdateStatus();
     void ShowBalance(bool toExport);
 
     TfdbDatabase* database_;

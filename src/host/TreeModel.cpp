@@ -55,3 +55,15 @@ QVariant TreeModel::headerData(int, Qt::Orientation orientation, int role) const
         return QStringLiteral("Сеть");
     return {};
 }
+
+ToznListItemCommon* TreeModel::AddLVFider(int nodeGuid, int guid, const QString& name, double unom)
+{
+    ToznListItemCommon* node = tree_->Find(nodeGuid);
+    if (!node)
+        return nullptr;
+    const int row = node->GetCount();
+    beginInsertRows(IndexOf(node), row, row);
+    ToznListItemCommon* item = tree_->CreateFiderHH(nodeGuid, guid, 0, name, unom);
+    endInsertRows();
+    return item;
+}

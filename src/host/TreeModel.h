@@ -20,6 +20,9 @@ public:
     static ToznListItemCommon* Item(const QModelIndex& index);
     // The index of an item of the tree.
     QModelIndex IndexOf(ToznListItemCommon* item) const;
+    // Places a new LV feeder under its substation, in the tree and in the views; the items already
+    // there stay where they are, so that the windows holding them go on.
+    ToznListItemCommon* AddLVFider(int nodeGuid, int guid, const QString& name, double unom);
 
 private:
     TfdbTree* tree_;

@@ -38,7 +38,7 @@ protected:
         const QModelIndex index = table->model()->index(row, Column(table, caption));
         table->setCurrentIndex(index);
         table->edit(index);
-        return table->viewport()->findChild<QComboBox*>("ComboCell");
+        return qobject_cast<QComboBox*>(table->indexWidget(index));
     }
     static QStringList Items(const QComboBox* combo)
     {

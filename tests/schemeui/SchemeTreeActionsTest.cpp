@@ -131,7 +131,7 @@ TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsI
     // The old feeder's scheme is untouched.
     EXPECT_EQ(Stored(kFider), "3 nodes, 3 lines, 0.11 km");
 
-    // The tree, read anew, shows the new feeder under the substation, which stays selected.
+    // The tree shows the new feeder under the substation, which stays selected.
     ToznListItemCommon* item = db_->GetTree()->Find(fider);
     ASSERT_NE(item, nullptr);
     EXPECT_EQ(item->GetNodeType(), NodeType::LVFiders);

@@ -161,6 +161,7 @@ private:
             fider = NewGuid();
             Exec(kInsertFider, {{"GUID", fider}, {"Name", f.Name}, {"Owner", o_.NodeGuid}, {"Unom", unom_}});
             ++summary_.NewFiders;
+            summary_.NewFiderList.push_back({fider, f.Name, unom_});
         } else if (t.stored.sections > 0) {
             summary_.Replaced << f.Name;
         }
@@ -331,19 +332,25 @@ bool TSchemeStore::Import(const TSchemeBook& book, const TImportOptions& options
                                             [](const TFiderScheme& f) { return f.HasLoads(); }))
         summary.Warnings << QStringLiteral("Мощности, энергии и cos φ абонентов не сохранены: не указан интервал");
     Importer importer(connection_, options, summary);
-    connection_.StartTransaction();
+    bool started = false;  // a transaction of the caller's is not ours to end
     try {
+        connection_.StartTransaction();
+        started = true;
         importer.Plan(checked, problems);
+        if (problems.empty())
+            importer.Store();
         if (!problems.empty()) {
             connection_.Rollback();
             return false;
         }
-        importer.Store();
         connection_.Commit();
     } catch (const EDatabaseError& e) {
-        connection_.Rollback();
+        if (started && connection_.inTransaction())
+            connection_.Rollback();
         problems.push_back({QString(), 0, 0, QStringLiteral("Схема не сохранена: %1").arg(e.Text())});
-        summary.Fiders = summary.NewFiders = summary.Nodes = summary.Sections = summary.Consumers = summary.Loads = 0;
+        const QStringList warnings = summary.Warnings;
+        summary = {};
+        summary.Warnings = warnings;
         return false;
     }
     return true;

@@ -26,6 +26,12 @@ struct OZN3HOST_API TImportSummary {
     QStringList Replaced;  // feeders whose former scheme was replaced
     QStringList Warnings;  // what was read but not stored
     QList<int> FiderGuids;
+    struct Created {
+        int Guid;
+        QString Name;
+        double Unom;
+    };
+    std::vector<Created> NewFiderList;  // the LV feeders the workbook created, for the network tree
     QString ToString() const;
 };
 
