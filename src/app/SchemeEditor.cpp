@@ -28,8 +28,20 @@ constexpr int kColumnRole = Qt::UserRole + 3;
 
 // The tables leave out the workbook's first column, "Линия": table column c is workbook column c + 1.
 constexpr int kFirstColumn = 1;
-// Table rows are workbook rows from 2, below the captions.
-constexpr int kFirstRow = 2;
+// Rows are numbered as the tables show them, from 1, so that the problems and the rows they name agree.
+constexpr int kFirstRow = 1;
+
+// A problem in the editor's terms: the table, the row as numbered there and the column by its caption.
+QString ProblemText(const TBookProblem& p)
+{
+    if (p.Row <= 0)
+        return p.ToString();
+    const bool sections = p.Sheet == QString::fromUtf8(kSectionsSheet);
+    QString place = QStringLiteral("%1, строка %2").arg(p.Sheet).arg(p.Row);
+    if (p.Column > 0)
+        place += QStringLiteral(", «%1»").arg(sections ? SectionCaption(p.Column - 1) : ConsumerCaption(p.Column - 1));
+    return place + QStringLiteral(": ") + p.Text;
+}
 
 // Coded columns are edited with a list of their texts; a text the list lacks (a conductor removed from the
 // catalogue since) is offered too, so that opening the list never changes a cell.
@@ -409,7 +421,7 @@ void SchemeEditor::ListProblems(const std::vector<TBookProblem>& problems)
 {
     problems_->clear();
     for (const TBookProblem& p : problems) {
-        auto* item = new QListWidgetItem(p.ToString(), problems_);
+        auto* item = new QListWidgetItem(ProblemText(p), problems_);
         item->setData(kSheetRole, p.Sheet);
         item->setData(kRowRole, p.Row);
         item->setData(kColumnRole, p.Column);

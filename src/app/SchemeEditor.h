@@ -29,7 +29,7 @@ public:
     bool Modified() const { return modified_; }
     // The lines of the problem list.
     QStringList Problems() const;
-    // The tables as workbook rows: "Линия" filled with the feeder's name, rows numbered from 2.
+    // The tables as workbook rows: "Линия" filled with the feeder's name, rows numbered as the tables show them.
     scheme::TSchemeBook Book() const;
 
     // A section after the current one, continuing from its far node with its conductor.

@@ -132,8 +132,8 @@ TEST_F(SchemeEditorUi, AProblemBlocksSavingAndNothingIsStored)
     SetText(sections, added, kConductor, "Нет-16");
 
     EXPECT_FALSE(editor->Save());
-    // Row numbers as in a workbook (captions in row 1); "Марка провода" is column E there.
-    const QString cell = QStringLiteral("Участки!E%1:").arg(added + 2);
+    // Rows numbered as the table shows them, columns by their captions.
+    const QString cell = QStringLiteral("Участки, строка %1, «Марка провода»:").arg(added + 1);
     const QStringList problems = editor->Problems();
     ASSERT_EQ(problems.size(), 1) << problems.join('\n').toStdString();
     EXPECT_TRUE(problems[0].startsWith(cell)) << problems[0].toStdString();
@@ -158,7 +158,7 @@ TEST_F(SchemeEditorUi, AProblemBlocksSavingAndNothingIsStored)
     SetText(sections, opora1, kFrom, "Опора 2");
     EXPECT_FALSE(editor->Check());
     EXPECT_FALSE(editor->Save());
-    const QString loopCell = QStringLiteral("Участки!B%1:").arg(std::min(opora1, opora2) + 2);
+    const QString loopCell = QStringLiteral("Участки, строка %1, «Узел начала»:").arg(std::min(opora1, opora2) + 1);
     const QStringList loop = editor->Problems();
     EXPECT_TRUE(std::any_of(loop.begin(), loop.end(), [&](const QString& p) { return p.startsWith(loopCell); }))
         << loop.join('\n').toStdString();
