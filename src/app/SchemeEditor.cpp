@@ -354,11 +354,8 @@ bool SchemeEditor::Check()
 bool SchemeEditor::Save()
 {
     const TSchemeBook book = Book();
-    if (std::all_of(book.Sections.begin(), book.Sections.end(), [](const TBookRow& r) { return r.IsEmpty(); })) {
-        ListProblems({{QString::fromUtf8(kSectionsSheet), 0, 0,
-                       QStringLiteral("в схеме нет ни одного участка; пустая схема не сохраняется")}});
-        return false;
-    }
+    if (std::all_of(book.Sections.begin(), book.Sections.end(), [](const TBookRow& r) { return r.IsEmpty(); }))
+        return ClearScheme(book);
     TImportOptions options;
     options.NodeGuid = nodeGuid_;
     options.SampleIdent = sampleIdent_;
@@ -380,6 +377,30 @@ bool SchemeEditor::Save()
     Load();
     ListProblems({});
     SetStatus(QStringLiteral("Схема сохранена. %1").arg(summary.ToString()));
+    return true;
+}
+
+// Every section deleted: the feeder goes back to being calculated from its own parameters, when the user
+// agrees to lose its scheme and its consumers.
+bool SchemeEditor::ClearScheme(const TSchemeBook& book)
+{
+    if (std::any_of(book.Consumers.begin(), book.Consumers.end(), [](const TBookRow& r) { return !r.IsEmpty(); })) {
+        ListProblems({{QString::fromUtf8(kConsumersSheet), 0, 0,
+                       QStringLiteral("абоненты без участков не сохраняются: удалите их или добавьте участки")}});
+        return false;
+    }
+    if (!host::AskYesNo(QStringLiteral("В схеме линии «%1» не осталось участков. Удалить ее схему из базы вместе с "
+                                       "абонентами и их энергиями за все интервалы?")
+                            .arg(fiderName_)))
+        return false;
+    QString error;
+    if (!TSchemeStore(connection_).ClearScheme(fiderGuid_, error)) {
+        ListProblems({{QString(), 0, 0, error}});
+        return false;
+    }
+    Load();
+    ListProblems({});
+    SetStatus(QStringLiteral("Схема линии удалена"));
     return true;
 }
 

@@ -48,6 +48,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    bool ClearScheme(const scheme::TSchemeBook& book);
     void Load();
     void Fill(QTableWidget* table, const std::vector<scheme::TBookRow>& rows);
     void InsertRow(QTableWidget* table, int row, const QStringList& cells);

@@ -294,3 +294,39 @@ TEST_F(SchemeEditorUi, CalculationOffersToSaveFirstThenRunsTheFeeder)
     EXPECT_FALSE(editor->Problems().isEmpty());
     EXPECT_EQ(Db("select \"ProvodPhase\" from \"LVLines\" where \"Node2\"=302"), kA35);
 }
+
+TEST_F(SchemeEditorUi, DeletingEverySectionRemovesTheSchemeOnlyWhenTheUserAgrees)
+{
+    auto editor = Open();
+    QTableWidget* sections = Sections(*editor);
+    QTableWidget* consumers = Consumers(*editor);
+    while (sections->rowCount() > 0) {
+        sections->setCurrentCell(0, 0);
+        editor->DeleteSection();
+    }
+    // A consumer with no section to hang on is not saved, and nothing is asked.
+    EXPECT_FALSE(editor->Save());
+    EXPECT_EQ(editor->Problems(), QStringList{"Абоненты: абоненты без участков не сохраняются: удалите их или добавьте участки"});
+    const QString before = Stored(kFider);
+    EXPECT_EQ(before, "3 nodes, 3 lines, 0.11 km");
+
+    consumers->setCurrentCell(0, 0);
+    editor->DeleteConsumer();
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scoped(&dialogs);
+    dialogs.AnswerMessage(host::mrNo);
+    EXPECT_FALSE(editor->Save());
+    ASSERT_EQ(dialogs.Calls().size(), 1);
+    EXPECT_TRUE(dialogs.Calls()[0].text.contains("не осталось участков"));
+    EXPECT_EQ(Stored(kFider), before);
+
+    dialogs.AnswerMessage(host::mrYes);
+    EXPECT_TRUE(editor->Save());
+    EXPECT_EQ(Db("select count(*) from \"LVNodes\" where \"OwnerGUID\"=300"), 0);
+    EXPECT_EQ(Db("select count(*) from \"LVLines\" where \"OwnerGUID\"=300"), 0);
+    // The consumer's data of the interval go with its node; the feeder itself stays.
+    EXPECT_EQ(Db("select count(*) from \"LVWLoads\" where \"GUID\"=303"), 0);
+    EXPECT_EQ(Db("select count(*) from \"LVConsumers\" where \"GUID\"=303"), 0);
+    EXPECT_EQ(Db("select count(*) from \"LVFiders\" where \"GUID\"=300"), 1);
+    EXPECT_FALSE(editor->Modified());
+}

@@ -31,6 +31,10 @@ const char* kOldLines = R"(select l."GUID", l."Node2", l."Info" from "LVLines" l
 const char* kDeleteLines = R"(delete from "LVLines" where "OwnerGUID"=:GUID)";
 const char* kDeleteNodes = R"(delete from "LVNodes" where "OwnerGUID"=:GUID)";
 // The data of a node of every interval, when the node leaves the scheme or stops being a consumer.
+const char* kNodeDataOfFider[] = {
+    R"(delete from "LVConsumers" c where c."GUID" in (select n."GUID" from "LVNodes" n where n."OwnerGUID"=:GUID))",
+    R"(delete from "LVWLoads" w where w."GUID" in (select n."GUID" from "LVNodes" n where n."OwnerGUID"=:GUID))",
+    R"(delete from "LVPLoads" w where w."GUID" in (select n."GUID" from "LVNodes" n where n."OwnerGUID"=:GUID))"};
 const char* kDeleteNodeData[] = {R"(delete from "LVConsumers" where "GUID"=:GUID)",
                                  R"(delete from "LVWLoads" where "GUID"=:GUID)",
                                  R"(delete from "LVPLoads" where "GUID"=:GUID)"};
@@ -371,6 +375,33 @@ QStringList TSchemeStore::FidersWithSchemes(const TSchemeBook& book, int nodeGui
                 names << q->Str(QStringLiteral("Name"));
         return names;
     });
+}
+
+bool TSchemeStore::ClearScheme(int fiderGuid, QString& error)
+{
+    bool started = false;
+    try {
+        connection_.StartTransaction();
+        started = true;
+        auto q = connection_.NewQuery();
+        for (const char* sql : kNodeDataOfFider) {
+            q->SetSQLText(S(sql));
+            q->ParamByName(QStringLiteral("GUID"), fiderGuid);
+            q->ExecSQL();
+        }
+        for (const char* sql : {kDeleteLines, kDeleteNodes}) {
+            q->SetSQLText(S(sql));
+            q->ParamByName(QStringLiteral("GUID"), fiderGuid);
+            q->ExecSQL();
+        }
+        connection_.Commit();
+        return true;
+    } catch (const EDatabaseError& e) {
+        if (started && connection_.inTransaction())
+            connection_.Rollback();
+        error = QStringLiteral("Схема не удалена: %1").arg(e.Text());
+        return false;
+    }
 }
 
 bool TSchemeStore::Export(int guid, int sampleIdent, TSchemeBook& book, QString& error)

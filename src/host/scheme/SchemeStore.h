@@ -48,6 +48,10 @@ public:
     // The feeders of the workbook that already have a scheme under the substation.
     QStringList FidersWithSchemes(const TSchemeBook& book, int nodeGuid);
 
+    // Removes the scheme of one LV feeder with its consumers' data of every interval; the feeder stays and
+    // is calculated from its own parameters. False with a reason.
+    bool ClearScheme(int fiderGuid, QString& error);
+
     // The rows of the stored schemes under an object: every LV feeder of a substation, or one LV feeder;
     // with an interval, the consumers' energies of it. False with a reason when the object is neither.
     bool Export(int guid, int sampleIdent, TSchemeBook& book, QString& error);
