@@ -71,19 +71,35 @@ std::unique_ptr<TfdbDatabase> Open(const QStringList& args)
     return database;
 }
 
+// The file, the substation and the interval of a scheme command, and its database; the exit code when
+// any of them is wrong.
+struct SchemeCommand {
+    QString file;
+    int node = 0, sample = 0;
+    std::unique_ptr<TfdbDatabase> database;
+    int Parse(const QStringList& args)
+    {
+        file = FileArgument(args);
+        if (file.isEmpty()) {
+            err(QString::fromUtf8(kUsage));
+            return 2;
+        }
+        if (!IntOption(args, QStringLiteral("--node"), true, node) || !IntOption(args, QStringLiteral("--sample"), false, sample))
+            return 2;
+        database = Open(args);
+        return database ? 0 : 1;
+    }
+};
+
 int SchemeImport(const QStringList& args)
 {
-    const QString file = FileArgument(args);
-    int node = 0, sample = 0;
-    if (file.isEmpty()) {
-        err(QString::fromUtf8(kUsage));
-        return 2;
-    }
-    if (!IntOption(args, QStringLiteral("--node"), true, node) || !IntOption(args, QStringLiteral("--sample"), false, sample))
-        return 2;
-    auto database = Open(args);
-    if (!database)
-        return 1;
+    SchemeCommand command;
+    if (const int code = command.Parse(args))
+        return code;
+    const QString& file = command.file;
+    const int node = command.node;
+    auto& database = command.database;
+    const int sample = command.sample;
     std::vector<scheme::TBookProblem> problems;
     const scheme::TSchemeBook book = scheme::ReadSchemeBookFile(file, problems);
     scheme::TImportSummary summary;
@@ -104,17 +120,12 @@ int SchemeImport(const QStringList& args)
 
 int SchemeExport(const QStringList& args)
 {
-    const QString file = FileArgument(args);
-    int node = 0, sample = 0;
-    if (file.isEmpty()) {
-        err(QString::fromUtf8(kUsage));
-        return 2;
-    }
-    if (!IntOption(args, QStringLiteral("--node"), true, node) || !IntOption(args, QStringLiteral("--sample"), false, sample))
-        return 2;
-    auto database = Open(args);
-    if (!database)
-        return 1;
+    SchemeCommand command;
+    if (const int code = command.Parse(args))
+        return code;
+    const QString& file = command.file;
+    const int node = command.node, sample = command.sample;
+    auto& database = command.database;
     scheme::TSchemeBook book;
     QString error;
     if (!scheme::TSchemeStore(*database->GetDefaultConnection()).Export(node, sample, book, error) ||

@@ -15,6 +15,7 @@
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/fider/RegimeBatch.h"
+#include "host/fider/RegimeStore.h"
 
 namespace db {
 
@@ -166,17 +167,8 @@ private:
         q->SetSQLText(QStringLiteral(
             "select p.\"Ident\", p.\"Marka\", p.\"F\", p.\"R0\", p.\"X0\", t.\"CableFlags\" from \"Provods\" p "
             "join \"ProvodTypes\" t on t.\"Ident\"=p.\"ProvodType\" where t.\"Unom\"=0.380 order by p.\"Ident\""));
-        for (q->Open(); !q->Eof(); q->Next()) {
-            fider::TConductor c;
-            c.Ident = q->Int(QStringLiteral("Ident"));
-            c.Marka = q->Str(QStringLiteral("Marka"));
-            c.F = q->Float(QStringLiteral("F"));
-            c.R0 = q->Float(QStringLiteral("R0"));
-            c.X0 = q->Float(QStringLiteral("X0"));
-            c.Cable = q->Int(QStringLiteral("CableFlags")) != 0;
-            c.Known = true;
-            list.push_back(c);
-        }
+        for (q->Open(); !q->Eof(); q->Next())
+            list.push_back(fider::ConductorOfRow(*q));
         return list;
     }
 

@@ -88,16 +88,7 @@ public:
         auto q = c_.NewQuery();
         q->SetSQLText(QString::fromUtf8(RegimeSql::kConductors));
         for (q->Open(); !q->Eof(); q->Next()) {
-            TConductor p;
-            p.Ident = q->Int(QStringLiteral("Ident"));
-            p.Marka = q->Str(QStringLiteral("Marka"));
-            p.F = q->Float(QStringLiteral("F"));
-            p.R0 = q->Float(QStringLiteral("R0"));
-            p.X0 = q->Float(QStringLiteral("X0"));
-            p.Cable = q->Int(QStringLiteral("CableFlags")) != 0;
-            if (!std::isfinite(p.X0))
-                p.X0 = 0;  // a catalogue row without a reactance: resistance only
-            p.Known = std::isfinite(p.R0) && p.R0 >= 0 && p.X0 >= 0;
+            const TConductor p = ConductorOfRow(*q);
             conductors_.insert(p.Ident, p);
         }
     }
@@ -367,6 +358,21 @@ private:
 TRegimeReader::TRegimeReader(ToznFDConnection& connection, double defaultKzap, double defaultCosFi)
     : connection_(connection), defaultKzap_(defaultKzap), defaultCosFi_(defaultCosFi)
 {
+}
+
+TConductor ConductorOfRow(const TFDQuery& q)
+{
+    TConductor p;
+    p.Ident = q.Int(QStringLiteral("Ident"));
+    p.Marka = q.Str(QStringLiteral("Marka")).trimmed();
+    p.F = q.Float(QStringLiteral("F"));
+    p.R0 = q.Float(QStringLiteral("R0"));
+    p.X0 = q.Float(QStringLiteral("X0"));
+    p.Cable = q.Int(QStringLiteral("CableFlags")) != 0;
+    if (!std::isfinite(p.X0))
+        p.X0 = 0;
+    p.Known = std::isfinite(p.R0) && p.R0 >= 0 && p.X0 >= 0;
+    return p;
 }
 
 double TRegimeReader::IntervalHours(int sampleIdent)

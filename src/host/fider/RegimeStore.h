@@ -23,6 +23,10 @@ struct OZN3HOST_API TFiderJob {
     QStringList Problems;
 };
 
+// The conductor of a catalogue row with the columns "Ident", "Marka", "F", "R0", "X0" and "CableFlags";
+// known when its resistance is. A row without a reactance counts its resistance only.
+OZN3HOST_API TConductor ConductorOfRow(const TFDQuery& q);
+
 class OZN3HOST_API TRegimeReader {
 public:
     TRegimeReader(ToznFDConnection& connection, double defaultKzap, double defaultCosFi);

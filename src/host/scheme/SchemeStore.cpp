@@ -292,17 +292,8 @@ TConductorCatalogue ReadCatalogue(ToznFDConnection& connection)
         TConductorCatalogue catalogue;
         auto q = connection.NewQuery();
         q->SetSQLText(S(kCatalogue));
-        for (q->Open(); !q->Eof(); q->Next()) {
-            TConductor c;
-            c.Ident = q->Int(QStringLiteral("Ident"));
-            c.Marka = q->Str(QStringLiteral("Marka")).trimmed();
-            c.F = q->Float(QStringLiteral("F"));
-            c.R0 = q->Float(QStringLiteral("R0"));
-            c.X0 = q->Float(QStringLiteral("X0"));
-            c.Cable = q->Int(QStringLiteral("CableFlags")) != 0;
-            c.Known = true;
-            catalogue.Add(c);
-        }
+        for (q->Open(); !q->Eof(); q->Next())
+            catalogue.Add(ConductorOfRow(*q));
         return catalogue;
     });
 }
