@@ -71,20 +71,21 @@ std::unique_ptr<TfdbDatabase> Open(const QStringList& args)
     return database;
 }
 
-// The file, the substation and the interval of a scheme command, and its database; the exit code when
-// any of them is wrong.
+// The file of a workbook command, its database and, for a scheme, the substation and the interval; the
+// exit code when any of them is wrong.
 struct SchemeCommand {
     QString file;
     int node = 0, sample = 0;
     std::unique_ptr<TfdbDatabase> database;
-    int Parse(const QStringList& args)
+    int Parse(const QStringList& args, bool scheme = true)
     {
         file = FileArgument(args);
         if (file.isEmpty()) {
             err(QString::fromUtf8(kUsage));
             return 2;
         }
-        if (!IntOption(args, QStringLiteral("--node"), true, node) || !IntOption(args, QStringLiteral("--sample"), false, sample))
+        if (scheme && (!IntOption(args, QStringLiteral("--node"), true, node) ||
+                       !IntOption(args, QStringLiteral("--sample"), false, sample)))
             return 2;
         database = Open(args);
         return database ? 0 : 1;
@@ -139,14 +140,11 @@ int SchemeExport(const QStringList& args)
 
 int ConductorsImport(const QStringList& args)
 {
-    const QString file = FileArgument(args);
-    if (file.isEmpty()) {
-        err(QString::fromUtf8(kUsage));
-        return 2;
-    }
-    auto database = Open(args);
-    if (!database)
-        return 1;
+    SchemeCommand command;
+    if (const int code = command.Parse(args, false))
+        return code;
+    const QString& file = command.file;
+    auto& database = command.database;
     std::vector<scheme::TBookProblem> problems;
     const auto rows = scheme::ReadConductorBook(file, problems);
     if (!problems.empty()) {
@@ -167,14 +165,11 @@ int ConductorsImport(const QStringList& args)
 
 int ConductorsExport(const QStringList& args)
 {
-    const QString file = FileArgument(args);
-    if (file.isEmpty()) {
-        err(QString::fromUtf8(kUsage));
-        return 2;
-    }
-    auto database = Open(args);
-    if (!database)
-        return 1;
+    SchemeCommand command;
+    if (const int code = command.Parse(args, false))
+        return code;
+    const QString& file = command.file;
+    auto& database = command.database;
     const auto rows = scheme::TConductorStore(*database->GetDefaultConnection()).Read();
     QString error;
     if (!scheme::WriteConductorBook(file, rows, error)) {
