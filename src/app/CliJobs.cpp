@@ -117,7 +117,9 @@ QString HelpText()
                "KnmRef, KnmWarning, dPpct (%), dP (kW, three decimals), dW (thousand kWh), dWpct (%), Umean, U2mean\n"
                "and Krazv (0 or empty becomes 0.8), numbers with 17 significant digits; {\"Error\": \"Неверные\n"
                "данные\"} when a far-point voltage exceeds the head voltage of its phase; {\"Stopped\": true} when\n"
-               "the mean current is 0. A Tmax of 0 gives a dWpct of null (division by zero).\n")
+               "the mean current is 0. A Tmax of 0 gives a dWpct of null (division by zero). A value out of the\n"
+               "editor's range (a negative current, voltage, resistance or coefficient, CosFi outside (0, 1], Tmax\n"
+               "outside 0..8784 hours, a number too large to be finite) gets {\"Error\": \"...\"} with the reason.\n")
         .arg(DefaultDatabasePath());
 }
 

@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+#include <cmath>
 
 #include "feeders/LVFiderSampleCalc.h"
 #include "host/JsonLines.h"
@@ -16,6 +17,27 @@ QByteArray errorLine(const QString& text) { return host::JsonErrorLine(text); }
 
 const char* const kFields[] = {"Ia",  "Ib",    "Ic", "Ua", "Ub", "Uc",   "U2a",   "U2b",
                                "U2c", "CosFi", "Rf", "Xf", "Rn", "Tmax", "Krazv", "Knm"};
+constexpr size_t kCosFi = 9, kTmax = 13;
+// The hours of the longest year: the number of hours of use of the maximum load cannot exceed it.
+constexpr double kYearHours = 8784;
+
+// The ranges the editor's fields take: currents, voltages, resistances and coefficients not negative,
+// the power factor in (0, 1], the hours of use of the maximum within a year. Empty when all is well.
+QString RangeProblem(size_t field, double value)
+{
+    const QString name = QLatin1String(kFields[field]);
+    if (isEmptyFloat(value))
+        return {};
+    if (!std::isfinite(value))
+        return QStringLiteral("Поле %1 должно быть конечным числом").arg(name);
+    if (field == kCosFi && !(value > 0 && value <= 1))
+        return QStringLiteral("Коэффициент мощности CosFi должен быть больше 0 и не больше 1");
+    if (field == kTmax && !(value >= 0 && value <= kYearHours))
+        return QStringLiteral("Число часов Tmax должно быть от 0 до %1").arg(kYearHours);
+    if (value < 0)
+        return QStringLiteral("Поле %1 не может быть отрицательным").arg(name);
+    return {};
+}
 }  // namespace
 
 QByteArray CalculateSampleJsonLine(const QByteArray& line)
@@ -42,6 +64,8 @@ QByteArray CalculateSampleJsonLine(const QByteArray& line)
             values[i] = v.toDouble();
         else
             return errorLine(QStringLiteral("Поле %1 должно быть числом").arg(QLatin1String(kFields[i])));
+        if (const QString problem = RangeProblem(i, values[i]); !problem.isEmpty())
+            return errorLine(problem);
     }
     TLVFiderSampleCalc::Input in;
     for (int p = 0; p < 3; ++p) {

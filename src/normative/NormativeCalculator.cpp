@@ -36,6 +36,10 @@ bool readDouble(const QJsonValue& v, const QString& name, double& out, QString& 
         return false;
     }
     out = v.toDouble();
+    if (!std::isfinite(out)) {
+        error = QStringLiteral("Поле %1 должно быть конечным числом").arg(name);
+        return false;
+    }
     return true;
 }
 
@@ -122,6 +126,12 @@ QByteArray CalculateJsonLine(const QByteArray& line)
     QString error;
     if (!apply(input, sample, error))
         return errorLine(error);
+
+    // Inputs each within its range can still overflow together (an enormous cross-section or energy);
+    // such an element has no losses to report.
+    for (double v : {sample.Lekv(), sample.deltaWa(), sample.deltaWaPercent(), sample.CurrentDensity()})
+        if (std::isinf(v))
+            return errorLine(QStringLiteral("Расчет невозможен: исходные данные вне допустимого диапазона"));
 
     host::JsonObjectWriter out;
     out.Number("WaNet", sample.WaNet())
