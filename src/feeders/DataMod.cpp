@@ -200,14 +200,6 @@ double TRep_Data::CosOfTypeLoad(int typeLoad)
     return q->Eof() ? EmptyFloat() : q->Float(QStringLiteral("CosFi"));
 }
 
-void TRep_Data::ClearMainSample(int guid, const QDate& date)
-{
-    auto q = connection_.NewQuery();
-    q->SetSQLText(sql(SharedSql::kClearMainSample));
-    q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("Date"), date);
-    q->ExecSQL();
-}
-
 int TRep_Data::YearSampleIdent(int year)
 {
     const QDateTime date1(QDate(year, 1, 1), QTime(0, 0));
@@ -241,23 +233,23 @@ int TRep_Data::YearSampleCount(int guid)
     return count;
 }
 
-void TRep_Data::SaveYearMirror(const Sample& s, double cosFi)
+void TRep_Data::SaveYearMirror(int guid, int year, const Sample* main, double cosFi)
 {
-    const int ident = YearSampleIdent(s.SampleDate.year());
+    const int ident = YearSampleIdent(year);
     auto q = connection_.NewQuery();
-    if (s.IsMain == 1 && s.state != RowState::Deleted) {
+    if (main) {
         q->SetSQLText(sql(FeedersSql::kSaveYearSample));
-        q->ParamByName(QStringLiteral("SampleIdent"), ident).ParamByName(QStringLiteral("GUID"), s.GUID);
+        q->ParamByName(QStringLiteral("SampleIdent"), ident).ParamByName(QStringLiteral("GUID"), guid);
         const char* phases[] = {"A", "B", "C"};
         for (int p = 0; p < 3; ++p) {
-            q->ParamByName(QStringLiteral("U") + QLatin1String(phases[p]), f(s.U[p]));
-            q->ParamByName(QStringLiteral("I") + QLatin1String(phases[p]), f(s.I[p]));
-            q->ParamByName(QStringLiteral("U2") + QLatin1String(phases[p]), f(s.U2[p]));
+            q->ParamByName(QStringLiteral("U") + QLatin1String(phases[p]), f(main->U[p]));
+            q->ParamByName(QStringLiteral("I") + QLatin1String(phases[p]), f(main->I[p]));
+            q->ParamByName(QStringLiteral("U2") + QLatin1String(phases[p]), f(main->U2[p]));
         }
-        q->ParamByName(QStringLiteral("CosFi"), f(cosFi)).ParamByName(QStringLiteral("Wa"), f(s.Wa));
+        q->ParamByName(QStringLiteral("CosFi"), f(cosFi)).ParamByName(QStringLiteral("Wa"), f(main->Wa));
     } else {
         q->SetSQLText(sql(FeedersSql::kDeleteYearSample));
-        q->ParamByName(QStringLiteral("SampleIdent"), ident).ParamByName(QStringLiteral("GUID"), s.GUID);
+        q->ParamByName(QStringLiteral("SampleIdent"), ident).ParamByName(QStringLiteral("GUID"), guid);
     }
     q->ExecSQL();
 }
@@ -283,9 +275,20 @@ void TRep_Data::Save()
             q->ExecSQL();
         }
     }
+    // The years whose mirror rows may change: those of the samples written, and those of the main samples
+    // of feeders whose power factor may have changed.
+    QList<std::pair<int, int>> years;
+    auto touch = [&years](int guid, const QDate& date) {
+        const std::pair<int, int> key{guid, date.year()};
+        if (!years.contains(key))
+            years << key;
+    };
     for (FiderA& a : attributes_) {
         if (a.state == RowState::Stored || !FindFider(a.GUID))
             continue;
+        for (const auto& s : samples_)
+            if (s->GUID == a.GUID && s->IsMain == 1 && s->state != RowState::Deleted)
+                touch(s->GUID, s->SampleDate);
         q->SetSQLText(sql(FeedersSql::kSaveFiderA));
         q->ParamByName(QStringLiteral("GUID"), a.GUID).ParamFloat(QStringLiteral("CosFi"), a.CosFi);
         q->ParamByName(QStringLiteral("ProvodPhase"), a.ProvodPhase ? QVariant(a.ProvodPhase) : QVariant());
@@ -317,7 +320,17 @@ void TRep_Data::Save()
             q->ParamFloat(QStringLiteral("dP"), s->DP).ParamFloat(QStringLiteral("dW"), s->DW);
         }
         q->ExecSQL();
-        SaveYearMirror(*s, Attributes(s->GUID).CosFi);
+        touch(s->GUID, s->SampleDate);
+    }
+    // The mirrors follow the samples as they are once every row is written, so that a former main sample
+    // written after the new one of the same year cannot take the new one's mirror away.
+    for (const auto& [guid, year] : years) {
+        const Sample* main = nullptr;
+        for (const auto& s : samples_)
+            if (s->GUID == guid && s->SampleDate.year() == year && s->state != RowState::Deleted && s->IsMain == 1 &&
+                (!main || main->SampleDate < s->SampleDate))
+                main = s.get();
+        SaveYearMirror(guid, year, main, Attributes(guid).CosFi);
     }
     // Everything written is now as stored.
     std::erase_if(fiders_, [](const Fider& x) { return x.state == RowState::Deleted; });

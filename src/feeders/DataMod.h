@@ -71,7 +71,8 @@ public:
     const TProvod038& Provods() const { return provods_; }
 
     bool Modified() const;
-    // Writes every change; main samples are mirrored into the year samples.
+    // Writes every change; main samples are mirrored into the year samples. Nothing is written before:
+    // marking a sample as main changes the rows in memory only.
     void Save();
     // Drops every change and reads the datasets again.
     void Cancel();
@@ -79,15 +80,14 @@ public:
     // Reference values for the calculation.
     double TmaxLookup(int typeLoad, double pmin);
     double CosOfTypeLoad(int typeLoad);
-    // Clears the feeder's former main sample in the database before another one becomes main.
-    void ClearMainSample(int guid, const QDate& date);
     // The year period of a date, created when missing ("2024г.").
     int YearSampleIdent(int year);
     // The year sample rows of a feeder ("LVPSamples").
     int YearSampleCount(int guid);
 
 private:
-    void SaveYearMirror(const Sample& sample, double cosFi);
+    // Writes the year row of a feeder from its main sample of the year, or deletes it when the year has none.
+    void SaveYearMirror(int guid, int year, const Sample* main, double cosFi);
     ToznFDConnection& connection_;
     int node_ = 0;
     std::vector<Fider> fiders_;

@@ -101,7 +101,7 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     bottom->addStretch();
     save_ = button(QStringLiteral("btnSave"), QStringLiteral("Сохранить"), bottom, &TLVFidersForm::SaveChanges);
     cancel_ = button(QStringLiteral("btnCancel"), QStringLiteral("Отмена"), bottom, &TLVFidersForm::CancelChanges);
-    button(QStringLiteral("btnExit"), QStringLiteral("Выход"), bottom, &QDialog::accept);
+    button(QStringLiteral("btnExit"), QStringLiteral("Выход"), bottom, &TLVFidersForm::Exit);
     layout->addLayout(bottom);
     save_->setEnabled(false);
 
@@ -598,9 +598,9 @@ void TLVFidersForm::ToggleMain()
             main_->setChecked(false);
             return;
         }
+        // The former main sample loses the mark in memory only; the save writes both rows.
         for (TRep_Data::Sample* other : repData_->SamplesOf(lvFider_))
             if (other != sample_ && other->IsMain == 1) {
-                repData_->ClearMainSample(lvFider_, other->SampleDate);
                 other->IsMain = 0;
                 other->state = other->state == TRep_Data::RowState::New ? other->state : TRep_Data::RowState::Changed;
             }
@@ -611,7 +611,7 @@ void TLVFidersForm::ToggleMain()
     save_->setEnabled(true);
 }
 
-void TLVFidersForm::SaveChanges()
+bool TLVFidersForm::SaveChanges()
 {
     const bool own = !connection_.inTransaction();
     try {
@@ -623,21 +623,39 @@ void TLVFidersForm::SaveChanges()
         else
             connection_.CommitRetaining();
     } catch (const std::exception& e) {
-        if (own && connection_.inTransaction())
-            connection_.Rollback();
+        // Nothing of a failed save stays in the transaction; the edits stay in memory to be saved again.
+        try {
+            if (own) {
+                if (connection_.inTransaction())
+                    connection_.Rollback();
+            } else {
+                RollbackToSaved();
+            }
+        } catch (const std::exception&) {
+        }
         host::ShowWarning(QString::fromUtf8(e.what()));
-        return;
+        return false;
     }
     save_->setEnabled(false);
+    return true;
+}
+
+void TLVFidersForm::RollbackToSaved()
+{
+    // The editor's transaction is committed at every save: what it holds now came after the last one.
+    if (!connection_.inTransaction())
+        return;
+    connection_.Rollback();
+    connection_.StartTransaction(false);
 }
 
 void TLVFidersForm::CancelChanges()
 {
     const int guid = lvFider_;
     const QDate date = CurrentDate();
-    repData_->Cancel();
+    RollbackToSaved();
     lvFider_ = guid;
-    OpenFiders();
+    OpenFiders();  // reads every dataset again
     SelectDate(date);
     save_->setEnabled(false);
 }
@@ -649,10 +667,17 @@ bool TLVFidersForm::AskToSave()
     const QString question = QStringLiteral("Сохранить изменения за \"%1\"?").arg(dateText(CurrentDate()));
     if (host::dialogs().Message(host::AppCaption(), question, host::Icon::Question, host::Buttons::YesNo) ==
         host::mrYes)
-        SaveChanges();
-    else
-        repData_->Cancel();
+        return SaveChanges();
+    RollbackToSaved();
+    repData_->Cancel();
+    save_->setEnabled(false);
     return true;
+}
+
+void TLVFidersForm::Exit()
+{
+    if (AskToSave())
+        accept();
 }
 
 bool TLVFidersForm::eventFilter(QObject* watched, QEvent* event)
@@ -676,13 +701,16 @@ bool TLVFidersForm::eventFilter(QObject* watched, QEvent* event)
 
 void TLVFidersForm::reject()
 {
-    AskToSave();
-    QDialog::reject();
+    if (AskToSave())
+        QDialog::reject();
 }
 
 void TLVFidersForm::closeEvent(QCloseEvent* event)
 {
-    AskToSave();
+    if (!AskToSave()) {
+        event->ignore();
+        return;
+    }
     QDialog::closeEvent(event);
 }
 

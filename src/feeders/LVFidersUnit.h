@@ -49,9 +49,14 @@ public:
     void AddSample();
     void DeleteSamples();
     void CopySample();
+    // Marks the sample shown as the feeder's main one (or unmarks it); written by the next save.
     void ToggleMain();
-    void SaveChanges();
+    // Writes every change and commits; false when the database refused (nothing of it is kept then).
+    bool SaveChanges();
+    // Drops everything since the last save, in memory and in the transaction.
     void CancelChanges();
+    // "Выход": asks the save question as closing the window does, then closes.
+    void Exit();
     void ShowLineReport();
     void ShowTPReport();
 
@@ -70,7 +75,10 @@ private:
     void FillConductorValues();
     void Recalculate(bool apply);
     void ShowResults();
+    // The save question on leaving; false when the editor must stay open (the save failed).
     bool AskToSave();
+    // Rolls the editor's transaction back to its last commit.
+    void RollbackToSaved();
     // Asks for a date on a calendar; an invalid date when cancelled.
     QDate PickDate(const QDate& start);
     TRep_Data::Fider* Fider() const;

@@ -127,11 +127,13 @@ QByteArray CalculateJsonLine(const QByteArray& line)
     if (!apply(input, sample, error))
         return errorLine(error);
 
-    // Inputs each within its range can still overflow together (an enormous cross-section or energy);
-    // such an element has no losses to report.
-    for (double v : {sample.Lekv(), sample.deltaWa(), sample.deltaWaPercent(), sample.CurrentDensity()})
-        if (std::isinf(v))
-            return errorLine(QStringLiteral("Расчет невозможен: исходные данные вне допустимого диапазона"));
+    // Inputs each within its range can still overflow together (an enormous energy or length); such an
+    // element has no losses to report. A fill factor of 0 divides by zero by design and is left to the
+    // outcome's message.
+    if (sample.Getkzap() != 0)
+        for (double v : {sample.Lekv(), sample.deltaWa(), sample.deltaWaPercent(), sample.CurrentDensity()})
+            if (std::isinf(v))
+                return errorLine(QStringLiteral("Расчет невозможен: исходные данные вне допустимого диапазона"));
 
     host::JsonObjectWriter out;
     out.Number("WaNet", sample.WaNet())
