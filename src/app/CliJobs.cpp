@@ -1,6 +1,7 @@
 #include "app/CliJobs.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <cstdio>
 
@@ -179,13 +180,17 @@ int DemoDb(const QStringList& args)
         err(error);
         return 2;
     }
-    if (address.isServer() || !QFileInfo::exists(address.path)) {
-        if (!db::CreateDatabase(path, error)) {
-            err(error);
-            return 1;
-        }
+    // A new file is generated beside its place and moved there when complete, so that an interrupted run
+    // leaves no half-filled network for the next one (or `make demo`) to take as finished.
+    const bool newFile = !address.isServer() && !QFileInfo::exists(address.path);
+    const QString target = newFile ? db::PartialPath(address.path) : path;
+    if (newFile)
+        QFile::remove(target);
+    if ((newFile || address.isServer()) && !db::CreateDatabase(target, error)) {
+        err(error);
+        return 1;
     }
-    auto database = TfdbDatabase::Open(path, error);
+    auto database = TfdbDatabase::Open(target, error);
     if (!database) {
         err(error);
         return 1;
@@ -218,6 +223,14 @@ int DemoDb(const QStringList& args)
     } catch (const EDatabaseError& e) {
         bar.Finish();
         err(QStringLiteral("Ошибка при заполнении базы данных: %1").arg(e.Text()));
+        database.reset();
+        if (newFile)
+            QFile::remove(target);
+        return 1;
+    }
+    database.reset();
+    if (newFile && !QFile::rename(target, address.path)) {
+        err(QStringLiteral("Не удалось переместить базу данных %1 на место %2").arg(target, address.path));
         return 1;
     }
     return 0;

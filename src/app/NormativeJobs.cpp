@@ -1,7 +1,6 @@
 // Command-line jobs of the normative method: the calculator for scripts and the headless batch.
 #include <QCoreApplication>
 #include <QFile>
-#include <QSaveFile>
 #include <QTimer>
 #include <atomic>
 #include <csignal>
@@ -11,6 +10,7 @@
 
 #include "app/CliJobs.h"
 #include "host/Database.h"
+#include "host/OutputFiles.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
@@ -45,7 +45,11 @@ int CalcLines(QByteArray (*calculate)(const QByteArray&))
         std::fwrite(out.constData(), 1, out.size(), stdout);
         std::fputc('\n', stdout);
     }
-    std::fflush(stdout);
+    // A full disk or a closed pipe loses answers: the caller must know.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        err(QStringLiteral("Не удалось записать результаты в стандартный вывод"));
+        return 1;
+    }
     return 0;
 }
 
@@ -73,36 +77,36 @@ int NormativeBatch(const QStringList& args)
         return 1;
     }
 
+    // The log is written as the run goes, so that a stopped or killed run keeps what it saved.
+    host::TLogFile logFile;
+    const QString logPath = Option(args, QStringLiteral("--log"));
+    QString logError;
+    if (!logPath.isEmpty() && !logFile.Open(logPath, logError)) {
+        err(logError);
+        return 1;
+    }
     host::TerminalProgress bar;
-    QStringList log;
+    int logged = 0;
     int exitCode = 0;
     TCalcEvents events;
     events.Status = [&](const QString& text) { bar.SetText(text); };
     events.Count = [&](int n) { bar.Start(QStringLiteral("Расчет"), n); };
     events.Log = [&](const QString& element, const QString& message) {
-        log << element + QStringLiteral(" - ") + message;
+        logFile.Line(element + QStringLiteral(" - ") + message);
         bar.SetText(element);
-        bar.SetPosition(static_cast<int>(log.size()));
+        bar.SetPosition(++logged);
     };
     events.Finish = [&](int, const QString& failure) {
         bar.Finish();
-        const QString logFile = Option(args, QStringLiteral("--log"));
-        if (!logFile.isEmpty()) {
-            QSaveFile out(logFile);
-            if (out.open(QIODevice::WriteOnly | QIODevice::Text)) {
-                out.write((log.join(QLatin1Char('\n')) + (log.isEmpty() ? "" : "\n")).toUtf8());
-                out.commit();
-            }
-            if (out.error() != QFileDevice::NoError) {
-                err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
-                exitCode = 1;
-            }
+        if (!logFile.Ok()) {
+            err(QStringLiteral("Не удалось записать журнал %1").arg(logPath));
+            exitCode = 1;
         }
         if (!failure.isEmpty()) {
             err(QStringLiteral("Ошибка при выполнении расчета\n") + failure);
             exitCode = 1;
         }
-        std::printf("%s\n", QStringLiteral("Обработано %1 элементов сети").arg(log.size()).toUtf8().constData());
+        std::printf("%s\n", QStringLiteral("Обработано %1 элементов сети").arg(logged).toUtf8().constData());
         QCoreApplication::exit(exitCode);
     };
     QObject context;
@@ -119,6 +123,10 @@ int NormativeBatch(const QStringList& args)
     const int code = QCoreApplication::exec();
     thread.wait();
     std::signal(SIGINT, SIG_DFL);
+    if (g_interrupted) {
+        err(QStringLiteral("Расчет остановлен; сохраненное остается в базе"));
+        return 130;
+    }
     return code;
 }
 

@@ -6,6 +6,7 @@
 
 #include "app/CliJobs.h"
 #include "host/Database.h"
+#include "host/OutputFiles.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
@@ -83,14 +84,12 @@ int Regime(const QStringList& args)
     }
 
     // The log is written as the run goes, so that a stopped run keeps what it found.
-    QFile log;
+    host::TLogFile log;
     const QString logFile = Option(args, QStringLiteral("--log"));
-    if (!logFile.isEmpty()) {
-        log.setFileName(logFile);
-        if (!log.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
-            err(QStringLiteral("Не удалось открыть журнал %1: %2").arg(logFile, log.errorString()));
-            return 1;
-        }
+    QString logError;
+    if (!logFile.isEmpty() && !log.Open(logFile, logError)) {
+        err(logError);
+        return 1;
     }
     const bool json = args.contains(QStringLiteral("--json"));
     host::TerminalProgress bar;
@@ -102,11 +101,8 @@ int Regime(const QStringList& args)
         bar.SetPosition(done);
     };
     events.Refused = [&](const fider::TFiderJob& job, const QStringList& problems) {
-        if (log.isOpen()) {
-            for (const QString& p : problems)
-                log.write((fiderTitle(job) + QStringLiteral(" - ") + p + QLatin1Char('\n')).toUtf8());
-            log.flush();
-        }
+        for (const QString& p : problems)
+            log.Line(fiderTitle(job) + QStringLiteral(" - ") + p);
         if (json) {
             const QByteArray line = fider::RefusedJson(job.Fider, problems) + '\n';
             std::fwrite(line.constData(), 1, line.size(), stdout);
@@ -138,7 +134,7 @@ int Regime(const QStringList& args)
         err(summary);
     else
         std::printf("%s\n", summary.toUtf8().constData());
-    if (log.isOpen() && !log.flush()) {
+    if (!log.Ok()) {
         err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
         return 1;
     }

@@ -3,6 +3,7 @@
 #include <ibase.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -74,6 +75,10 @@ bool createEmpty(const DatabaseAddress& address, QString& error)
 }
 }  // namespace
 
+namespace {
+bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error, const QString& script);
+}
+
 bool CreateDatabase(const QString& connectionString, QString& error)
 {
     return CreateDatabase(connectionString, error, SchemaScript());
@@ -84,17 +89,39 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
     DatabaseAddress address;
     if (!DatabaseAddress::parse(connectionString, address, error))
         return false;
-    if (!address.isServer()) {
-        if (QFileInfo::exists(address.path)) {
-            error = QStringLiteral("Файл уже существует: %1").arg(address.path);
-            return false;
-        }
-        const QString dir = QFileInfo(address.path).absolutePath();
-        if (!QDir().mkpath(dir)) {
-            error = QStringLiteral("Не удалось создать папку %1").arg(dir);
-            return false;
-        }
+    if (address.isServer())
+        return CreateInPlace(address, connectionString, error, script);
+    if (QFileInfo::exists(address.path)) {
+        error = QStringLiteral("Файл уже существует: %1").arg(address.path);
+        return false;
     }
+    const QString dir = QFileInfo(address.path).absolutePath();
+    if (!QDir().mkpath(dir)) {
+        error = QStringLiteral("Не удалось создать папку %1").arg(dir);
+        return false;
+    }
+    // Built beside its place and moved there only when whole: an interrupted creation leaves no file that
+    // looks like a database, and the next attempt starts afresh.
+    DatabaseAddress building = address;
+    building.path = PartialPath(address.path);
+    QFile::remove(building.path);
+    if (!CreateInPlace(building, connectionString, error, script)) {
+        QFile::remove(building.path);
+        return false;
+    }
+    if (!QFile::rename(building.path, address.path)) {
+        QFile::remove(building.path);
+        error = QStringLiteral("Не удалось создать базу данных %1").arg(address.path);
+        return false;
+    }
+    return true;
+}
+
+QString PartialPath(const QString& path) { return path + QStringLiteral(".part"); }
+
+namespace {
+bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error, const QString& script)
+{
     if (!createEmpty(address, error)) {
         error = QStringLiteral("Не удалось создать базу данных %1: %2").arg(connectionString, error);
         return false;
@@ -117,5 +144,6 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
     }
     return true;
 }
+}  // namespace
 
 }  // namespace db

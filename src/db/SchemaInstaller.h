@@ -9,9 +9,11 @@ QString SchemaScript();
 // Splits a script into statements: ";" ends a statement, "set term" changes the terminator,
 // comments are dropped.
 QStringList SplitScript(const QString& script);
-// Creates a new database file (or server database) and runs the schema in it.
-// Refuses to overwrite an existing file.
+// Creates a new database file (or server database) and runs the schema in it. A file is built under
+// PartialPath and moved into place when complete. Refuses to overwrite an existing file.
 bool CreateDatabase(const QString& connectionString, QString& error);
+// Where a database file is built before it is complete.
+QString PartialPath(const QString& path);
 // The same with another schema script (a former version's, to test the upgrade of old databases).
 bool CreateDatabase(const QString& connectionString, QString& error, const QString& script);
 

@@ -3,6 +3,8 @@
 #include <QFile>
 #include <xlsxwriter.h>
 
+#include "host/OutputFiles.h"
+
 TXlsxFile::TXlsxFile(const QString& file) : file_(file), temporary_(file + QStringLiteral(".part")) {}
 
 TXlsxFile::~TXlsxFile()
@@ -15,6 +17,8 @@ TXlsxFile::~TXlsxFile()
 
 lxw_workbook* TXlsxFile::Open(QString& error)
 {
+    if (!host::CheckOutputPath(file_, error))
+        return nullptr;
     QFile::remove(temporary_);
     book_ = workbook_new(temporary_.toUtf8().constData());
     if (!book_)

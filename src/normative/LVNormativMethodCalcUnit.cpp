@@ -16,6 +16,7 @@
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/OutputFiles.h"
 #include "host/Tree.h"
 #include "normative/LVNormativMethodDBUnit.h"
 
@@ -258,6 +259,11 @@ void TLVNormativMethodCalcForm::SaveLog()
                                      QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"), QString());
     if (file.isEmpty())
         return;
+    QString error;
+    if (!host::CheckOutputPath(file, error)) {
+        host::ShowWarning(error);
+        return;
+    }
     QSaveFile out(file);
     if (out.open(QIODevice::WriteOnly | QIODevice::Text)) {
         QTextStream stream(&out);
