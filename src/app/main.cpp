@@ -33,17 +33,40 @@ void reportFailure(const QString& error)
         QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
 }
 
+// The window's event loop: an error that a command of the window did not catch is shown to the user and
+// the window goes on, instead of ending the application with the user's work.
+class Application : public QApplication {
+public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::exception& e) {
+            reportFailure(QString::fromUtf8(e.what()));
+        } catch (...) {
+            reportFailure(QStringLiteral("Непредвиденная ошибка"));
+        }
+        return false;
+    }
+};
+
 int runWindow(int argc, char** argv, const QString& connection)
 {
     BlockStopSignals();
-    QApplication app(argc, argv);
+    Application app(argc, argv);
     // The standard buttons and dialogs of the toolkit speak the users' language.
     QTranslator translator;
     if (translator.load(QLocale(QLocale::Russian), QStringLiteral("qtbase"), QStringLiteral("_"),
                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         app.installTranslator(&translator);
     QString error;
-    auto database = TfdbDatabase::Open(connection, error);
+    std::unique_ptr<TfdbDatabase> database;
+    try {
+        database = TfdbDatabase::Open(connection, error);
+    } catch (const std::exception& e) {
+        error = QString::fromUtf8(e.what());
+    }
     if (!database) {
         reportFailure(error);
         return 1;
@@ -56,16 +79,24 @@ int runWindow(int argc, char** argv, const QString& connection)
     }
     host::GuiProgress progress;
     host::SetProgress(&progress);
-    MainWindow window(database.get(), &plugin);
-    window.show();
+    std::unique_ptr<MainWindow> window;
+    try {
+        window = std::make_unique<MainWindow>(database.get(), &plugin);
+    } catch (const std::exception& e) {
+        host::SetProgress(nullptr);
+        reportFailure(QString::fromUtf8(e.what()));
+        return 1;
+    }
+    window->show();
     QuitOnSignals(app);
     const int code = app.exec();
+    window.reset();
     host::SetProgress(nullptr);
     return code;
 }
 }  // namespace
 
-int main(int argc, char** argv)
+int runCommand(int argc, char** argv)
 {
     QStringList args;
     for (int i = 1; i < argc; ++i)
@@ -129,4 +160,16 @@ int main(int argc, char** argv)
         return cli::Stats(connection);
     }
     return runWindow(argc, argv, connection);
+}
+
+int main(int argc, char** argv)
+{
+    // A database error (a right the user lacks, a lost server) ends a command with its message, never
+    // with an abort.
+    try {
+        return runCommand(argc, argv);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
 }

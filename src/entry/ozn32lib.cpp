@@ -354,8 +354,12 @@ void BuildFiderHHResults(TFiderHH* AFider, TObject* AExport)
 {
     // A wrong export object is the host's error: the invalid-cast error goes back to it.
     TOExport* target = HostCast<TOExport>(AExport);
-    TLVResultBalancesFider balances(AFider);
-    balances.Build(*target);
+    try {
+        TLVResultBalancesFider balances(AFider);
+        balances.Build(*target);
+    } catch (const EDatabaseError& e) {
+        host::ShowWarning(e.Text());
+    }
 }
 
 int32_t GetLVMiddleRegim(TWCalcHHParams* AParams)

@@ -1,6 +1,8 @@
 #include "host/Connection.h"
 
 #include <QAtomicInt>
+#include <QHash>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlRecord>
 
@@ -13,7 +15,7 @@ QString errorText(const QSqlError& error)
     QString text = error.databaseText().trimmed();
     if (text.isEmpty())
         text = error.text().trimmed();
-    return text;
+    return PermissionText(text);
 }
 
 QString uniqueConnectionName()
@@ -231,4 +233,30 @@ void TFDStoredProc::ExecProc()
 {
     query_.SetSQLText(QStringLiteral("EXECUTE PROCEDURE \"%1\"").arg(name_));
     query_.Open();
+}
+
+QString PermissionText(const QString& engineText)
+{
+    static const QRegularExpression denied(
+        QStringLiteral("no permission for (\\w+) access to (\\w+) \"?([^\\s\"]+)\"?"));
+    const auto m = denied.match(engineText);
+    if (!m.hasMatch())
+        return engineText;
+    static const QHash<QString, QString> actions{{"SELECT", "чтение"},
+                                                {"INSERT", "добавление строк"},
+                                                {"UPDATE", "изменение"},
+                                                {"DELETE", "удаление строк"},
+                                                {"EXECUTE", "выполнение"},
+                                                {"USAGE", "использование"},
+                                                {"REFERENCES", "ссылки на строки"}};
+    static const QHash<QString, QString> objects{{"TABLE", "таблицы"},
+                                                {"VIEW", "представления"},
+                                                {"PROCEDURE", "процедуры"},
+                                                {"GENERATOR", "генератора"},
+                                                {"SEQUENCE", "генератора"},
+                                                {"COLUMN", "поля"}};
+    const QString action = actions.value(m.captured(1).toUpper(), m.captured(1));
+    const QString object = objects.value(m.captured(2).toUpper(), m.captured(2));
+    return QStringLiteral("Нет прав на %1 %2 «%3»: обратитесь к владельцу базы данных (%4)")
+        .arg(action, object, m.captured(3), engineText);
 }

@@ -20,6 +20,10 @@ public:
     QString Text() const { return QString::fromStdString(what()); }
 };
 
+// The engine's text of a refused access in the users' words ("Нет прав на чтение таблицы «…»"), the
+// engine's own text kept after it; any other text as it is.
+OZN3HOST_API QString PermissionText(const QString& engineText);
+
 // One attachment to the database with its transaction.
 // The transaction operations keep the host's order: StartTransaction, then Commit (second)
 // and Rollback (third); CommitRetaining commits and leaves a transaction open.
