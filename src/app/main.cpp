@@ -1,6 +1,7 @@
 // The host application: the main window on a database, or a command-line job.
 #include <QApplication>
 #include <QGuiApplication>
+#include <QInputDialog>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QMessageBox>
@@ -33,6 +34,23 @@ void reportFailure(const QString& error)
         QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
 }
 
+// The login window of a server: the user's own name and password, never a stored administrator's.
+bool askCredentials(const QString& host)
+{
+    bool ok = false;
+    const QString user = QInputDialog::getText(nullptr, QStringLiteral("Вход на сервер %1").arg(host),
+                                               QStringLiteral("Пользователь:"), QLineEdit::Normal, QString(), &ok);
+    if (!ok || user.trimmed().isEmpty())
+        return false;
+    const QString password = QInputDialog::getText(nullptr, QStringLiteral("Вход на сервер %1").arg(host),
+                                                   QStringLiteral("Пароль пользователя %1:").arg(user.trimmed()),
+                                                   QLineEdit::Password, QString(), &ok);
+    if (!ok)
+        return false;
+    SetServerCredentials(user.trimmed(), password);
+    return true;
+}
+
 // The window's event loop: an error that a command of the window did not catch is shown to the user and
 // the window goes on, instead of ending the application with the user's work.
 class Application : public QApplication {
@@ -61,6 +79,10 @@ int runWindow(int argc, char** argv, const QString& connection)
                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         app.installTranslator(&translator);
     QString error;
+    DatabaseAddress address;
+    if (DatabaseAddress::parse(connection, address, error) && address.isServer() && !HasServerCredentials() &&
+        !askCredentials(address.host))
+        return 1;
     std::unique_ptr<TfdbDatabase> database;
     try {
         database = TfdbDatabase::Open(connection, error);

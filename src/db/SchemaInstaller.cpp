@@ -89,8 +89,13 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
     DatabaseAddress address;
     if (!DatabaseAddress::parse(connectionString, address, error))
         return false;
-    if (address.isServer())
+    if (address.isServer()) {
+        if (!HasServerCredentials()) {
+            error = QStringLiteral("Для создания базы данных на сервере %1 задайте ISC_USER и ISC_PASSWORD").arg(address.host);
+            return false;
+        }
         return CreateInPlace(address, connectionString, error, script);
+    }
     if (QFileInfo::exists(address.path)) {
         error = QStringLiteral("Файл уже существует: %1").arg(address.path);
         return false;

@@ -26,26 +26,45 @@ QString DefaultDatabasePath()
     return QDir(dir).filePath(QStringLiteral("ozn3.fdb"));
 }
 
+namespace {
+QString& typedUser()
+{
+    static QString user;
+    return user;
+}
+QString& typedPassword()
+{
+    static QString password;
+    return password;
+}
+}  // namespace
+
+void SetServerCredentials(const QString& user, const QString& password)
+{
+    typedUser() = user;
+    typedPassword() = password;
+}
+
+bool HasServerCredentials()
+{
+    return !typedUser().isEmpty() || (!qEnvironmentVariable("ISC_USER").isEmpty() && qEnvironmentVariableIsSet("ISC_PASSWORD"));
+}
+
+// An embedded database checks no password; its user is SYSDBA unless the user says otherwise.
 QString FirebirdUser()
 {
+    if (!typedUser().isEmpty())
+        return typedUser();
     const QString user = qEnvironmentVariable("ISC_USER");
     return user.isEmpty() ? QStringLiteral("SYSDBA") : user;
 }
 
 QString FirebirdPassword()
 {
+    if (!typedUser().isEmpty())
+        return typedPassword();
     const QString password = qEnvironmentVariable("ISC_PASSWORD");
-    if (!password.isEmpty())
-        return password;
-    // The Debian server package keeps the SYSDBA password in a shell-style file.
-    QFile file(QStringLiteral("/etc/firebird/3.0/SYSDBA.password"));
-    if (file.open(QIODevice::ReadOnly)) {
-        const QString text = QString::fromUtf8(file.readAll());
-        const auto match = QRegularExpression(QStringLiteral("ISC_PASSWORD=\"?([^\"\\n]*)")).match(text);
-        if (match.hasMatch())
-            return match.captured(1);
-    }
-    return QStringLiteral("masterkey");
+    return password.isEmpty() ? QStringLiteral("masterkey") : password;
 }
 
 QString DatabaseAddress::attachName() const
@@ -114,6 +133,12 @@ std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString
         return nullptr;
     if (!address.isServer() && !QFileInfo::exists(address.path)) {
         error = QStringLiteral("Файл базы данных не найден: %1").arg(address.path);
+        return nullptr;
+    }
+    if (address.isServer() && !HasServerCredentials()) {
+        error = QStringLiteral("Для подключения к серверу %1 нужны имя пользователя и пароль: задайте ISC_USER и "
+                               "ISC_PASSWORD или войдите в окне входа")
+                    .arg(address.host);
         return nullptr;
     }
     std::unique_ptr<TfdbDatabase> db(

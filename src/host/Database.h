@@ -75,6 +75,12 @@ OZN3HOST_API void SetCurrentDatabase(TCurrentDatabase* database);
 
 // The embedded default database of this user.
 OZN3HOST_API QString DefaultDatabasePath();
-// The Firebird user and password: ISC_USER / ISC_PASSWORD, else SYSDBA with the server's stored password.
+// The Firebird user and password: those typed in the login window, else ISC_USER / ISC_PASSWORD, else (for an
+// embedded database, which checks none) SYSDBA.
 OZN3HOST_API QString FirebirdUser();
 OZN3HOST_API QString FirebirdPassword();
+// The user's own credentials for a server, typed in the login window; they take the place of ISC_USER and
+// ISC_PASSWORD. A server is never reached with credentials the user did not give.
+OZN3HOST_API void SetServerCredentials(const QString& user, const QString& password);
+// Whether a server connection has credentials (set, or ISC_USER and ISC_PASSWORD).
+OZN3HOST_API bool HasServerCredentials();

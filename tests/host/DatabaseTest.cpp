@@ -186,3 +186,30 @@ TEST(Database, ParametersSurviveARestartOfTheApplication)
     EXPECT_DOUBLE_EQ(again.GetDefaultCosFi(), 0.93);
     EXPECT_EQ(again.LoadStrParam("Нет", "ключа", "по умолчанию"), "по умолчанию");
 }
+
+TEST(Database, AServerIsReachedOnlyWithCredentialsTheUserGave)
+{
+    const QByteArray user = qgetenv("ISC_USER"), password = qgetenv("ISC_PASSWORD");
+    qunsetenv("ISC_USER");
+    qunsetenv("ISC_PASSWORD");
+    QString error;
+    // No administrator's password is looked up: without the user's own, the server is not even asked.
+    EXPECT_FALSE(HasServerCredentials());
+    EXPECT_EQ(TfdbDatabase::Open("127.0.0.1/1:/srv/ozn3.fdb", error), nullptr);
+    EXPECT_EQ(error, "Для подключения к серверу 127.0.0.1 нужны имя пользователя и пароль: задайте ISC_USER и "
+                     "ISC_PASSWORD или войдите в окне входа");
+    // Typed in the login window, they are the ones used (the connection then fails for the missing server).
+    SetServerCredentials("ivanov", "secret");
+    EXPECT_TRUE(HasServerCredentials());
+    EXPECT_EQ(FirebirdUser(), "ivanov");
+    EXPECT_EQ(FirebirdPassword(), "secret");
+    error.clear();
+    EXPECT_EQ(TfdbDatabase::Open("127.0.0.1/1:/srv/ozn3.fdb", error), nullptr);
+    EXPECT_TRUE(error.contains("127.0.0.1/1:/srv/ozn3.fdb")) << error.toStdString();
+    SetServerCredentials({}, {});
+    EXPECT_EQ(FirebirdUser(), "SYSDBA");  // an embedded database checks no password
+    if (!user.isEmpty())
+        qputenv("ISC_USER", user);
+    if (!password.isEmpty())
+        qputenv("ISC_PASSWORD", password);
+}
