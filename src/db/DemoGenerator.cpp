@@ -122,8 +122,6 @@ public:
         Normative();
         SetGenerator("IdentGen", 200000);  // runs of the regime calculation come after the fixed keys
         SetGenerator("GUIDGen", lastGuid_);
-        Stage(QStringLiteral("Права пользователей"));
-        Rights();
         return {static_cast<int>(nodes_.size()), static_cast<int>(lvs_.size()), rows_};
     }
 
@@ -603,14 +601,6 @@ private:
             wb.Row({yearIdents_.front(), node.guid, wa, waBus, 8760, ident, lekv, 1.0, k038, dWa});
         }
         SetGenerator("LVFidersBIdent", ident);
-    }
-
-    void Rights()
-    {
-        // The demo user edits measurements and household data; right 0 (results only) is not held.
-        auto ur = W(QStringLiteral("UserRights"), {"UserName", "UserRight", "PeriodIdent", "ObjectGUID", "Granted"});
-        for (int right : {12, 13, 14})
-            ur.Row({QStringLiteral("SYSDBA"), right, -1, -1, 1});
     }
 
     ToznFDConnection& conn_;

@@ -9,6 +9,7 @@
 
 #include "host/Connection.h"
 #include "host/Database.h"
+#include "host/Roles.h"
 
 namespace db {
 
@@ -143,6 +144,12 @@ bool CreateInPlace(const DatabaseAddress& address, const QString& connectionStri
                 throw EDatabaseError(e.Text() + QStringLiteral("\n") + statement.left(200));
             }
         }
+        // The creator owns the database: every right of the application is theirs, and the roles are
+        // there to give others.
+        host::InstallRoles(connection);
+        QString rightsError;
+        if (!host::GrantUser(connection, FirebirdUser(), {}, host::OwnerRights(), {}, rightsError))
+            throw EDatabaseError(rightsError);
     } catch (const EDatabaseError& e) {
         error = QStringLiteral("Ошибка при создании схемы базы данных: %1").arg(e.Text());
         return false;

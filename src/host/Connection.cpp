@@ -26,7 +26,7 @@ QString uniqueConnectionName()
 }  // namespace
 
 ToznFDConnection::ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user,
-                                   const QString& password)
+                                   const QString& password, const QString& role)
     : database_(database), name_(uniqueConnectionName())
 {
     db_ = QSqlDatabase::addDatabase(QStringLiteral("QIBASE"), name_);
@@ -35,7 +35,8 @@ ToznFDConnection::ToznFDConnection(TfdbDatabase* database, const QString& databa
     db_.setDatabaseName(databaseName);
     db_.setUserName(user);
     db_.setPassword(password);
-    db_.setConnectOptions(QStringLiteral("ISC_DPB_LC_CTYPE=UTF8"));
+    db_.setConnectOptions(role.isEmpty() ? QStringLiteral("ISC_DPB_LC_CTYPE=UTF8")
+                                         : QStringLiteral("ISC_DPB_LC_CTYPE=UTF8;ISC_DPB_SQL_ROLE_NAME=%1").arg(role));
     if (!db_.open()) {
         const QString text = errorText(db_.lastError());
         db_ = QSqlDatabase();

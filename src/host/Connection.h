@@ -29,7 +29,9 @@ OZN3HOST_API QString PermissionText(const QString& engineText);
 // and Rollback (third); CommitRetaining commits and leaves a transaction open.
 class OZN3HOST_API ToznFDConnection {
 public:
-    ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user, const QString& password);
+    // With a role, the connection holds the privileges granted to that role (the user must hold it).
+    ToznFDConnection(TfdbDatabase* database, const QString& databaseName, const QString& user, const QString& password,
+                     const QString& role = {});
     ~ToznFDConnection();
     ToznFDConnection(const ToznFDConnection&) = delete;
     ToznFDConnection& operator=(const ToznFDConnection&) = delete;

@@ -7,6 +7,7 @@
 #include <QStandardPaths>
 
 #include "host/InitOZN.h"
+#include "host/Roles.h"
 #include "host/SamplePeriods.h"
 #include "host/SchemaUpgrade.h"
 #include "host/Tree.h"
@@ -123,7 +124,7 @@ TfdbDatabase::~TfdbDatabase()
 
 std::unique_ptr<ToznFDConnection> TfdbDatabase::Attach()
 {
-    return std::make_unique<ToznFDConnection>(this, attachName_, user_, password_);
+    return std::make_unique<ToznFDConnection>(this, attachName_, user_, password_, role_);
 }
 
 std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString, QString& error)
@@ -156,6 +157,12 @@ std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString
                         .arg(connectionString);
             return nullptr;
         }
+        // A user who is given a role works with its privileges; the owner and the administrator need none.
+        if (db->user_.compare(QStringLiteral("SYSDBA"), Qt::CaseInsensitive) != 0) {
+            db->role_ = host::RoleOfUser(*db->defaultConnection_, db->user_);
+            if (!db->role_.isEmpty())
+                db->defaultConnection_ = db->Attach();
+        }
         try {
             UpgradeSchema(*db->defaultConnection_);
         } catch (const EDatabaseError& e) {
@@ -163,6 +170,14 @@ std::unique_ptr<TfdbDatabase> TfdbDatabase::Open(const QString& connectionString
                                    "удалось (нужны права владельца базы данных): %2")
                         .arg(connectionString, e.Text());
             return nullptr;
+        }
+        // A database made before the roles existed gets them when its owner opens it.
+        if (db->role_.isEmpty() && !host::HasRoles(*db->defaultConnection_)) {
+            try {
+                host::InstallRoles(*db->defaultConnection_);
+            } catch (const EDatabaseError&) {
+                // not the owner: the database stays as it was, its owner will add them
+            }
         }
     } catch (const EDatabaseError& e) {
         error = QStringLiteral("Не удалось открыть базу данных %1: %2").arg(connectionString, e.Text());

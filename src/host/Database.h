@@ -48,6 +48,8 @@ public:
     TInitOZN* GetInit();
     TSamplePeriodsList* GetSamplePeriods();
 
+    // The role the connections hold (the reader's or the writer's); empty for the owner or an administrator.
+    QString Role() const { return role_; }
     // Rights are rows of "UserRights" for the connection's user.
     bool GetUserRights(int right);
     // -1 for the period or the object means any.
@@ -58,7 +60,7 @@ private:
     TfdbDatabase(const QString& connectionString, const QString& attachName, const QString& user,
                  const QString& password);
     std::unique_ptr<ToznFDConnection> Attach();
-    QString connectionString_, attachName_, user_, password_;
+    QString connectionString_, attachName_, user_, password_, role_;
     std::unique_ptr<ToznFDConnection> defaultConnection_;
     std::vector<std::unique_ptr<ToznFDConnection>> privateConnections_;
     std::unique_ptr<TFDQuery> query_;

@@ -134,7 +134,12 @@ TEST(Database, RightsAreRowsOfTheDatabaseForTheConnectionsUser)
     TempFolder folder;
     auto db = OpenDatabase(NewSchemaDatabase(folder));
     const QString me = db->UserName();
+    // The creator of a database holds every right that allows, not the one that restricts (0).
+    for (int right : {12, 13, 14})
+        EXPECT_TRUE(db->GetUserRights(right)) << right;
     EXPECT_FALSE(db->GetUserRights(0));
+    // From here on, a user starting from none.
+    Exec(*db->GetDefaultConnection(), "delete from \"UserRights\"");
     EXPECT_FALSE(db->GetUserRightsByPeriodAndIdent(-1, -1, 12));
 
     db->SetUserRight(me, 12, true);           // any period, any object
