@@ -14,6 +14,7 @@
 #include <algorithm>
 
 #include "app/ConductorDialog.h"
+#include "app/RightsDialog.h"
 #include "app/ProblemsDialog.h"
 #include "app/RegimeCommand.h"
 #include "app/SchemeEditor.h"
@@ -154,6 +155,10 @@ void MainWindow::BuildMenu()
                     [this] { plugin_->ShowLVNormativMethodInput(u"", 0); });
     QMenu* references = menuBar()->addMenu(QStringLiteral("Справочники"));
     references->addAction(QStringLiteral("Провода…"), this, &MainWindow::EditConductors);
+    references->addAction(QStringLiteral("Пользователи и права…"), this, [this] {
+        RightsDialog dialog(*database_->GetDefaultConnection(), this);
+        dialog.exec();
+    });
     QMenu* file = menuBar()->addMenu(QStringLiteral("Файл"));
     file->addAction(QStringLiteral("Выход"), this, &QWidget::close);
 }

@@ -1,9 +1,14 @@
 // A second user of one database: the owner gives a role and rights, and the user's session is limited to them.
 #include <gtest/gtest.h>
 
+#include <QComboBox>
 #include <QProcess>
+#include <QTableWidget>
 
+#include "app/RightsDialog.h"
+#include "host/Connection.h"
 #include "host/Database.h"
+#include "host/Roles.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -75,4 +80,44 @@ TEST(Users, TheOwnerGivesASecondUserAWorkingRightsLimitedSession)
         session.reset();
         saved.isEmpty() ? qunsetenv("ISC_USER") : qputenv("ISC_USER", saved);
     }
+}
+
+TEST(Users, TheOwnersDialogGivesAndTakesRolesAndRights)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewSchemaDatabase(folder));
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    const auto user = [&](const QString& name) {
+        for (const host::TUserInfo& u : host::ListUsers(c))
+            if (u.Name == name)
+                return QStringLiteral("%1 %2").arg(u.Roles.join(','), [&] {
+                    QStringList r;
+                    for (int n : u.Rights)
+                        r << QString::number(n);
+                    return r.join(',');
+                }());
+        return QStringLiteral("absent");
+    };
+    RightsDialog dialog(c);
+    QTableWidget* table = dialog.Table();
+    ASSERT_EQ(table->rowCount(), 1);  // the owner
+    EXPECT_EQ(table->item(0, 0)->text(), "SYSDBA");
+    EXPECT_EQ(table->item(0, 3)->checkState(), Qt::Checked);  // right 12
+
+    dialog.AddUser("ivanov");
+    const int row = table->rowCount() - 1;
+    qobject_cast<QComboBox*>(table->cellWidget(row, 1))->setCurrentText("writer");
+    table->item(row, 4)->setCheckState(Qt::Checked);  // right 13
+    ASSERT_TRUE(dialog.Save());
+    EXPECT_EQ(user("IVANOV"), "writer 13");
+    EXPECT_EQ(host::RoleOfUser(c, "ivanov"), "OZN3_WRITER");
+
+    // Down to a reader without the right; the owner's row untouched.
+    const int again = table->findItems("IVANOV", Qt::MatchExactly).first()->row();
+    qobject_cast<QComboBox*>(table->cellWidget(again, 1))->setCurrentText("reader");
+    table->item(again, 4)->setCheckState(Qt::Unchecked);
+    ASSERT_TRUE(dialog.Save());
+    EXPECT_EQ(user("IVANOV"), "reader ");
+    EXPECT_EQ(host::RoleOfUser(c, "ivanov"), "OZN3_READER");
+    EXPECT_EQ(user("SYSDBA"), " 12,13,14");
 }
