@@ -188,12 +188,18 @@ int DemoDb(const QStringList& args)
         err(error);
         return 2;
     }
-    // A new file is generated beside its place and moved there when complete, so that an interrupted run
-    // leaves no half-filled network for the next one (or `make demo`) to take as finished.
+    // A database file is filled beside its place (a copy of it, or a new one) and moved there when complete,
+    // so that an interrupted run leaves no half-filled network for the next one (or `make demo`) to take as
+    // finished. A server database is filled where it is.
     const bool newFile = !address.isServer() && !QFileInfo::exists(address.path);
-    const QString target = newFile ? db::PartialPath(address.path) : path;
-    if (newFile)
+    const bool aside = !address.isServer();
+    const QString target = aside ? db::PartialPath(address.path) : path;
+    if (aside)
         QFile::remove(target);
+    if (aside && !newFile && !QFile::copy(address.path, target)) {
+        err(QStringLiteral("Не удалось скопировать базу данных %1 в %2").arg(address.path, target));
+        return 1;
+    }
     if ((newFile || address.isServer()) && !db::CreateDatabase(target, error)) {
         err(error);
         return 1;
@@ -210,6 +216,10 @@ int DemoDb(const QStringList& args)
         q->Open();
         if (q->Value(0).toInt() > 0) {
             err(QStringLiteral("В базе данных %1 уже есть сеть; демонстрационные данные не добавлены").arg(path));
+            q.reset();
+            database.reset();
+            if (aside)
+                QFile::remove(target);
             return 1;
         }
     }
@@ -232,12 +242,13 @@ int DemoDb(const QStringList& args)
         bar.Finish();
         err(QStringLiteral("Ошибка при заполнении базы данных: %1").arg(e.Text()));
         database.reset();
-        if (newFile)
+        if (aside)
             QFile::remove(target);
         return 1;
     }
     database.reset();
-    if (newFile && !QFile::rename(target, address.path)) {
+    // rename() puts the whole file in place of the former one at once.
+    if (aside && std::rename(QFile::encodeName(target).constData(), QFile::encodeName(address.path).constData()) != 0) {
         err(QStringLiteral("Не удалось переместить базу данных %1 на место %2").arg(target, address.path));
         return 1;
     }

@@ -69,6 +69,25 @@ TEST(SetupSafety, AKilledInitDbLeavesNothingInPlaceAndTheNextOneWorks)
     EXPECT_EQ(Ozn3({"stats", "--db", db}).code, 0);
 }
 
+TEST(SetupSafety, AKilledDemoDbLeavesTheDatabaseAsItWas)
+{
+    TempFolder folder;
+    const QString db = folder.Path("demo.fdb");
+    ASSERT_EQ(Ozn3({"init-db", db}).code, 0);
+    QProcess p;
+    p.start(AppPath(), {"demo-db", db});
+    ASSERT_TRUE(p.waitForStarted());
+    while (p.state() == QProcess::Running && !QFileInfo::exists(db::PartialPath(db)))
+        QThread::usleep(500);
+    QThread::msleep(800);  // well into the generation
+    ASSERT_EQ(p.state(), QProcess::Running) << "the demo finished before it could be killed";
+    p.kill();
+    p.waitForFinished();
+    const Outcome stats = Ozn3({"stats", "--db", db});
+    ASSERT_EQ(stats.code, 0) << stats.err.toStdString();
+    EXPECT_TRUE(stats.out.contains("6 ТП: 0")) << stats.out.toStdString();
+}
+
 TEST(SetupSafety, LogsAndWorkbooksAreNeverWrittenOverADeviceOrAPipe)
 {
     TempFolder folder;
