@@ -239,8 +239,9 @@ create table "LVLines" ("GUID" integer not null primary key, "OwnerGUID" integer
   "ProvodNull" integer, "State" smallint, "Owner" smallint, "RES" integer);
 create index "LVLines_Owner" on "LVLines" ("OwnerGUID");
 
-/* Regime parameters of an LV feeder kept between calculations: "Regime" 0 mean loads, 1 maximum load;
-   "Level" 0 the current values, 1 the line's. */
+/* Regime parameters of an LV feeder kept between calculations, per interval ("SampleIdent"):
+   "Regime" 0 mean loads, 1 maximum load; "Level" 0 the current values, 1 the line's. A database of an
+   earlier version keyed them without the interval; SchemaUpgrade.cpp brings its key up to this one. */
 create table "LVCalcParams" ("GUID" integer not null, "Regime" integer not null, "Level" integer not null,
   "SampleIdent" integer, "SampleType" integer,
   "UA" double precision, "UB" double precision, "UC" double precision,
@@ -249,7 +250,8 @@ create table "LVCalcParams" ("GUID" integer not null, "Regime" integer not null,
   "IA" double precision, "IB" double precision, "IC" double precision,
   "Kdp" double precision, "Temperature" double precision, "T" double precision, "Wa" double precision,
   "Wa_bus" double precision, "Wa_tr" double precision, "Kzap" double precision, "sqrKfg" double precision,
-  "Tmax" double precision, "Tau" double precision, primary key ("GUID", "Regime", "Level"));
+  "Tmax" double precision, "Tau" double precision,
+  constraint "LVCalcParams_Key" unique ("GUID", "Regime", "Level", "SampleIdent"));
 
 /* Pairs of selected runs for one report, private to the connection. */
 create global temporary table "tmpGUIDs" ("ID" integer, "GUID" integer) on commit preserve rows;

@@ -100,6 +100,10 @@ bool TfrmCalcParamsPW::Prepare()
     connect(periods_, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (index < 0)
             return;
+        // Each interval has values of its own: the former interval's current values do not carry over,
+        // and an interval with none stored starts from its measurement.
+        if (HasStorage())
+            Params()->Values(TLVCalcLevel::Current) = TLVCalcValues();
         Params()->SetSamplePeriod(periods_->itemData(index).toInt());
         LoadStored();
         RefreshBoxes();

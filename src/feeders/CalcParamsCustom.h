@@ -56,6 +56,7 @@ protected:
     QComboBox* ModeBox() const { return mode_; }
     // Reads the stored parameters of the chosen period, when the dialog has storage.
     void LoadStored();
+    bool HasStorage() const { return static_cast<bool>(load_); }
     void SetModes(const QStringList& captions);
     void accept() override;
 

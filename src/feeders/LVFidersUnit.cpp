@@ -668,9 +668,7 @@ bool TLVFidersForm::AskToSave()
     if (host::dialogs().Message(host::AppCaption(), question, host::Icon::Question, host::Buttons::YesNo) ==
         host::mrYes)
         return SaveChanges();
-    RollbackToSaved();
-    repData_->Cancel();
-    save_->setEnabled(false);
+    CancelChanges();
     return true;
 }
 

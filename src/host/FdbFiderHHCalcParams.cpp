@@ -13,7 +13,9 @@ const char* const kColumns[] = {"UA",     "UB",    "UC",   "ImaxA",  "ImaxB", "I
                                 "Wa_bus", "Wa_tr", "Kzap", "sqrKfg", "Tmax",  "Tau"};
 static_assert(std::size(kColumns) == static_cast<size_t>(TParamField::Count));
 
-const char* kStored = R"(select * from "LVCalcParams" where "GUID"=:GUID and "Regime"=:Regime)";
+// The stored values are the feeder's for one regime and one interval: another interval's never stand in.
+const char* kStored =
+    R"(select * from "LVCalcParams" where "GUID"=:GUID and "Regime"=:Regime and "SampleIdent"=:SampleIdent)";
 const char* kLineSample = R"(select s."Wa", s."T", s."UA", s."UB", s."UC", s."IA", s."IB", s."IC", s."ImaxA",
     s."ImaxB", s."ImaxC", s."CosFiA", s."CosFiB", s."CosFiC", s."Kdp", s."Kzap", s."sqrKfg", s."Temperature"
     from "LVWSamples" s where s."SampleIdent"=:SampleIdent and s.GUID=:GUID)";
@@ -42,7 +44,7 @@ const char* kSave = R"(update or insert into "LVCalcParams" ("GUID", "Regime", "
     "Temperature", "T", "Wa", "Wa_bus", "Wa_tr", "Kzap", "sqrKfg", "Tmax", "Tau")
     values (:GUID, :Regime, :Level, :SampleIdent, :SampleType, :UA, :UB, :UC, :ImaxA, :ImaxB, :ImaxC, :CosFiA,
     :CosFiB, :CosFiC, :IA, :IB, :IC, :Kdp, :Temperature, :T, :Wa, :Wa_bus, :Wa_tr, :Kzap, :sqrKfg, :Tmax, :Tau)
-    matching ("GUID", "Regime", "Level"))";
+    matching ("GUID", "Regime", "Level", "SampleIdent"))";
 
 constexpr int RegimeMiddle = 0, RegimeMax = 1;
 }  // namespace
@@ -75,6 +77,7 @@ void load(ToznFDConnection& connection, TFiderHHCalcParams& params, int regime)
         auto q = connection.NewQuery();
         q->SetSQLText(QString::fromUtf8(kStored));
         q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("Regime"), regime);
+        q->ParamByName(QStringLiteral("SampleIdent"), period);
         for (q->Open(); !q->Eof(); q->Next()) {
             const int level = q->Int(QStringLiteral("Level"));
             if (level == 0 || level == 1) {

@@ -141,9 +141,12 @@ public:
 class ToznFDConnection;
 // The column of a value in "LVCalcParams" and in the measurement tables ("UA", "CosFiA", "sqrKfg", …).
 OZN3HOST_API QString ParamColumnName(TParamField field);
-// Regime parameters in the database: the stored current and line values of the feeder, the line's
-// measurement of the period ("LVWSamples"), the substation's given values ("LVWTPInfo", "WLoads") and
-// its calculated values (the sums over its LV feeders). Save keeps the current and line values.
+// Regime parameters in the database: the current and line values stored for the feeder, regime and
+// period ("LVCalcParams", one row per level and period), the line's measurement of the period
+// ("LVWSamples"), the substation's given values ("LVWTPInfo", "WLoads") and its calculated values (the
+// sums over its LV feeders). Stored line values stand for the measurement of their own period only; a
+// period without stored values shows its measurement. Save keeps the current and line values of the
+// period of the parameters.
 OZN3HOST_API void LoadWCalcParamsHH(ToznFDConnection& connection, TWCalcHHParams& params);
 OZN3HOST_API void SaveWCalcParamsHH(ToznFDConnection& connection, const TWCalcHHParams& params);
 OZN3HOST_API void LoadTmaxCalcParamsHH(ToznFDConnection& connection, TWCalcTmaxHHParams& params);

@@ -1,6 +1,8 @@
 #include "host/SchemaUpgrade.h"
 
+#include <QHash>
 #include <QSet>
+#include <QStringList>
 
 #include "host/Connection.h"
 
@@ -38,6 +40,52 @@ const AddedColumn kAdded[] = {
     {"LVPResultsL", "IN", "double precision"},
     {"LVPResultsL", "dQ", "double precision"},
 };
+
+// The regime parameters ("LVCalcParams") were first kept once per feeder, regime and level, under a primary
+// key of the three; they are kept per interval since, under the unique key "LVCalcParams_Key" that adds the
+// interval. The rows stay as they are: changing them here would leave former versions that the engine keeps
+// for transactions already running and checks a new not-null key against. A step interrupted is taken again
+// at the next opening: the former key goes first, the new one comes when it is missing.
+void upgradeCalcParamsKey(TFDQuery& q, ToznFDConnection& connection)
+{
+    QString formerKey;
+    bool exists = false, keyed = false;
+    GuardedRead(connection, [&] {
+        q.SetSQLText(QStringLiteral("select count(*) from rdb$relations where rdb$relation_name = 'LVCalcParams'"));
+        q.Open();
+        exists = q.Value(0).toInt() > 0;
+        q.Close();
+        q.SetSQLText(QStringLiteral(
+            "select trim(rc.rdb$constraint_name) as \"C\", trim(rc.rdb$constraint_type) as \"T\", "
+            "trim(s.rdb$field_name) as \"F\" from rdb$relation_constraints rc "
+            "join rdb$index_segments s on s.rdb$index_name = rc.rdb$index_name "
+            "where rc.rdb$relation_name = 'LVCalcParams' and rc.rdb$constraint_type in ('PRIMARY KEY', 'UNIQUE')"));
+        QHash<QString, QStringList> keys;
+        QHash<QString, QString> types;
+        for (q.Open(); !q.Eof(); q.Next()) {
+            keys[q.Str(QStringLiteral("C"))] << q.Str(QStringLiteral("F"));
+            types[q.Str(QStringLiteral("C"))] = q.Str(QStringLiteral("T"));
+        }
+        for (auto it = keys.cbegin(); it != keys.cend(); ++it) {
+            if (it.value().contains(QStringLiteral("SampleIdent")))
+                keyed = true;
+            else if (types.value(it.key()) == QLatin1String("PRIMARY KEY"))
+                formerKey = it.key();
+        }
+    });
+    if (!exists)
+        return;
+    // Metadata changes commit on their own.
+    if (!formerKey.isEmpty()) {
+        q.SetSQLText(QStringLiteral("alter table \"LVCalcParams\" drop constraint \"%1\"").arg(formerKey));
+        q.ExecSQL();
+    }
+    if (!keyed) {
+        q.SetSQLText(QStringLiteral("alter table \"LVCalcParams\" add constraint \"LVCalcParams_Key\" "
+                                    "unique (\"GUID\", \"Regime\", \"Level\", \"SampleIdent\")"));
+        q.ExecSQL();
+    }
+}
 }  // namespace
 
 int UpgradeSchema(ToznFDConnection& connection)
@@ -61,5 +109,6 @@ int UpgradeSchema(ToznFDConnection& connection)
         q->ExecSQL();
         ++added;
     }
+    upgradeCalcParamsKey(*q, connection);
     return added;
 }

@@ -5,6 +5,7 @@
 
 class ToznFDConnection;
 
-// Brings a database made by an earlier version up to the present tables: adds the columns it lacks,
-// keeping every row. Returns the number of columns added; raises EDatabaseError when it cannot.
+// Brings a database made by an earlier version up to the present tables: adds the columns it lacks and
+// keys the regime parameters by interval, keeping every row. Returns the number of columns added; raises
+// EDatabaseError when it cannot.
 OZN3HOST_API int UpgradeSchema(ToznFDConnection& connection);

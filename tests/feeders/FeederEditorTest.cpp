@@ -122,7 +122,7 @@ TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
     ASSERT_GT(form_->CurrentSample()->DP, 0);
     form_->ToggleMain();
     EXPECT_EQ(form_->CurrentSample()->IsMain, 1);
-    EXPECT_EQ(Db(mainRows), 0);  // the former main row was cleared in the database at once
+    EXPECT_EQ(Db(mainRows), 1);  // the database changes only when the edits are saved
     form_->SaveChanges();
     EXPECT_EQ(Db(mainRows), 1);
     EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
@@ -285,4 +285,166 @@ TEST_F(Editor, DoubleClickOnThePowerFactorEditsTheLoadKinds)
     QTest::mouseDClick(cos, Qt::LeftButton);
     EXPECT_EQ(dialogs_.Texts().last(), "Коэффициент мощности должен быть числом от 0 до 1: 1,5");
     EXPECT_DOUBLE_EQ(Db("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=1"), 0.97);
+}
+
+namespace {
+// The sample rows of the editor's feeder at a date.
+QString sampleAt(int lv, const QDate& date, const char* what)
+{
+    return QStringLiteral("select %1 from \"LVPResultsA\" where GUID=%2 and \"SampleDate\"='%3'")
+        .arg(QString::fromLatin1(what))
+        .arg(lv)
+        .arg(date.toString(Qt::ISODate));
+}
+// The year row ("LVPSamples") of a feeder for the year period of a date.
+QString yearRow(int lv, const QDate& date, const char* what)
+{
+    return QStringLiteral("select %1 from \"LVPSamples\" where GUID=%2 and \"SampleIdent\" in (select \"Ident\" "
+                          "from \"SamplesDates\" where \"Period\"=1 and \"SampleDate1\"='%3-01-01')")
+        .arg(QString::fromLatin1(what))
+        .arg(lv)
+        .arg(date.year());
+}
+}  // namespace
+
+TEST_F(Editor, AMainSampleIsWrittenOnlyBySavingAndCancelOrNoUndoIt)
+{
+    const int lv = form_->LVFider();
+    const QDate main = form_->CurrentDate();
+    ASSERT_EQ(form_->CurrentSample()->IsMain, 1);
+    ASSERT_EQ(Db(yearRow(lv, main, "count(*)")), 1);
+    const double mirrorU = Db(yearRow(lv, main, "\"UA\""));
+    // A second sample of the year, saved as an ordinary one.
+    const QDate other = main.addDays(-30);
+    ASSERT_EQ(other.year(), main.year());
+    CloseNextModal(QDialog::Accepted,
+                   [&](QDialog* d) { d->findChild<QCalendarWidget*>("Calendar")->setSelectedDate(other); });
+    form_->CopySample();
+    ASSERT_EQ(form_->CurrentDate(), other);
+    ASSERT_TRUE(form_->SaveChanges());
+    ASSERT_EQ(Db(sampleAt(lv, other, "\"IsMain\"")), 0);
+
+    auto stillAsSaved = [&](const char* when) {
+        SCOPED_TRACE(when);
+        EXPECT_EQ(Db(sampleAt(lv, main, "\"IsMain\"")), 1);
+        EXPECT_EQ(Db(sampleAt(lv, other, "\"IsMain\"")), 0);
+        EXPECT_EQ(Db(yearRow(lv, main, "count(*)")), 1);
+        EXPECT_DOUBLE_EQ(Db(yearRow(lv, main, "\"UA\"")), mirrorU);
+    };
+    // Marked as main: memory only.
+    form_->ToggleMain();
+    ASSERT_EQ(form_->CurrentSample()->IsMain, 1);
+    EXPECT_EQ(form_->Rep_Data()->FindSample(lv, main)->IsMain, 0);
+    stillAsSaved("marked");
+    // "Отмена": the former main sample again, in memory and in the database.
+    Button("btnCancel")->click();
+    stillAsSaved("cancelled");
+    EXPECT_EQ(form_->Rep_Data()->FindSample(lv, main)->IsMain, 1);
+    EXPECT_EQ(form_->Rep_Data()->FindSample(lv, other)->IsMain, 0);
+    EXPECT_FALSE(form_->Rep_Data()->Modified());
+    EXPECT_FALSE(Button("btnSave")->isEnabled());
+
+    // Marked again and the window closed with "No": nothing reaches the database, even once the host
+    // commits the editor's transaction.
+    form_->SelectDate(other);
+    ASSERT_EQ(form_->CurrentDate(), other);
+    form_->ToggleMain();
+    ASSERT_EQ(form_->CurrentSample()->IsMain, 1);
+    dialogs_.AnswerMessage(host::mrNo);
+    form_->close();
+    ASSERT_EQ(dialogs_.Texts().size(), 1);
+    EXPECT_EQ(dialogs_.Texts().last(), "Сохранить изменения за \"" + other.toString("dd.MM.yyyy") + "\"?");
+    stillAsSaved("answered no");
+    EXPECT_FALSE(form_->Rep_Data()->Modified());
+    c_->Commit();
+    stillAsSaved("committed");
+}
+
+TEST_F(Editor, TheYearMirrorFollowsTheMainSampleWhicheverOrderTheSamplesAreSaved)
+{
+    const int lv = form_->LVFider();
+    const QDate later = form_->CurrentDate();
+    ASSERT_EQ(form_->CurrentSample()->IsMain, 1);
+    const double laterI = Db(sampleAt(lv, later, "\"IA\""));
+    // An earlier sample of the same year with a current of its own.
+    const QDate earlier = later.addDays(-60);
+    ASSERT_EQ(earlier.year(), later.year());
+    CloseNextModal(QDialog::Accepted,
+                   [&](QDialog* d) { d->findChild<QCalendarWidget*>("Calendar")->setSelectedDate(earlier); });
+    form_->CopySample();
+    ASSERT_EQ(form_->CurrentDate(), earlier);
+    const double earlierI = qRound(laterI) + 17;
+    type(Box("EditIA"), QString::number(earlierI));
+    ASSERT_EQ(form_->LastResult().status, TLVFiderSampleCalc::Status::Done);
+    ASSERT_TRUE(form_->SaveChanges());
+    ASSERT_DOUBLE_EQ(Db(sampleAt(lv, earlier, "\"IA\"")), earlierI);
+
+    // Read again, the samples come in date order: the new main one is written before the former.
+    form_->CancelChanges();
+    form_->SelectDate(earlier);
+    ASSERT_EQ(form_->CurrentDate(), earlier);
+    form_->ToggleMain();
+    ASSERT_TRUE(form_->SaveChanges());
+    EXPECT_EQ(Db(sampleAt(lv, earlier, "\"IsMain\"")), 1);
+    EXPECT_EQ(Db(sampleAt(lv, later, "\"IsMain\"")), 0);
+    EXPECT_EQ(Db(yearRow(lv, earlier, "count(*)")), 1);
+    EXPECT_DOUBLE_EQ(Db(yearRow(lv, earlier, "\"IA\"")), earlierI);
+
+    // And back: the new main one is now written after the former.
+    form_->CancelChanges();
+    form_->SelectDate(later);
+    form_->ToggleMain();
+    ASSERT_TRUE(form_->SaveChanges());
+    EXPECT_EQ(Db(sampleAt(lv, later, "\"IsMain\"")), 1);
+    EXPECT_EQ(Db(sampleAt(lv, earlier, "\"IsMain\"")), 0);
+    EXPECT_EQ(Db(yearRow(lv, later, "count(*)")), 1);
+    EXPECT_DOUBLE_EQ(Db(yearRow(lv, later, "\"IA\"")), laterI);
+
+    // Deleting the main sample takes its year row, whatever is saved with it.
+    form_->SelectDate(later);
+    dialogs_.AnswerMessage(host::mrYes);
+    form_->DeleteSamples();
+    ASSERT_TRUE(form_->SaveChanges());
+    EXPECT_EQ(Db(sampleAt(lv, later, "count(*)")), 0);
+    EXPECT_EQ(Db(yearRow(lv, later, "count(*)")), 0);
+}
+
+TEST_F(Editor, ExitAsksTheSaveQuestionAsClosingDoes)
+{
+    const int lv = form_->LVFider();
+    const QDate date = form_->CurrentDate();
+    const double stored = Db(sampleAt(lv, date, "\"IA\""));
+    const double typed = qRound(stored) + 11;
+    const QString question = "Сохранить изменения за \"" + date.toString("dd.MM.yyyy") + "\"?";
+
+    // Nothing changed: no question.
+    Button("btnExit")->click();
+    EXPECT_TRUE(dialogs_.Calls().isEmpty());
+    EXPECT_EQ(form_->result(), QDialog::Accepted);
+
+    // "No": the edit is dropped.
+    form_->setResult(QDialog::Rejected);
+    type(Box("EditIA"), QString::number(typed));
+    ASSERT_TRUE(form_->Rep_Data()->Modified());
+    dialogs_.AnswerMessage(host::mrNo);
+    Button("btnExit")->click();
+    ASSERT_EQ(dialogs_.Calls().size(), 1);
+    EXPECT_EQ(dialogs_.Calls()[0].text, question);
+    EXPECT_EQ(dialogs_.Calls()[0].icon, host::Icon::Question);
+    EXPECT_EQ(dialogs_.Calls()[0].buttons, host::Buttons::YesNo);
+    EXPECT_EQ(form_->result(), QDialog::Accepted);
+    EXPECT_FALSE(form_->Rep_Data()->Modified());
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), stored);
+
+    // "Yes": the edit is saved and committed.
+    form_->setResult(QDialog::Rejected);
+    type(Box("EditIA"), QString::number(typed));
+    dialogs_.AnswerMessage(host::mrYes);
+    Button("btnExit")->click();
+    ASSERT_EQ(dialogs_.Calls().size(), 2);
+    EXPECT_EQ(dialogs_.Calls()[1].text, question);
+    EXPECT_EQ(form_->result(), QDialog::Accepted);
+    EXPECT_FALSE(form_->Rep_Data()->Modified());
+    c_->Rollback();  // whatever the host would drop: the save is committed already
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), typed);
 }

@@ -1,18 +1,25 @@
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMap>
+#include <QPushButton>
 #include <QTabBar>
 #include <cmath>
 
 #include "feeders/CalcParamsMax.h"
 #include "feeders/CalcParamsMiddle.h"
+#include "db/SchemaInstaller.h"
+#include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
+#include "host/SchemaUpgrade.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -194,4 +201,215 @@ TEST_F(Regime, SetCopiesLevels)
     EXPECT_EQ(form.Box("EditWa")->text(), "Расчет");  // by the head currents the energy is calculated
     form.findChild<QComboBox*>("ComboSampleType")->setCurrentIndex(1);
     EXPECT_EQ(form.Box("EditWa")->text(), FormatFloat("0.000", tpWa));
+}
+
+namespace {
+// Stored rows of the regime parameters of a feeder.
+QString storedRows(int lv, const QString& where = {})
+{
+    return QStringLiteral("select count(*) from \"LVCalcParams\" where GUID=%1 %2").arg(lv).arg(where);
+}
+// The keys (primary and unique) of the regime parameters: their columns in key order, one key a line.
+QStringList calcParamsKeys(ToznFDConnection& c)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText("select trim(rc.rdb$constraint_name) as \"C\", trim(s.rdb$field_name) as \"F\" "
+                  "from rdb$relation_constraints rc join rdb$index_segments s "
+                  "on s.rdb$index_name=rc.rdb$index_name where rc.rdb$relation_name='LVCalcParams' and "
+                  "rc.rdb$constraint_type in ('PRIMARY KEY', 'UNIQUE') order by 1, s.rdb$field_position");
+    QMap<QString, QStringList> keys;
+    for (q->Open(); !q->Eof(); q->Next())
+        keys[q->Str("C")] << q->Str("F");
+    QStringList lines;
+    for (const QStringList& key : keys)
+        lines << key.join(',');
+    return lines;
+}
+}  // namespace
+
+TEST_F(Regime, StoredValuesBelongToTheirIntervalAndOthersShowTheirMeasurements)
+{
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    // An earlier interval of the same feeder with a measured energy of its own.
+    auto q = c.NewQuery();
+    q->SetSQLText(QStringLiteral("select first 1 \"SampleIdent\", \"Wa\" from \"LVWSamples\" where GUID=%1 and "
+                                 "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc")
+                      .arg(lv_)
+                      .arg(period_)
+                      .arg(lineWa_));
+    q->Open();
+    ASSERT_FALSE(q->Eof());
+    const int earlier = q->Int("SampleIdent");
+    const double earlierWa = q->Float("Wa");
+    q->Close();
+
+    // The line's values kept for the latest interval.
+    TWCalcHHParams latest;
+    latest.SetFiderGUID(lv_);
+    latest.SetSamplePeriod(period_);
+    LoadWCalcParamsHH(c, latest);
+    latest.SetWa(500);
+    latest.SetKdp(1.2);
+    latest.CopyCurrentToLine();
+    SaveWCalcParamsHH(c, latest);
+    EXPECT_EQ(Scalar(c, storedRows(lv_, QStringLiteral("and \"SampleIdent\"=%1").arg(period_))), 2);
+
+    // The earlier interval has nothing stored: its measurement, on the line and as the current values.
+    TWCalcHHParams other;
+    other.SetFiderGUID(lv_);
+    other.SetSamplePeriod(earlier);
+    LoadWCalcParamsHH(c, other);
+    EXPECT_DOUBLE_EQ(other.Get(TParamField::Wa, TLVCalcLevel::Line), earlierWa);
+    EXPECT_DOUBLE_EQ(other.GetWa(), earlierWa);
+    EXPECT_FALSE(CompareFloat(other.Current().Kdp, 1.2) == 0);
+
+    // Kept for the earlier interval too: each interval has its own rows, the latest keeps its values.
+    other.SetWa(600);
+    other.CopyCurrentToLine();
+    SaveWCalcParamsHH(c, other);
+    EXPECT_EQ(Scalar(c, storedRows(lv_, "and \"Regime\"=0")), 4);
+    TWCalcHHParams back;
+    back.SetFiderGUID(lv_);
+    back.SetSamplePeriod(period_);
+    LoadWCalcParamsHH(c, back);
+    EXPECT_DOUBLE_EQ(back.GetWa(), 500);
+    EXPECT_DOUBLE_EQ(back.Get(TParamField::Wa, TLVCalcLevel::Line), 500);
+    EXPECT_DOUBLE_EQ(back.Current().Kdp, 1.2);
+    TWCalcHHParams backEarlier;
+    backEarlier.SetFiderGUID(lv_);
+    backEarlier.SetSamplePeriod(earlier);
+    LoadWCalcParamsHH(c, backEarlier);
+    EXPECT_DOUBLE_EQ(backEarlier.Get(TParamField::Wa, TLVCalcLevel::Line), 600);
+    EXPECT_DOUBLE_EQ(Scalar(c, QStringLiteral("select \"Wa\" from \"LVCalcParams\" where GUID=%1 and \"Regime\"=0 "
+                                              "and \"Level\"=1 and \"SampleIdent\"=%2")
+                                   .arg(lv_)
+                                   .arg(period_)),
+                     500);
+}
+
+TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
+{
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    const int earlier = static_cast<int>(
+        Scalar(c, QStringLiteral("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
+                                 "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc")
+                      .arg(lv_)
+                      .arg(period_)
+                      .arg(lineWa_)));
+    ASSERT_GT(earlier, 0);
+    const double earlierWa = Scalar(
+        c, QStringLiteral("select \"Wa\" from \"LVWSamples\" where GUID=%1 and \"SampleIdent\"=%2").arg(lv_).arg(earlier));
+    // Values kept for the latest interval.
+    {
+        TWCalcTmaxHHParams stored;
+        stored.SetFiderGUID(lv_);
+        stored.SetSamplePeriod(period_);
+        LoadTmaxCalcParamsHH(c, stored);
+        stored.SetWa(321);
+        stored.SetTmax(2900);
+        stored.CopyCurrentToLine();
+        SaveTmaxCalcParamsHH(c, stored);
+    }
+
+    TWCalcTmaxHHParams params;
+    params.SetFiderGUID(lv_);
+    params.SetSamplePeriod(period_);
+    params.SetSampleType(1);  // given loads: the energy is shown as a value
+    TfrmCalcParamsMax form;
+    form.SetParams(&params);
+    form.SetStorage([&] { LoadTmaxCalcParamsHH(c, params); }, [&] { SaveTmaxCalcParamsHH(c, params); });
+    ASSERT_TRUE(form.Prepare());
+    EXPECT_EQ(form.Box("EditWa")->text(), "321,000");
+    EXPECT_EQ(form.Box("EditTmax")->text(), "2900");
+    form.SetLevel(TLVCalcLevel::Line);
+    EXPECT_EQ(form.Box("EditWa")->text(), "321,000");
+
+    // Another interval: its measurement on both tabs, nothing of the latest one's.
+    QComboBox* periods = form.PeriodBox();
+    const int earlierIndex = periods->findData(earlier);
+    ASSERT_GE(earlierIndex, 0);
+    periods->setCurrentIndex(earlierIndex);
+    EXPECT_EQ(params.GetSamplePeriod(), earlier);
+    EXPECT_EQ(form.Box("EditWa")->text(), FormatFloat("0.000", earlierWa));
+    form.SetLevel(TLVCalcLevel::Current);
+    EXPECT_EQ(form.Box("EditWa")->text(), FormatFloat("0.000", earlierWa));
+    EXPECT_NE(form.Box("EditTmax")->text(), "2900");
+
+    // Kept with "Сохранить в базе данных" for the interval chosen only.
+    form.Box("EditWa")->setText("654");
+    emit form.Box("EditWa")->editingFinished();
+    form.findChild<QCheckBox*>("cbSaveDB")->setChecked(true);
+    form.findChild<QPushButton*>("btnOK")->click();
+    EXPECT_EQ(form.result(), QDialog::Accepted);
+    const QString wa = "select \"Wa\" from \"LVCalcParams\" where GUID=%1 and \"Regime\"=1 and \"Level\"=0 and "
+                       "\"SampleIdent\"=%2";
+    EXPECT_DOUBLE_EQ(Scalar(c, wa.arg(lv_).arg(earlier)), 654);
+    EXPECT_DOUBLE_EQ(Scalar(c, wa.arg(lv_).arg(period_)), 321);
+
+    // Back on the latest interval its own values return.
+    periods->setCurrentIndex(periods->findData(period_));
+    EXPECT_EQ(form.Box("EditWa")->text(), "321,000");
+    EXPECT_EQ(form.Box("EditTmax")->text(), "2900");
+}
+
+TEST(RegimeParamsUpgrade, AnOlderDatabaseKeysItsParametersByIntervalKeepingTheRows)
+{
+    TempFolder folder;
+    const QString path = folder.Path("old.fdb");
+    QFile script(QStringLiteral(OZN3_TEST_DATA "/db/data/Schema-2026-11-23.sql"));
+    ASSERT_TRUE(script.open(QIODevice::ReadOnly));
+    QString error;
+    ASSERT_TRUE(db::CreateDatabase(path, error, QString::fromUtf8(script.readAll()))) << error.toStdString();
+    {
+        // Rows as the former version kept them: one per feeder, regime and level, one without an interval.
+        ToznFDConnection old(nullptr, path, FirebirdUser(), FirebirdPassword());
+        ASSERT_EQ(calcParamsKeys(old), QStringList({"GUID,Regime,Level"}));
+        for (const char* sql :
+             {"insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+              "values (1, '2024г.', 1, '2024-01-01', '2025-01-01')",
+              "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+              "values (2, '2025г.', 1, '2025-01-01', '2026-01-01')",
+              "insert into \"LVCalcParams\" (guid, \"Regime\", \"Level\", \"SampleIdent\", \"SampleType\", \"Wa\") "
+              "values (10, 0, 0, 1, 0, 111)",
+              "insert into \"LVCalcParams\" (guid, \"Regime\", \"Level\", \"SampleIdent\", \"SampleType\", \"Wa\") "
+              "values (10, 0, 1, 1, 0, 112)",
+              "insert into \"LVCalcParams\" (guid, \"Regime\", \"Level\", \"SampleIdent\", \"SampleType\", \"Wa\") "
+              "values (10, 1, 0, null, 0, 113)"})
+            Exec(old, QString::fromUtf8(sql));
+    }
+    auto db = OpenDatabase(path);
+    ASSERT_TRUE(db);
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    const QStringList keys({"GUID,Regime,Level,SampleIdent"});
+    EXPECT_EQ(calcParamsKeys(c), keys);
+    // Every row as it was, the one without an interval too.
+    EXPECT_EQ(Scalar(c, storedRows(10)), 3);
+    EXPECT_EQ(Scalar(c, storedRows(10, "and \"SampleIdent\"=1 and \"Regime\"=0 and \"Level\"=0 and \"Wa\"=111")), 1);
+    EXPECT_EQ(Scalar(c, storedRows(10, "and \"SampleIdent\"=1 and \"Regime\"=0 and \"Level\"=1 and \"Wa\"=112")), 1);
+    EXPECT_EQ(Scalar(c, storedRows(10, "and \"SampleIdent\" is null and \"Regime\"=1 and \"Wa\"=113")), 1);
+    // As a new database has it.
+    auto fresh = OpenDatabase(NewSchemaDatabase(folder, "fresh.fdb"));
+    EXPECT_EQ(calcParamsKeys(*fresh->GetDefaultConnection()), keys);
+    // A second opening changes nothing.
+    UpgradeSchema(c);
+    EXPECT_EQ(calcParamsKeys(c), keys);
+    EXPECT_EQ(Scalar(c, storedRows(10)), 3);
+
+    // A second interval of the same feeder, regime and level is kept beside the first.
+    TWCalcHHParams params;
+    params.SetFiderGUID(10);
+    params.SetSamplePeriod(2);
+    LoadWCalcParamsHH(c, params);
+    EXPECT_TRUE(isEmptyFloat(params.GetWa()));  // the values of interval 1 do not stand in
+    params.SetWa(222);
+    c.StartTransaction(false);
+    SaveWCalcParamsHH(c, params);
+    c.Commit();
+    EXPECT_EQ(Scalar(c, storedRows(10, "and \"Regime\"=0")), 4);
+    TWCalcHHParams first;
+    first.SetFiderGUID(10);
+    first.SetSamplePeriod(1);
+    LoadWCalcParamsHH(c, first);
+    EXPECT_DOUBLE_EQ(first.GetWa(), 111);
+    EXPECT_DOUBLE_EQ(first.Get(TParamField::Wa, TLVCalcLevel::Line), 112);
 }
