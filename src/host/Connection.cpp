@@ -1,13 +1,17 @@
 #include "host/Connection.h"
 
+#include <ibase.h>
+
 #include <QAtomicInt>
 #include <QHash>
 #include <QRegularExpression>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlRecord>
 
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
+#include "host/StatementWatch.h"
 
 namespace {
 QString errorText(const QSqlError& error)
@@ -47,6 +51,7 @@ ToznFDConnection::ToznFDConnection(TfdbDatabase* database, const QString& databa
 
 ToznFDConnection::~ToznFDConnection()
 {
+    watch_.reset();  // before the attachment it would cancel goes
     if (db_.isOpen()) {
         if (inTransaction_)
             db_.rollback();
@@ -54,6 +59,33 @@ ToznFDConnection::~ToznFDConnection()
     }
     db_ = QSqlDatabase();
     QSqlDatabase::removeDatabase(name_);
+}
+
+void ToznFDConnection::SetLockTimeout(int milliseconds, std::function<bool()> stopRequested)
+{
+    lockTimeoutMs_ = std::max(0, milliseconds);
+    stopRequested_ = std::move(stopRequested);
+    if (!watch_ && (lockTimeoutMs_ > 0 || stopRequested_)) {
+        // The engine's handle of the attachment, for cancelling its statement from the watch's thread.
+        const QVariant handle = db_.driver()->handle();
+        // The driver hands it out as the engine's handle type (an unsigned integer).
+        const isc_db_handle attachment = handle.canConvert<isc_db_handle>() ? handle.value<isc_db_handle>() : 0;
+        watch_ = std::make_unique<TStatementWatch>([attachment]() {
+            isc_db_handle copy = attachment;
+            ISC_STATUS_ARRAY status{};
+            fb_cancel_operation(status, &copy, fb_cancel_raise);
+
+        });
+    }
+}
+
+bool IsConflict(const EDatabaseError& error)
+{
+    if (dynamic_cast<const ELockTimeout*>(&error))
+        return true;
+    const QString text = error.Text();
+    return text.contains(QLatin1String("update conflicts with concurrent update")) ||
+           text.contains(QLatin1String("deadlock")) || text.contains(QLatin1String("lock conflict"));
 }
 
 void ToznFDConnection::StartTransaction(bool /*readOnly*/)
@@ -162,8 +194,20 @@ void TFDQuery::Exec()
         query_.bindValue(it.key(), it.value());
     for (auto it = positional_.cbegin(); it != positional_.cend(); ++it)
         query_.bindValue(it.key(), it.value());
-    if (!query_.exec())
-        throw EDatabaseError(errorText(query_.lastError()));
+    TStatementWatch* watch = connection_.watch_.get();
+    if (watch)
+        watch->Arm(connection_.lockTimeoutMs_, connection_.stopRequested_);
+    const bool ok = query_.exec();
+    bool stopped = false;
+    const bool late = watch && watch->Disarm(stopped);
+    if (ok)
+        return;
+    if (stopped)
+        throw EStopped(QStringLiteral("Остановлено пользователем"));
+    if (late)
+        throw ELockTimeout(QStringLiteral("Данные заняты другим пользователем: ожидание дольше %1 с прервано")
+                               .arg(connection_.lockTimeoutMs_ / 1000.0));
+    throw EDatabaseError(errorText(query_.lastError()));
 }
 
 void TFDQuery::Open()

@@ -4,6 +4,7 @@
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -12,6 +13,7 @@
 class TfdbDatabase;
 class TFDQuery;
 class TFDStoredProc;
+class TStatementWatch;
 
 // A database error with the engine's text; it reaches the form that started the operation.
 class OZN3HOST_API EDatabaseError : public std::runtime_error {
@@ -19,6 +21,19 @@ public:
     explicit EDatabaseError(const QString& text) : std::runtime_error(text.toStdString()) {}
     QString Text() const { return QString::fromStdString(what()); }
 };
+// A statement that waited past the connection's lock timeout for data another user holds.
+class OZN3HOST_API ELockTimeout : public EDatabaseError {
+public:
+    using EDatabaseError::EDatabaseError;
+};
+// A statement the user stopped while it waited.
+class OZN3HOST_API EStopped : public EDatabaseError {
+public:
+    using EDatabaseError::EDatabaseError;
+};
+// Whether an error is one that a later attempt may not meet: another user's change of the same rows, a
+// deadlock, or a wait past the lock timeout.
+OZN3HOST_API bool IsConflict(const EDatabaseError& error);
 
 // The engine's text of a refused access in the users' words ("Нет прав на чтение таблицы «…»"), the
 // engine's own text kept after it; any other text as it is.
@@ -51,6 +66,12 @@ public:
     // Returns a connection made by TfdbDatabase::CreateConnection.
     void Release();
 
+    // Statements that wait longer than this (for a row another user holds) are cancelled and fail with
+    // ELockTimeout; 0 waits as long as it takes. `stopRequested`, when given, cancels a waiting statement
+    // as soon as it says so (Ctrl-C), failing with EStopped.
+    void SetLockTimeout(int milliseconds, std::function<bool()> stopRequested = {});
+    int LockTimeout() const { return lockTimeoutMs_; }
+
     QSqlDatabase& qt() { return db_; }
     // Changes whenever a transaction starts or ends; statements prepared before must be prepared again.
     int Generation() const { return generation_; }
@@ -62,6 +83,10 @@ private:
     QSqlDatabase db_;
     bool inTransaction_ = false;
     int generation_ = 0;
+    int lockTimeoutMs_ = 0;
+    std::function<bool()> stopRequested_;
+    std::unique_ptr<TStatementWatch> watch_;
+    friend class TFDQuery;
 };
 
 // A query on a connection: SQL text with named parameters, forward-only reading.

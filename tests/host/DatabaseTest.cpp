@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
+#include <atomic>
+#include <thread>
+
 #include <QFile>
 
 #include "host/InitOZN.h"
@@ -217,4 +221,56 @@ TEST(Database, AServerIsReachedOnlyWithCredentialsTheUserGave)
         qputenv("ISC_USER", user);
     if (!password.isEmpty())
         qputenv("ISC_PASSWORD", password);
+}
+
+TEST(Database, AWriteThatWaitsForAnotherUsersRowEndsAtTheLockTimeoutOrWhenStopped)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewSchemaDatabase(folder));
+    ToznFDConnection& a = *db->GetDefaultConnection();
+    Exec(a, "insert into \"Nodes\" (\"GUID\", \"Name\") values (1, 'ТП-1')");
+    auto b = db->NewConnection();
+    a.StartTransaction();
+    auto hold = a.NewQuery();
+    hold->SetSQLText("update \"Nodes\" set \"Name\"='ТП-1а' where \"GUID\"=1");
+    hold->ExecSQL();  // the other user's row, held by an open transaction
+
+    b->SetLockTimeout(700);
+    b->StartTransaction();
+    auto write = b->NewQuery();
+    write->SetSQLText("update \"Nodes\" set \"Name\"='ТП-1б' where \"GUID\"=1");
+    QElapsedTimer timer;
+    timer.start();
+    try {
+        write->ExecSQL();
+        ADD_FAILURE() << "the write did not wait for the held row";
+    } catch (const ELockTimeout& e) {
+        EXPECT_TRUE(IsConflict(e));
+        EXPECT_EQ(e.Text(), "Данные заняты другим пользователем: ожидание дольше 0.7 с прервано");
+    }
+    EXPECT_GE(timer.elapsed(), 600);
+    EXPECT_LT(timer.elapsed(), 5000);
+    b->Rollback();
+
+    // Without a limit, a stop asked for while waiting (Ctrl-C) ends the wait.
+    std::atomic<bool> stop{false};
+    b->SetLockTimeout(0, [&] { return stop.load(); });
+    b->StartTransaction();
+    std::thread press([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        stop = true;
+    });
+    timer.restart();
+    EXPECT_THROW(write->ExecSQL(), EStopped);
+    press.join();
+    EXPECT_LT(timer.elapsed(), 5000);
+    b->Rollback();
+
+    // Once the row is free, the same connection writes as usual.
+    a.Commit();
+    b->StartTransaction();
+    stop = false;
+    write->ExecSQL();
+    b->Commit();
+    EXPECT_EQ(Scalar(a, "select count(*) from \"Nodes\" where \"Name\"='ТП-1б'"), 1);
 }
