@@ -14,6 +14,7 @@
 #include <QTextStream>
 #include <QVBoxLayout>
 
+#include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/OutputFiles.h"
@@ -83,6 +84,46 @@ std::vector<ToznListItemCommon*> TCalcThread::BuildList()
     return list;
 }
 
+namespace {
+constexpr int kSaveAttempts = 3;
+
+void Run(ToznFDConnection& c, const char* sql)
+{
+    auto q = c.NewQuery();
+    q->SetSQLText(QString::fromLatin1(sql));
+    q->ExecSQL();
+}
+
+// Saves one element under a savepoint. Rows that another user changed or holds are tried again in a fresh
+// transaction (what is saved so far is committed first) a few times; then the element is left with the
+// reason and the batch goes on. Other errors end the batch as before.
+QString SaveElement(ToznFDConnection& c, const std::function<void()>& save, bool& stopped)
+{
+    stopped = false;
+    for (int attempt = 1;; ++attempt) {
+        Run(c, "savepoint \"Element\"");
+        try {
+            save();
+            Run(c, "release savepoint \"Element\" only");
+            return {};
+        } catch (const EStopped&) {
+            Run(c, "rollback to savepoint \"Element\"");
+            stopped = true;
+            return {};
+        } catch (const EDatabaseError& e) {
+            Run(c, "rollback to savepoint \"Element\"");
+            if (!IsConflict(e))
+                throw;
+            if (attempt == kSaveAttempts)
+                return QStringLiteral("Не сохранено: данные элемента изменяет другой пользователь (%1)").arg(e.Text());
+            c.Commit();
+            QThread::msleep(100 * attempt);
+            c.StartTransaction(false);
+        }
+    }
+}
+}  // namespace
+
 void TCalcThread::run()
 {
     QString error;
@@ -114,6 +155,7 @@ void TCalcThread::run()
                     e.Count(n);
             });
             connection = database_->NewConnection();
+            connection->SetLockTimeout(lockTimeoutMs_, [this] { return isInterruptionRequested(); });
             TLVNormativeStore store(*connection);
             store.Preload(period_);
             connection->StartTransaction(false);
@@ -125,9 +167,16 @@ void TCalcThread::run()
                 sample.Ident = item->GetIdent();
                 store.Load(sample, item->GetIdent(), period_);
                 const auto outcome = sample.Classify();
-                if (outcome == TLVNormativSample0::Outcome::Saved)
-                    store.Save(sample, period_.Ident);
-                lines.append({text, TLVNormativSample0::OutcomeMessage(outcome)});
+                QString message = TLVNormativSample0::OutcomeMessage(outcome);
+                if (outcome == TLVNormativSample0::Outcome::Saved) {
+                    bool stopped = false;
+                    const QString failure = SaveElement(*connection, [&] { store.Save(sample, period_.Ident); }, stopped);
+                    if (stopped)
+                        break;
+                    if (!failure.isEmpty())
+                        message = failure;
+                }
+                lines.append({text, message});
                 if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs)
                     postLines();
                 if (++processed_ % kCommitEvery == 0)

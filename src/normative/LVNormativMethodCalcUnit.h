@@ -40,6 +40,8 @@ public:
     // Items of the target level under the start item, in tree order (links taken as their nodes).
     std::vector<ToznListItemCommon*> BuildList();
     int Processed() const { return processed_; }
+    // How long a save waits for rows another user holds before it gives up on that element (and retries).
+    void SetLockTimeout(int milliseconds) { lockTimeoutMs_ = milliseconds; }
 
 protected:
     void run() override;
@@ -54,6 +56,7 @@ private:
     int startIdent_, levelCode_;
     TSamplePeriodInfo period_;
     int processed_ = 0;
+    int lockTimeoutMs_ = 5000;
 };
 
 // Progress of the batch: status, progress bar, the log of elements and the saving of the log.

@@ -27,7 +27,8 @@ struct BatchRun {
 };
 
 // Runs a batch to its end on the main thread's event loop; cancelAfter stops it after that many lines.
-BatchRun runBatch(TfdbDatabase& db, int start, int level, const TSamplePeriodInfo& period, int cancelAfter = -1)
+BatchRun runBatch(TfdbDatabase& db, int start, int level, const TSamplePeriodInfo& period, int cancelAfter = -1,
+                  int lockTimeoutMs = 0)
 {
     BatchRun run;
     QObject context;
@@ -43,6 +44,8 @@ BatchRun runBatch(TfdbDatabase& db, int start, int level, const TSamplePeriodInf
         run.error = error;
     };
     TCalcThread t(&context, events, &db, db.GetTree(), start, level, period);
+    if (lockTimeoutMs > 0)
+        t.SetLockTimeout(lockTimeoutMs);
     thread = &t;
     t.start();
     if (cancelAfter == 0)
@@ -136,6 +139,38 @@ TEST_F(Batch, SavesWhatItCalculatesAndOverwritesOnRepeat)
     const BatchRun next = runBatch(*db_, root_, 7, nextYear);
     EXPECT_EQ(next.log.filter(" - Расчет не выполнен. Отсутствует отпуск в сеть").size(), size_t(before));
     EXPECT_EQ(Scalar(*c_, rows.arg(nextYear.Ident)), 0);
+}
+
+TEST_F(Batch, AnElementAnotherUserHoldsIsLeftWithItsReasonAndTheOthersAreSaved)
+{
+    const BatchRun first = runBatch(*db_, root_, 7, firstYear_);
+    ASSERT_TRUE(first.error.isEmpty());
+    const QString held = first.log.filter(" - Расчет выполнен").first();
+    const int guid = held.section(':', 0, 0).toInt();
+    // Another user changes that element's result and has not committed yet.
+    auto other = db_->NewConnection();
+    other->StartTransaction();
+    auto q = other->NewQuery();
+    q->SetSQLText(QStringLiteral("update \"LVWResultsB\" set \"Wa\"=\"Wa\" where guid=%1 and \"SampleIdent\"=%2")
+                      .arg(guid)
+                      .arg(firstYear_.Ident));
+    q->ExecSQL();
+    ASSERT_EQ(q->RowsAffected(), 1);
+
+    QElapsedTimer timer;
+    timer.start();
+    const BatchRun run = runBatch(*db_, root_, 7, firstYear_, -1, 300);
+    EXPECT_LT(timer.elapsed(), 30000);  // three short waits, not forever
+    EXPECT_TRUE(run.error.isEmpty()) << run.error.toStdString();
+    ASSERT_EQ(run.log.size(), first.log.size());
+    for (int i = 0; i < run.log.size(); ++i)
+        if (first.log[i] == held)
+            EXPECT_TRUE(run.log[i].startsWith(held.section(" - ", 0, 0) +
+                                              " - Не сохранено: данные элемента изменяет другой пользователь"))
+                << run.log[i].toStdString();
+        else
+            EXPECT_EQ(run.log[i], first.log[i]);
+    other->Rollback();
 }
 
 TEST_F(Batch, CancelledRunKeepsWhatWasSaved)
