@@ -116,6 +116,7 @@ int Regime(const QStringList& args)
         }
     };
     events.Cancelled = [] { return g_stop.load(); };
+    events.StopWaiting = [] { return g_stop.load(); };
     // Ctrl-C stops after the feeder being written; what is stored stays stored.
     g_stop = false;
     std::signal(SIGINT, onStop);

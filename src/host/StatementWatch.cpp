@@ -1,8 +1,10 @@
 #include "host/StatementWatch.h"
 
 namespace {
-// How often a statement without a limit looks whether the user asked to stop.
+// How often a running statement looks whether the user asked to stop, and how long it runs before a stop
+// ends it: a short statement (undoing a savepoint after an error) always finishes.
 constexpr auto kStopPoll = std::chrono::milliseconds(100);
+constexpr auto kStopGrace = std::chrono::milliseconds(500);
 }  // namespace
 
 TStatementWatch::~TStatementWatch()
@@ -23,7 +25,8 @@ void TStatementWatch::Arm(int limitMs, const std::function<bool()>& stopRequeste
         thread_ = std::thread([this] { Run(); });
     limitMs_ = limitMs;
     stop_ = stopRequested;
-    deadline_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
+    started_ = std::chrono::steady_clock::now();
+    deadline_ = started_ + std::chrono::milliseconds(limitMs);
     armed_ = true;
     timedOut_ = stopped_ = false;
     wake_.notify_all();
@@ -50,8 +53,9 @@ void TStatementWatch::Run()
         wake_.wait_until(lock, next);
         if (!armed_ || quit_)
             continue;
-        const bool late = limitMs_ > 0 && std::chrono::steady_clock::now() >= deadline_;
-        const bool stop = stop_ && stop_();
+        const auto now = std::chrono::steady_clock::now();
+        const bool late = limitMs_ > 0 && now >= deadline_;
+        const bool stop = now - started_ >= kStopGrace && stop_ && stop_();
         if (late || stop) {
             timedOut_ = late && !stop;
             stopped_ = stop;

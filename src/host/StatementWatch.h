@@ -1,6 +1,7 @@
 #pragma once
 // A watch over the statement a connection runs: when the statement waits longer than its limit (a row another
-// user holds), or the user asks to stop, the engine is told to cancel it, so that no job waits forever.
+// user holds), or the user asks to stop while it has run half a second, the engine is told to cancel it, so
+// that no job waits forever.
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -27,6 +28,6 @@ private:
     std::condition_variable wake_;
     std::thread thread_;
     bool armed_ = false, quit_ = false, timedOut_ = false, stopped_ = false;
-    std::chrono::steady_clock::time_point deadline_;
+    std::chrono::steady_clock::time_point started_, deadline_;
     int limitMs_ = 0;
 };

@@ -2,6 +2,8 @@
 // every demo feeder, and the upgrade of a database of the former version.
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -363,6 +365,40 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
                          .arg(guid)
                          .arg(year_)),
                   s.ident);
+}
+
+TEST_F(Regime, AFeederWhoseRunAnotherUserHoldsIsReportedAndTheOthersAreStored)
+{
+    const int feeder = SchemeFeeder();
+    const int tp =
+        static_cast<int>(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
+    ASSERT_GE(all.size(), 2);
+    ASSERT_EQ(Run(all, Request(TLoadMode::Loads)).Failure, QString());
+    // Another user changes the feeder's run and keeps the transaction open.
+    auto other = db_->NewConnection();
+    other->StartTransaction();
+    auto hold = other->NewQuery();
+    hold->SetSQLText(QStringLiteral("update \"LVResults\" set \"T\"=\"T\" where guid=%1 and \"SampleIdent\"=%2")
+                         .arg(feeder)
+                         .arg(year_));
+    hold->ExecSQL();
+    ASSERT_EQ(hold->RowsAffected(), 1);
+
+    QElapsedTimer timer;
+    timer.start();
+    QStringList problems;
+    std::map<int, Stored> stored;
+    const TRegimeBatchResult result = Run(all, Request(TLoadMode::Loads), &stored, &problems);
+    // The group waits once, the feeder once more on its own: then it is reported, not waited for forever.
+    EXPECT_LT(timer.elapsed(), 4 * kRegimeLockTimeoutMs);
+    EXPECT_TRUE(result.Failure.isEmpty()) << result.Failure.toStdString();
+    EXPECT_EQ(result.Refused, 1);
+    EXPECT_EQ(result.Calculated, all.size() - 1);
+    ASSERT_EQ(problems.size(), 1);
+    EXPECT_TRUE(problems[0].contains("Данные заняты другим пользователем")) << problems[0].toStdString();
+    EXPECT_FALSE(stored.count(feeder));
+    other->Rollback();
 }
 
 TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheEnd)

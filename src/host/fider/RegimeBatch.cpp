@@ -63,6 +63,7 @@ TRegimeBatchResult RunRegimeBatch(TfdbDatabase& database, const QList<int>& fide
     std::unique_ptr<ToznFDConnection> connection;
     try {
         connection = database.NewConnection();
+        connection->SetLockTimeout(kRegimeLockTimeoutMs, events.StopWaiting);
     } catch (const EDatabaseError& e) {
         TRegimeBatchResult result;
         result.Failure = e.Text();

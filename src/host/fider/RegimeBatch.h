@@ -25,7 +25,12 @@ struct OZN3HOST_API TRegimeBatchEvents {
     std::function<void(const TFiderJob& job, const TCalcWInfoHHCommon& run, int ident)> Stored;
     // Asked after every feeder: true stops the run; what is stored stays.
     std::function<bool()> Cancelled;
+    // Asked from another thread while a write waits for rows another user holds: true ends the wait.
+    std::function<bool()> StopWaiting;
 };
+
+// How long a feeder's write waits for rows another user holds before that feeder is reported unwritten.
+inline constexpr int kRegimeLockTimeoutMs = 5000;
 
 struct OZN3HOST_API TRegimeBatchResult {
     int Total = 0, Calculated = 0, Refused = 0;
