@@ -611,9 +611,21 @@ void TLVFidersForm::ToggleMain()
     save_->setEnabled(true);
 }
 
+namespace {
+constexpr int kSaveLockTimeoutMs = 5000;
+}
+
 bool TLVFidersForm::SaveChanges()
 {
     const bool own = !connection_.inTransaction();
+    // A save waits a few seconds at most for rows another user holds; the connection's own limit comes back after.
+    const int lockTimeout = connection_.LockTimeout();
+    connection_.SetLockTimeout(kSaveLockTimeoutMs);
+    struct Restore {
+        ToznFDConnection& c;
+        int ms;
+        ~Restore() { c.SetLockTimeout(ms); }
+    } restore{connection_, lockTimeout};
     try {
         if (own)
             connection_.StartTransaction(false);
@@ -633,7 +645,14 @@ bool TLVFidersForm::SaveChanges()
             }
         } catch (const std::exception&) {
         }
-        host::ShowWarning(QString::fromUtf8(e.what()));
+        const auto* database = dynamic_cast<const EDatabaseError*>(&e);
+        host::ShowWarning(database && IsConflict(*database)
+                              ? QStringLiteral("Данные линии изменил другой пользователь после того, как вы их открыли, "
+                                               "или изменяет сейчас. Ваши изменения не сохранены и ничего чужого не "
+                                               "перезаписано: нажмите «Отмена», чтобы перечитать данные, и внесите "
+                                               "изменения снова.\n\n%1")
+                                    .arg(database->Text())
+                              : QString::fromUtf8(e.what()));
         return false;
     }
     save_->setEnabled(false);
