@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <cstdio>
 
+#include "app/CliOutput.h"
 #include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
 #include "host/Database.h"
@@ -13,11 +14,6 @@
 #include "host/Tree.h"
 
 namespace cli {
-
-namespace {
-void out(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stdout); }
-void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
-}  // namespace
 
 QString HelpText()
 {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "app/CliJobs.h"
+#include "app/CliOutput.h"
 #include "host/Database.h"
 #include "host/OutputFiles.h"
 #include "host/Progress.h"
@@ -23,7 +24,6 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 void onInterrupt(int) { g_interrupted = true; }
 
-void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
 
 bool intOption(const QStringList& args, const QString& name, int& value)
 {

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "app/CliJobs.h"
+#include "app/CliOutput.h"
 #include "host/Database.h"
 #include "host/OutputFiles.h"
 #include "host/Progress.h"
@@ -19,7 +20,6 @@ namespace {
 std::atomic<bool> g_stop{false};
 void onStop(int) { g_stop = true; }
 
-void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
 
 const char* const kUsage = "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
                            "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";

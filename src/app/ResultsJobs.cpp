@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "app/CliJobs.h"
+#include "app/CliOutput.h"
 #include "host/Database.h"
 #include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
@@ -15,8 +16,6 @@
 namespace cli {
 
 namespace {
-void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
-
 void writeJson(const TPesResultsLV& node, const std::vector<const TLVResultColumn*>& columns)
 {
     QByteArray line =

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "app/CliJobs.h"
+#include "app/CliOutput.h"
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/scheme/ConductorCatalogue.h"
@@ -13,9 +14,6 @@
 namespace cli {
 
 namespace {
-void out(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stdout); }
-void err(const QString& text) { std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr); }
-
 const char* const kUsage =
     "Использование:\n"
     "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"

@@ -220,11 +220,7 @@ TEST_F(Regime, ModesReachTheMeasurementsAndStoredParametersComeFirst)
 TEST(RegimeUpgrade, ADatabaseOfTheFormerVersionOpensUpgradedWithEveryRow)
 {
     TempFolder folder;
-    const QString path = folder.Path("old.fdb");
-    QFile script(QStringLiteral(OZN3_TEST_DATA "/db/data/Schema-2026-11-23.sql"));
-    ASSERT_TRUE(script.open(QIODevice::ReadOnly));
-    QString error;
-    ASSERT_TRUE(db::CreateDatabase(path, error, QString::fromUtf8(script.readAll()))) << error.toStdString();
+    const QString path = NewFormerSchemaDatabase(folder);
     {
         // Rows as the former version wrote them: a feeder of one section with its conductor.
         ToznFDConnection old(nullptr, path, FirebirdUser(), FirebirdPassword());

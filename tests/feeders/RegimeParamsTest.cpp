@@ -355,11 +355,7 @@ TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
 TEST(RegimeParamsUpgrade, AnOlderDatabaseKeysItsParametersByIntervalKeepingTheRows)
 {
     TempFolder folder;
-    const QString path = folder.Path("old.fdb");
-    QFile script(QStringLiteral(OZN3_TEST_DATA "/db/data/Schema-2026-11-23.sql"));
-    ASSERT_TRUE(script.open(QIODevice::ReadOnly));
-    QString error;
-    ASSERT_TRUE(db::CreateDatabase(path, error, QString::fromUtf8(script.readAll()))) << error.toStdString();
+    const QString path = NewFormerSchemaDatabase(folder);
     {
         // Rows as the former version kept them: one per feeder, regime and level, one without an interval.
         ToznFDConnection old(nullptr, path, FirebirdUser(), FirebirdPassword());

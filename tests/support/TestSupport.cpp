@@ -62,6 +62,16 @@ QString NewDemoDatabase(const TempFolder& folder, const QString& name)
     return copyOf(makeTemplate(QStringLiteral("demo.fdb"), true), folder, name);
 }
 
+QString NewFormerSchemaDatabase(const TempFolder& folder, const QString& name)
+{
+    const QString path = folder.Path(name);
+    QFile script(QStringLiteral(OZN3_TEST_DATA "/db/data/Schema-2026-11-23.sql"));
+    EXPECT_TRUE(script.open(QIODevice::ReadOnly));
+    QString error;
+    EXPECT_TRUE(db::CreateDatabase(path, error, QString::fromUtf8(script.readAll()))) << error.toStdString();
+    return path;
+}
+
 std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path)
 {
     QString error;

@@ -32,6 +32,8 @@ private:
 QString NewSchemaDatabase(const TempFolder& folder, const QString& name = QStringLiteral("test.fdb"));
 // A new embedded database with the small demo network: a copy of one generated per test run.
 QString NewDemoDatabase(const TempFolder& folder, const QString& name = QStringLiteral("demo.fdb"));
+// A new embedded database made by the script of an earlier version (tests/db/data), to test upgrades.
+QString NewFormerSchemaDatabase(const TempFolder& folder, const QString& name = QStringLiteral("old.fdb"));
 // Opens a database or fails the test.
 std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path);
 
