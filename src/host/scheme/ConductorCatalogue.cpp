@@ -106,7 +106,9 @@ std::vector<TCatalogueRow> ReadConductorBook(const QString& file, std::vector<TB
             problems.push_back({sheet, 1, c + 1,
                                 QStringLiteral("ожидается заголовок «%1», а не «%2»")
                                     .arg(ConductorCaption(c), Text(book.Cell(0, 1, c + 1)))});
-    for (int r = 2; r <= book.RowCount(0); ++r) {
+    for (int r : book.RowNumbers(0)) {
+        if (r < 2)
+            continue;
         QStringList cells;
         for (int c = 0; c < PColumns; ++c)
             cells << Text(book.Cell(0, r, c + 1));

@@ -30,7 +30,9 @@ std::vector<TBookRow> ReadSheet(const TXlsxWorkbook& workbook, const QString& na
             problems.push_back({name, 1, c + 1,
                                 QStringLiteral("ожидается заголовок «%1», а не «%2»").arg(caption(c), found)});
     }
-    for (int r = 2; r <= workbook.RowCount(sheet); ++r) {
+    for (int r : workbook.RowNumbers(sheet)) {
+        if (r < 2)
+            continue;
         TBookRow row;
         row.Row = r;
         for (int c = 0; c < columns; ++c)
