@@ -25,7 +25,10 @@ struct Column {
     int number;
     QString caption;
     std::function<double&(R&)> field;
+    bool hours = false;  // a whole number of hours within a year, stored as an integer
 };
+// The hours of the longest year.
+constexpr double kYearHours = 8784;
 
 // The energy column holds the substation's own energy or the sum of a feeder's.
 double& energy(R& r) { return r.TypeRec == R::TP ? r.W : r.W_sum; }
@@ -43,7 +46,7 @@ const std::vector<Column>& energyColumns()
             c.push_back({12 + p, QStringLiteral("Imax%1, А").arg(ph), [p](R& r) -> double& { return r.Imax[p]; }});
             c.push_back({15 + p, QStringLiteral("cosφ%1, о.е.").arg(ph), [p](R& r) -> double& { return r.CosFi[p]; }});
         }
-        c.push_back({18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }});
+        c.push_back({18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, true});
         c.push_back({19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }});
         c.push_back({20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }});
         c.push_back({21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; }});
@@ -64,8 +67,8 @@ const std::vector<Column>& peakColumns()
             c.push_back({8 + p, QStringLiteral("I%1, А").arg(ph), [p](R& r) -> double& { return r.I[p]; }});
             c.push_back({11 + p, QStringLiteral("cosφ%1, о.е.").arg(ph), [p](R& r) -> double& { return r.CosFi[p]; }});
         }
-        c.push_back({14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }});
-        c.push_back({15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }});
+        c.push_back({14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, true});
+        c.push_back({15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, true});
         c.push_back({16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }});
         c.push_back({17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }});
         c.push_back({18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }});
@@ -143,10 +146,12 @@ double number(const QVariant& v)
     return ParseFloat(v.toString(), d) ? d : EmptyFloat();
 }
 
-// Hours and other whole numbers: NULL when not given.
+// Hours and other whole numbers: NULL when not given, or when too large for the column (never wrapped).
 QVariant whole(double value)
 {
-    return isEmptyFloat(value) ? QVariant() : QVariant(static_cast<int>(std::lround(value)));
+    if (isEmptyFloat(value) || !(std::fabs(value) < 2147483647.0))
+        return QVariant();
+    return QVariant(static_cast<int>(std::lround(value)));
 }
 
 void bindPhases(TFDQuery& q, const R& r, bool withMax)
@@ -521,6 +526,24 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
     const int sheet = book.SheetIndex(QStringLiteral("ТП и линии"));
     if (sheet < 0) {
         error = QStringLiteral("В книге %1 нет листа \"ТП и линии\"").arg(file);
+        return -1;
+    }
+    // Hours beyond a year (or beyond what an integer column holds) are refused before anything is taken
+    // from the workbook, each with its cell.
+    QStringList problems;
+    for (int row : book.RowNumbers(sheet)) {
+        if (row < FirstRow)
+            continue;
+        for (const Column& c : valueColumns(kind_)) {
+            const double v = number(book.Cell(sheet, row, c.number));
+            if (c.hours && !isEmptyFloat(v) && !(v >= 0 && v <= kYearHours))
+                problems << QStringLiteral("ячейка %1: «%2» = %3 — число часов от 0 до %4")
+                                .arg(GetNameCell(c.number, row), c.caption, QString::number(v, 'g', 17))
+                                .arg(kYearHours);
+        }
+    }
+    if (!problems.isEmpty()) {
+        error = QStringLiteral("Книга %1 не прочитана, данные не изменены:\n%2").arg(file, problems.mid(0, 20).join('\n'));
         return -1;
     }
     int changed = 0;

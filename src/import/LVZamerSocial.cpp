@@ -601,12 +601,27 @@ int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)
         return (isEmptyFloat(a) && isEmptyFloat(b)) ||
                (!isEmptyFloat(a) && !isEmptyFloat(b) && CompareFloat(a, b) == 0);
     };
+    // Hours beyond a year are refused before anything is taken from the workbook, each with its cell.
+    QStringList problems;
+    for (int row : book.RowNumbers(0)) {
+        const double t = row >= FirstRow ? number(row, cT) : EmptyFloat();
+        if (!isEmptyFloat(t) && !(t >= 0 && t <= 8784))
+            problems << QStringLiteral("ячейка %1: T = %2 — число часов от 0 до 8784")
+                            .arg(GetNameCell(cT, row), QString::number(t, 'g', 17));
+    }
+    if (!problems.isEmpty()) {
+        error = QStringLiteral("Книга %1 не прочитана, данные не изменены:\n%2").arg(file, problems.mid(0, 20).join('\n'));
+        return -1;
+    }
     int changed = 0;
     QHash<int, TNodeSocial*> byGuid;
     for (int i = 0; i < Count(); ++i)
         byGuid.insert(GetItem(i).GUID, &GetItem(i));
     for (int row = FirstRow; row <= book.RowCount(0); ++row) {
-        TNodeSocial* found = byGuid.value(static_cast<int>(number(row, cGuid)));
+        const double guid = number(row, cGuid);
+        if (isEmptyFloat(guid) || !(std::fabs(guid) < 2147483647.0))
+            continue;  // not a row of an element
+        TNodeSocial* found = byGuid.value(static_cast<int>(guid));
         if (!found)
             continue;
         TNodeSocial& n = *found;

@@ -163,6 +163,17 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     edited.GetItem(0).Data.dp = 0.5;
     const QString changed = folder_.Path("social2.xlsx");
     ASSERT_TRUE(edited.WriteWorkbook(changed, true, true, error));
+    // Hours beyond a year are refused with their cell, and nothing of that workbook is taken.
+    TNodeSocialHigh wrong;
+    wrong.Open(*c_, fider, 5, years_[0]);
+    wrong.GetItem(0).Data.T = 2000000000;
+    wrong.GetItem(0).Data.dp = 0.7;
+    const QString hours = folder_.Path("social3.xlsx");
+    ASSERT_TRUE(wrong.WriteWorkbook(hours, true, true, error));
+    EXPECT_EQ(high.ReadWorkbook(hours, error), -1);
+    EXPECT_TRUE(error.contains("ячейка G3: T = 2000000000 — число часов от 0 до 8784")) << error.toStdString();
+    EXPECT_FALSE(high.GetItem(0).Edited);
+
     EXPECT_EQ(high.ReadWorkbook(changed, error), 1);
     EXPECT_EQ(high.Save(*c_), 1);
     TDataAnaliz back;

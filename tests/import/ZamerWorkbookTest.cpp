@@ -117,6 +117,20 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     EXPECT_DOUBLE_EQ(rows[1].T, 100);
     EXPECT_TRUE(rows[0].EditRec);  // it carries values into the new interval
 
+    // Hours out of a year are refused with their cell, and nothing of the workbook is taken.
+    TLVZamerData wrong = data;
+    wrong.Records()[1].T = 1e12;
+    wrong.Records()[0].W = 77;
+    const QString hours = folder_.Path("w3.xlsx");
+    ASSERT_TRUE(wrong.WriteWorkbook(hours, error));
+    const double t = rows[1].T, w = rows[0].W;
+    EXPECT_EQ(data.ReadWorkbook(hours, error), -1);
+    EXPECT_TRUE(error.contains(QStringLiteral("ячейка R%1: «T, ч» = 1000000000000 — число часов от 0 до 8784")
+                                   .arg(TLVZamerData::FirstRow + 1)))
+        << error.toStdString();
+    EXPECT_DOUBLE_EQ(rows[1].T, t);
+    EXPECT_DOUBLE_EQ(rows[0].W, w);
+
     TXlsxWorkbook book;
     EXPECT_TRUE(book.Open(changed, error));
     EXPECT_EQ(book.SheetNames(), QStringList({"ТП и линии"}));
