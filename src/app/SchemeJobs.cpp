@@ -69,6 +69,14 @@ std::unique_ptr<TfdbDatabase> Open(const QStringList& args)
     return database;
 }
 
+// Every problem of a refused workbook with its cell, then how many there were.
+void PrintRefusal(const std::vector<scheme::TBookProblem>& problems, const QString& what)
+{
+    for (const QString& p : scheme::ProblemTexts(problems))
+        err(p);
+    err(QStringLiteral("%1: ошибок %2; в базе ничего не изменено").arg(what).arg(problems.size()));
+}
+
 // The file of a workbook command, its database and, for a scheme, the substation and the interval; the
 // exit code when any of them is wrong.
 struct SchemeCommand {
@@ -106,9 +114,7 @@ int SchemeImport(const QStringList& args)
     if (problems.empty())
         scheme::TSchemeStore(*database->GetDefaultConnection()).Import(book, options, summary, problems);
     if (!problems.empty()) {
-        for (const QString& p : scheme::ProblemTexts(problems))
-            err(p);
-        err(QStringLiteral("Схема не загружена: ошибок %1; в базе ничего не изменено").arg(problems.size()));
+        PrintRefusal(problems, QStringLiteral("Схема не загружена"));
         if (!options.Replace && !scheme::TSchemeStore(*database->GetDefaultConnection()).FidersWithSchemes(book, node).isEmpty())
             err(QStringLiteral("Чтобы заменить схемы линий, которые уже есть в базе, добавьте --replace"));
         return 1;
@@ -146,9 +152,7 @@ int ConductorsImport(const QStringList& args)
     std::vector<scheme::TBookProblem> problems;
     const auto rows = scheme::ReadConductorBook(file, problems);
     if (!problems.empty()) {
-        for (const QString& p : scheme::ProblemTexts(problems))
-            err(p);
-        err(QStringLiteral("Справочник проводов не загружен: ошибок %1; в базе ничего не изменено").arg(problems.size()));
+        PrintRefusal(problems, QStringLiteral("Справочник проводов не загружен"));
         return 1;
     }
     int added = 0, updated = 0;

@@ -169,3 +169,33 @@ template <class F> auto GuardedRead(ToznFDConnection& connection, F&& read)
         throw;
     }
 }
+
+// Runs a change in the connection's transaction, or in one of its own that is committed when the change
+// succeeds and rolled back when it raises.
+template <class F> void GuardedWrite(ToznFDConnection& connection, F&& change)
+{
+    const bool own = !connection.inTransaction();
+    if (own)
+        connection.StartTransaction(false);
+    try {
+        change();
+        if (own)
+            connection.Commit();
+    } catch (...) {
+        if (own && connection.inTransaction())
+            connection.Rollback();
+        throw;
+    }
+}
+
+// The same, a database error becoming `error` ("%1" in `what` is the engine's text): false then.
+template <class F> bool TryWrite(ToznFDConnection& connection, const QString& what, QString& error, F&& change)
+{
+    try {
+        GuardedWrite(connection, std::forward<F>(change));
+        return true;
+    } catch (const EDatabaseError& e) {
+        error = what.arg(e.Text());
+        return false;
+    }
+}

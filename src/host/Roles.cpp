@@ -42,24 +42,6 @@ QString RoleName(const QString& role, QString& error)
     return {};
 }
 
-template <class F> bool InTransaction(ToznFDConnection& c, QString& error, F&& change)
-{
-    const bool own = !c.inTransaction();
-    try {
-        if (own)
-            c.StartTransaction();
-        change();
-        if (own)
-            c.Commit();
-        return true;
-    } catch (const EDatabaseError& e) {
-        if (own && c.inTransaction())
-            c.Rollback();
-        error = e.Text();
-        return false;
-    }
-}
-
 void SetRight(ToznFDConnection& c, const QString& user, int right, bool granted)
 {
     auto q = c.NewQuery();
@@ -181,7 +163,7 @@ bool GrantUser(ToznFDConnection& c, const QString& user, const QString& role, co
             return false;
         }
     }
-    return InTransaction(c, error, [&] {
+    return TryWrite(c, QStringLiteral("%1"), error, [&] {
         if (!sqlRole.isEmpty())
             Exec(c, QStringLiteral("grant %1 to user %2").arg(sqlRole, Quoted(name)));
         for (int r : rights)
@@ -206,7 +188,7 @@ bool RevokeUser(ToznFDConnection& c, const QString& user, const QString& role, c
         for (const TAppRight& a : AppRights())
             taken << a.Number;
     const QSet<QString> held = HeldRoles(c, name);
-    return InTransaction(c, error, [&] {
+    return TryWrite(c, QStringLiteral("%1"), error, [&] {
         for (const QString& r : roles)
             if (held.contains(r))
                 Exec(c, QStringLiteral("revoke %1 from user %2").arg(r, Quoted(name)));

@@ -231,23 +231,6 @@ int NewIdent(ToznFDConnection& c)
     return q->Value(0).toInt();
 }
 
-// Runs a change of the catalogue in a transaction of its own; false with the engine's reason.
-template <class F> bool InTransaction(ToznFDConnection& c, QString& error, F&& change)
-{
-    c.StartTransaction();
-    try {
-        if (!change()) {
-            c.Rollback();
-            return false;
-        }
-        c.Commit();
-        return true;
-    } catch (const EDatabaseError& e) {
-        c.Rollback();
-        error = QStringLiteral("Справочник проводов не сохранен: %1").arg(e.Text());
-        return false;
-    }
-}
 }  // namespace
 
 bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added, int& updated, QString& error)
@@ -255,7 +238,7 @@ bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added,
     added = updated = 0;
     const std::vector<TCatalogueRow> stored = Read();
     int a = 0, u = 0;
-    const bool ok = InTransaction(connection_, error, [&] {
+    const bool ok = TryWrite(connection_, QStringLiteral("Справочник проводов не сохранен: %1"), error, [&] {
         for (const TCatalogueRow& row : rows) {
             const auto same = std::find_if(stored.begin(), stored.end(), [&](const TCatalogueRow& s) { return SameConductor(s, row); });
             if (same != stored.end()) {
@@ -266,7 +249,6 @@ bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added,
                 ++a;
             }
         }
-        return true;
     });
     if (ok) {
         added = a;
@@ -306,7 +288,7 @@ bool TConductorStore::Save(const std::vector<TCatalogueRow>& rows, const QList<i
             return false;
         }
     }
-    return InTransaction(connection_, error, [&] {
+    return TryWrite(connection_, QStringLiteral("Справочник проводов не сохранен: %1"), error, [&] {
         for (int ident : deleted) {
             auto q = connection_.NewQuery();
             q->SetSQLText(S(kDelete));
@@ -315,7 +297,6 @@ bool TConductorStore::Save(const std::vector<TCatalogueRow>& rows, const QList<i
         }
         for (const TCatalogueRow& row : rows)
             Write(row, row.Ident ? row.Ident : NewIdent(connection_));
-        return true;
     });
 }
 

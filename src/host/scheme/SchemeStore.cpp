@@ -370,10 +370,7 @@ QStringList TSchemeStore::FidersWithSchemes(const TSchemeBook& book, int nodeGui
 
 bool TSchemeStore::ClearScheme(int fiderGuid, QString& error)
 {
-    bool started = false;
-    try {
-        connection_.StartTransaction();
-        started = true;
+    return TryWrite(connection_, QStringLiteral("Схема не удалена: %1"), error, [&] {
         auto q = connection_.NewQuery();
         for (const char* sql : kNodeDataOfFider) {
             q->SetSQLText(S(sql));
@@ -385,14 +382,7 @@ bool TSchemeStore::ClearScheme(int fiderGuid, QString& error)
             q->ParamByName(QStringLiteral("GUID"), fiderGuid);
             q->ExecSQL();
         }
-        connection_.Commit();
-        return true;
-    } catch (const EDatabaseError& e) {
-        if (started && connection_.inTransaction())
-            connection_.Rollback();
-        error = QStringLiteral("Схема не удалена: %1").arg(e.Text());
-        return false;
-    }
+    });
 }
 
 bool TSchemeStore::Export(int guid, int sampleIdent, TSchemeBook& book, QString& error)
