@@ -83,7 +83,7 @@ int Regime(const QStringList& args)
         return 1;
     }
 
-    // The log is written as the run goes, so that a stopped run keeps what it found.
+    // The log is written as the run goes, so that a stopped or killed run keeps what it saved and refused.
     host::TLogFile log;
     const QString logFile = Option(args, QStringLiteral("--log"));
     QString logError;
@@ -110,6 +110,7 @@ int Regime(const QStringList& args)
     };
     events.Stored = [&](const fider::TFiderJob& job, const fider::TCalcWInfoHHCommon& run, int ident) {
         bar.SetText(job.Fider.Name);
+        log.Line(fiderTitle(job) + QStringLiteral(" - Рассчитана и сохранена"));
         if (json) {
             const QByteArray line = fider::RegimeJson(job.Fider, run, ident) + '\n';
             std::fwrite(line.constData(), 1, line.size(), stdout);

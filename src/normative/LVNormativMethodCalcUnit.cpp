@@ -22,8 +22,9 @@
 #include "normative/LVNormativMethodDBUnit.h"
 
 namespace {
-constexpr int kCommitEvery = 2000;
-// Log lines travel to the main thread in small packets, at least ten times a second.
+// Log lines travel to the main thread in small packets, at least ten times a second. Each packet is
+// committed before it goes: a line that says an element is saved is never ahead of the database, even for
+// a run killed outright, and rows another user waits for are held a tenth of a second at most.
 constexpr int kLinesPerPost = 200;
 constexpr int kPostEveryMs = 100;
 }  // namespace
@@ -177,21 +178,23 @@ void TCalcThread::run()
                         message = failure;
                 }
                 lines.append({text, message});
-                if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs)
-                    postLines();
-                if (++processed_ % kCommitEvery == 0)
+                ++processed_;
+                if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs) {
                     connection->CommitRetaining();
+                    postLines();
+                }
             }
-            postLines();
             connection->Commit();
+            postLines();
         }
     } catch (const std::exception& e) {
         error = QString::fromUtf8(e.what());
-        // What was saved before the error is kept.
+        // What was saved before the error is kept; lines of a commit that failed are not posted as saved.
         try {
             if (connection && connection->inTransaction())
                 connection->Commit();
         } catch (const std::exception&) {
+            lines.clear();
         }
     }
     postLines();

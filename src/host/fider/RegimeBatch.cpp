@@ -129,6 +129,9 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
                 }
             }
             const QStringList errors = writer.Write();
+            // Committed before anything is reported stored: a log or a window never runs ahead of the
+            // database, even for a run killed outright, and the rows are not held from other users longer.
+            writer.Commit();
             int written = 0;
             for (size_t i = 0; i < count; ++i) {
                 const TFiderJob& job = jobs[first + i];
@@ -149,6 +152,9 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
                 if (events.Progress)
                     events.Progress(static_cast<int>(first + i + 1), result.Total);
             }
+            // A stop asked for while the chunk waited for another user's rows ends the run here.
+            if (events.Cancelled && events.Cancelled())
+                result.Cancelled = true;
         }
         if (next.valid())
             next.wait();

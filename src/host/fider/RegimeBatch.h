@@ -22,6 +22,7 @@ struct OZN3HOST_API TRegimeBatchEvents {
     std::function<void(const QString& text)> Stage;
     std::function<void(int done, int total)> Progress;
     std::function<void(const TFiderJob& job, const QStringList& problems)> Refused;
+    // Called once the feeder's run is committed.
     std::function<void(const TFiderJob& job, const TCalcWInfoHHCommon& run, int ident)> Stored;
     // Asked after every feeder: true stops the run; what is stored stays.
     std::function<bool()> Cancelled;

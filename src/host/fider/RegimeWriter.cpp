@@ -159,10 +159,20 @@ QStringList TRegimeWriter::Write()
         return errors;
     if (!TryGroup(group)) {
         // Something of the group was refused: each feeder is written on its own, so that only the one
-        // at fault stays unwritten.
+        // at fault stays unwritten. Rows another user changed or holds are tried again in a fresh
+        // transaction (what is written so far is committed first, which also frees what the other waits
+        // for); the fresh snapshot sees the other user's run, which then goes as a former one.
         for (size_t i = 0; i < group.size(); ++i)
-            if (!TryGroup({group[i]}))
-                errors[static_cast<int>(i)] = lastError_;
+            for (int attempt = 1;; ++attempt) {
+                if (TryGroup({group[i]}))
+                    break;
+                if (!lastConflict_ || attempt == kWriteAttempts) {
+                    errors[static_cast<int>(i)] = lastError_;
+                    break;
+                }
+                Commit();
+                withRuns_.insert(group[i].fider->Guid);
+            }
     }
     if (sinceCommit_ >= 20000)
         Commit();
@@ -179,6 +189,7 @@ bool TRegimeWriter::TryGroup(const std::vector<Pending>& group)
         return true;
     } catch (const EDatabaseError& e) {
         lastError_ = e.Text();
+        lastConflict_ = IsConflict(e) && !dynamic_cast<const EStopped*>(&e);
         ClearBuffers();
         undo_->ExecSQL();
         release_->ExecSQL();

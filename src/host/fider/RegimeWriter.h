@@ -41,6 +41,9 @@ private:
 // run replaces its former run of the interval and calculation type, or nothing changes for it.
 class OZN3HOST_API TRegimeWriter {
 public:
+    // Attempts at a feeder on its own when another user changed or holds its rows: the second one in a fresh
+    // transaction. Each may wait the connection's lock timeout.
+    static constexpr int kWriteAttempts = 2;
     TRegimeWriter(ToznFDConnection& connection, int sampleIdent, int calcType);
     ~TRegimeWriter();
     // Adds a feeder's run to the group to write; the objects stay alive until Write. Returns its "Ident".
@@ -71,6 +74,7 @@ private:
     std::unique_ptr<TFDQuery> reserve_, savepoint_, release_, undo_;
     std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_;
     QString lastError_;
+    bool lastConflict_ = false;  // the last error was another user's rows, worth another attempt
     std::vector<Pending> pending_;
     int nextIdent_ = 0, lastIdent_ = -1;
     int rows_ = 0, sinceCommit_ = 0;

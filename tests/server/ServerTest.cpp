@@ -1,0 +1,413 @@
+// A department on one Firebird server: the tests start their own (127.0.0.1, a free port, a security
+// database of their own) and work on it as several users at once.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QThread>
+
+#include "feeders/DataMod.h"
+#include "feeders/LVFidersUnit.h"
+#include "host/Connection.h"
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/Tree.h"
+#include "support/TestServer.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+class StopServerAtExit : public ::testing::Environment {
+public:
+    void TearDown() override { StopSharedServer(); }
+};
+const auto* const g_environment = ::testing::AddGlobalTestEnvironment(new StopServerAtExit);
+
+struct Outcome {
+    int code = -1;
+    QString out, err;
+};
+
+Outcome Finish(QProcess& p, int timeoutMs = 180000)
+{
+    EXPECT_TRUE(p.waitForFinished(timeoutMs)) << "still running";
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit) << p.readAllStandardError().toStdString();
+    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+}
+
+void Start(QProcess& p, const QStringList& args, const QProcessEnvironment& env)
+{
+    p.setProcessEnvironment(env);
+    p.start(AppPath(), args);
+    ASSERT_TRUE(p.waitForStarted()) << args.join(' ').toStdString();
+}
+
+Outcome Ozn3(const QStringList& args, const QProcessEnvironment& env)
+{
+    QProcess p;
+    Start(p, args, env);
+    return Finish(p);
+}
+
+QStringList Lines(const QString& path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(f.readAll()).split('\n', Qt::SkipEmptyParts);
+}
+
+class OnServer : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        server_ = SharedServer();
+        ASSERT_TRUE(server_);
+        admin_ = server_->Environment("SYSDBA", server_->AdminPassword());
+        SetServerCredentials("SYSDBA", server_->AdminPassword());
+    }
+    void TearDown() override { SetServerCredentials({}, {}); }
+    // The small demo network as a database of the server (a file of its own for each test).
+    QString DemoOnServer() { return server_->Address(NewDemoDatabase(folder_)); }
+
+    TestServer* server_ = nullptr;
+    QProcessEnvironment admin_;
+    TempFolder folder_;
+};
+}  // namespace
+
+TEST_F(OnServer, TheServerListensOnLoopbackOnlyAndAsksForAPassword)
+{
+    const QString db = server_->Address(folder_.Path("team.fdb"));
+    ASSERT_EQ(Ozn3({"init-db", db}, admin_).code, 0);
+    QProcessEnvironment nobody = admin_;
+    nobody.remove("ISC_USER");
+    nobody.remove("ISC_PASSWORD");
+    const Outcome bare = Ozn3({"stats", "--db", db}, nobody);
+    EXPECT_EQ(bare.code, 1);
+    EXPECT_TRUE(bare.err.contains("нужны имя пользователя и пароль")) << bare.err.toStdString();
+    const Outcome wrong = Ozn3({"stats", "--db", db}, server_->Environment("SYSDBA", "not-the-password"));
+    EXPECT_EQ(wrong.code, 1);
+    EXPECT_TRUE(wrong.err.contains("Не удалось открыть базу данных")) << wrong.err.toStdString();
+    // Reachable by the loopback address only.
+    QFile tcp("/proc/net/tcp");
+    ASSERT_TRUE(tcp.open(QIODevice::ReadOnly));
+    const QString port = QStringLiteral(":%1 ").arg(server_->Port(), 4, 16, QLatin1Char('0')).toUpper();
+    int listening = 0;
+    for (const QString& line : QString::fromLatin1(tcp.readAll()).split('\n'))
+        if (line.contains(port) && line.section(' ', 3, 3, QString::SectionSkipEmpty) == "0A") {
+            ++listening;
+            EXPECT_TRUE(line.section(' ', 1, 1, QString::SectionSkipEmpty).startsWith("0100007F:")) << line.toStdString();
+        }
+    EXPECT_EQ(listening, 1);
+}
+
+TEST_F(OnServer, InitDbThenGrantGivesASecondUserAWorkingRightsLimitedSession)
+{
+    const QString db = server_->Address(folder_.Path("team.fdb"));
+    ASSERT_EQ(Ozn3({"init-db", db}, admin_).code, 0);
+    EXPECT_EQ(Ozn3({"users", "--db", db}, admin_).out,
+              "SYSDBA: роли нет; права 12 (загрузка замеров W), 13 (загрузка замеров Tmax), 14 (загрузка обобщенных "
+              "данных)\n");
+    // The owner creates the server's user together with the grant.
+    const Outcome granted =
+        Ozn3({"users", "grant", "ivanov", "--db", db, "--role", "reader", "--right", "12", "--password", "Pass-1"}, admin_);
+    ASSERT_EQ(granted.code, 0) << granted.err.toStdString();
+    EXPECT_TRUE(granted.out.contains("IVANOV: роли reader; права 12 (загрузка замеров W)")) << granted.out.toStdString();
+
+    const QProcessEnvironment ivanov = server_->Environment("ivanov", "Pass-1");
+    const Outcome stats = Ozn3({"stats", "--db", db}, ivanov);
+    EXPECT_EQ(stats.code, 0) << stats.err.toStdString();
+    EXPECT_TRUE(stats.out.contains("7 Линии 0,4 кВ: 0"));
+    const Outcome write = Ozn3({"substation", "add", "--db", db, "--name", "ТП-1"}, ivanov);
+    EXPECT_EQ(write.code, 1);
+    EXPECT_TRUE(write.err.contains("Нет прав на")) << write.err.toStdString();
+    EXPECT_EQ(Ozn3({"stats", "--db", db}, server_->Environment("ivanov", "pass-1")).code, 1);  // passwords are exact
+
+    {
+        SetServerCredentials("ivanov", "Pass-1");
+        auto session = OpenDatabase(db);
+        ASSERT_TRUE(session);
+        EXPECT_EQ(session->Role(), "OZN3_READER");
+        EXPECT_TRUE(session->GetUserRights(12));
+        EXPECT_FALSE(session->GetUserRights(13));
+        SetServerCredentials("SYSDBA", server_->AdminPassword());
+    }
+
+    ASSERT_EQ(Ozn3({"users", "grant", "ivanov", "--db", db, "--role", "writer"}, admin_).code, 0);
+    const Outcome added = Ozn3({"substation", "add", "--db", db, "--name", "ТП-1"}, ivanov);
+    EXPECT_EQ(added.code, 0) << added.err.toStdString();
+    EXPECT_TRUE(Ozn3({"stats", "--db", db}, ivanov).out.contains("6 ТП: 1"));
+}
+
+TEST_F(OnServer, AReaderGetsAnswersFromEveryCommandAndMessagesWhereItWouldWrite)
+{
+    const QString db = DemoOnServer();
+    ASSERT_EQ(Ozn3({"users", "grant", "reader1", "--db", db, "--role", "reader", "--password", "r"}, admin_).code, 0);
+    const QProcessEnvironment reader = server_->Environment("reader1", "r");
+    const QString book = folder_.Path("book.xlsx");
+    const QString feeder = QString::number(
+        Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select min(guid) from \"Fiders\""));
+    struct Case {
+        QStringList args;
+        int code;
+        const char* says;  // in the output or the errors
+    };
+    const QList<Case> cases = {
+        {{"stats", "--db", db}, 0, "7 Линии 0,4 кВ:"},
+        {{"scheme", "export", "--db", db, "--node", "7", book}, 0, ""},
+        {{"conductors", "export", book, "--db", db}, 0, ""},
+        {{"regime", "--db", db, "--node", "1", "--sample", "1", "--middle"}, 1, "Нет прав на"},
+        {{"normative", "--db", db, "--node", "1", "--level", "7", "--period", "1"}, 1, "Нет прав на"},
+        {{"substation", "add", "--db", db, "--name", "ТП-9", "--owner", feeder}, 1, "Нет прав на"},
+        {{"users", "grant", "reader1", "--db", db, "--role", "writer"}, 1, ""},
+    };
+    for (const Case& c : cases) {
+        const Outcome o = Ozn3(c.args, reader);
+        EXPECT_EQ(o.code, c.code) << c.args.join(' ').toStdString() << "\n" << o.err.toStdString();
+        EXPECT_TRUE((o.out + o.err).contains(QString::fromUtf8(c.says))) << c.args.join(' ').toStdString() << "\n"
+                                                                          << (o.out + o.err).toStdString();
+    }
+}
+
+TEST_F(OnServer, TwoNormativeBatchesOnOverlappingSubtreesBothSaveEveryElement)
+{
+    const QString db = DemoOnServer();
+    int root = 0, district = 0, year = 0;
+    {
+        auto database = OpenDatabase(db);
+        ASSERT_TRUE(database);
+        ToznListItemCommon* top = database->GetTree()->GetItems(0);
+        root = top->GetIdent();
+        district = top->GetItems(0)->GetIdent();
+        year = static_cast<int>(Scalar(*database->GetDefaultConnection(),
+                                       "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    }
+    const QString wholeLog = folder_.Path("whole.log"), partLog = folder_.Path("part.log");
+    QProcess whole, part;
+    Start(whole, {"normative", "--db", db, "--node", QString::number(root), "--level", "7", "--period",
+                  QString::number(year), "--log", wholeLog},
+          admin_);
+    Start(part, {"normative", "--db", db, "--node", QString::number(district), "--level", "7", "--period",
+                 QString::number(year), "--log", partLog},
+          admin_);
+    const Outcome a = Finish(whole), b = Finish(part);
+    EXPECT_EQ(a.code, 0) << a.err.toStdString();
+    EXPECT_EQ(b.code, 0) << b.err.toStdString();
+    const QStringList wholeLines = Lines(wholeLog), partLines = Lines(partLog);
+    ASSERT_GT(partLines.size(), 10);
+    EXPECT_GT(wholeLines.size(), partLines.size());
+    EXPECT_TRUE(wholeLines.filter("Не сохранено").isEmpty()) << wholeLines.filter("Не сохранено").join('\n').toStdString();
+    EXPECT_TRUE(partLines.filter("Не сохранено").isEmpty()) << partLines.filter("Не сохранено").join('\n').toStdString();
+    // Every element of the district is in both logs with the same outcome, and stored once.
+    for (const QString& line : partLines)
+        EXPECT_TRUE(wholeLines.contains(line)) << line.toStdString();
+    auto database = OpenDatabase(db);
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    const int saved = static_cast<int>(wholeLines.filter(" - Расчет выполнен").size());
+    EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)), saved);
+    EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVWResultsB\" where \"SampleIdent\"=%1")
+                            .arg(year)),
+              saved);
+}
+
+TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
+{
+    const QString db = DemoOnServer();
+    auto database = OpenDatabase(db);
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    // A substation with several feeders that have schemes.
+    const int tp = static_cast<int>(Scalar(c, "select first 1 f.\"OwnerGUID\" from \"LVFiders\" f where exists "
+                                              "(select 1 from \"LVLines\" l where l.\"OwnerGUID\"=f.guid) group by "
+                                              "f.\"OwnerGUID\" having count(*) >= 3 order by 1"));
+    const QStringList run = {"regime", "--db", db, "--node", QString::number(tp), "--sample", QString::number(year), "--middle"};
+    const Outcome first = Ozn3(run, admin_);
+    ASSERT_EQ(first.code, 0) << first.err.toStdString();
+    const QString ofTp = QStringLiteral(" from \"LVResults\" r join \"LVFiders\" f on f.guid=r.guid where "
+                                        "f.\"OwnerGUID\"=%1 and r.\"SampleIdent\"=%2 ")
+                             .arg(tp)
+                             .arg(year);
+    const int feeders = static_cast<int>(Scalar(c, "select count(distinct r.guid)" + ofTp));
+    ASSERT_GE(feeders, 2);
+    EXPECT_EQ(Scalar(c, "select count(*)" + ofTp), feeders);  // one run each
+    const int held = static_cast<int>(Scalar(c, "select min(r.guid)" + ofTp));
+    const double former = Scalar(c, "select r.\"Ident\"" + ofTp + QStringLiteral("and r.guid=%1").arg(held));
+
+    // Another user changes that feeder's run and leaves the transaction open.
+    auto other = database->NewConnection();
+    other->StartTransaction(false);
+    Exec(*other, QStringLiteral("update \"LVResults\" set \"GUID\"=\"GUID\" where guid=%1 and \"SampleIdent\"=%2")
+                     .arg(held)
+                     .arg(year));
+
+    const QString log = folder_.Path("regime.log");
+    QElapsedTimer timer;
+    timer.start();
+    const Outcome second = Ozn3(run + QStringList{"--log", log}, admin_);
+    const qint64 waited = timer.elapsed();
+    EXPECT_EQ(second.code, 0) << second.err.toStdString();
+    EXPECT_TRUE(second.out.contains(QStringLiteral("отказано: 1 из %1").arg(feeders))) << second.out.toStdString();
+    EXPECT_GE(waited, 3 * 5000 - 1000);  // the group's wait, then the feeder's own two
+    EXPECT_LT(waited, 60000);
+    const QStringList lines = Lines(log);
+    EXPECT_EQ(lines.size(), feeders);
+    EXPECT_EQ(lines.filter(QStringLiteral("(%1) - Ошибка записи в базу данных").arg(held)).size(), 1)
+        << lines.join('\n').toStdString();
+    EXPECT_EQ(lines.filter(" - Рассчитана и сохранена").size(), feeders - 1);
+    // The held feeder keeps its former run; the others have new ones, one each.
+    EXPECT_EQ(Scalar(c, "select count(*)" + ofTp), feeders);
+    EXPECT_EQ(Scalar(c, "select r.\"Ident\"" + ofTp + QStringLiteral("and r.guid=%1").arg(held)), former);
+
+    // Ctrl-C while the batch waits for the held rows: it stops at once, not after the wait.
+    QProcess third;
+    Start(third, run, admin_);
+    QThread::msleep(2500);
+    ASSERT_EQ(third.state(), QProcess::Running);
+    timer.restart();
+    ::kill(static_cast<pid_t>(third.processId()), SIGINT);
+    const Outcome stopped = Finish(third, 30000);
+    EXPECT_LT(timer.elapsed(), 3000);
+    EXPECT_EQ(stopped.code, 130) << stopped.err.toStdString();
+    EXPECT_TRUE(stopped.err.contains("Расчет остановлен")) << stopped.err.toStdString();
+    other->Rollback();
+}
+
+TEST_F(OnServer, OfTwoEditorsOfOneSampleTheSecondSaveIsRefused)
+{
+    const QString db = DemoOnServer();
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    // Two users, each with a database session of their own, open the same substation.
+    auto first = OpenDatabase(db), second = OpenDatabase(db);
+    ToznFDConnection& c1 = *first->GetDefaultConnection();
+    ToznFDConnection& c2 = *second->GetDefaultConnection();
+    const int node = static_cast<int>(Scalar(c1, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                                                 "having count(*) >= 3 order by \"OwnerGUID\""));
+    auto open = [node](ToznFDConnection& c) {
+        c.StartTransaction(false);
+        auto form = std::make_unique<TLVFidersForm>(nullptr, c);
+        form->SetRepData(new TRep_Data(form.get(), c));
+        form->SetNode(node);
+        form->OpenFiders();
+        return form;
+    };
+    SetCurrentDatabase(first.get());
+    auto one = open(c1);
+    SetCurrentDatabase(second.get());
+    auto two = open(c2);
+    ASSERT_EQ(one->LVFider(), two->LVFider());
+    auto edit = [](TLVFidersForm& form, const QString& value) {
+        QLineEdit* box = form.Edit("EditIA");
+        box->setText(value);
+        emit box->textEdited(value);
+        form.findChild<QPushButton*>("btnSave")->click();
+    };
+    SetCurrentDatabase(first.get());
+    edit(*one, "111");
+    const QString stored = QStringLiteral("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'")
+                               .arg(one->LVFider())
+                               .arg(one->CurrentDate().toString(Qt::ISODate));
+    auto reader = first->NewConnection();
+    EXPECT_DOUBLE_EQ(Scalar(*reader, stored), 111);
+
+    SetCurrentDatabase(second.get());
+    dialogs.Clear();
+    QElapsedTimer timer;
+    timer.start();
+    edit(*two, "222");
+    EXPECT_LT(timer.elapsed(), 10000);
+    ASSERT_EQ(dialogs.Texts().size(), 1);
+    EXPECT_TRUE(dialogs.Texts()[0].startsWith("Данные линии изменил другой пользователь")) << dialogs.Texts()[0].toStdString();
+    auto later = first->NewConnection();
+    EXPECT_DOUBLE_EQ(Scalar(*later, stored), 111);
+    one.reset();
+    two.reset();
+    if (c1.inTransaction())
+        c1.Commit();
+    if (c2.inTransaction())
+        c2.Rollback();
+    SetCurrentDatabase(nullptr);
+}
+
+namespace {
+// Starts a batch and kills it outright once its log shows that something is saved; false when it ended first.
+bool KillWhenLogged(const QStringList& args, const QProcessEnvironment& env, const QString& log)
+{
+    QProcess p;
+    Start(p, args, env);
+    while (p.state() == QProcess::Running && Lines(log).isEmpty())
+        QThread::usleep(300);
+    if (p.state() != QProcess::Running)
+        return false;
+    p.kill();
+    p.waitForFinished();
+    return true;
+}
+}  // namespace
+
+TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStored)
+{
+    const QString db = DemoOnServer();
+    auto database = OpenDatabase(db);
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    const QString runs = QStringLiteral(" from \"LVResults\" r where r.\"SampleIdent\"=%1").arg(year);
+    const int before = static_cast<int>(Scalar(c, "select max(\"Ident\")" + runs));
+    const double feeders = Scalar(c, "select count(*)" + runs);
+    const double withoutNodes =
+        Scalar(c, "select count(*)" + runs + " and not exists (select 1 from \"LVPResultsN\" n where n.\"Ident\"=r.\"Ident\")");
+    ASSERT_GT(feeders, 100);
+
+    const QString log = folder_.Path("regime.log");
+    bool killed = false;
+    for (int attempt = 0; attempt < 5 && !killed; ++attempt) {
+        QFile::remove(log);
+        killed = KillWhenLogged({"regime", "--db", db, "--node", "1", "--sample", QString::number(year), "--middle",
+                                 "--log", log},
+                                admin_, log);
+    }
+    ASSERT_TRUE(killed) << "the regime batch always finished before it could be killed";
+    // Every feeder still has one whole run: the former or the new one, never both, never half of one.
+    EXPECT_GE(Scalar(c, "select count(*)" + runs), feeders);
+    EXPECT_EQ(Scalar(c, "select count(distinct r.guid)" + runs), Scalar(c, "select count(*)" + runs));
+    EXPECT_EQ(Scalar(c, "select count(*)" + runs +
+                            " and not exists (select 1 from \"LVPResultsN\" n where n.\"Ident\"=r.\"Ident\")"),
+              withoutNodes);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsN\" n where not exists (select 1 from \"LVResults\" r where "
+                        "r.\"Ident\"=n.\"Ident\")"),
+              0);
+    // What the log says is saved is stored.
+    const QStringList saved = Lines(log).filter(" - Рассчитана и сохранена");
+    EXPECT_LT(saved.size(), feeders);
+    for (const QString& line : saved) {
+        const QString guid = line.section(" - ", 0, 0).section('(', -1).chopped(1);
+        EXPECT_GT(Scalar(c, "select r.\"Ident\"" + runs + " and r.guid=" + guid), before) << line.toStdString();
+    }
+
+    // The normative batch: the elements it logs as calculated have their results, whatever it was doing when killed.
+    Exec(c, QStringLiteral("update \"LVWResultsB\" set \"deltaWa\"=null where \"SampleIdent\"=%1").arg(year));
+    const QString normativeLog = folder_.Path("normative.log");
+    killed = false;
+    for (int attempt = 0; attempt < 5 && !killed; ++attempt) {
+        QFile::remove(normativeLog);
+        killed = KillWhenLogged({"normative", "--db", db, "--node", "1", "--level", "7", "--period",
+                                 QString::number(year), "--log", normativeLog},
+                                admin_, normativeLog);
+    }
+    ASSERT_TRUE(killed) << "the normative batch always finished before it could be killed";
+    const QStringList calculated = Lines(normativeLog).filter(" - Расчет выполнен");
+    ASSERT_FALSE(calculated.isEmpty()) << Lines(normativeLog).join('\n').toStdString();
+    for (const QString& line : calculated)
+        EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and guid=%2 "
+                                               "and \"deltaWa\" is not null")
+                                .arg(year)
+                                .arg(line.section(':', 0, 0))),
+                  1)
+            << line.toStdString();
+}
