@@ -188,10 +188,15 @@ bool TLVNormativeStore::LoadFromMemory(S& sample, int guid)
     return false;
 }
 
-void TLVNormativeStore::Save(S& sample, int sampleIdent)
+bool TLVNormativeStore::SavesInputs(const S& sample) const
 {
     const bool edited = loaded_ != &sample || sample.ChangeCount() != cleanChanges_;
-    if (sample.Info == 0 || edited) {
+    return sample.Info == 0 || edited;
+}
+
+void TLVNormativeStore::Save(S& sample, int sampleIdent)
+{
+    if (SavesInputs(sample)) {
         if (sample.Info == 0) {
             TFDQuery& next = Prepared(nextIdent_, SharedSql::kNextLVFidersBIdent);
             next.Open();

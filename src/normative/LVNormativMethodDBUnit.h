@@ -25,6 +25,8 @@ public:
     // Stores the inputs (a new scheme key when the element has none, unless nothing changed since
     // loading) and the results of the period.
     void Save(TLVNormativSample0& sample, int sampleIdent);
+    // Whether Save writes the inputs as well as the results, i.e. more than one statement.
+    bool SavesInputs(const TLVNormativSample0& sample) const;
     void Delete(int guid, int sampleIdent);
 
     void LoadSections(int info, TAverageCrossSectionCommon& sections);

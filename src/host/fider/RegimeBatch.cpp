@@ -2,6 +2,7 @@
 
 #include <QElapsedTimer>
 #include <QSet>
+#include <deque>
 #include <future>
 
 #include "host/Database.h"
@@ -39,6 +40,7 @@ QList<int> LVFidersUnder(const TfdbTree& tree, int ident)
 
 namespace {
 using Runs = std::vector<TCalcWInfoHHCommon>;
+constexpr int kReportEveryMs = 1000;
 
 Runs calculate(const std::vector<TFiderJob>& jobs, size_t first, size_t last)
 {
@@ -108,11 +110,53 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
     std::future<Runs> next;
     if (!jobs.empty())
         next = launch(0);
+
+    // Feeders are reported (stored or refused) only once their rows are committed, so that a log or a window
+    // never runs ahead of the database, even for a run killed outright. A commit costs the statements their
+    // preparation, so it comes about once a second, which also bounds how long other users wait for rows.
+    struct Outcome {
+        size_t job;
+        const TCalcWInfoHHCommon* run;
+        int ident;
+        QString error;
+    };
+    std::deque<Runs> uncommittedRuns;  // kept alive until reported; a deque does not move its elements
+    std::vector<Outcome> unreported;
+    QElapsedTimer sinceCommit;
+    sinceCommit.start();
+    int reported = 0;
+    TRegimeWriter* writer = nullptr;
+    auto commitAndReport = [&] {
+        writer->Commit();
+        for (const Outcome& o : unreported) {
+            const TFiderJob& job = jobs[o.job];
+            if (!o.run->Ok()) {
+                ++result.Refused;
+                if (events.Refused)
+                    events.Refused(job, o.run->Problems);
+            } else if (!o.error.isEmpty()) {
+                ++result.Refused;
+                if (events.Refused)
+                    events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + o.error});
+            } else {
+                ++result.Calculated;
+                if (events.Stored)
+                    events.Stored(job, *o.run, o.ident);
+            }
+            if (events.Progress)
+                events.Progress(++reported, result.Total);
+        }
+        unreported.clear();
+        uncommittedRuns.clear();
+        sinceCommit.restart();
+    };
     try {
         connection.StartTransaction(false);
-        TRegimeWriter writer(connection, request.SampleIdent, request.CalcType);
+        TRegimeWriter chunkWriter(connection, request.SampleIdent, request.CalcType);
+        writer = &chunkWriter;
         for (size_t first = 0; first < jobs.size() && !result.Cancelled; first += kChunk) {
-            Runs runs = next.get();
+            uncommittedRuns.push_back(next.get());
+            const Runs& runs = uncommittedRuns.back();
             if (first + kChunk < jobs.size())
                 next = launch(first + kChunk);
             // The chunk's calculated feeders are written as one group; a stop asked for in the middle
@@ -121,44 +165,27 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
             size_t count = 0;
             for (; count < runs.size(); ++count) {
                 if (runs[count].Ok())
-                    idents[count] = writer.Add(jobs[first + count].Fider, runs[count]);
+                    idents[count] = writer->Add(jobs[first + count].Fider, runs[count]);
                 if (events.Cancelled && events.Cancelled()) {
                     result.Cancelled = true;
                     ++count;
                     break;
                 }
             }
-            const QStringList errors = writer.Write();
-            // Committed before anything is reported stored: a log or a window never runs ahead of the
-            // database, even for a run killed outright, and the rows are not held from other users longer.
-            writer.Commit();
+            const QStringList errors = writer->Write();
             int written = 0;
-            for (size_t i = 0; i < count; ++i) {
-                const TFiderJob& job = jobs[first + i];
-                const TCalcWInfoHHCommon& run = runs[i];
-                if (!run.Ok()) {
-                    ++result.Refused;
-                    if (events.Refused)
-                        events.Refused(job, run.Problems);
-                } else if (const QString error = errors.value(written++); !error.isEmpty()) {
-                    ++result.Refused;
-                    if (events.Refused)
-                        events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + error});
-                } else {
-                    ++result.Calculated;
-                    if (events.Stored)
-                        events.Stored(job, run, idents[i]);
-                }
-                if (events.Progress)
-                    events.Progress(static_cast<int>(first + i + 1), result.Total);
-            }
+            for (size_t i = 0; i < count; ++i)
+                unreported.push_back({first + i, &runs[i], idents[i], runs[i].Ok() ? errors.value(written++) : QString()});
             // A stop asked for while the chunk waited for another user's rows ends the run here.
             if (events.Cancelled && events.Cancelled())
                 result.Cancelled = true;
+            if (sinceCommit.elapsed() >= kReportEveryMs)
+                commitAndReport();
         }
         if (next.valid())
             next.wait();
-        result.Rows = writer.Rows();
+        commitAndReport();
+        result.Rows = writer->Rows();
         connection.Commit();
     } catch (const EDatabaseError& e) {
         if (next.valid())
