@@ -103,6 +103,9 @@ void runImport(const char16_t* AFileName, intptr_t AParam, int right, const QStr
             form->AddLog(QStringLiteral("step3.ShowModal (") + QString::fromUtf8(e.what()) + QLatin1Char(')'), 8, -1);
         }
         handBack(form, modalResult);
+    } catch (const EDatabaseError& e) {
+        // Before the form is up (the tree, the user's rights): the user is told, the host never sees it.
+        host::ShowWarning(e.Text());
     } catch (...) {
         // The host never sees an import's error; the form's log has it.
     }
