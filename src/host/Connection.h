@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVariant>
 #include <functional>
+#include <optional>
 #include <memory>
 #include <stdexcept>
 
@@ -71,6 +72,8 @@ public:
     // as soon as it says so (Ctrl-C), failing with EStopped.
     void SetLockTimeout(int milliseconds, std::function<bool()> stopRequested = {});
     int LockTimeout() const { return lockTimeoutMs_; }
+    // The limit alone, the stop request staying as it is.
+    void SetLockTimeoutOnly(int milliseconds) { SetLockTimeout(milliseconds, stopRequested_); }
 
     QSqlDatabase& qt() { return db_; }
     // Changes whenever a transaction starts or ends; statements prepared before must be prepared again.
@@ -170,11 +173,39 @@ template <class F> auto GuardedRead(ToznFDConnection& connection, F&& read)
     }
 }
 
+// How long a change waits for rows another user holds before it gives up with ELockTimeout.
+inline constexpr int kWriteLockTimeoutMs = 10000;
+
+// A lock timeout for a scope of changes on a connection that has none; the connection is as before after it.
+class TScopedLockTimeout {
+public:
+    TScopedLockTimeout(ToznFDConnection& connection, int milliseconds = kWriteLockTimeoutMs)
+        : connection_(connection), former_(connection.LockTimeout())
+    {
+        if (former_ == 0)
+            connection_.SetLockTimeoutOnly(milliseconds);
+    }
+    ~TScopedLockTimeout()
+    {
+        if (former_ == 0)
+            connection_.SetLockTimeoutOnly(0);
+    }
+    TScopedLockTimeout(const TScopedLockTimeout&) = delete;
+    TScopedLockTimeout& operator=(const TScopedLockTimeout&) = delete;
+
+private:
+    ToznFDConnection& connection_;
+    int former_;
+};
+
 // Runs a change in the connection's transaction, or in one of its own that is committed when the change
-// succeeds and rolled back when it raises.
+// succeeds and rolled back when it raises. A change of its own never waits forever for another user's rows.
 template <class F> void GuardedWrite(ToznFDConnection& connection, F&& change)
 {
     const bool own = !connection.inTransaction();
+    std::optional<TScopedLockTimeout> limit;
+    if (own)
+        limit.emplace(connection);
     if (own)
         connection.StartTransaction(false);
     try {

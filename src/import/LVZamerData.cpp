@@ -572,6 +572,7 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
 int TLVZamerData::Save(ToznFDConnection& connection)
 {
     int written = 0;
+    TScopedLockTimeout limit(connection);
     connection.StartTransaction(false);
     try {
         written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);

@@ -657,6 +657,7 @@ int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)
 int TNodeSocialHigh::Save(ToznFDConnection& connection)
 {
     int saved = 0;
+    TScopedLockTimeout limit(connection);
     connection.StartTransaction(false);
     try {
         for (int i = 0; i < Count(); ++i) {

@@ -411,3 +411,32 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
                   1)
             << line.toStdString();
 }
+
+TEST_F(OnServer, ASchemeImportWaitsAFewSecondsForRowsAnotherUserHoldsAndThenChangesNothing)
+{
+    const QString db = DemoOnServer();
+    auto database = OpenDatabase(db);
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    const int feeder = static_cast<int>(Scalar(c, "select min(\"OwnerGUID\") from \"LVLines\""));
+    const QString tp = QString::number(
+        Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const QString book = folder_.Path("scheme.xlsx");
+    ASSERT_EQ(Ozn3({"scheme", "export", "--db", db, "--node", tp, book}, admin_).code, 0);
+    const QString sections = QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(feeder);
+    const double stored = Scalar(c, sections);
+
+    auto other = database->NewConnection();
+    other->StartTransaction(false);
+    Exec(*other, QStringLiteral("update \"LVLines\" set \"OwnerGUID\"=\"OwnerGUID\" where \"OwnerGUID\"=%1").arg(feeder));
+    QElapsedTimer timer;
+    timer.start();
+    const Outcome held = Ozn3({"scheme", "import", book, "--db", db, "--node", tp, "--replace"}, admin_);
+    EXPECT_EQ(held.code, 1);
+    EXPECT_TRUE(held.err.contains("Данные заняты другим пользователем")) << held.err.toStdString();
+    EXPECT_GE(timer.elapsed(), 9000);
+    EXPECT_LT(timer.elapsed(), 40000);
+    other->Rollback();
+    EXPECT_EQ(Scalar(c, sections), stored);
+    const Outcome free = Ozn3({"scheme", "import", book, "--db", db, "--node", tp, "--replace"}, admin_);
+    EXPECT_EQ(free.code, 0) << free.err.toStdString();
+}

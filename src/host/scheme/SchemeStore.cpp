@@ -328,6 +328,7 @@ bool TSchemeStore::Import(const TSchemeBook& book, const TImportOptions& options
         summary.Warnings << QStringLiteral("Мощности, энергии и cos φ абонентов не сохранены: не указан интервал");
     Importer importer(connection_, options, summary);
     bool started = false;  // a transaction of the caller's is not ours to end
+    TScopedLockTimeout limit(connection_);
     try {
         connection_.StartTransaction();
         started = true;

@@ -64,6 +64,7 @@ int AddSubstation(ToznFDConnection& connection, const QString& name, int fider, 
         error = QStringLiteral("Не указано имя ТП");
         return 0;
     }
+    TScopedLockTimeout limit(connection);
     connection.StartTransaction();
     try {
         if (fider && !Scalar(connection, S(R"(select "GUID" from "Fiders" where "GUID"=:GUID)"), fider)) {
