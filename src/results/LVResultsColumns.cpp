@@ -3,6 +3,7 @@
 #include <QSet>
 
 #include "host/NumericHelpers.h"
+#include "results/LVBalance.h"
 #include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -11,15 +12,13 @@ using R = const TLVResultRecord&;
 const QString kValue = QStringLiteral("#,##0.000");
 const QString kShare = QStringLiteral("#,##0.00");
 
-double V(R r, int field, int variant) { return r.GetValue(field, variant); }
-double diff(double a, double b) { return isEmptyFloat(a) && isEmptyFloat(b) ? EmptyFloat() : AC_DifferenceFloat(a, b); }
-double sum(double a, double b) { return AC_SumFloat(a, b); }
-double pct(double a, double b) { return TLVResultCustom::Percent(a, b); }
+using namespace lvbalance;
+constexpr Measure kE = Measure::Energy, kP = Measure::Power;
+constexpr Part kR = Part::Reactive;
+constexpr Basis kGiven = Basis::Given, kCalc = Basis::Calculated;
 
-// The supply into the network: what came in less what went out (given or calculated).
-double outFact(R r, int in, int outField) { return diff(V(r, in, VariantTotal), V(r, outField, VariantTotal)); }
-// Actual imbalance on the utility's balance.
-double imbalance(R r, int in, int fact) { return diff(V(r, in, VariantOnBalance), V(r, fact, VariantOnBalance)); }
+double V(R r, int field, int variant) { return r.GetValue(field, variant); }
+double sum(double a, double b) { return AC_SumFloat(a, b); }
 
 // The power received by the whole balance over the head-section power by the measured phase values.
 double ksv(R r)
@@ -69,7 +68,7 @@ void phases(std::vector<TLVResultColumn>& c)
 
 // The losses of one kind ("a" active / "r" reactive) per balance, with the active share in per cent.
 void losses(std::vector<TLVResultColumn>& c, const QString& group, const QString& a, const QString& r,
-            const QString& unitA, const QString& unitR, int fieldA, int fieldR, int supplyIn, int supplyOut)
+            const QString& unitA, const QString& unitR, int fieldA, int fieldR, Measure m)
 {
     const std::pair<const char*, int> parts[] = {{"0", VariantOnBalance}, {"4", VariantOffBalance}, {"", VariantTotal}};
     const char* captions[] = {"на балансе", "не на балансе", "всего"};
@@ -80,7 +79,7 @@ void losses(std::vector<TLVResultColumn>& c, const QString& group, const QString
         c.push_back({a + suffix, caption + unitA, kValue, [=](R rec) { return V(rec, fieldA, variant); }});
         c.push_back({r + suffix, caption + unitR, kValue, [=](R rec) { return V(rec, fieldR, variant); }});
         c.push_back({a + suffix + "_P", caption + "%", kShare,
-                     [=](R rec) { return pct(V(rec, fieldA, variant), outFact(rec, supplyIn, supplyOut)); }});
+                     [=](R rec) { return ShareOfSupply(rec, m, V(rec, fieldA, variant)); }});
     }
 }
 }  // namespace
@@ -95,21 +94,21 @@ const std::vector<TLVResultColumn>& EnergyColumns()
         c.push_back({"Wr_gen", "Прием электроэнергии в сеть|тыс. квар·ч", kValue,
                      [](R r) { return V(r, bfWr_gen, VariantTotal); }});
         c.push_back({"WafactAll", "Отдача электроэнергии из сети|задано|тыс. кВт·ч", kValue,
-                     [](R r) { return V(r, bfWafakt, VariantTotal); }});
+                     [](R r) { return Outflow(r, kE, kGiven); }});
         c.push_back({"WrfactAll", "Отдача электроэнергии из сети|задано|тыс. квар·ч", kValue,
-                     [](R r) { return V(r, bfWrfakt, VariantTotal); }});
+                     [](R r) { return Outflow(r, kE, kGiven, kR); }});
         c.push_back({"WacalcAll", "Отдача электроэнергии из сети|расчет|тыс. кВт·ч", kValue,
-                     [](R r) { return V(r, bfWacalc, VariantTotal); }});
+                     [](R r) { return Outflow(r, kE, kCalc); }});
         c.push_back({"WrcalcAll", "Отдача электроэнергии из сети|расчет|тыс. квар·ч", kValue,
-                     [](R r) { return V(r, bfWrcalc, VariantTotal); }});
+                     [](R r) { return Outflow(r, kE, kCalc, kR); }});
         c.push_back({"WaoutAll", "Отпуск электроэнергии в сеть|задано|тыс. кВт·ч", kValue,
-                     [](R r) { return outFact(r, bfWa_gen, bfWafakt); }});
+                     [](R r) { return Supply(r, kE, kGiven); }});
         c.push_back({"WroutAll", "Отпуск электроэнергии в сеть|задано|тыс. квар·ч", kValue,
-                     [](R r) { return outFact(r, bfWr_gen, bfWrfakt); }});
+                     [](R r) { return Supply(r, kE, kGiven, kR); }});
         c.push_back({"WaoutCalcAll", "Отпуск электроэнергии в сеть|расчет|тыс. кВт·ч", kValue,
-                     [](R r) { return outFact(r, bfWa_gen, bfWacalc); }});
+                     [](R r) { return Supply(r, kE, kCalc); }});
         c.push_back({"WroutCalcAll", "Отпуск электроэнергии в сеть|расчет|тыс. квар·ч", kValue,
-                     [](R r) { return outFact(r, bfWr_gen, bfWrcalc); }});
+                     [](R r) { return Supply(r, kE, kCalc, kR); }});
         c.push_back({"T", "Расчетный период|часов", QStringLiteral("0"), [](R r) { return r.GetValueLVResult(rfT); }});
         c.push_back({"Kzap", "Коэффициент заполнения|о.е.", kValue, [](R r) { return r.Kzap(); }});
         c.push_back({"sqrKfg", "Квадрат коэффициента формы графика|о.е.", kValue,
@@ -119,29 +118,27 @@ const std::vector<TLVResultColumn>& EnergyColumns()
         c.push_back({"Temperature", "Температура|°С", kValue, [](R r) { return r.GetValueLVResult(rfTemperature); }});
         phases(c);
         losses(c, "Нагрузочные потери электроэнергии в линиях", "dWa", "dWr", "тыс. кВт·ч", "тыс. квар·ч", bfdWa, bfdWr,
-               bfWa_gen, bfWafakt);
+               kE);
         c.push_back({"WaCalc", "Полезный отпуск расчетный|тыс. кВт·ч", kValue,
-                     [](R r) { return V(r, bfWacalc, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kE, kCalc); }});
         c.push_back({"WrCalc", "Полезный отпуск расчетный|тыс. квар·ч", kValue,
-                     [](R r) { return V(r, bfWrcalc, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kE, kCalc, kR); }});
         c.push_back({"WaFact", "Полезный отпуск фактический|тыс. кВт·ч", kValue,
-                     [](R r) { return V(r, bfWafakt, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kE, kGiven); }});
         c.push_back({"WrFact", "Полезный отпуск фактический|тыс. квар·ч", kValue,
-                     [](R r) { return V(r, bfWrfakt, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kE, kGiven, kR); }});
         c.push_back(
-            {"dW", "Фактический небаланс|тыс. кВт·ч", kValue, [](R r) { return imbalance(r, bfWa_gen, bfWafakt); }});
+            {"dW", "Фактический небаланс|тыс. кВт·ч", kValue, [](R r) { return Imbalance(r, kE); }});
         c.push_back({"dW_P", "Фактический небаланс|%", kShare,
-                     [](R r) { return pct(imbalance(r, bfWa_gen, bfWafakt), V(r, bfWa_gen, VariantOnBalance)); }});
+                     [](R r) { return ShareOfSupply(r, kE, Imbalance(r, kE)); }});
         c.push_back(
-            {"dWdop", "Допустимый небаланс|тыс. кВт·ч", kValue, [](R r) { return r.GetValueLVResult(rfdWdop); }});
+            {"dWdop", "Допустимый небаланс|тыс. кВт·ч", kValue, [](R r) { return AllowedImbalance(r, kE); }});
         c.push_back({"dWdop_P", "Допустимый небаланс|%", kShare,
-                     [](R r) { return pct(r.GetValueLVResult(rfdWdop), V(r, bfWa_gen, VariantOnBalance)); }});
+                     [](R r) { return ShareOfSupply(r, kE, AllowedImbalance(r, kE)); }});
         c.push_back({"dWtech", "Объем нетехнических потерь электроэнергии|тыс. кВт·ч", kValue,
-                     [](R r) { return diff(imbalance(r, bfWa_gen, bfWafakt), V(r, bfdWa, VariantOnBalance)); }});
-        c.push_back({"dWtech_P", "Объем нетехнических потерь электроэнергии|%", kShare, [](R r) {
-                         return pct(diff(imbalance(r, bfWa_gen, bfWafakt), V(r, bfdWa, VariantOnBalance)),
-                                    V(r, bfWa_gen, VariantOnBalance));
-                     }});
+                     [](R r) { return NonTechnical(r, kE); }});
+        c.push_back({"dWtech_P", "Объем нетехнических потерь электроэнергии|%", kShare,
+                     [](R r) { return ShareOfSupply(r, kE, NonTechnical(r, kE)); }});
         abonents(c);
         return c;
     }();
@@ -159,45 +156,44 @@ const std::vector<TLVResultColumn>& PowerColumns()
                      [](R r) { return V(r, bfQgen, VariantTotal); }});
         // The energy unit on this power column is kept as the users know it.
         c.push_back({"PfactAll", "Отдача мощности из сети|задано|тыс. кВт·ч", kValue,
-                     [](R r) { return V(r, bfPfakt, VariantTotal); }});
+                     [](R r) { return Outflow(r, kP, kGiven); }});
         c.push_back({"QfactAll", "Отдача мощности из сети|задано|квар", kValue,
-                     [](R r) { return V(r, bfQfakt, VariantTotal); }});
+                     [](R r) { return Outflow(r, kP, kGiven, kR); }});
         c.push_back({"PcalcAll", "Отдача мощности из сети|расчет|кВт", kValue,
-                     [](R r) { return V(r, bfPcalc, VariantTotal); }});
+                     [](R r) { return Outflow(r, kP, kCalc); }});
         c.push_back({"QcalcAll", "Отдача мощности из сети|расчет|квар", kValue,
-                     [](R r) { return V(r, bfQcalc, VariantTotal); }});
+                     [](R r) { return Outflow(r, kP, kCalc, kR); }});
         c.push_back({"PoutFactAll", "Отпуск мощности в сеть|задано|кВт", kValue,
-                     [](R r) { return outFact(r, bfPgen, bfPfakt); }});
+                     [](R r) { return Supply(r, kP, kGiven); }});
         c.push_back({"QoutFactAll", "Отпуск мощности в сеть|задано|квар", kValue,
-                     [](R r) { return outFact(r, bfQgen, bfQfakt); }});
+                     [](R r) { return Supply(r, kP, kGiven, kR); }});
         c.push_back({"PoutCalcAll", "Отпуск мощности в сеть|расчет|кВт", kValue,
-                     [](R r) { return outFact(r, bfPgen, bfPcalc); }});
+                     [](R r) { return Supply(r, kP, kCalc); }});
         c.push_back({"QoutCalcAll", "Отпуск мощности в сеть|расчет|квар", kValue,
-                     [](R r) { return outFact(r, bfQgen, bfQcalc); }});
+                     [](R r) { return Supply(r, kP, kCalc, kR); }});
         c.push_back({"Temperature", "Температура|°С", kValue, [](R r) { return r.GetValueLVResult(rfTemperature); }});
         phases(c);
-        losses(c, "Нагрузочные потери мощности в линиях", "dP", "dQ", "кВт", "квар", bfdP, bfdQ, bfPgen, bfPfakt);
+        losses(c, "Нагрузочные потери мощности в линиях", "dP", "dQ", "кВт", "квар", bfdP, bfdQ, kP);
         c.push_back({"Pcalc", "Полезный отпуск мощности расчетный|кВт", kValue,
-                     [](R r) { return V(r, bfPcalc, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kP, kCalc); }});
         c.push_back({"Qcalc", "Полезный отпуск мощности расчетный|квар", kValue,
-                     [](R r) { return V(r, bfQcalc, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kP, kCalc, kR); }});
         c.push_back({"Pfact", "Полезный отпуск мощности фактический|кВт", kValue,
-                     [](R r) { return V(r, bfPfakt, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kP, kGiven); }});
         c.push_back({"Qfact", "Полезный отпуск мощности фактический|квар", kValue,
-                     [](R r) { return V(r, bfQfakt, VariantOnBalance); }});
+                     [](R r) { return Useful(r, kP, kGiven, kR); }});
         c.push_back(
-            {"dPfact", "Фактический небаланс мощности|кВт", kValue, [](R r) { return imbalance(r, bfPgen, bfPfakt); }});
+            {"dPfact", "Фактический небаланс мощности|кВт", kValue, [](R r) { return Imbalance(r, kP); }});
         c.push_back({"dPfact_P", "Фактический небаланс мощности|%", kShare,
-                     [](R r) { return pct(imbalance(r, bfPgen, bfPfakt), V(r, bfPgen, VariantOnBalance)); }});
+                     [](R r) { return ShareOfSupply(r, kP, Imbalance(r, kP)); }});
         c.push_back(
-            {"dPdop", "Допустимый небаланс мощности|кВт", kValue, [](R r) { return r.GetValueLVResult(rfdPdop); }});
+            {"dPdop", "Допустимый небаланс мощности|кВт", kValue, [](R r) { return AllowedImbalance(r, kP); }});
         c.push_back({"dPdop_P", "Допустимый небаланс мощности|%", kShare,
-                     [](R r) { return pct(r.GetValueLVResult(rfdPdop), V(r, bfPgen, VariantOnBalance)); }});
+                     [](R r) { return ShareOfSupply(r, kP, AllowedImbalance(r, kP)); }});
         c.push_back({"dPtech", "Объем нетехнических потерь мощности|кВт", kValue,
-                     [](R r) { return diff(imbalance(r, bfPgen, bfPfakt), V(r, bfdP, VariantOnBalance)); }});
+                     [](R r) { return NonTechnical(r, kP); }});
         c.push_back({"dPtech_P", "Объем нетехнических потерь мощности|%", kShare, [](R r) {
-                         return pct(diff(imbalance(r, bfPgen, bfPfakt), V(r, bfdP, VariantOnBalance)),
-                                    V(r, bfPgen, VariantOnBalance));
+                         return ShareOfSupply(r, kP, NonTechnical(r, kP));
                      }});
         abonents(c);
         return c;

@@ -2,6 +2,7 @@
 
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
+#include "results/LVBalance.h"
 #include "results/UnitLVResults.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -50,7 +51,7 @@ bool TfrmLVUndersupply::FillReport(QString& title, QStringList& captions, std::v
         rows.push_back({{node.Text(), 0, {}},
                         {sample.Name, 0, {}},
                         value(r.GetValue(bfWa_gen, VariantTotal)),
-                        value(r.GetValue(bfWafakt, VariantTotal)),
+                        value(lvbalance::Useful(r, lvbalance::Measure::Energy, lvbalance::Basis::Given)),
                         value(r.GetValue(bfdWa, VariantTotal)),
                         Cell{QString(), isEmptyFloat(abonents) ? 0.0 : abonents, kCount}});
     });

@@ -7,6 +7,7 @@
 
 #include "host/NumericHelpers.h"
 #include "host/XlsxFile.h"
+#include "results/LVBalance.h"
 #include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -71,6 +72,7 @@ public:
     void Write();
 
 private:
+    void NotApplicable(int at, const QString& number, const QString& label, const QString& kind, const QString& unit);
     int Row(int energyRow) const { return q_.energy || energyRow < 16 ? energyRow : energyRow - 5; }
     QString Cell(int column, int energyRow) const { return GetNameCell(column + 1, Row(energyRow)); }
     void Text(int energyRow, int column, const QString& text, lxw_format* format = nullptr);
@@ -274,52 +276,68 @@ void FiderSheet::BalanceTable()
         Text(at, 5, QStringLiteral("-"), text_);
         Ratio(at, 6, dividendRow, divisorRow, 6, 100);
     };
-    const int total = VariantTotal, on = VariantOnBalance, off = VariantOffBalance;
-    auto diff = [](Value a, Value b) { return Value([=](R r) { return minus(a(r), b(r)); }); };
-    auto sum = [](Value a, Value b) { return Value([=](R r) { return plus(a(r), b(r)); }); };
+    // Every value is the balance's own (LVBalance.h); the shares are formulas over the rows.
+    using namespace lvbalance;
+    const Measure m = q.energy ? Measure::Energy : Measure::Power;
+    const Basis G = Basis::Given, C = Basis::Calculated;
+    const Part A = Part::Active, Rr = Part::Reactive;
+    auto receipt = [m](Part p) { return Value([=](R r) { return Receipt(r, m, p); }); };
+    auto outflow = [m](Basis b, Part p) { return Value([=](R r) { return Outflow(r, m, b, p); }); };
+    auto outConsumption = [m](Basis b, Part p) { return Value([=](R r) { return OutflowConsumption(r, m, b, p); }); };
+    auto losses = [m](int variant, Part p) { return Value([=](R r) { return LoadLosses(r, m, variant, p); }); };
+    auto supply = [m](Basis b, Part p) { return Value([=](R r) { return Supply(r, m, b, p); }); };
+    auto useful = [m](Basis b, Part p) { return Value([=](R r) { return Useful(r, m, b, p); }); };
+    auto actual = [m](Part p) { return Value([=](R r) { return ActualLosses(r, m, p); }); };
+    const int on = VariantOnBalance, off = VariantOffBalance;
 
-    pair(28, "1", w(QStringLiteral("Прием %1 в сеть")), {}, v(q.gen, total), v(q.genR, total), false);
-    pair(30, "2", w(QStringLiteral("Отдача %1 из сети, всего")), given, v(q.fakt, total), v(q.faktR, total), true);
-    pair(32, {}, {}, calculated, v(q.calc, total), v(q.calcR, total), true);
-    // What leaves the network is used by consumers or lost in the networks off the utility's balance.
-    pair(34, "2.1", w(QStringLiteral("в том числе: расход %1")), given, diff(v(q.fakt, total), v(q.loss, off)),
-         diff(v(q.faktR, total), v(q.lossR, off)), true);
-    pair(36, {}, {}, calculated, diff(v(q.calc, total), v(q.loss, off)), diff(v(q.calcR, total), v(q.lossR, off)),
-         true);
-    pair(38, "2.2", w(QStringLiteral("технические потери %1")), calculated, v(q.loss, off), v(q.lossR, off), true);
-    pair(40, "3", w(QStringLiteral("Отпуск %1 в сеть")), given, diff(v(q.gen, total), v(q.fakt, total)),
-         diff(v(q.genR, total), v(q.faktR, total)), false);
-    pair(42, {}, {}, calculated, diff(v(q.gen, total), v(q.calc, total)), diff(v(q.genR, total), v(q.calcR, total)),
-         false);
+    pair(28, "1", w(QStringLiteral("Прием %1 в сеть")), {}, receipt(A), receipt(Rr), false);
+    // What leaves the network is used by the consumers behind other owners' parts or lost in those parts.
+    pair(30, "2", w(QStringLiteral("Отдача %1 из сети, всего")), given, outflow(G, A), outflow(G, Rr), true);
+    pair(32, {}, {}, calculated, outflow(C, A), outflow(C, Rr), true);
+    pair(34, "2.1", w(QStringLiteral("в том числе: расход %1")), given, outConsumption(G, A), outConsumption(G, Rr), true);
+    pair(36, {}, {}, calculated, outConsumption(C, A), outConsumption(C, Rr), true);
+    pair(38, "2.2", w(QStringLiteral("технические потери %1")), calculated, losses(off, A), losses(off, Rr), true);
+    pair(40, "3", w(QStringLiteral("Отпуск %1 в сеть")), given, supply(G, A), supply(G, Rr), false);
+    pair(42, {}, {}, calculated, supply(C, A), supply(C, Rr), false);
     pair(44, "4", w(QStringLiteral("Полезный отпуск %1 с учетом технических потерь на балансе потребителя, всего")),
-         given, sum(v(q.fakt, on), v(q.loss, off)), sum(v(q.faktR, on), v(q.lossR, off)), false);
-    pair(46, {}, {}, calculated, sum(v(q.calc, on), v(q.loss, off)), sum(v(q.calcR, on), v(q.lossR, off)), false);
-    pair(48, "4.1", w(QStringLiteral("в том числе: расход %1")), given, v(q.fakt, on), v(q.faktR, on), false);
-    pair(50, {}, {}, calculated, v(q.calc, on), v(q.calcR, on), false);
-    pair(52, "4.2", w(QStringLiteral("Технические потери %1")), calculated, v(q.loss, off), v(q.lossR, off), false);
-    const Value useful = sum(v(q.fakt, on), v(q.loss, off)), usefulR = sum(v(q.faktR, on), v(q.lossR, off));
-    pair(54, "5", w(QStringLiteral("Фактические потери %1")), {}, diff(v(q.gen, total), useful),
-         diff(v(q.genR, total), usefulR), false);
+         given, useful(G, A), useful(G, Rr), false);
+    pair(46, {}, {}, calculated, useful(C, A), useful(C, Rr), false);
+    pair(48, "4.1", w(QStringLiteral("в том числе: расход %1")), given, useful(G, A), useful(G, Rr), false);
+    pair(50, {}, {}, calculated, useful(C, A), useful(C, Rr), false);
+    // The consumers' own parts are given away (row 2): the useful supply carries no losses of theirs.
+    NotApplicable(52, "4.2", w(QStringLiteral("Технические потери %1")), calculated, q.unitA);
+    NotApplicable(53, {}, {}, calculated, q.unitR);
+    pair(54, "5", w(QStringLiteral("Фактические потери %1")), {}, actual(A), actual(Rr), false);
     share(56, ofSupply, 54, 40);
-    pair(57, "6", w(QStringLiteral("Технические потери %1, на балансе")), {}, v(q.loss, on), v(q.lossR, on), false);
+    pair(57, "6", w(QStringLiteral("Технические потери %1, на балансе")), {}, losses(on, A), losses(on, Rr), false);
     share(59, ofSupply, 57, 40);
     share(60, ofActual, 57, 54);
-    const Value imbalance = diff(v(q.gen, on), v(q.fakt, on));
-    row(61, "7", w(QStringLiteral("Фактический небаланс %1")), {}, q.unitA, imbalance, false);
+    row(61, "7", w(QStringLiteral("Фактический небаланс %1")), {}, q.unitA, [m](R r) { return Imbalance(r, m); }, false);
     share(62, ofSupply, 61, 40);
     share(63, ofActual, 61, 54);
-    const int allowed = q.allowed;
-    row(
-        64, "8", w(QStringLiteral("Допустимый небаланс %1")), {}, q.unitA,
-        [allowed](R r) { return r.GetValueLVResult(allowed); }, false);
+    row(64, "8", w(QStringLiteral("Допустимый небаланс %1")), {}, q.unitA, [m](R r) { return AllowedImbalance(r, m); },
+        false);
     share(65, ofSupply, 64, 40);
     share(66, ofActual, 64, 54);
     row(67, "9",
         q.energy ? QStringLiteral("Объем нетехнических потерь электроэнергии")
                  : QStringLiteral("Объем нетехнических потерь мощности"),
-        {}, q.unitA, diff(imbalance, v(q.loss, on)), false);
+        {}, q.unitA, [m](R r) { return NonTechnical(r, m); }, false);
     share(68, ofSupply, 67, 40);
     share(69, ofActual, 67, 54);
+}
+
+void FiderSheet::NotApplicable(int at, const QString& number, const QString& label, const QString& kind,
+                               const QString& unit)
+{
+    if (!number.isEmpty())
+        Text(at, 0, number, text_);
+    if (!label.isEmpty())
+        Text(at, 1, label, text_);
+    Text(at, 2, kind, text_);
+    Text(at, 3, unit, text_);
+    for (int c = 4; c <= 6; ++c)
+        Text(at, c, QStringLiteral("-"), text_);
 }
 
 void FiderSheet::LineTable()

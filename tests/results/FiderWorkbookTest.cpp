@@ -104,6 +104,24 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     // Отпуск (calculated) less nothing: row 42 is the received energy less the calculated output.
     EXPECT_NEAR(energy.number.value("G42"), received - energy.number.value("G32"), 1e-9);
 
+    // The balance adds up on both sheets: Прием = Отдача + Отпуск (given and calculated), Отдача = its consumption +
+    // its losses, Отпуск = Полезный отпуск + Фактические потери, небаланс = Фактические − технические на балансе.
+    for (const Sheet* s : {&energy, &power}) {
+        auto at = [&](int energyRow) {
+            const int row = s == &energy || energyRow < 16 ? energyRow : energyRow - 5;
+            return s->number.value(QStringLiteral("G%1").arg(row));
+        };
+        EXPECT_NEAR(at(28), at(30) + at(40), 1e-9 * at(28));
+        EXPECT_NEAR(at(28), at(32) + at(42), 1e-9 * at(28));
+        EXPECT_NEAR(at(30), at(34) + at(38), 1e-9 * at(28));
+        EXPECT_NEAR(at(40), at(44) + at(54), 1e-9 * at(28));
+        EXPECT_NEAR(at(61), at(54) - at(57), 1e-9 * at(28));
+        EXPECT_NEAR(at(56), at(54) / at(40) * 100, 1e-9);
+        EXPECT_GT(at(57), 0);
+        EXPECT_LT(at(59), 40);  // load losses, per cent of what went into the network
+    }
+    EXPECT_EQ(energy.text.value("G52"), "-");  // the useful supply carries no losses of other owners
+
     // Line table: labels after a no-break space, guarded shares with the template's addresses.
     EXPECT_EQ(energy.text.value("B74"), QString(QChar(0x00A0)) + "Потери активной электроэнергии в линиях");
     EXPECT_EQ(energy.formula.value("D101"), "IF(G42<>0,D74/G42*100,\"\")");
