@@ -44,7 +44,8 @@ TLVResultColumn unom()
     return {"Unom", "Номинальное напряжение|кВ", kValue, [](R r) { return r.Unom; }};
 }
 
-void phases(std::vector<TLVResultColumn>& c)
+// The head's phase values; the energy grid also shows the additional-loss factor after them.
+void phases(std::vector<TLVResultColumn>& c, bool withKdp)
 {
     const char* ph[] = {"A", "B", "C"};
     for (int p = 0; p < 3; ++p)
@@ -59,8 +60,9 @@ void phases(std::vector<TLVResultColumn>& c)
     for (int p = 0; p < 3; ++p)
         c.push_back({QStringLiteral("CosFi") + ph[p], QStringLiteral("Коэффициент мощности|Фаза%1|о.е.").arg(ph[p]),
                      kValue, [p](R r) { return r.GetValueLVResult(rfCosFiA + p); }});
-    c.push_back(
-        {"Kdp", "Коэффициент дополнительных потерь|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKdp); }});
+    if (withKdp)
+        c.push_back(
+            {"Kdp", "Коэффициент дополнительных потерь|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKdp); }});
     c.push_back({"dUmax", "Максимальные потери напряжения|%", kValue, [](R r) { return r.dUmax(); }});
     c.push_back({"Krazv", "Коэффициент разветвления|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKrazv); }});
     c.push_back({"Ksv", "Коэффициент Кн/м|о.е.", kValue, ksv});
@@ -116,7 +118,7 @@ const std::vector<TLVResultColumn>& EnergyColumns()
         c.push_back({"Tau", "Относительное число часов наибольших потерь|о.е.", kValue, [](R r) { return r.Tau(); }});
         c.push_back({"Tmax", "Время использования максимума нагрузки|часов", kValue, [](R r) { return r.Tmax(); }});
         c.push_back({"Temperature", "Температура|°С", kValue, [](R r) { return r.GetValueLVResult(rfTemperature); }});
-        phases(c);
+        phases(c, true);
         losses(c, "Нагрузочные потери электроэнергии в линиях", "dWa", "dWr", "тыс. кВт·ч", "тыс. квар·ч", bfdWa, bfdWr,
                kE);
         c.push_back({"WaCalc", "Полезный отпуск расчетный|тыс. кВт·ч", kValue,
@@ -172,7 +174,7 @@ const std::vector<TLVResultColumn>& PowerColumns()
         c.push_back({"QoutCalcAll", "Отпуск мощности в сеть|расчет|квар", kValue,
                      [](R r) { return Supply(r, kP, kCalc, kR); }});
         c.push_back({"Temperature", "Температура|°С", kValue, [](R r) { return r.GetValueLVResult(rfTemperature); }});
-        phases(c);
+        phases(c, false);
         losses(c, "Нагрузочные потери мощности в линиях", "dP", "dQ", "кВт", "квар", bfdP, bfdQ, kP);
         c.push_back({"Pcalc", "Полезный отпуск мощности расчетный|кВт", kValue,
                      [](R r) { return Useful(r, kP, kCalc); }});

@@ -86,8 +86,9 @@ double received(const TLVResultRecord& r, int kind, int field, double (*table)(c
         return EmptyFloat();
     if (kind == 1 || kind == 2)
         return table(r, kind, kind + 8);
-    // Kind 3 reads its own balance rows; kinds 4 and 5 read the whole balance.
-    return r.GetValue(field, kind == 3 ? 3 : VariantTotal);
+    // Kind 3 reads its own balance rows. Kinds 4 and 5 read the received power of the whole balance, the energy
+    // one included: that is the figure the coefficient Кн/м and the reports compare with.
+    return kind == 3 ? r.GetValue(field, 3) : r.GetValue(bfPgen, VariantTotal);
 }
 }  // namespace
 

@@ -51,6 +51,18 @@ TEST(ResultColumns, CaptionsAndFieldsOfTheGrids)
     for (const auto& c : e)
         fields << c.Field;
     EXPECT_EQ(fields, energy);
+    // The power table has 48 numbers after "Unom", the consumers' count last (no additional-loss factor).
+    const QStringList power{
+        "Unom",   "Pgen",    "Qgen",    "PfactAll", "QfactAll",   "PcalcAll",   "QcalcAll",  "PoutFactAll",
+        "QoutFactAll", "PoutCalcAll", "QoutCalcAll", "Temperature", "UA", "UB", "UC", "IA", "IB", "IC", "ImaxA",
+        "ImaxB", "ImaxC", "CosFiA", "CosFiB", "CosFiC", "dUmax", "Krazv", "Ksv", "dP0", "dQ0", "dP0_P", "dP4",
+        "dQ4", "dP4_P", "dP", "dQ", "dP_P", "Pcalc", "Qcalc", "Pfact", "Qfact", "dPfact", "dPfact_P", "dPdop",
+        "dPdop_P", "dPtech", "dPtech_P", "NAbonents0", "NAbonents4", "NAbonents"};
+    fields.clear();
+    for (const auto& c : p)
+        fields << c.Field;
+    EXPECT_EQ(fields, power);
+    EXPECT_EQ(power.size() - 1, 48);
     // The line columns: nine per base name, then the feeder columns.
     const auto& l = LineColumns();
     EXPECT_EQ(l.size(), 6u * 9 + 6);

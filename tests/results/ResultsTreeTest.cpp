@@ -239,7 +239,10 @@ TEST_F(Tree, NumberedValueTables)
     auto same = [](double a, double b) { return (std::isnan(a) && std::isnan(b)) || std::fabs(a - b) < 1e-9; };
     EXPECT_DOUBLE_EQ(ValuesW_Pes(r, 1), r.GetValue(bfWa_gen, VariantTotal));
     EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 1), r.GetValue(bfPgen, VariantTotal));
-    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 48), r.GetValue(bfNAbonents, VariantOffBalance));
+    // The last three numbers of the power table are the consumers on, off and on and off the balance.
+    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 46), r.GetValue(bfNAbonents, VariantOnBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 47), r.GetValue(bfNAbonents, VariantOffBalance));
+    EXPECT_DOUBLE_EQ(ValuesP_Pes(r, 48), r.GetValue(bfNAbonents, VariantTotal));
     EXPECT_TRUE(std::isnan(ValuesP_Pes(r, 49)));
     EXPECT_TRUE(std::isnan(ValuesW_Pes(r, 50)));  // 49 numbers unless the mode is 2
     EXPECT_DOUBLE_EQ(ValuesP_off(r, 7), ValuesP_Pes(r, 7));
@@ -280,7 +283,10 @@ TEST_F(Tree, ValuesOfOneBalanceKind)
     EXPECT_TRUE(std::isnan(deltaPgen(r, 0)));
     EXPECT_TRUE(std::isnan(deltaPgen(r, 6)));
     EXPECT_DOUBLE_EQ(deltaPgen(r, 5), r.GetValue(bfPgen, VariantTotal));
-    EXPECT_DOUBLE_EQ(deltaWgen(r, 4), r.GetValue(bfWa_gen, VariantTotal));  // kinds 4 and 5 read the whole balance
+    // Kinds 4 and 5 read the received power of the whole balance, for energy too.
+    EXPECT_DOUBLE_EQ(deltaWgen(r, 4), r.GetValue(bfPgen, VariantTotal));
+    EXPECT_DOUBLE_EQ(deltaWgen(r, 5), r.GetValue(bfPgen, VariantTotal));
+    EXPECT_NE(deltaWgen(r, 5), r.GetValue(bfWa_gen, VariantTotal));
     EXPECT_TRUE(std::isnan(deltaPgen(r, 1)));  // no ССО balance rows in the demo network
     const double i = r.Igu();
     EXPECT_NEAR(Rekv(r), r.GetValue(bfdP, VariantTotal) * 1000 / (3 * i * i), 1e-9);
