@@ -23,6 +23,16 @@ const char* const sDeleteResults =
     "or p.GUID=:GUID or r.GUID=:GUID or c.GUID=:GUID or s.GUID=:GUID or f.GUID=:GUID or nod.GUID=:GUID or  "
     "lf.GUID=:GUID ) )";
 
+// The same walk for results stored without a calculation type, which every reading query takes for type 0.
+const char* const sDeleteResultsWithoutType =
+    " delete from \"LVResults\" mv where mv.\"CalcType\" is null and mv.\"SampleIdent\"=:SampleIdent  and mv.guid "
+    "in (     select  distinct lf.guid     from \"AOEnergo\" e     join pes p on p.\"OwnerGUID\"=e.guid     join res r "
+    "on r.\"OwnerGUID\"=p.guid     join \"Centers\" c on c.\"OwnerGUID\"=r.guid     join \"Sections\" s on "
+    "s.\"OwnerGUID\"=c.guid     join \"Fiders\" f on f.\"OwnerGUID\"=s.guid     join \"Nodes\" nod on "
+    "nod.\"OwnerGUID\"=f.guid     join \"LVFiders\" lf on lf.\"OwnerGUID\"=nod.guid     where         (e.GUID=:GUID "
+    "or p.GUID=:GUID or r.GUID=:GUID or c.GUID=:GUID or s.GUID=:GUID or f.GUID=:GUID or nod.GUID=:GUID or  "
+    "lf.GUID=:GUID ) )";
+
 const char* const sSamplesWithResults =
     "select sd.\"Ident\", sd.\"Name\", sd.\"Period\", sd.\"SampleDate1\", sd.\"SampleDate2\" from \"SamplesDates\" sd "
     "where sd.\"Ident\" in (select distinct mv.\"SampleIdent\" from \"LVResults\" mv "

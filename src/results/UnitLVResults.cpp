@@ -15,12 +15,24 @@ int FindLevelLV(ToznFDConnection& connection, int guid)
 
 int DeleteResultsLV(ToznFDConnection& connection, int guid, int calcType, int sampleIdent)
 {
-    auto q = connection.NewQuery();
-    q->SetSQLText(QString::fromUtf8(LVResultsSql::sDeleteResults));
-    q->ParamByName(QStringLiteral("CalcType"), calcType).ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
-    q->ParamByName(QStringLiteral("GUID"), guid);
-    q->ExecSQL();
-    return q->RowsAffected();
+    // Type 0 is shown for results stored with none: both go, in one transaction.
+    int deleted = 0;
+    GuardedWrite(connection, [&] {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(LVResultsSql::sDeleteResults));
+        q->ParamByName(QStringLiteral("CalcType"), calcType).ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
+        q->ParamByName(QStringLiteral("GUID"), guid);
+        q->ExecSQL();
+        deleted = q->RowsAffected();
+        if (calcType != 0)
+            return;
+        auto untyped = connection.NewQuery();
+        untyped->SetSQLText(QString::fromUtf8(LVResultsSql::sDeleteResultsWithoutType));
+        untyped->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("GUID"), guid);
+        untyped->ExecSQL();
+        deleted += untyped->RowsAffected();
+    });
+    return deleted;
 }
 
 QList<TLVResultSample> SamplesWithResultsLV(ToznFDConnection& connection, int calcType)

@@ -11,6 +11,7 @@ class ToznFDConnection;
 namespace LVResultsSql {
 extern const char* const sLevelOfGUID;
 extern const char* const sDeleteResults;
+extern const char* const sDeleteResultsWithoutType;
 extern const char* const sSamplesWithResults;
 extern const char* const sPeriodsWithResults;
 extern const char* const sPeriodsWithResultsNoSections;

@@ -277,26 +277,35 @@ void TfrmLVResultsGrid::DeleteSelected()
     const QString text = index.data().toString();
     if (!host::AskYesNo(QStringLiteral("Удалить результаты расчета по фидеру %1 ?").arg(text)))
         return;
+    int deleted = 0;
     try {
-        DeleteResultsLV(*database_->GetDefaultConnection(), index.data(kGuidRole).toInt(), calcType_,
-                        CurrentSample().Ident);
+        deleted = DeleteResultsLV(*database_->GetDefaultConnection(), index.data(kGuidRole).toInt(), calcType_,
+                                  CurrentSample().Ident);
     } catch (const std::exception& e) {
         host::ShowWarning(QString::fromUtf8(e.what()));
         return;
     }
-    model_->removeRow(index.row(), index.parent());
+    // The row goes only with what it showed; sums above it are read again.
+    if (deleted == 0) {
+        host::ShowWarning(QStringLiteral("Результаты расчета по %1 не найдены в базе данных: ничего не удалено").arg(text));
+        return;
+    }
+    host::ShowInformation(QStringLiteral("Удалено результатов расчета: %1").arg(deleted));
+    Refresh();
 }
 
 void TfrmLVResultsGrid::ClearTable()
 {
     if (!host::AskYesNo(QStringLiteral("Удалить все результаты расчетов за %1?").arg(samples_->currentText())))
         return;
+    int deleted = 0;
     try {
-        DeleteResultsLV(*database_->GetDefaultConnection(), ident_, calcType_, CurrentSample().Ident);
+        deleted = DeleteResultsLV(*database_->GetDefaultConnection(), ident_, calcType_, CurrentSample().Ident);
     } catch (const std::exception& e) {
         host::ShowWarning(QString::fromUtf8(e.what()));
         return;
     }
+    host::ShowInformation(QStringLiteral("Удалено результатов расчета: %1").arg(deleted));
     Refresh();
 }
 
