@@ -38,6 +38,16 @@ std::array<bool, 8> VisibleRows()
     return rows;
 }
 
+QStringList HiddenColumns()
+{
+    return ::Init(true)->LoadStrParam(kSection, QStringLiteral("ColsResults")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+}
+
+void SaveHiddenColumns(const QStringList& fields)
+{
+    ::Init(true)->SaveStrParam(kSection, QStringLiteral("ColsResults"), fields.join(QLatin1Char(',')));
+}
+
 void SaveVisibleRows(const std::array<bool, 8>& rows)
 {
     QString text;

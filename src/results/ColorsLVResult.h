@@ -1,6 +1,7 @@
 #pragma once
 #include <QColor>
 #include <QString>
+#include <QStringList>
 #include <array>
 
 // Settings shared by the results grid and the summary workbook: the colour of each hierarchy level and the
@@ -13,4 +14,8 @@ void SetLevelColor(int level, const QColor& color);
 // Which of the levels 0 to 7 are rows ("RowsResults"); all of them by default.
 std::array<bool, 8> VisibleRows();
 void SaveVisibleRows(const std::array<bool, 8>& rows);
+// The fields of the columns the user switched off in the grid ("ColsResults"); the summary workbook leaves
+// them out too.
+QStringList HiddenColumns();
+void SaveHiddenColumns(const QStringList& fields);
 }  // namespace ColorsLVResult

@@ -245,7 +245,6 @@ void FiderSheet::BalanceTable()
     const QString given = QStringLiteral("задано"), calculated = QStringLiteral("расчет");
     const QString ofSupply = QStringLiteral("% от отпуска в сеть"), ofActual = QStringLiteral("% от факт. потерь");
     const Quantities& q = q_;
-    auto v = [](int field, int variant) { return Value([=](R r) { return r.GetValue(field, variant); }); };
     auto w = [&](const QString& text) { return text.arg(q.word); };
     // A value row: number, label, the "задано"/"расчет" cell, the unit, the value, and whether the kinds ССО and
     // ССП (columns E and F) have values of their own.

@@ -123,8 +123,7 @@ bool TfrmLVResultsGrid::Init(TfdbDatabase* database, int ident)
     TInitOZN* init = ::Init(true);
     calcType_ = init->LoadIntParam(kSection, QStringLiteral("ClassResultsLV"), 0);
     visibleRows_ = ColorsLVResult::VisibleRows();
-    hiddenColumns_ =
-        init->LoadStrParam(kSection, QStringLiteral("ColsResults")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    hiddenColumns_ = ColorsLVResult::HiddenColumns();
     level_ = FindLevelLV(*database->GetDefaultConnection(), ident);
     if (level_ < 0) {
         host::ShowWarning(QStringLiteral("Не найден GUID"));
@@ -257,7 +256,7 @@ void TfrmLVResultsGrid::SaveSettings()
     init->SaveIntParam(kSection, QStringLiteral("GUID"), ident_);
     init->SaveIntParam(kSection, QStringLiteral("RES"), tree_ ? tree_->Record().Owners.RES : 0);
     ColorsLVResult::SaveVisibleRows(visibleRows_);
-    init->SaveStrParam(kSection, QStringLiteral("ColsResults"), hiddenColumns_.join(QLatin1Char(',')));
+    ColorsLVResult::SaveHiddenColumns(hiddenColumns_);
     init->SaveIntParam(kSection, QStringLiteral("ClassResultsLV"), calcType_);
 }
 

@@ -594,13 +594,28 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
 
 void TPesResultsLV::AddSum(const std::array<bool, 8>& visibleRows)
 {
-    if (level_ > 1 || parent_ || !fidersLV_ || !visibleRows[7])
-        return;
+    if (HasFeederSum(visibleRows))
+        record_ = FeederSum();
+}
+
+bool TPesResultsLV::HasFeederSum(const std::array<bool, 8>& visibleRows) const
+{
+    return level_ <= 1 && !parent_ && fidersLV_ && visibleRows[7];
+}
+
+TLVResultRecord TPesResultsLV::FeederSum() const
+{
     TLVResultRecord sum;
     sum.Level = level_;
     sum.Name = text_;
-    fidersLV_->AddSum(sum);
-    record_ = sum;
+    if (fidersLV_)
+        fidersLV_->AddSum(sum);
+    // What the feeders do not carry stays the node's own.
+    sum.Normative = record_.Normative;
+    sum.Owners = record_.Owners;
+    sum.Period = record_.Period;
+    sum.TypeTR = record_.TypeTR;
+    return sum;
 }
 
 int TPesResultsLV::TypeNodeResult(const std::array<bool, 8>& visibleRows) const

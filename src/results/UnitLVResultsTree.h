@@ -250,6 +250,10 @@ public:
     int CountRecords() const;
     // A top node of level 0 or 1 takes its values from its feeders, each once, when LV feeders are rows.
     void AddSum(const std::array<bool, 8>& visibleRows);
+    // Whether AddSum applies to this node, and the record it would take (the node's own normative, owners and
+    // period kept); the tree stays as it is.
+    bool HasFeederSum(const std::array<bool, 8>& visibleRows) const;
+    TLVResultRecord FeederSum() const;
     const TFiders_LV* Fiders() const { return fidersLV_.get(); }
     const TLVFiderIdents* FiderIdents() const { return fiderIdents_.get(); }
     int SumChilds() const { return CountRecords(); }

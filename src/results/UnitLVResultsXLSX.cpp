@@ -1,5 +1,7 @@
 #include "results/UnitLVResultsXLSX.h"
 
+#include <cmath>
+
 #include <QColor>
 #include <QFile>
 #include <QHash>
@@ -14,17 +16,24 @@
 namespace {
 QByteArray utf8(const QString& s) { return s.toUtf8(); }
 
-constexpr int kMaxColumn = 31;       // 1-based worksheet column aggregated by MAX
-constexpr int kAverageColumn = 111;  // aggregated by AVERAGE on substation rows
+// How a row of levels 2 to 6 with rows below it fills a column. Quantities that add up over objects
+// (energies, powers, counts, lengths) are the sum of the rows below; the largest voltage loss is the largest
+// below; everything else (coefficients, voltages, shares, hours, methods) is the node's own value, which its
+// record already holds as the weighted figure of its objects. (The former fixed rules, MAX on worksheet column
+// 31 and AVERAGE on column 111 of substation rows, are these: MAX where the column holds the maximum voltage
+// loss, and the record's own value where an unweighted average of coefficients would mislead.)
+enum class Rule { Own, Sum, Max };
 
-// Quantities that add up over objects: energies, powers, counts and lengths. Other columns (coefficients,
-// voltages, shares, hours) describe the period or the regime and are written as values.
-bool summable(const TLVResultColumn& c)
+Rule RuleOf(const TLVResultColumn& c)
 {
     static const QStringList units = {QStringLiteral("тыс. кВт·ч"), QStringLiteral("тыс. квар·ч"),
                                       QStringLiteral("кВт"),        QStringLiteral("квар"),
                                       QStringLiteral("штук"),       QStringLiteral("км")};
-    return !c.Text && c.Field != QLatin1String("Unom") && units.contains(c.Caption.section(QLatin1Char('|'), -1));
+    if (c.Text || c.Field == QLatin1String("Unom"))
+        return Rule::Own;
+    if (c.Field == QLatin1String("dUmax"))
+        return Rule::Max;
+    return units.contains(c.Caption.section(QLatin1Char('|'), -1)) ? Rule::Sum : Rule::Own;
 }
 
 // One worksheet of a results tree: the title, the column header and one row per written node.
@@ -50,6 +59,11 @@ private:
     void WriteValue(const TPesResultsLV& node, size_t c);
     void WriteRow(const TPesResultsLV& node, const std::array<bool, 8>* visibleRows);
     void WriteSummaryNode(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows);
+    const TLVResultRecord& RecordOf(const TPesResultsLV& node) const;
+    bool HasFormulas(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows) const;
+    // The values the cells of a written node show: its record's, or what its formula gives over the cells
+    // below, so that a spreadsheet's recalculation finds the numbers already there.
+    const std::vector<double>& Cells(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows);
     lxw_col_t Column(size_t c) const { return static_cast<lxw_col_t>(c + first_); }
 
     std::vector<const TLVResultColumn*> columns_;
@@ -63,6 +77,8 @@ private:
     std::vector<lxw_format*> formats_;
     lxw_row_t row_ = 3;
     int number_ = 0;
+    QHash<const TPesResultsLV*, TLVResultRecord> feederSums_;  // the top node's own sum of its feeders
+    QHash<const TPesResultsLV*, std::vector<double>> cells_;
 };
 
 bool ResultsSheet::Start(const QString& sheetName, const QString& title, QString& error)
@@ -128,10 +144,10 @@ void ResultsSheet::WriteValue(const TPesResultsLV& node, size_t c)
 {
     const TLVResultColumn& column = *columns_[c];
     if (column.Text) {
-        worksheet_write_string(sheet_, row_, Column(c), utf8(column.Text(node.Record())).constData(), name_);
+        worksheet_write_string(sheet_, row_, Column(c), utf8(column.Text(RecordOf(node))).constData(), name_);
         return;
     }
-    const double v = column.Value(node.Record());
+    const double v = column.Value(RecordOf(node));
     if (!isEmptyFloat(v) && std::isfinite(v))
         worksheet_write_number(sheet_, row_, Column(c), v, formats_[c]);
 }
@@ -152,30 +168,83 @@ bool written(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows)
     return !node.Parent() || visibleRows[node.Level()];
 }
 
-// The worksheet rows of the nearest written nodes below a node.
-void nearestRows(const TPesResultsLV& node, QList<int>& rows)
+// The nearest written nodes below a node, in worksheet order.
+void nearestNodes(const TPesResultsLV& node, QList<const TPesResultsLV*>& nodes)
 {
     for (int i = 0; i < node.ChildCount(); ++i) {
         const TPesResultsLV& c = *node.Child(i);
         if (c.ExcelRow > 0)
-            rows.append(c.ExcelRow);
+            nodes.append(&c);
         else
-            nearestRows(c, rows);
+            nearestNodes(c, nodes);
     }
 }
+
+bool known(double v) { return !isEmptyFloat(v) && std::isfinite(v); }
 }  // namespace
+
+const TLVResultRecord& ResultsSheet::RecordOf(const TPesResultsLV& node) const
+{
+    const auto sum = feederSums_.constFind(&node);
+    return sum == feederSums_.constEnd() ? node.Record() : *sum;
+}
+
+bool ResultsSheet::HasFormulas(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows) const
+{
+    // Levels 2 to 6 with rows below them add up those rows; the others hold their record's values.
+    return node.Level() >= 2 && node.Level() <= 6 && !node.ChildRows.isEmpty() &&
+           (node.TypeNodeResult(visibleRows) & 16);
+}
+
+const std::vector<double>& ResultsSheet::Cells(const TPesResultsLV& node, const std::array<bool, 8>& visibleRows)
+{
+    if (const auto done = cells_.constFind(&node); done != cells_.constEnd())
+        return *done;
+    std::vector<double> values(columns_.size(), EmptyFloat());
+    QList<const TPesResultsLV*> below;
+    const bool formulas = HasFormulas(node, visibleRows);
+    if (formulas)
+        nearestNodes(node, below);
+    for (size_t c = 0; c < columns_.size(); ++c) {
+        const Rule rule = formulas ? RuleOf(*columns_[c]) : Rule::Own;
+        if (rule == Rule::Own) {
+            if (!columns_[c]->Text)
+                values[c] = columns_[c]->Value(RecordOf(node));
+            continue;
+        }
+        // As the spreadsheet computes it: empty cells are skipped, and nothing at all gives 0.
+        double result = 0;
+        bool any = false;
+        for (const TPesResultsLV* b : below) {
+            const double v = Cells(*b, visibleRows)[c];
+            if (!known(v))
+                continue;
+            result = !any ? v : rule == Rule::Sum ? result + v : std::max(result, v);
+            any = true;
+        }
+        values[c] = result;
+    }
+    return cells_[&node] = values;
+}
 
 void ResultsSheet::WriteSummary(TPesResultsLV& tree, const std::array<bool, 8>& visibleRows)
 {
-    tree.AddSum(visibleRows);
+    // The top node's values come from its feeders, each once; the tree itself is left as the form shows it.
+    if (tree.HasFeederSum(visibleRows))
+        feederSums_.insert(&tree, tree.FeederSum());
     // Rows first, so that a node's formulas can name the rows of the nodes below it.
     int next = static_cast<int>(row_) + 1;  // 1-based worksheet row
     tree.ForEach([&](TPesResultsLV& n) { n.ExcelRow = written(n, visibleRows) ? next++ : 0; });
     tree.ForEach([&](TPesResultsLV& n) {
         n.ChildRows.clear();
-        if (n.ExcelRow > 0)
-            nearestRows(n, n.ChildRows);
+        if (n.ExcelRow > 0) {
+            QList<const TPesResultsLV*> below;
+            nearestNodes(n, below);
+            for (const TPesResultsLV* b : below)
+                n.ChildRows.append(b->ExcelRow);
+        }
     });
+    cells_.clear();
     WriteSummaryNode(tree, visibleRows);
 }
 
@@ -183,27 +252,19 @@ void ResultsSheet::WriteSummaryNode(const TPesResultsLV& node, const std::array<
 {
     if (node.ExcelRow > 0) {
         WriteName(node, NameFormat(node.Level()));
-        // Levels 2 to 6 with rows below them add up those rows; the others hold their record's values.
-        const bool formulas = node.Level() >= 2 && node.Level() <= 6 && !node.ChildRows.isEmpty() &&
-                              (node.TypeNodeResult(visibleRows) & 16);
+        const bool formulas = HasFormulas(node, visibleRows);
+        const std::vector<double>& values = Cells(node, visibleRows);
         for (size_t c = 0; c < columns_.size(); ++c) {
             const int column = static_cast<int>(Column(c)) + 1;
-            QString formula;
-            if (formulas && !columns_[c]->Text) {
-                if (column == kMaxColumn)
-                    formula = node.fMax(column, QLatin1Char(','), visibleRows);
-                else if (column == kAverageColumn && node.Level() == 6)
-                    formula = node.fAvg(column, QLatin1Char(','), visibleRows);
-                else if (summable(*columns_[c]))
-                    formula = node.fSum(column, QLatin1Char(','), visibleRows);
-            }
-            if (formula.isEmpty()) {
+            const Rule rule = formulas ? RuleOf(*columns_[c]) : Rule::Own;
+            if (rule == Rule::Own) {
                 WriteValue(node, c);
                 continue;
             }
-            const double v = columns_[c]->Value(node.Record());
+            const QString formula = rule == Rule::Sum ? node.fSum(column, QLatin1Char(','), visibleRows)
+                                                      : node.fMax(column, QLatin1Char(','), visibleRows);
             worksheet_write_formula_num(sheet_, row_, Column(c), utf8(QLatin1Char('=') + formula).constData(),
-                                        formats_[c], isEmptyFloat(v) || !std::isfinite(v) ? 0 : v);
+                                        formats_[c], values[c]);
         }
         ++row_;
     }

@@ -192,7 +192,13 @@ bool TfrmPesResultsLV::WriteWorkbook(const QString& file, int page, QString& err
         return false;
     }
     try {
-        return WriteResultsSummaryXlsx(file, *tree_, rows_->Columns(page), rows_->SheetName(page), windowTitle(),
+        // The columns the user switched off in the grid stay out of the workbook as well.
+        const QStringList hidden = ColorsLVResult::HiddenColumns();
+        std::vector<const TLVResultColumn*> columns;
+        for (const TLVResultColumn* c : rows_->Columns(page))
+            if (!hidden.contains(c->Field))
+                columns.push_back(c);
+        return WriteResultsSummaryXlsx(file, *tree_, columns, rows_->SheetName(page), windowTitle(),
                                        ColorsLVResult::VisibleRows(), error);
     } catch (const std::invalid_argument& e) {
         error = QString::fromUtf8(e.what());

@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTreeView>
 #include <cmath>
 
@@ -106,31 +107,49 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
 
     // Hierarchy rows add up the rows below them: a substation its feeders as one block, the upper levels
-    // the scattered rows of their children; each formula's cached value is the sum of the cells it names.
+    // the scattered rows of their children; each formula's cached value is what it computes over the cells it
+    // names (evaluated here: SUM or MAX over single cells and ranges of one column, empty cells skipped).
     const QHash<QString, Cell> cells = cellsOf(pesSheet);
-    static const QRegularExpression block(QStringLiteral("^SUM\\(D(\\d+):D(\\d+)\\)$"));
-    static const QRegularExpression list(QStringLiteral("^SUM\\((D\\d+(,D\\d+)+)\\)$"));
-    int blocks = 0, lists = 0;
+    static const QRegularExpression call(QStringLiteral("^(SUM|MAX)\\((.*)\\)$"));
+    static const QRegularExpression ref(QStringLiteral("^([A-Z]+)(\\d+)(?::([A-Z]+)(\\d+))?$"));
+    int blocks = 0, lists = 0, maxima = 0;
+    QSet<QString> maxColumns;
     for (auto it = cells.cbegin(); it != cells.cend(); ++it) {
-        if (!it.key().contains(QRegularExpression("^D\\d+$")) || it->formula.isEmpty())
+        if (it->formula.isEmpty())
             continue;
-        double sum = 0;
-        if (const auto m = block.match(it->formula); m.hasMatch()) {
-            ++blocks;
-            for (int r = m.captured(1).toInt(); r <= m.captured(2).toInt(); ++r)
-                sum += cells.value(QStringLiteral("D%1").arg(r)).value;
-        } else if (const auto l = list.match(it->formula); l.hasMatch()) {
-            ++lists;
-            for (const QString& ref : l.captured(1).split(','))
-                sum += cells.value(ref).value;
-        } else {
-            sum = cells.value(it->formula).value;  // a single row below
+        const auto m = call.match(it->formula);
+        const bool isMax = m.hasMatch() && m.captured(1) == "MAX";
+        const QStringList refs = m.hasMatch() ? m.captured(2).split(',') : QStringList{it->formula};
+        double result = 0;
+        bool any = false;
+        for (const QString& r : refs) {
+            const auto a = ref.match(r);
+            ASSERT_TRUE(a.hasMatch()) << it->formula.toStdString();
+            const int last = a.captured(4).isEmpty() ? a.captured(2).toInt() : a.captured(4).toInt();
+            if (!a.captured(4).isEmpty())
+                ++blocks;
+            for (int row = a.captured(2).toInt(); row <= last; ++row) {
+                const QString address = a.captured(1) + QString::number(row);
+                if (!cells.contains(address))
+                    continue;
+                const double v = cells.value(address).value;
+                result = !any ? v : isMax ? std::max(result, v) : result + v;
+                any = true;
+            }
         }
-        EXPECT_NEAR(it->value, sum, 1e-6 * std::max(1.0, std::fabs(sum))) << it.key().toStdString();
+        lists += refs.size() > 1 ? 1 : 0;
+        if (isMax) {
+            ++maxima;
+            maxColumns.insert(it.key().section(QRegularExpression("\\d"), 0, 0));
+        }
+        EXPECT_NEAR(it->value, result, 1e-6 * std::max(1.0, std::fabs(result))) << it.key().toStdString();
     }
     EXPECT_GT(blocks, 0);
     EXPECT_GT(lists, 0);
-    EXPECT_TRUE(pesSheet.contains("<f>MAX(AE"));       // column 31 takes the greatest
+    // The greatest is taken only for the maximum voltage loss (value 30, column AG), no longer for column 31.
+    EXPECT_GT(maxima, 0);
+    EXPECT_EQ(maxColumns, QSet<QString>({"AG"}));
+    EXPECT_TRUE(cells.value("AE3").formula.isEmpty());
     EXPECT_TRUE(cells.value("D4").formula.isEmpty());  // the utility holds its own sums
 
     // With centres, sections and feeders hidden, a district adds up its substations directly.
@@ -141,6 +160,18 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     ASSERT_TRUE(district.startsWith("SUM(D7")) << district.toStdString();
     EXPECT_LT(shallow.size(), cells.size());
     ColorsLVResult::SaveVisibleRows({true, true, true, true, true, true, true, true});
+
+    // Columns the user switched off in the grid are not written: two fewer columns, and no maximum left.
+    ColorsLVResult::SaveHiddenColumns({"Wr_gen", "dUmax"});
+    ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
+    const QString narrowStrings = QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml"));
+    const QString narrowSheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
+    EXPECT_FALSE(narrowStrings.contains("Максимальные потери напряжения"));
+    EXPECT_TRUE(pesStrings.contains("Максимальные потери напряжения"));
+    EXPECT_FALSE(narrowSheet.contains("<f>MAX("));
+    const QHash<QString, Cell> narrow = cellsOf(narrowSheet);
+    EXPECT_EQ(narrow.value("E4").value, cells.value("F4").value);  // Wa_gen stays in D; WafactAll moves left
+    ColorsLVResult::SaveHiddenColumns({});
 
     // Choosing the first year rebuilds the report for it; that year has normative losses stored.
     auto* samples = form.findChild<QComboBox*>("cbSamples");
@@ -157,6 +188,14 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
                                       "lf.guid=mv.guid where lf.\"OwnerGUID\"=b.guid and mv.\"SampleIdent\"=%1)")
                            .arg(samples->currentData().toInt())),
                 1e-6);
+    // Writing the workbook leaves the form's figures as they were (the top row's own feeder sum included).
+    const double normative = form.Tree()->Record().Normative, received = form.Tree()->Record().GetValue(bfWa_gen, VariantTotal);
+    ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
+    EXPECT_EQ(form.Tree()->Record().Normative, normative);
+    EXPECT_EQ(form.Tree()->Record().GetValue(bfWa_gen, VariantTotal), received);
+    EXPECT_FALSE(std::isnan(normative));
+    error.clear();
+    EXPECT_FALSE(form.WriteWorkbook(folder.Path("x.xlsx"), 3, error));
     EXPECT_EQ(error, "Неверная страница");
 
     TfrmPesResultsLV none;
