@@ -1,5 +1,7 @@
 #include "host/UndersupplyForm.h"
 
+#include <cmath>
+
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QPushButton>
@@ -33,7 +35,7 @@ bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& erro
     lxw_workbook* book = out.Open(error);
     if (!book)
         return false;
-    lxw_worksheet* sheet = workbook_add_worksheet(book, nullptr);
+    lxw_worksheet* sheet = workbook_add_worksheet(book, SheetName().left(31).toUtf8().constData());
     lxw_format* bold = workbook_add_format(book);
     format_set_bold(bold);
     format_set_font_name(bold, "Times New Roman");
@@ -48,9 +50,13 @@ bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& erro
             const Cell& cell = rows[r][c];
             const lxw_row_t row = static_cast<lxw_row_t>(r + 3);
             if (cell.format.isEmpty()) {
-                worksheet_write_string(sheet, row, static_cast<lxw_col_t>(c), cell.text.toUtf8().constData(), nullptr);
+                if (!cell.text.isEmpty())
+                    worksheet_write_string(sheet, row, static_cast<lxw_col_t>(c), cell.text.toUtf8().constData(),
+                                           nullptr);
                 continue;
             }
+            if (!std::isfinite(cell.number))
+                continue;  // an unknown value stays empty, never a zero
             lxw_format*& f = formats[cell.format];
             if (!f) {
                 f = workbook_add_format(book);

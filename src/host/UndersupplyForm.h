@@ -15,7 +15,7 @@ public:
     struct Cell {
         QString text;
         double number;
-        QString format;  // empty for a text cell
+        QString format;  // empty for a text cell; a number that is not finite leaves the cell empty
     };
     explicit TfrmMVUndersupplyCommon(QWidget* owner = nullptr);
     void SetParam(intptr_t param) { param_ = param; }
@@ -26,6 +26,8 @@ public:
                             QString& error) = 0;
     // Writes the filled report; the file is replaced only when written whole.
     bool CreateReportXLX(const QString& file, QString& error);
+    // The report's worksheet name.
+    virtual QString SheetName() const { return QStringLiteral("Недоотпуск электроэнергии"); }
 
 private:
     void MakeReport();

@@ -36,24 +36,34 @@ bool TfrmLVUndersupply::FillReport(QString& title, QStringList& captions, std::v
     if (!tree.Open(c, static_cast<int>(Param()), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error))
         return false;
     title = QStringLiteral("Недоотпуск электроэнергии по линиям 0,4 кВ: %1 за %2").arg(tree.Text(), sample.Name);
-    captions = {QStringLiteral("Наименование линии"),
+    captions = {QStringLiteral("Трансформаторная подстанция"),
+                QStringLiteral("Наименование линии"),
                 QStringLiteral("Расчетный период"),
                 QStringLiteral("Прием электроэнергии в сеть, тыс. кВт·ч"),
                 QStringLiteral("Полезный отпуск фактический, тыс. кВт·ч"),
                 QStringLiteral("Нагрузочные потери электроэнергии в линиях, тыс. кВт·ч"),
+                QStringLiteral("Недоотпуск электроэнергии (фактический небаланс), тыс. кВт·ч"),
                 QStringLiteral("Количество абонентов, штук")};
-    auto value = [](double v) { return Cell{QString(), isEmptyFloat(v) ? 0.0 : v, kValue}; };
+    using namespace lvbalance;
+    const Measure E = Measure::Energy;
+    auto value = [](double v) { return Cell{QString(), isEmptyFloat(v) ? qQNaN() : v, kValue}; };
     tree.ForEach([&](TPesResultsLV& node) {
         if (node.Level() != 7)
             return;
+        // Line names repeat from one substation to the next: each line goes with its own.
+        const TPesResultsLV* substation = node.Parent();
+        while (substation && substation->Level() > 6)
+            substation = substation->Parent();
         const TLVResultRecord& r = node.Record();
         const double abonents = r.GetValue(bfNAbonents, VariantTotal);
-        rows.push_back({{node.Text(), 0, {}},
+        rows.push_back({{substation && substation->Level() == 6 ? substation->Text() : QString(), 0, {}},
+                        {node.Text(), 0, {}},
                         {sample.Name, 0, {}},
-                        value(r.GetValue(bfWa_gen, VariantTotal)),
-                        value(lvbalance::Useful(r, lvbalance::Measure::Energy, lvbalance::Basis::Given)),
-                        value(r.GetValue(bfdWa, VariantTotal)),
-                        Cell{QString(), isEmptyFloat(abonents) ? 0.0 : abonents, kCount}});
+                        value(Receipt(r, E)),
+                        value(Useful(r, E, Basis::Given)),
+                        value(LoadLosses(r, E, VariantTotal)),
+                        value(Imbalance(r, E)),
+                        Cell{QString(), isEmptyFloat(abonents) ? qQNaN() : abonents, kCount}});
     });
     return true;
 }

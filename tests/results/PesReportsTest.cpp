@@ -218,6 +218,50 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     const int lines =
         static_cast<int>(Scalar(*db->GetDefaultConnection(),
                                 QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(node)));
-    EXPECT_EQ(QString::fromUtf8(ReadZipEntry(report, "xl/worksheets/sheet1.xml")).count("<row "), lines + 2);
+    const QString reportSheet = QString::fromUtf8(ReadZipEntry(report, "xl/worksheets/sheet1.xml"));
+    EXPECT_EQ(reportSheet.count("<row "), lines + 2);
+    EXPECT_TRUE(QString::fromUtf8(ReadZipEntry(report, "xl/workbook.xml")).contains("name=\"Недоотпуск электроэнергии\""));
+    // Each line with its substation, and the undersupply: what went into the line less what left it for other
+    // owners, less the metered useful supply and the load losses on the balance (computed here from the stored
+    // balance rows, lines without metered consumption left out as the report leaves them empty).
+    EXPECT_TRUE(strings.contains("Трансформаторная подстанция"));
+    const QString substation = QString::fromUtf8(ReadZipEntry(report, "xl/sharedStrings.xml"));
+    auto name = db->GetDefaultConnection()->NewQuery();
+    name->SetSQLText(QStringLiteral("select \"Name\" from \"Nodes\" where guid=%1").arg(node));
+    name->Open();
+    EXPECT_TRUE(substation.contains(name->Str("Name"))) << name->Str("Name").toStdString();
+    const int sample = static_cast<int>(Scalar(*db->GetDefaultConnection(), "select max(\"SampleIdent\") from \"LVResults\""));
+    const double expected = Scalar(
+        *db->GetDefaultConnection(),
+        QStringLiteral("select sum(t.gen - t.fakt_off - t.loss_off - t.fakt_on - t.loss_on) from (select mv.guid, "
+                       "sum(wa.\"Wa_gen\") gen, "
+                       "sum(iif(wa.\"Balance\"=0, wa.\"Wafakt\", null)) fakt_on, "
+                       "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"Wafakt\", null)), 0) fakt_off, "
+                       "coalesce(sum(iif(wa.\"Balance\"=0, wa.\"dWa\", null)), 0) loss_on, "
+                       "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"dWa\", null)), 0) loss_off "
+                       "from \"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf "
+                       "on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 group by mv.guid) t "
+                       "where t.fakt_on is not null")
+            .arg(node)
+            .arg(sample));
+    double written = 0;
+    int empty = 0;
+    const QHash<QString, Cell> reportCells = cellsOf(reportSheet);
+    for (int row = 4; row < 4 + lines; ++row) {
+        if (reportCells.contains(QStringLiteral("G%1").arg(row)))
+            written += reportCells.value(QStringLiteral("G%1").arg(row)).value;
+        else
+            ++empty;
+    }
+    EXPECT_NEAR(written, expected, 1e-6 * std::max(1.0, std::fabs(expected)));
+    // The lines without metered consumption have an empty cell, not a zero.
+    EXPECT_EQ(empty, lines - static_cast<int>(Scalar(
+                                 *db->GetDefaultConnection(),
+                                 QStringLiteral("select count(distinct mv.guid) from \"LVWResultsAdd\" wa join \"LVResults\" mv "
+                                                "on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf on lf.guid=mv.guid "
+                                                "where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 and wa.\"Balance\"=0 "
+                                                "and wa.\"Wafakt\" is not null")
+                                     .arg(node)
+                                     .arg(sample))));
     SetCurrentDatabase(nullptr);
 }
