@@ -20,6 +20,7 @@
 #include "app/SchemeEditor.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/ExportTable.h"
 #include "host/FiderHHCalcParams.h"
 #include "host/HostObjects.h"
 #include "host/SamplePeriods.h"
@@ -244,7 +245,12 @@ void MainWindow::ShowBalance(bool toExport)
     }
     TOExport target;
     plugin_->BuildFiderHHResults(&fider, &target);
-    host::ShowInformation(QStringLiteral("%1: строк %2").arg(target.Title()).arg(target.Rows().size()));
+    if (target.Rows().empty()) {
+        host::ShowWarning(QStringLiteral("Нет результатов расчета по линии %1").arg(lv->GetText()));
+        return;
+    }
+    TExportTableDialog table(target, this);
+    table.exec();
 }
 
 void MainWindow::ShowTreeMenu(const QPoint& position)

@@ -8,6 +8,8 @@
 #include <QDialog>
 #include <QDockWidget>
 #include <QMenuBar>
+#include <QPushButton>
+#include <QRegularExpression>
 #include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
@@ -16,6 +18,7 @@
 #include "app/PluginLoader.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "support/TestSupport.h"
@@ -159,4 +162,42 @@ TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefuse
     EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1")
                             .arg(window.SelectedPeriod())),
               feeders - 1);
+}
+
+TEST_F(RegimeWindow, TheFeederBalanceGoesToAnExportTableThatIsShownAndSaved)
+{
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    const int feeder = static_cast<int>(Scalar(c, "select first 1 guid from \"LVResults\" order by guid"));
+    Select(feeder);
+    QAction* toExport = action(*window_, "Баланс линии в таблицу экспорта");
+    ASSERT_NE(toExport, nullptr);
+    int rows = 0;
+    QString first, received;
+    const QString book = folder_.Path("баланс.xlsx");
+    CloseNextModal(QDialog::Rejected, [&](QDialog* d) {
+        auto* grid = d->findChild<QTableWidget*>("GridExport");
+        ASSERT_NE(grid, nullptr);
+        rows = grid->rowCount();
+        first = grid->item(0, 0)->text();
+        received = grid->item(1, 1)->text();
+        dialogs_.AnswerFile(book);
+        d->findChild<QPushButton*>("btnSave")->click();
+    });
+    toExport->trigger();
+    EXPECT_GT(rows, 50);
+    EXPECT_EQ(first, "Номинальное напряжение, кВ");
+    // Saved with its numbers as numbers: the received energy is the stored one.
+    const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
+    // Title in row 1, the header in row 3, then the rows: the received energy is the second, in row 5.
+    const QRegularExpression b5(QStringLiteral("<c r=\"B5\"( s=\"\\d+\")?><v>([^<]*)</v>"));
+    const auto m = b5.match(sheet);
+    ASSERT_TRUE(m.hasMatch()) << sheet.left(400).toStdString();
+    double shown = 0;
+    ASSERT_TRUE(ParseFloat(received, shown)) << received.toStdString();
+    EXPECT_NEAR(m.captured(2).toDouble(), shown, 1e-9);
+    const double stored = Scalar(c, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on "
+                                                   "mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 and mv.\"SampleIdent\"=(select "
+                                                   "max(\"SampleIdent\") from \"LVResults\" where guid=%1)")
+                                        .arg(feeder));
+    EXPECT_NEAR(shown, stored, 0.0005 + 1e-9 * stored);  // shown to three decimals
 }
