@@ -130,6 +130,9 @@ const char* const sNormativeLosses =
     "select r.guid, r.\"deltaWa\" from \"LVWResultsB\" r where r.\"SampleIdent\"=:SampleIdent";
 
 // The owners of an LV feeder, for the header of its results workbook.
+// The nodes of an LV feeder's scheme (the substation it starts from is not one of them).
+const char* const sLineNodeCount = "select count(*) as N from \"LVNodes\" where \"OwnerGUID\"=:GUID";
+
 const char* const sFiderOwners =
     "select p.\"Name\" as \"PesName\", r.\"Name\" as \"ResName\", c.\"Name\" as \"CenterName\", "
     "s.\"Name\" as \"SectionName\", s.\"Unom\" as \"SectionUnom\", f.\"Name\" as \"FiderName\", "

@@ -106,6 +106,12 @@ bool TLVResultBalancesFider::SaveWorkbook(const QString& file, QString& error)
         header.Node = q->Str(QStringLiteral("NodeName"));
         header.Line = q->Str(QStringLiteral("LineName"));
         header.LineUnom = q->Float(QStringLiteral("LineUnom"));
+        auto nodes = c.NewQuery();
+        nodes->SetSQLText(QString::fromUtf8(LVResultsSql::sLineNodeCount));
+        nodes->ParamByName(QStringLiteral("GUID"), fider_->GetGUID());
+        nodes->Open();
+        if (const int count = nodes->Int(QStringLiteral("N")); count > 0)
+            header.Nodes = count;
     });
     return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
 }

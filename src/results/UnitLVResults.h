@@ -12,6 +12,7 @@ namespace LVResultsSql {
 extern const char* const sLevelOfGUID;
 extern const char* const sDeleteResults;
 extern const char* const sDeleteResultsWithoutType;
+extern const char* const sLineNodeCount;
 extern const char* const sSamplesWithResults;
 extern const char* const sPeriodsWithResults;
 extern const char* const sPeriodsWithResultsNoSections;

@@ -11,7 +11,10 @@
 #include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
-TLVFiderResultsHeader::TLVFiderResultsHeader() : SectionUnom(EmptyFloat()), LineUnom(EmptyFloat()) {}
+TLVFiderResultsHeader::TLVFiderResultsHeader()
+    : SectionUnom(EmptyFloat()), LineUnom(EmptyFloat()), Nodes(EmptyFloat())
+{
+}
 
 QString LVRatioFormula(const QString& dividend, const QString& divisor, int factor, QChar separator)
 {
@@ -398,7 +401,7 @@ void FiderSheet::LineTable()
     const QString pieces = QStringLiteral("штук"), metres = QStringLiteral("м"), km = QStringLiteral("км"),
                   units = QStringLiteral("о.е.");
     perVariant(82, QStringLiteral("Количество абонентов"), pieces, field(bfNAbonents), count_);
-    whole(83, QStringLiteral("Количество узлов в линии"), pieces, EmptyFloat(), count_);
+    whole(83, QStringLiteral("Количество узлов в линии"), pieces, header_.Nodes, count_);
     perVariant(84, QStringLiteral("Количество воздушных участков"), pieces, both(bfNLineP, bfNLineP_off, 1), count_);
     perVariant(85, QStringLiteral("Количество кабельных участков"), pieces, both(bfNLineC, bfNLineC_off, 1), count_);
     perVariant(

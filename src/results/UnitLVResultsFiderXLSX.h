@@ -8,6 +8,7 @@ class TLVResultRecord;
 struct TLVFiderResultsHeader {
     QString Pes, Res, Center, Section, Fider, Node, TypeTR, Line, PeriodName;
     double SectionUnom, LineUnom;  // kV
+    double Nodes;                  // the nodes of the line's scheme; empty without a scheme
     TLVFiderResultsHeader();
 };
 

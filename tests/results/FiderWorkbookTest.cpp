@@ -133,5 +133,19 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_FALSE(energy.number.contains("E99"));
     EXPECT_EQ(energy.text.value("D91"), "-");  // a whole-feeder row
     EXPECT_TRUE(energy.number.contains("I91"));
+
+    // A feeder with a scheme: the number of its nodes (its substation not counted).
+    const int schemed = static_cast<int>(Scalar(c, "select first 1 mv.guid from \"LVResults\" mv where exists (select 1 "
+                                                   "from \"LVNodes\" n where n.\"OwnerGUID\"=mv.guid) order by mv.guid"));
+    TFiderHH withScheme(schemed, QStringLiteral("Линия со схемой"), 0);
+    TLVResultBalancesFider schemeBalances(&withScheme);
+    const QString schemeBook = folder.Path("схема.xlsx");
+    ASSERT_TRUE(schemeBalances.SaveWorkbook(schemeBook, error)) << error.toStdString();
+    const Sheet schemeSheet = readSheet(schemeBook, 1);
+    EXPECT_EQ(schemeSheet.text.value("B83"), QString(QChar(0x00A0)) + "Количество узлов в линии");
+    EXPECT_DOUBLE_EQ(schemeSheet.number.value("I83"),
+                     Scalar(c, QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(schemed)));
+    EXPECT_EQ(energy.number.contains("I83"), Scalar(c, QStringLiteral("select count(*) from \"LVNodes\" where "
+                                                                      "\"OwnerGUID\"=%1").arg(guid)) > 0);
     SetCurrentDatabase(nullptr);
 }
