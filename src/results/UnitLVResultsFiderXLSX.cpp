@@ -93,7 +93,7 @@ private:
     const Quantities& q_;
     R record_;
     const TLVFiderResultsHeader& header_;
-    lxw_format *text_, *bold_, *count_, *quantity_, *percent_, *coefficient_;
+    lxw_format *text_, *bold_, *count_, *quantity_, *percent_, *coefficient_, *ratio_;
     // Values written so far, by 1-based worksheet row and 0-based column, for the cached formula results.
     QHash<QPair<int, int>, double> written_;
 };
@@ -111,6 +111,7 @@ FiderSheet::FiderSheet(lxw_workbook* book, const Quantities& q, R record, const 
     quantity_ = Format("#,##0.000;-#,##0.000;");
     percent_ = Format("#,##0.00;-#,##0.00;");
     coefficient_ = Format("#,##0.0;-#,##0.0;");
+    ratio_ = Format("0.00");  // coefficients in relative units: fill factor, power factor, branching
 }
 
 lxw_format* FiderSheet::Format(const char* numberFormat, bool bold, bool border)
@@ -189,11 +190,11 @@ void FiderSheet::HeaderBlock()
     line(10, QStringLiteral("Наименование расчетного периода"), header_.PeriodName);
     if (q_.energy) {
         number(11, QStringLiteral("Расчетный период, часов"), record_.GetValueLVResult(rfT), count_);
-        number(12, QStringLiteral("Коэффициент заполнения графика, о.е."), record_.Kzap(), quantity_);
-        number(13, QStringLiteral("Относительное число часов наибольших потерь, о.е."), record_.Tau(), quantity_);
+        number(12, QStringLiteral("Коэффициент заполнения графика, о.е."), record_.Kzap(), ratio_);
+        number(13, QStringLiteral("Относительное число часов наибольших потерь, о.е."), record_.Tau(), ratio_);
         number(14, QStringLiteral("Время использования максимума нагрузки, часов"), record_.Tmax(), count_);
         number(15, QStringLiteral("Коэффициент дополнительных потерь, о.е."), record_.GetValueLVResult(rfKdp),
-               quantity_);
+               ratio_);
     }
     number(16, QStringLiteral("Температура, °С"), record_.GetValueLVResult(rfTemperature), coefficient_);
     if (!header_.Section.isEmpty())
@@ -216,7 +217,7 @@ void FiderSheet::PhaseBlock()
     } rows[] = {{" Напряжение в центре питания, B", rfUA, quantity_},
                 {" Измеренный ток г.у., A", rfIA, quantity_},
                 {"Максимальный ток г.у., A", rfImaxA, quantity_},
-                {"Коэффициент мощности нагрузки головного участка, о.е.", rfCosFiA, quantity_}};
+                {"Коэффициент мощности нагрузки головного участка, о.е.", rfCosFiA, ratio_}};
     for (int i = 0; i < 4; ++i) {
         const int row = 20 + i;
         Text(row, 0, QString::fromUtf8(rows[i].label));
@@ -419,8 +420,8 @@ void FiderSheet::LineTable()
         TLVResultCustom::Percent(record_.GetValue(bfdP, VariantTotal), record_.GetValue(bfPgen, VariantTotal));
     const double du = record_.dUmax();
     whole(90, QStringLiteral("Коэффициент связи отн. потерь мощности и отн. потерь напряжения"), units,
-          isEmptyFloat(lossShare) || isEmptyFloat(du) || du == 0 ? EmptyFloat() : lossShare / du, quantity_);
-    whole(91, QStringLiteral("Коэффициент разветвления"), units, record_.GetValueLVResult(rfKrazv), quantity_);
+          isEmptyFloat(lossShare) || isEmptyFloat(du) || du == 0 ? EmptyFloat() : lossShare / du, ratio_);
+    whole(91, QStringLiteral("Коэффициент разветвления"), units, record_.GetValueLVResult(rfKrazv), ratio_);
     whole(92, QStringLiteral("Сечение головного участка"), QStringLiteral("мм²"),
           record_.GetValueLVResult(rfHeadEndSize), coefficient_);
     const double head = record_.GetValueLVResult(rfHeadEndLength);

@@ -81,6 +81,12 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_FALSE(power.text.values().contains("Коэффициент заполнения графика, о.е."));
     EXPECT_TRUE(energy.text.value("A17").startsWith("  Секция "));
 
+    // Coefficients in relative units with two decimals, the temperature with one, energies with three.
+    const QString styles = QString::fromUtf8(ReadZipEntry(book, "xl/styles.xml"));
+    EXPECT_TRUE(styles.contains("formatCode=\"0.00\"")) << styles.toStdString();
+    EXPECT_TRUE(styles.contains("formatCode=\"#,##0.0;-#,##0.0;\""));
+    EXPECT_TRUE(styles.contains("formatCode=\"#,##0.000;-#,##0.000;\""));
+
     // Phases: the average is a formula over the three phases.
     EXPECT_EQ(energy.text.value("D19"), QString::fromUtf8("Фаза \xD0\x92"));
     EXPECT_EQ(energy.formula.value("F20"), "(C20+D20+E20)/3");
