@@ -51,12 +51,10 @@ bool TfrmLVUndersupply::FillReport(QString& title, QStringList& captions, std::v
         if (node.Level() != 7)
             return;
         // Line names repeat from one substation to the next: each line goes with its own.
-        const TPesResultsLV* substation = node.Parent();
-        while (substation && substation->Level() > 6)
-            substation = substation->Parent();
+        const TPesResultsLV* substation = node.ParentNode(6);
         const TLVResultRecord& r = node.Record();
         const double abonents = r.GetValue(bfNAbonents, VariantTotal);
-        rows.push_back({{substation && substation->Level() == 6 ? substation->Text() : QString(), 0, {}},
+        rows.push_back({{substation ? substation->Text() : QString(), 0, {}},
                         {node.Text(), 0, {}},
                         {sample.Name, 0, {}},
                         value(Receipt(r, E)),

@@ -385,6 +385,37 @@ TPesResultsLV* TPesResultsLV::FindGUID(int guid) const
     return nullptr;
 }
 
+TPesResultsLV* TPesResultsLV::FindNodeByAdress(const QList<int>& path)
+{
+    TPesResultsLV* node = this;
+    for (int guid : path) {
+        node = node->FindGUID(guid);
+        if (!node)
+            return nullptr;
+    }
+    return node;
+}
+
+TPesResultsLV* TPesResultsLV::FindExcelRow(int row)
+{
+    if (row <= 0)
+        return nullptr;
+    if (ExcelRow == row)
+        return this;
+    for (const auto& c : children_)
+        if (TPesResultsLV* found = c->FindExcelRow(row))
+            return found;
+    return nullptr;
+}
+
+TPesResultsLV* TPesResultsLV::ParentNode(int level) const
+{
+    TPesResultsLV* node = parent_;
+    while (node && level >= 0 && node->level_ != level)
+        node = node->parent_;
+    return node;
+}
+
 TPesResultsLV* TPesResultsLV::Ensure(int level, int guid, const QString& text)
 {
     if (TPesResultsLV* found = FindGUID(guid))

@@ -246,6 +246,12 @@ public:
               int period, QString& error);
     // The first direct child with this ident.
     TPesResultsLV* FindGUID(int guid) const;
+    // The node reached from this one by a path of idents, one per level below it (empty: this node).
+    TPesResultsLV* FindNodeByAdress(const QList<int>& path);
+    // The node of this subtree written at a worksheet row (1-based, set by the export); none when no node is.
+    TPesResultsLV* FindExcelRow(int row);
+    // The nearest node above that is of a level (the parent for -1); none above the top.
+    TPesResultsLV* ParentNode(int level = -1) const;
     // The node and every node below it.
     int CountRecords() const;
     // A top node of level 0 or 1 takes its values from its feeders, each once, when LV feeders are rows.

@@ -401,3 +401,44 @@ TEST_F(Tree, NormativeLossesOfEveryNode)
     EXPECT_GT(withValue, 0);
     EXPECT_NEAR(tree.Record().Normative, substations + 12.5, 1e-6);
 }
+
+TEST_F(Tree, NodesAreFoundByTheirPathTheirWorksheetRowAndTheirLevelAbove)
+{
+    // A feeder's path from the utility, read from the hierarchy tables.
+    auto q = c_->NewQuery();
+    q->SetSQLText(QStringLiteral(
+        "select first 1 e.guid e, p.guid p, r.guid r, c.guid c, s.guid s, f.guid f, nod.guid nod, lf.guid lf "
+        "from \"LVFiders\" lf join \"LVResults\" mv on mv.guid=lf.guid and mv.\"SampleIdent\"=%1 join \"Nodes\" nod "
+        "on nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
+        "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" join res r on r.guid=c.\"OwnerGUID\" "
+        "join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" order by lf.guid")
+                      .arg(year_.Ident));
+    q->Open();
+    ASSERT_FALSE(q->Eof());
+    const QList<int> path = {q->Int("P"), q->Int("R"), q->Int("C"), q->Int("S"), q->Int("F"), q->Int("NOD"),
+                             q->Int("LF")};
+    TPesResultsLV tree(0, 0, {}, nullptr);
+    QString error;
+    ASSERT_TRUE(Open(tree, q->Int("E"), error)) << error.toStdString();
+    TPesResultsLV* feeder = tree.FindNodeByAdress(path);
+    ASSERT_NE(feeder, nullptr);
+    EXPECT_EQ(feeder->Level(), 7);
+    EXPECT_EQ(feeder->GUID(), path.last());
+    EXPECT_EQ(tree.FindNodeByAdress({}), &tree);
+    EXPECT_EQ(tree.FindNodeByAdress({path[0], 987654}), nullptr);
+    // Above it: its substation, its district, the top.
+    ASSERT_NE(feeder->ParentNode(6), nullptr);
+    EXPECT_EQ(feeder->ParentNode(6)->GUID(), path[5]);
+    EXPECT_EQ(feeder->ParentNode(2)->GUID(), path[1]);
+    EXPECT_EQ(feeder->ParentNode(), feeder->Parent());
+    EXPECT_EQ(tree.ParentNode(), nullptr);
+    EXPECT_EQ(feeder->ParentNode(7), nullptr);
+
+    // Worksheet rows: the tree in order from row 4, one row a node.
+    int row = 4;
+    tree.ForEach([&](TPesResultsLV& n) { n.ExcelRow = row++; });
+    EXPECT_EQ(tree.FindExcelRow(4), &tree);
+    EXPECT_EQ(tree.FindExcelRow(feeder->ExcelRow), feeder);
+    EXPECT_EQ(tree.FindExcelRow(row), nullptr);
+    EXPECT_EQ(tree.FindExcelRow(0), nullptr);
+}
