@@ -131,6 +131,21 @@ TEST(Balance, TheIdentitiesHoldOnEveryNodeOfTheDemoNetwork)
             }
             const double nonTechnical = Column(e, "dWtech", r);
             EXPECT_TRUE(isEmptyFloat(nonTechnical) || nonTechnical >= 0) << node.Text().toStdString();
+            // Every share is of the given Отпуск; the non-technical losses are the imbalance beyond what the
+            // meters allow.
+            const double supply = Column(e, "WaoutAll", r);
+            auto ofSupply = [&](const char* field, const char* share) {
+                const double v = Column(e, field, r), pct = Column(e, share, r);
+                if (isEmptyFloat(v) || isEmptyFloat(pct))
+                    return;
+                EXPECT_NEAR(pct / 100 * supply, v, 1e-9 * std::max(1.0, std::fabs(v))) << share;
+            };
+            for (const auto& [field, share] : {std::pair{"dW", "dW_P"}, {"dWdop", "dWdop_P"}, {"dWtech", "dWtech_P"},
+                                               {"dWa0", "dWa0_P"}, {"dWa4", "dWa4_P"}, {"dWa", "dWa_P"}})
+                ofSupply(field, share);
+            const double imbalance = Column(e, "dW", r), allowed = Known(Column(e, "dWdop", r));
+            if (!isEmptyFloat(imbalance))
+                EXPECT_NEAR(nonTechnical, std::max(0.0, imbalance - allowed), 1e-9 * std::max(1.0, std::fabs(imbalance)));
         });
         EXPECT_GT(nodes, 10) << year.Name.toStdString();
         EXPECT_GT(withLosses, 10) << year.Name.toStdString();
