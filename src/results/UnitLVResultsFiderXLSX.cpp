@@ -161,7 +161,8 @@ void FiderSheet::Ratio(int energyRow, int column, int dividendRow, int divisorRo
 {
     const double a = written_.value({Row(dividendRow), column}, EmptyFloat()),
                  b = written_.value({Row(divisorRow), divisorColumn}, EmptyFloat());
-    const double cached = isEmptyFloat(a) || isEmptyFloat(b) || b == 0 ? EmptyFloat() : a / b * factor;
+    // As the spreadsheet computes it: an empty or zero divisor gives the empty text, an empty dividend 0.
+    const double cached = isEmptyFloat(b) || b == 0 ? EmptyFloat() : (isEmptyFloat(a) ? 0 : a) / b * factor;
     Formula(energyRow, column,
             LVRatioFormula(Cell(column, dividendRow), Cell(divisorColumn, divisorRow), factor, QLatin1Char(',')),
             percent_, cached);
@@ -222,15 +223,17 @@ void FiderSheet::PhaseBlock()
         const int row = 20 + i;
         Text(row, 0, QString::fromUtf8(rows[i].label));
         double sum = 0;
-        bool whole = true;
+        bool any = false;
         for (int p = 0; p < 3; ++p) {
             const double v = record_.GetValueLVResult(rows[i].field + p);
             Number(row, 2 + p, v, rows[i].format);
-            whole = whole && !isEmptyFloat(v);
+            any = any || !isEmptyFloat(v);
             sum += isEmptyFloat(v) ? 0 : v;
         }
+        // The spreadsheet counts an empty phase as 0, and so does the cached value; no phase at all, no average.
         const int r = Row(row);
-        Formula(row, 5, QStringLiteral("(C%1+D%1+E%1)/3").arg(r), rows[i].format, whole ? sum / 3 : EmptyFloat());
+        if (any)
+            Formula(row, 5, QStringLiteral("(C%1+D%1+E%1)/3").arg(r), rows[i].format, sum / 3);
     }
 }
 

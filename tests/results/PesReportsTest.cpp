@@ -150,6 +150,9 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_GT(maxima, 0);
     EXPECT_EQ(maxColumns, QSet<QString>({"AG"}));
     EXPECT_TRUE(cells.value("AE3").formula.isEmpty());
+    // And LibreOffice, recalculating the workbook, agrees with every cached value.
+    EXPECT_EQ(ExpectFormulasAsRecalculated(book, 1), static_cast<int>(FormulaCells(book, 1).size()));
+    EXPECT_GT(FormulaCells(book, 1).size(), 100);
     EXPECT_TRUE(cells.value("D4").formula.isEmpty());  // the utility holds its own sums
 
     // With centres, sections and feeders hidden, a district adds up its substations directly.

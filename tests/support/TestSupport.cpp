@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTimer>
 #include <zip.h>
 
@@ -111,6 +116,126 @@ QByteArray ReadZipEntry(const QString& archive, const QString& entry)
     }
     zip_close(zip);
     return data;
+}
+
+namespace {
+QStringList SharedStrings(const QString& workbook)
+{
+    QStringList strings;
+    static const QRegularExpression si(QStringLiteral("<si>(.*?)</si>"), QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression t(QStringLiteral("<t[^>]*>([^<]*)</t>"));
+    for (auto it = si.globalMatch(QString::fromUtf8(ReadZipEntry(workbook, "xl/sharedStrings.xml"))); it.hasNext();) {
+        QString text;
+        for (auto part = t.globalMatch(it.next().captured(1)); part.hasNext();)
+            text += part.next().captured(1);
+        strings << text;
+    }
+    return strings;
+}
+
+QString Unescape(QString s)
+{
+    return s.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&apos;", "'").replace("&amp;", "&");
+}
+
+// Every cell of a worksheet: its formula (empty when none) and its cached value.
+QHash<QString, CachedFormula> Cells(const QString& workbook, int sheet)
+{
+    const QStringList strings = SharedStrings(workbook);
+    QHash<QString, CachedFormula> cells;
+    static const QRegularExpression cell(QStringLiteral("<c r=\"([A-Z]+[0-9]+)\"([^>]*?)(?:/>|>(.*?)</c>)"),
+                                         QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression f(QStringLiteral("<f[^>]*>([^<]*)</f>")), v(QStringLiteral("<v>([^<]*)</v>"));
+    static const QRegularExpression type(QStringLiteral("t=\"([a-z]+)\""));
+    const QString xml = QString::fromUtf8(ReadZipEntry(workbook, QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet)));
+    for (auto it = cell.globalMatch(xml); it.hasNext();) {
+        const auto m = it.next();
+        CachedFormula c;
+        const QString body = m.captured(3);
+        if (const auto fm = f.match(body); fm.hasMatch())
+            c.formula = Unescape(fm.captured(1));
+        if (const auto vm = v.match(body); vm.hasMatch()) {
+            const QString t = type.match(m.captured(2)).captured(1);
+            if (t == QLatin1String("s"))
+                c.value = strings.value(vm.captured(1).toInt());
+            else if (t == QLatin1String("str") || t == QLatin1String("e"))
+                c.value = Unescape(vm.captured(1));
+            else
+                c.value = vm.captured(1).toDouble();
+        }
+        cells.insert(m.captured(1), c);
+    }
+    return cells;
+}
+}  // namespace
+
+QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet)
+{
+    QHash<QString, CachedFormula> formulas;
+    const QHash<QString, CachedFormula> all = Cells(workbook, sheet);
+    for (auto it = all.cbegin(); it != all.cend(); ++it)
+        if (!it->formula.isEmpty())
+            formulas.insert(it.key(), *it);
+    return formulas;
+}
+
+QHash<QString, QVariant> RecalculatedCells(const QString& workbook, int sheet)
+{
+    // A profile of its own that tells Calc to recalculate every formula of a workbook it loads.
+    static QTemporaryDir profile;
+    const QString settings = profile.filePath(QStringLiteral("user/registrymodifications.xcu"));
+    if (!QFile::exists(settings)) {
+        QDir().mkpath(profile.filePath(QStringLiteral("user")));
+        QFile f(settings);
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                "<oor:items xmlns:oor=\"http://openoffice.org/2001/registry\" "
+                "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n"
+                "<item oor:path=\"/org.openoffice.Office.Calc/Formula/Load\"><prop oor:name=\"OOXMLRecalcMode\" "
+                "oor:op=\"fuse\"><value>0</value></prop></item>\n</oor:items>\n");
+    }
+    QTemporaryDir out;
+    QProcess soffice;
+    soffice.start(QStringLiteral("soffice"),
+                  {QStringLiteral("-env:UserInstallation=file://") + profile.path(), QStringLiteral("--headless"),
+                   QStringLiteral("--convert-to"), QStringLiteral("xlsx"), QStringLiteral("--outdir"), out.path(),
+                   workbook});
+    if (!soffice.waitForStarted(10000)) {
+        ADD_FAILURE() << "LibreOffice (soffice) is not installed: run scripts/bootstrap";
+        return {};
+    }
+    EXPECT_TRUE(soffice.waitForFinished(120000));
+    const QString converted = QDir(out.path()).filePath(QFileInfo(workbook).fileName());
+    if (!QFile::exists(converted)) {
+        ADD_FAILURE() << "LibreOffice did not convert " << workbook.toStdString() << ": "
+                      << soffice.readAllStandardError().toStdString();
+        return {};
+    }
+    QHash<QString, QVariant> values;
+    const QHash<QString, CachedFormula> cells = Cells(converted, sheet);
+    for (auto it = cells.cbegin(); it != cells.cend(); ++it)
+        values.insert(it.key(), it->value);
+    return values;
+}
+
+int ExpectFormulasAsRecalculated(const QString& workbook, int sheet)
+{
+    const QHash<QString, CachedFormula> formulas = FormulaCells(workbook, sheet);
+    const QHash<QString, QVariant> recalculated = RecalculatedCells(workbook, sheet);
+    int compared = 0;
+    for (auto it = formulas.cbegin(); it != formulas.cend(); ++it) {
+        const QVariant mine = it->value, theirs = recalculated.value(it.key());
+        const std::string where = it.key().toStdString() + " =" + it->formula.toStdString();
+        if (theirs.typeId() == QMetaType::Double) {
+            EXPECT_EQ(mine.typeId(), QMetaType::Double) << where << " cached " << mine.toString().toStdString();
+            const double a = mine.toDouble(), b = theirs.toDouble();
+            EXPECT_NEAR(a, b, 1e-9 * std::max(1.0, std::fabs(b))) << where;
+        } else {
+            EXPECT_EQ(mine.toString(), theirs.toString()) << where;
+        }
+        ++compared;
+    }
+    return compared;
 }
 
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect)

@@ -1,5 +1,7 @@
 #pragma once
 #include <QDir>
+#include <QHash>
+#include <QVariant>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -44,6 +46,20 @@ double Scalar(ToznFDConnection& connection, const QString& sql);
 
 // One entry of a zip archive (a part of an .xlsx workbook); empty when missing.
 QByteArray ReadZipEntry(const QString& archive, const QString& entry);
+
+// The cells of one worksheet (1-based) of a workbook after LibreOffice has opened it headless, recalculated
+// every formula and saved it again: numbers as doubles, texts as strings, by address ("B12"). Fails the test
+// when LibreOffice is missing or the conversion fails.
+QHash<QString, QVariant> RecalculatedCells(const QString& workbook, int sheet);
+// The formulas of a worksheet (1-based) as written, by address, with the value cached beside each.
+struct CachedFormula {
+    QString formula;
+    QVariant value;  // a double, a string, or invalid when nothing is cached
+};
+QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet);
+// Checks that every formula of a worksheet caches the value LibreOffice computes for it (numbers to a
+// relative 1e-9, texts exactly); returns how many formulas were compared.
+int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
 
 // Closes the next modal dialog with a result once it is shown, after letting the test look at it.
 void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
