@@ -7,8 +7,10 @@
 #include <cmath>
 
 #include "host/Database.h"
+#include "host/HostObjects.h"
 #include "host/NumericHelpers.h"
 #include "results/LVResultsColumns.h"
+#include "results/PesResultsLVUnit.h"
 #include "results/UnitLVResultsTree.h"
 #include "support/TestSupport.h"
 
@@ -141,4 +143,32 @@ TEST_F(Fixture, EveryBalanceColumnOfTheFeedersAndOfTheirSum)
             return;
         EXPECT_NEAR(gen, Column(EnergyColumns(), "WafactAll", n) + Column(EnergyColumns(), "WaoutAll", n), 1e-9);
     });
+}
+
+TEST_F(Fixture, TheFeederWorkbookBalanceTableCellByCell)
+{
+    SetCurrentDatabase(db_.get());
+    TFiderHH fider(9, QStringLiteral("Л-1"), 8);
+    TLVResultBalancesFider balances(&fider);
+    const QString book = folder_.Path("Л-1.xlsx");
+    QString error;
+    ASSERT_TRUE(balances.SaveWorkbook(book, error)) << error.toStdString();
+    const QHash<QString, CachedFormula> energy = WorksheetCells(book, 1);
+    auto at = [&](const char* cell) { return energy.value(QString::fromLatin1(cell)).value; };
+    // The whole-feeder column G, worked out above: rows 28 to 69 of the energy sheet.
+    const std::vector<std::pair<const char*, double>> expected = {
+        {"G28", 122}, {"G29", 55}, {"G30", 23}, {"G32", 25}, {"G34", 20}, {"G36", 22}, {"G38", 3},
+        {"G40", 99},  {"G41", 44}, {"G42", 97}, {"G44", 80}, {"G46", 85}, {"G48", 80}, {"G50", 85},
+        {"G54", 19},  {"G56", 19.0 / 99 * 100}, {"G57", 5}, {"G59", 5.0 / 99 * 100}, {"G60", 5.0 / 19 * 100},
+        {"G61", 14},  {"G62", 14.0 / 99 * 100}, {"G63", 14.0 / 19 * 100}, {"G64", 4}, {"G67", 10},
+        {"G68", 10.0 / 99 * 100}};
+    for (const auto& [cell, value] : expected) {
+        ASSERT_EQ(at(cell).typeId(), QMetaType::Double) << cell;
+        EXPECT_NEAR(at(cell).toDouble(), value, 1e-9 * std::max(1.0, value)) << cell;
+    }
+    EXPECT_EQ(at("G52").toString(), "-");
+    EXPECT_EQ(at("E40").toString(), "-");
+    // LibreOffice computes the same shares (no phase averages: the fixture has no phase values).
+    EXPECT_GE(ExpectFormulasAsRecalculated(book, 1), 20);
+    SetCurrentDatabase(nullptr);
 }

@@ -138,8 +138,9 @@ QString Unescape(QString s)
     return s.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&apos;", "'").replace("&amp;", "&");
 }
 
-// Every cell of a worksheet: its formula (empty when none) and its cached value.
-QHash<QString, CachedFormula> Cells(const QString& workbook, int sheet)
+}  // namespace
+
+QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
 {
     const QStringList strings = SharedStrings(workbook);
     QHash<QString, CachedFormula> cells;
@@ -167,12 +168,11 @@ QHash<QString, CachedFormula> Cells(const QString& workbook, int sheet)
     }
     return cells;
 }
-}  // namespace
 
 QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet)
 {
     QHash<QString, CachedFormula> formulas;
-    const QHash<QString, CachedFormula> all = Cells(workbook, sheet);
+    const QHash<QString, CachedFormula> all = WorksheetCells(workbook, sheet);
     for (auto it = all.cbegin(); it != all.cend(); ++it)
         if (!it->formula.isEmpty())
             formulas.insert(it.key(), *it);
@@ -212,7 +212,7 @@ QHash<QString, QVariant> RecalculatedCells(const QString& workbook, int sheet)
         return {};
     }
     QHash<QString, QVariant> values;
-    const QHash<QString, CachedFormula> cells = Cells(converted, sheet);
+    const QHash<QString, CachedFormula> cells = WorksheetCells(converted, sheet);
     for (auto it = cells.cbegin(); it != cells.cend(); ++it)
         values.insert(it.key(), it->value);
     return values;

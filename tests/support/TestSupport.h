@@ -57,6 +57,8 @@ struct CachedFormula {
     QVariant value;  // a double, a string, or invalid when nothing is cached
 };
 QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet);
+// Every cell of a worksheet (1-based), with its formula when it has one.
+QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet);
 // Checks that every formula of a worksheet caches the value LibreOffice computes for it (numbers to a
 // relative 1e-9, texts exactly); returns how many formulas were compared.
 int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
