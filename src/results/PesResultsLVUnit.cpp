@@ -71,7 +71,10 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
     for (const TLVResultColumn* c : columns) {
         QStringList row{QString(c->Caption).replace(QLatin1Char('|'), QStringLiteral(", "))};
         for (int i = 0; i < count + (count > 1 ? 1 : 0); ++i) {
-            record.SetResIdx(count > 1 ? i : -1);
+            if (count > 1 && i < count)
+                record.SetResIdx(i);
+            else
+                record.ClearResIdx();  // the "Всего" column: the feeder as a whole
             row << FormatFloat(c->Format, c->Value(record));
         }
         rows_.push_back(row);

@@ -257,8 +257,14 @@ void TLVResultRecord::BuildResList()
         else
             it->rows.push_back(b);
     }
-    // The last entry holds every row: the feeder as a whole, not a RES of its own.
-    resList_.push_back({Owners.RES, blocks_});
+}
+
+void TLVResultRecord::ClearResIdx()
+{
+    if (resIdx_ < 0)
+        return;
+    resIdx_ = -1;
+    Owners.RES = wholeRes_;
 }
 
 double TLVResultRecord::GetValue(int field, int variant) const
@@ -301,6 +307,8 @@ void TLVResultRecord::SetResIdx(int index)
 {
     if (Level != 7 || resList_.empty() || index < 0 || index >= static_cast<int>(resList_.size()))
         return;
+    if (resIdx_ < 0)
+        wholeRes_ = Owners.RES;
     resIdx_ = index;
     Owners.RES = resList_[index].RES;
 }

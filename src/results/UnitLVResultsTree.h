@@ -137,7 +137,8 @@ public:
 };
 
 // The values of one object: the "LVResults" part and its balance blocks; at level 7 the blocks are also
-// listed per RES, the last entry of that list being the total of the feeder.
+// listed per RES. CountRes offers all of that list but its last RES (the count less one), as the host expects:
+// a feeder of two districts is offered as a whole.
 class TLVResultRecord : public TLVResultCustom {
 public:
     TLVResultRecord();
@@ -154,6 +155,8 @@ public:
     int CountRes() const override;
     TOwnersRes GetOwnersRes(int index) const override;
     void SetResIdx(int index) override;
+    // Back to the feeder as a whole after SetResIdx.
+    void ClearResIdx();
     int ResIdx() const { return resIdx_; }
     TMasRES GetMasRES() const;
     // A copy holding only the blocks of one balance kind (0 on the utility's balance, 4 not on it, 5 all).
@@ -169,6 +172,7 @@ private:
     std::vector<TLVBalanceBlock> blocks_;
     std::vector<ResBlock> resList_;
     int resIdx_ = -1;
+    int wholeRes_ = 0;  // the owners' RES of the whole feeder, while a RES of the list is current
     std::array<double, ResultFieldCount> sums_;
     std::array<int, ResultFieldCount> counts_{};
     int results_ = 0;

@@ -142,24 +142,31 @@ TEST_F(Tree, FeederWithTwoDistrictsHasOneRecordWithAListOfBlocks)
     TLVResultRecord& r = tree.Record();
     EXPECT_EQ(r.ResultCount(), 1);
     EXPECT_EQ(r.Blocks().size(), 4u);  // two districts, on and off the balance
-    EXPECT_EQ(r.CountRes(), 2);
+    // Two districts: the list holds both, and all but the last are offered, so the feeder stands as a whole.
+    EXPECT_EQ(r.CountRes(), 1);
     const TMasRES mas = r.GetMasRES();
-    ASSERT_EQ(mas.size(), 2);
-    EXPECT_NE(mas[0].RES, mas[1].RES);
-    EXPECT_EQ(mas[1].Tail, -1);
+    ASSERT_EQ(mas.size(), 1);
+    EXPECT_EQ(mas[0].Tail, -1);
+    EXPECT_EQ(mas[0].RES, r.Owners.RES);
 
     const double total = r.GetValue(bfPgen, VariantTotal);
+    const int ownRes = r.Owners.RES;
     r.SetResIdx(0);
     const double first = r.GetValue(bfPgen, VariantTotal);
-    EXPECT_EQ(r.GetOwnersRes(0).RES, mas[0].RES);
+    const int firstRes = r.GetOwnersRes(0).RES;
+    EXPECT_EQ(r.Owners.RES, firstRes);
     r.SetResIdx(1);
+    EXPECT_NE(r.Owners.RES, firstRes);
     EXPECT_NEAR(first + r.GetValue(bfPgen, VariantTotal), total, 1e-9);
     r.SetResIdx(5);  // out of range: nothing changes
     EXPECT_EQ(r.ResIdx(), 1);
-    r.SetResIdx(2);  // the last entry is the feeder as a whole
+    r.SetResIdx(2);  // no third district
+    EXPECT_EQ(r.ResIdx(), 1);
+    r.ClearResIdx();  // the feeder as a whole again
     EXPECT_NEAR(r.GetValue(bfPgen, VariantTotal), total, 1e-9);
+    EXPECT_EQ(r.Owners.RES, ownRes);
 
-    // A feeder of one district: a list of one district and the total gives 1.
+    // A feeder of one district: a list of one gives 1.
     const int oneRes =
         static_cast<int>(Db(QStringLiteral("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
                                            "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
