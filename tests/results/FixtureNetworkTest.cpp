@@ -43,10 +43,15 @@ protected:
                     "Wrfakt", "Wr_gen", "dWa", "dWr") values (100, 3, 0, 85, 80, 97, 40, 38, 43, 5, 3))",
                  R"(insert into "LVWResultsAdd" ("Ident", RES, "Balance", "Wacalc", "Wafakt", "Wa_gen", "Wrcalc",
                     "Wrfakt", "Wr_gen", "dWa", "dWr") values (100, 3, 4, 22, 20, 25, 10, 9, 12, 3, 2))",
+                 // Its sections: on the balance 10 overhead (1.2 km) and 3 cable (0.4 km) switched on, 2 overhead
+                 // (0.3 km) and 1 cable (0.1 km) off; the other owners' part 4 overhead on (0.5 km), 1 cable off
+                 // (0.05 km).
                  R"(insert into "LVPResultsAdd" ("Ident", RES, "Balance", "Pcalc", "Pfakt", "Pgen", "dP",
-                    "NAbonents") values (100, 3, 0, 9.7, 9.1, 10.3, 0.6, 40))",
+                    "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "LsumP", "LsumP_off", "LsumC",
+                    "LsumC_off") values (100, 3, 0, 9.7, 9.1, 10.3, 0.6, 40, 10, 2, 3, 1, 1.2, 0.3, 0.4, 0.1))",
                  R"(insert into "LVPResultsAdd" ("Ident", RES, "Balance", "Pcalc", "Pfakt", "Pgen", "dP",
-                    "NAbonents") values (100, 3, 4, 2.5, 2.3, 2.9, 0.4, 6))",
+                    "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "LsumP", "LsumP_off", "LsumC",
+                    "LsumC_off") values (100, 3, 4, 2.5, 2.3, 2.9, 0.4, 6, 4, 0, 0, 1, 0.5, 0, 0, 0.05))",
                  // Л-2, stored without a calculation type, wholly on the balance, reactive figures unknown.
                  R"(insert into "LVResults" ("Ident", GUID, "SampleIdent", "CalcType", "T", "dWdop")
                     values (101, 10, 11, null, 8760, 1))",
@@ -171,4 +176,17 @@ TEST_F(Fixture, TheFeederWorkbookBalanceTableCellByCell)
     // LibreOffice computes the same shares (no phase averages: the fixture has no phase values).
     EXPECT_GE(ExpectFormulasAsRecalculated(book, 1), 20);
     SetCurrentDatabase(nullptr);
+}
+
+TEST_F(Fixture, SwitchedOnAndOffSectionsAndLengthsByBalance)
+{
+    const TPesResultsLV* l1 = Find(9);
+    ASSERT_TRUE(l1);
+    ExpectColumns(LineColumns(), *l1,
+                  {{"LsumP0", 1.2},      {"LsumP0_off", 0.3},  {"LsumP0_all", 1.5},  {"LsumP4", 0.5},
+                   {"LsumP4_off", 0},    {"LsumP4_all", 0.5},  {"LsumP", 1.7},      {"LsumP_off", 0.3},
+                   {"LsumP_all", 2.0},   {"LsumC0_all", 0.5},  {"LsumC4_off", 0.05}, {"LsumC_all", 0.55},
+                   {"Lsum0", 1.6},       {"Lsum0_off", 0.4},   {"Lsum0_all", 2.0},  {"Lsum4_all", 0.55},
+                   {"Lsum_all", 2.55},   {"NLineP0", 10},      {"NLineP0_off", 2},  {"NLineC4_off", 1},
+                   {"NLine0", 13},       {"NLine0_off", 3},    {"NLine4_all", 5},   {"NLine_all", 21}});
 }
