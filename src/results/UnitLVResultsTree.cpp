@@ -322,6 +322,16 @@ TLVResultRecord TLVResultRecord::OfKind(int kind) const
     return copy;
 }
 
+TLVResultRecord TLVResultRecord::LastBlockOnly() const
+{
+    TLVResultRecord copy = *this;
+    copy.resIdx_ = -1;
+    copy.resList_.clear();
+    if (!copy.blocks_.empty())
+        copy.blocks_.erase(copy.blocks_.begin(), copy.blocks_.end() - 1);
+    return copy;
+}
+
 TMasRES TLVResultRecord::GetMasRES() const
 {
     TMasRES mas;
@@ -370,6 +380,11 @@ TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultR
     }
     entry->Ident(ident).AddRecord(record, level);
     return *entry;
+}
+
+TLVFiderIdents& TFiders_LV::AddLVFider(int fiderGuid, int ident, const TLVResultRecord& record)
+{
+    return AddRecord(fiderGuid, ident, record.LastBlockOnly(), 7);
 }
 
 void TFiders_LV::AddSum(TLVResultRecord& sum) const

@@ -161,6 +161,8 @@ public:
     TMasRES GetMasRES() const;
     // A copy holding only the blocks of one balance kind (0 on the utility's balance, 4 not on it, 5 all).
     TLVResultRecord OfKind(int kind) const;
+    // A copy holding only the last balance block of the record.
+    TLVResultRecord LastBlockOnly() const;
     const std::vector<TLVBalanceBlock>& Blocks() const { return blocks_; }
     int ResultCount() const { return results_; }
 
@@ -217,6 +219,9 @@ class TFiders_LV {
 public:
     // Passes a record on to its feeder's entry (created when missing) and returns the entry.
     TLVFiderIdents& AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level);
+    // Takes the last balance block of a record into the feeder's entry (created and listed when missing) and
+    // returns the entry.
+    TLVFiderIdents& AddLVFider(int fiderGuid, int ident, const TLVResultRecord& record);
     void AddSum(TLVResultRecord& sum) const;
     int CountLVFiders() const { return static_cast<int>(fiders_.size()); }
     const TLVFiderIdents& GetItemLVFider(int index) const { return *fiders_.at(index); }

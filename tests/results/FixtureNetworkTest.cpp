@@ -190,3 +190,22 @@ TEST_F(Fixture, SwitchedOnAndOffSectionsAndLengthsByBalance)
                    {"Lsum_all", 2.55},   {"NLineP0", 10},      {"NLineP0_off", 2},  {"NLineC4_off", 1},
                    {"NLine0", 13},       {"NLine0_off", 3},    {"NLine4_all", 5},   {"NLine_all", 21}});
 }
+
+TEST_F(Fixture, AFeedersLastBalanceBlockTakenIntoTheFeederList)
+{
+    const TPesResultsLV* l1 = Find(9);
+    ASSERT_TRUE(l1);
+    const TLVResultRecord& record = l1->Record();
+    ASSERT_EQ(record.Blocks().size(), 2u);
+    TFiders_LV feeders;
+    feeders.AddLVFider(9, 100, record);
+    feeders.AddLVFider(9, 100, record);  // the same feeder and result: one entry, the block taken again
+    EXPECT_EQ(feeders.CountLVFiders(), 1);
+    EXPECT_EQ(feeders.GetItemLVFider(0).Count(), 1);
+    TLVResultRecord sum;
+    feeders.AddSum(sum);
+    // Only the last block (of the two on and off the balance, 97 and 25 received) counts, twice.
+    const double last = record.Blocks().back().Values[bfWa_gen];
+    EXPECT_TRUE(last == 97 || last == 25) << last;
+    EXPECT_DOUBLE_EQ(sum.GetValue(bfWa_gen, VariantTotal), 2 * last);
+}
