@@ -36,6 +36,8 @@ bool VerifySenderFile(QString& fileName)
     return true;
 }
 
+QString SheetProtectionPassword() { return QStringLiteral("ozn3"); }
+
 TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner) : QDialog(owner), besideExcel_(host::IsSpreadsheetInstalled())
 {
     body_ = new QVBoxLayout(this);

@@ -17,6 +17,10 @@ OZN3HOST_API bool SetDataBaseName();
 // The name may be made absolute; a wrong file is reported to the user and answers false.
 OZN3HOST_API bool VerifySenderFile(QString& fileName);
 
+// The password the template forms protect their sheets with: it keeps formulas and keys from being
+// overwritten by mistake, not from a user who means to change them.
+OZN3HOST_API QString SheetProtectionPassword();
+
 // Base of the workbook template forms: a read-only flag, the host's parameter and file name,
 // whether it works beside the spreadsheet application, and that application's window.
 class OZN3HOST_API TxlsCustomMenuForm : public QDialog {

@@ -40,6 +40,8 @@ public:
     double dWa() const;
     // Sets the results and the flags from the inputs.
     void Calculate();
+    // The normative model holding the record's inputs: every derived value of the workbook is its.
+    TLVNormativSample0 Model() const;
 
     double Wa, Wa_bus;
     int T = -1;
@@ -50,6 +52,7 @@ public:
     std::array<double, LengthCount> Lengths;
     double LekvValue, kuValue, k038Value, deltaWa;
     int Flags = 0;
+    bool Stored = false;  // the period has a result of its own (not only the scheme of another period)
 
 private:
     void ToSample(TLVNormativSample0& sample) const;

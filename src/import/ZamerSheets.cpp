@@ -2,18 +2,37 @@
 
 #include <xlsxwriter.h>
 
+#include "host/NumericHelpers.h"
+#include "host/TemplateForms.h"
+
 TZamerFormats AddZamerFormats(lxw_workbook* book, const char* valueFormat, const char* computedFormat)
 {
-    TZamerFormats f{workbook_add_format(book), workbook_add_format(book), workbook_add_format(book)};
+    TZamerFormats f{};
+    f.head = workbook_add_format(book);
     format_set_bold(f.head);
     format_set_text_wrap(f.head);
     format_set_border(f.head, LXW_BORDER_THIN);
     format_set_align(f.head, LXW_ALIGN_CENTER);
+    f.value = workbook_add_format(book);
     format_set_num_format(f.value, valueFormat);
     format_set_border(f.value, LXW_BORDER_THIN);
+    format_set_unlocked(f.value);
+    f.computed = workbook_add_format(book);
     format_set_num_format(f.computed, computedFormat);
     format_set_bg_color(f.computed, 0xEFEFEF);
     format_set_border(f.computed, LXW_BORDER_THIN);
+    f.key = workbook_add_format(book);
+    auto name = [&](int colour) {
+        lxw_format* n = workbook_add_format(book);
+        format_set_border(n, LXW_BORDER_THIN);
+        if (colour >= 0)
+            format_set_bg_color(n, colour);
+        return n;
+    };
+    f.name = name(-1);
+    f.notStored = name(0xFFF2CC);  // pale yellow
+    f.edited = name(0xDDEBF7);     // pale blue
+    f.warning = name(0xF8CBAD);    // pale red
     return f;
 }
 
@@ -22,4 +41,45 @@ void WriteZamerHead(lxw_worksheet* sheet, int column, const QString& caption, lx
     const auto col = static_cast<lxw_col_t>(column - 1);
     worksheet_write_string(sheet, 0, col, caption.toUtf8().constData(), head);
     worksheet_write_number(sheet, 1, col, column, head);
+}
+
+void WriteInputNumber(lxw_worksheet* sheet, int row, int column, double value, lxw_format* format)
+{
+    const auto r = static_cast<lxw_row_t>(row - 1);
+    const auto c = static_cast<lxw_col_t>(column - 1);
+    if (isEmptyFloat(value))
+        worksheet_write_blank(sheet, r, c, format);
+    else
+        worksheet_write_number(sheet, r, c, value, format);
+}
+
+void WriteFormulaWithValue(lxw_worksheet* sheet, int row, int column, const QString& formula, double value,
+                           lxw_format* format)
+{
+    const auto r = static_cast<lxw_row_t>(row - 1);
+    const auto c = static_cast<lxw_col_t>(column - 1);
+    const QByteArray text = (QLatin1Char('=') + formula).toUtf8();
+    if (isEmptyFloat(value))
+        worksheet_write_formula_str(sheet, r, c, text.constData(), format, "");
+    else
+        worksheet_write_formula_num(sheet, r, c, text.constData(), format, value);
+}
+
+void ProtectZamerSheet(lxw_worksheet* sheet)
+{
+    lxw_protection options{};
+    options.format_columns = 1;
+    options.format_rows = 1;
+    const QByteArray password = SheetProtectionPassword().toUtf8();
+    worksheet_protect(sheet, password.constData(), &options);
+}
+
+QString ReadRefusal(const QString& file, const QStringList& problems)
+{
+    constexpr int kShown = 20;
+    QString text =
+        QStringLiteral("Книга %1 не прочитана, данные не изменены:\n%2").arg(file, problems.mid(0, kShown).join('\n'));
+    if (problems.size() > kShown)
+        text += QStringLiteral("\n… и еще %1").arg(problems.size() - kShown);
+    return text;
 }

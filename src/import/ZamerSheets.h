@@ -1,15 +1,32 @@
 #pragma once
 #include <QString>
+#include <QStringList>
 
 struct lxw_workbook;
 struct lxw_worksheet;
 struct lxw_format;
 
 // The look shared by the measurement workbooks: a head row of captions over a row of column numbers, input
-// cells framed, computed cells shaded.
+// cells framed and open to the user, computed cells shaded, the cells that tie a row to its object locked.
 struct TZamerFormats {
     lxw_format *head, *value, *computed;
+    lxw_format* key;        // numbers and hidden keys of a row, locked
+    lxw_format* name;       // an object's name, locked
+    lxw_format* notStored;  // the name of an object without stored values in the interval
+    lxw_format* edited;     // the name of an object whose values are to be saved
+    lxw_format* warning;    // the name of an object whose values contradict each other
 };
 TZamerFormats AddZamerFormats(lxw_workbook* book, const char* valueFormat, const char* computedFormat);
 // The caption of a column (1-based) in the first row and its number in the second.
 void WriteZamerHead(lxw_worksheet* sheet, int column, const QString& caption, lxw_format* head);
+// An input number (1-based row and column); an empty value leaves the cell empty but open to the user.
+void WriteInputNumber(lxw_worksheet* sheet, int row, int column, double value, lxw_format* format);
+// A formula with the value it gives cached beside it (an empty value caches an empty text), so that a
+// spreadsheet that does not recalculate on opening shows the right numbers; the text has no leading "=".
+void WriteFormulaWithValue(lxw_worksheet* sheet, int row, int column, const QString& formula, double value,
+                           lxw_format* format);
+// Protects a sheet: only the cells written with the input format can be changed; columns and rows may still be
+// resized. The password is the host's.
+void ProtectZamerSheet(lxw_worksheet* sheet);
+// The refusal of a workbook whose cells break their rules: the first problems and how many there are.
+QString ReadRefusal(const QString& file, const QStringList& problems);

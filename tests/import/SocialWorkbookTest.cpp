@@ -140,11 +140,17 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     QString error;
     ASSERT_TRUE(high.WriteWorkbook(book, true, false, error)) << error.toStdString();
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
-    EXPECT_TRUE(sheet.contains("<f>AE3+4*AH3+6/10*AK3</f>"));  // single-phase equivalent: columns 31, 34, 37
-    EXPECT_TRUE(sheet.contains("<f>AE3+AF3</f>"));             // single-phase aluminium with its inputs
+    EXPECT_TRUE(sheet.contains(",AE3+4*AH3+6/10*AK3,"));  // single-phase equivalent: columns 31, 34, 37
+    EXPECT_TRUE(sheet.contains(",AE3+AF3,"));             // single-phase aluminium with its inputs
     EXPECT_TRUE(sheet.contains("7.78-2.67*L3-1.48*L3*L3)*(1.25+0.14*L3)"));
-    EXPECT_TRUE(sheet.contains("IF(AND(ISNUMBER(D3),ISNUMBER(AV3),D3&lt;&gt;0),AV3/D3*100"));
+    EXPECT_TRUE(sheet.contains("IF(AND(ISNUMBER(D3),ISNUMBER(AV3),D3&lt;&gt;0)"));
+    EXPECT_TRUE(sheet.contains("AV3/D3*100"));
     EXPECT_TRUE(sheet.contains("SQRT(3)"));
+    // The inputs refuse what the model refuses, and only they are open to the user.
+    EXPECT_TRUE(sheet.contains("<sheetProtection "));
+    EXPECT_TRUE(sheet.contains("<dataValidation type=\"list\""));
+    EXPECT_TRUE(sheet.contains("<formula1>\"400/230,220/127\"</formula1>"));
+    EXPECT_TRUE(sheet.contains("<formula1>AND(ISNUMBER(N3),N3&gt;0,N3&lt;=1)</formula1>"));  // kзап in (0, 1]
     TXlsxWorkbook read;
     ASSERT_TRUE(read.Open(book, error));
     EXPECT_EQ(read.SheetNames(), QStringList({"ТП"}));
@@ -163,16 +169,28 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     edited.GetItem(0).Data.dp = 0.5;
     const QString changed = folder_.Path("social2.xlsx");
     ASSERT_TRUE(edited.WriteWorkbook(changed, true, true, error));
-    // Hours beyond a year are refused with their cell, and nothing of that workbook is taken.
+    // Values the model would not take are refused with their cells, and nothing of that workbook is taken:
+    // hours beyond a year, a fractional count of lines, a cos φ above 1, a negative length, a fill factor of 0.
     TNodeSocialHigh wrong;
     wrong.Open(*c_, fider, 5, years_[0]);
-    wrong.GetItem(0).Data.T = 2000000000;
-    wrong.GetItem(0).Data.dp = 0.7;
-    const QString hours = folder_.Path("social3.xlsx");
-    ASSERT_TRUE(wrong.WriteWorkbook(hours, true, true, error));
-    EXPECT_EQ(high.ReadWorkbook(hours, error), -1);
-    EXPECT_TRUE(error.contains("ячейка G3: T = 2000000000 — число часов от 0 до 8784")) << error.toStdString();
+    TDataAnaliz& bad = wrong.GetItem(0).Data;
+    bad.T = 2000000000;
+    bad.dp = 0.7;
+    bad.NLines = 2.5;
+    bad.CosFi = 1.5;
+    bad.kzap = 0;
+    wrong.GetItem(1).Data.Lengths[0] = -1;
+    const QString refused = folder_.Path("social3.xlsx");
+    ASSERT_TRUE(wrong.WriteWorkbook(refused, true, true, error));
+    EXPECT_EQ(high.ReadWorkbook(refused, error), -1);
+    for (const char* line : {"ячейка G3: «2000000000» — Расчетный период, ч: целое число часов от 1 до 8784",
+                             "ячейка K3: «2.5» — Количество линий, шт.: целое число от 1",
+                             "ячейка I3: «1.5» — Коэффициент мощности cosφ: число от 0 до 1",
+                             "ячейка N3: «0» — Коэффициент заполнения графика, о.е.: число больше 0 и не больше 1",
+                             "ячейка O4: «-1» — Магистраль, алюминиевые, км: число не меньше 0"})
+        EXPECT_TRUE(error.contains(QString::fromUtf8(line))) << line << "\n" << error.toStdString();
     EXPECT_FALSE(high.GetItem(0).Edited);
+    EXPECT_FALSE(high.GetItem(1).Edited);
 
     EXPECT_EQ(high.ReadWorkbook(changed, error), 1);
     EXPECT_EQ(high.Save(*c_), 1);

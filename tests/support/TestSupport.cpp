@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
@@ -11,6 +9,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTimer>
+#include <cmath>
 #include <zip.h>
 
 #include "db/DemoGenerator.h"
@@ -122,7 +121,8 @@ namespace {
 QStringList SharedStrings(const QString& workbook)
 {
     QStringList strings;
-    static const QRegularExpression si(QStringLiteral("<si>(.*?)</si>"), QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression si(QStringLiteral("<si>(.*?)</si>"),
+                                       QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression t(QStringLiteral("<t[^>]*>([^<]*)</t>"));
     for (auto it = si.globalMatch(QString::fromUtf8(ReadZipEntry(workbook, "xl/sharedStrings.xml"))); it.hasNext();) {
         QString text;
@@ -135,7 +135,11 @@ QStringList SharedStrings(const QString& workbook)
 
 QString Unescape(QString s)
 {
-    return s.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&apos;", "'").replace("&amp;", "&");
+    return s.replace("&lt;", "<")
+        .replace("&gt;", ">")
+        .replace("&quot;", "\"")
+        .replace("&apos;", "'")
+        .replace("&amp;", "&");
 }
 
 }  // namespace
@@ -148,7 +152,8 @@ QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
                                          QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression f(QStringLiteral("<f[^>]*>([^<]*)</f>")), v(QStringLiteral("<v>([^<]*)</v>"));
     static const QRegularExpression type(QStringLiteral("t=\"([a-z]+)\""));
-    const QString xml = QString::fromUtf8(ReadZipEntry(workbook, QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet)));
+    const QString xml =
+        QString::fromUtf8(ReadZipEntry(workbook, QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet)));
     for (auto it = cell.globalMatch(xml); it.hasNext();) {
         const auto m = it.next();
         CachedFormula c;
@@ -179,38 +184,55 @@ QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet)
     return formulas;
 }
 
-QHash<QString, QVariant> RecalculatedCells(const QString& workbook, int sheet)
+namespace {
+// The copy of a workbook that LibreOffice recalculated and saved, made once per workbook file and time.
+QString RecalculatedCopy(const QString& workbook)
 {
+    static QTemporaryDir profile, out;
+    static QHash<QString, QString> copies;
+    const QString key = workbook + QLatin1Char('@') + QFileInfo(workbook).lastModified().toString(Qt::ISODateWithMs);
+    if (copies.contains(key))
+        return copies.value(key);
     // A profile of its own that tells Calc to recalculate every formula of a workbook it loads.
-    static QTemporaryDir profile;
     const QString settings = profile.filePath(QStringLiteral("user/registrymodifications.xcu"));
     if (!QFile::exists(settings)) {
         QDir().mkpath(profile.filePath(QStringLiteral("user")));
         QFile f(settings);
         EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                "<oor:items xmlns:oor=\"http://openoffice.org/2001/registry\" "
-                "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n"
-                "<item oor:path=\"/org.openoffice.Office.Calc/Formula/Load\"><prop oor:name=\"OOXMLRecalcMode\" "
-                "oor:op=\"fuse\"><value>0</value></prop></item>\n</oor:items>\n");
+        f.write(
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<oor:items xmlns:oor=\"http://openoffice.org/2001/registry\" "
+            "xmlns:xs=\"http://www.w3.org/2001/XMLSchema\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n"
+            "<item oor:path=\"/org.openoffice.Office.Calc/Formula/Load\"><prop oor:name=\"OOXMLRecalcMode\" "
+            "oor:op=\"fuse\"><value>0</value></prop></item>\n</oor:items>\n");
     }
-    QTemporaryDir out;
+    const QString folder = out.filePath(QString::number(copies.size()));
+    QDir().mkpath(folder);
     QProcess soffice;
-    soffice.start(QStringLiteral("soffice"),
-                  {QStringLiteral("-env:UserInstallation=file://") + profile.path(), QStringLiteral("--headless"),
-                   QStringLiteral("--convert-to"), QStringLiteral("xlsx"), QStringLiteral("--outdir"), out.path(),
-                   workbook});
+    soffice.start(QStringLiteral("soffice"), {QStringLiteral("-env:UserInstallation=file://") + profile.path(),
+                                              QStringLiteral("--headless"), QStringLiteral("--convert-to"),
+                                              QStringLiteral("xlsx"), QStringLiteral("--outdir"), folder, workbook});
     if (!soffice.waitForStarted(10000)) {
         ADD_FAILURE() << "LibreOffice (soffice) is not installed: run scripts/bootstrap";
         return {};
     }
     EXPECT_TRUE(soffice.waitForFinished(120000));
-    const QString converted = QDir(out.path()).filePath(QFileInfo(workbook).fileName());
+    const QString converted = QDir(folder).filePath(QFileInfo(workbook).fileName());
     if (!QFile::exists(converted)) {
         ADD_FAILURE() << "LibreOffice did not convert " << workbook.toStdString() << ": "
                       << soffice.readAllStandardError().toStdString();
         return {};
     }
+    copies.insert(key, converted);
+    return converted;
+}
+}  // namespace
+
+QHash<QString, QVariant> RecalculatedCells(const QString& workbook, int sheet)
+{
+    const QString converted = RecalculatedCopy(workbook);
+    if (converted.isEmpty())
+        return {};
     QHash<QString, QVariant> values;
     const QHash<QString, CachedFormula> cells = WorksheetCells(converted, sheet);
     for (auto it = cells.cbegin(); it != cells.cend(); ++it)
