@@ -130,6 +130,9 @@ create table "LVWLoads" ("SampleIdent" integer not null, "GUID" integer not null
   "Wr" double precision, "CosFi" double precision, primary key ("SampleIdent", "GUID"));
 create table "LVConsumers" ("SampleIdent" integer not null, "GUID" integer not null, "Name" varchar(100),
   "OwnerGUID" integer, "Pust" double precision, "flagPu" integer, primary key ("SampleIdent", "GUID"));
+/* The register of meters: one per object (substation, LV feeder or consumer), its name and state (0 not given,
+   1 in order, 2 faulty, 3 verification overdue, 4 missing). */
+create table "Meters" ("GUID" integer not null primary key, "MeterName" varchar(40), "State" smallint);
 
 /* ---------------- normative method ---------------- */
 create table "LVFidersB" ("Ident" integer not null primary key, "CosFi" double precision, "Unom" double precision,

@@ -1,5 +1,7 @@
 #include "host/FiderHHCalcParams.h"
 
+#include <cmath>
+
 #include "host/NumericHelpers.h"
 
 TLVCalcValues::TLVCalcValues()
@@ -61,8 +63,8 @@ double TFiderHHCalcParamsCommon::GetKzapCalc(TLVCalcLevel level) const
     const TLVCalcValues& v = Values(level);
     if (!isEmptyFloat(v.Kzap))
         return v.Kzap;
-    if (!isEmptyFloat(v.SqrKfg) && 3 * v.SqrKfg - 2 != 0)
-        return 1 / (3 * v.SqrKfg - 2);
+    if (!isEmptyFloat(KzapOfSqrKfg(v.SqrKfg)))
+        return KzapOfSqrKfg(v.SqrKfg);
     if (!isEmptyFloat(v.Tmax) && !isEmptyFloat(v.T) && v.T != 0)
         return v.Tmax / v.T;
     return EmptyFloat();
@@ -82,8 +84,25 @@ double TFiderHHCalcParamsCommon::GetTauCalc(TLVCalcLevel level) const
     const TLVCalcValues& v = Values(level);
     if (!isEmptyFloat(v.Tau))
         return v.Tau;
-    const double kzap = GetKzapCalc(level);
+    return TauOfKzap(GetKzapCalc(level));
+}
+
+double TFiderHHCalcParamsCommon::TauOfKzap(double kzap)
+{
     return isEmptyFloat(kzap) ? EmptyFloat() : (kzap + 2 * kzap * kzap) / 3;
+}
+
+double TFiderHHCalcParamsCommon::KzapOfSqrKfg(double sqrKfg)
+{
+    return isEmptyFloat(sqrKfg) || 3 * sqrKfg - 2 == 0 ? EmptyFloat() : 1 / (3 * sqrKfg - 2);
+}
+
+double TFiderHHCalcParamsCommon::KzapOfTau(double tauRel)
+{
+    // The positive root of 2 Kzap² + Kzap − 3 τ = 0, written as the workbooks write it.
+    if (isEmptyFloat(tauRel) || tauRel < 0)
+        return EmptyFloat();
+    return (std::sqrt(1.0 / 9 + 8.0 / 3 * tauRel) - 1.0 / 3) * 3 / 4;
 }
 
 double TFiderHHCalcParamsCommon::GetTmaxCalc(TLVCalcLevel level) const

@@ -71,6 +71,10 @@ public:
     double GetSqrKfgCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
     double GetTauCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
     double GetTmaxCalc(TLVCalcLevel level = TLVCalcLevel::Current) const;
+    // The relations of the load curve, one function each (empty in, empty out).
+    static double TauOfKzap(double kzap);       // (Kzap + 2 Kzap²) / 3, relative
+    static double KzapOfSqrKfg(double sqrKfg);  // 1 / (3 sqrKfg − 2); empty for sqrKfg = 2/3
+    static double KzapOfTau(double tauRel);     // the fill factor whose relative τ is the given one
     // The energy is found by the calculation rather than given (the dialogs show "Расчет").
     virtual bool isWaCalc() const { return false; }
 

@@ -12,7 +12,10 @@ QString S(const char* text) { return QString::fromUtf8(text); }
 
 // A user name as the engine keeps it: plain names in capitals, quoted ones as they are.
 QString EngineName(const QString& user) { return user.trimmed().toUpper(); }
-QString Quoted(const QString& name) { return QLatin1Char('"') + QString(name).replace('"', QStringLiteral("\"\"")) + QLatin1Char('"'); }
+QString Quoted(const QString& name)
+{
+    return QLatin1Char('"') + QString(name).replace('"', QStringLiteral("\"\"")) + QLatin1Char('"');
+}
 
 void Exec(ToznFDConnection& c, const QString& sql)
 {
@@ -45,7 +48,8 @@ QString RoleName(const QString& role, QString& error)
 void SetRight(ToznFDConnection& c, const QString& user, int right, bool granted)
 {
     auto q = c.NewQuery();
-    q->SetSQLText(S(R"(update or insert into "UserRights" ("UserName", "UserRight", "PeriodIdent", "ObjectGUID", "Granted")
+    q->SetSQLText(
+        S(R"(update or insert into "UserRights" ("UserName", "UserRight", "PeriodIdent", "ObjectGUID", "Granted")
         values (:UserName, :UserRight, -1, -1, :Granted) matching ("UserName", "UserRight", "PeriodIdent", "ObjectGUID"))"));
     q->ParamByName(QStringLiteral("UserName"), user);
     q->ParamByName(QStringLiteral("UserRight"), right);
@@ -71,6 +75,12 @@ bool HasRoles(ToznFDConnection& c)
     return roles.contains(S(kReaderRole)) && roles.contains(S(kWriterRole));
 }
 
+void GrantTable(ToznFDConnection& c, const QString& table)
+{
+    Exec(c, QStringLiteral("grant select on %1 to %2").arg(Quoted(table), S(kReaderRole)));
+    Exec(c, QStringLiteral("grant select, insert, update, delete on %1 to %2").arg(Quoted(table), S(kWriterRole)));
+}
+
 void InstallRoles(ToznFDConnection& c)
 {
     const QStringList roles = Names(c, "select rdb$role_name from rdb$roles");
@@ -78,15 +88,16 @@ void InstallRoles(ToznFDConnection& c)
         if (!roles.contains(S(role)))
             Exec(c, QStringLiteral("create role %1").arg(S(role)));
     const QString reader = S(kReaderRole), writer = S(kWriterRole);
-    for (const QString& table : Names(c, "select rdb$relation_name from rdb$relations where coalesce(rdb$system_flag, 0)=0")) {
-        Exec(c, QStringLiteral("grant select on %1 to %2").arg(Quoted(table), reader));
-        Exec(c, QStringLiteral("grant select, insert, update, delete on %1 to %2").arg(Quoted(table), writer));
-    }
+    for (const QString& table :
+         Names(c, "select rdb$relation_name from rdb$relations where coalesce(rdb$system_flag, 0)=0"))
+        GrantTable(c, table);
     // Reports gather the runs they show in a table private to the connection: readers fill it too.
     Exec(c, QStringLiteral("grant insert, update, delete on \"tmpGUIDs\" to %1").arg(reader));
-    for (const QString& procedure : Names(c, "select rdb$procedure_name from rdb$procedures where coalesce(rdb$system_flag, 0)=0"))
+    for (const QString& procedure :
+         Names(c, "select rdb$procedure_name from rdb$procedures where coalesce(rdb$system_flag, 0)=0"))
         Exec(c, QStringLiteral("grant execute on procedure %1 to %2").arg(Quoted(procedure), writer));
-    for (const QString& generator : Names(c, "select rdb$generator_name from rdb$generators where coalesce(rdb$system_flag, 0)=0"))
+    for (const QString& generator :
+         Names(c, "select rdb$generator_name from rdb$generators where coalesce(rdb$system_flag, 0)=0"))
         Exec(c, QStringLiteral("grant usage on generator %1 to %2").arg(Quoted(generator), writer));
 }
 
@@ -94,7 +105,8 @@ namespace {
 QSet<QString> HeldRoles(ToznFDConnection& c, const QString& user)
 {
     auto q = c.NewQuery();
-    q->SetSQLText(S(R"(select trim(rdb$relation_name) from rdb$user_privileges where rdb$user=:UserName and rdb$privilege='M')"));
+    q->SetSQLText(
+        S(R"(select trim(rdb$relation_name) from rdb$user_privileges where rdb$user=:UserName and rdb$privilege='M')"));
     q->ParamByName(QStringLiteral("UserName"), EngineName(user));
     QSet<QString> held;
     for (q->Open(); !q->Eof(); q->Next())

@@ -27,6 +27,8 @@ OZN3HOST_API QList<int> OwnerRights();
 
 // Creates the two roles when missing and grants them on every table, view, procedure and generator.
 OZN3HOST_API void InstallRoles(ToznFDConnection& connection);
+// Grants both roles on one table (a table added to a database that has its roles already).
+OZN3HOST_API void GrantTable(ToznFDConnection& connection, const QString& table);
 // Whether the database has both roles.
 OZN3HOST_API bool HasRoles(ToznFDConnection& connection);
 // The role a user connects with: the writer's when granted, else the reader's, else none.

@@ -3,8 +3,10 @@
 #include <QHash>
 #include <QSet>
 #include <QStringList>
+#include <algorithm>
 
 #include "host/Connection.h"
+#include "host/Roles.h"
 
 namespace {
 // Columns added since the first version of the database, in the order they came. The schema script
@@ -39,6 +41,17 @@ const AddedColumn kAdded[] = {
     {"LVPResultsL", "IC", "double precision"},
     {"LVPResultsL", "IN", "double precision"},
     {"LVPResultsL", "dQ", "double precision"},
+};
+
+// Tables added since the first version, with the statement that creates each. The schema script creates them
+// for a new database; keep both in step.
+struct AddedTable {
+    const char* table;
+    const char* create;
+};
+const AddedTable kAddedTables[] = {
+    {"Meters", R"(create table "Meters" ("GUID" integer not null primary key, "MeterName" varchar(40), )"
+               R"("State" smallint))"},
 };
 
 // The regime parameters ("LVCalcParams") were first kept once per feeder, regime and level, under a primary
@@ -99,6 +112,18 @@ int UpgradeSchema(ToznFDConnection& connection)
             existing.insert(q->Str(QStringLiteral("T")) + QLatin1Char('.') + q->Str(QStringLiteral("F")));
     });
     int added = 0;
+    for (const AddedTable& t : kAddedTables) {
+        const QString table = QString::fromLatin1(t.table);
+        if (std::any_of(existing.cbegin(), existing.cend(),
+                        [&](const QString& name) { return name.startsWith(table + QLatin1Char('.')); }))
+            continue;
+        q->SetSQLText(QString::fromLatin1(t.create));
+        q->ExecSQL();
+        ++added;
+        // Where the roles exist already, they reach the new table as they reach the others.
+        if (host::HasRoles(connection))
+            host::GrantTable(connection, table);
+    }
     for (const AddedColumn& c : kAdded) {
         const QString table = QString::fromLatin1(c.table), column = QString::fromLatin1(c.column);
         if (existing.contains(table + QLatin1Char('.') + column))

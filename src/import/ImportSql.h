@@ -27,6 +27,10 @@ inline constexpr const char* kSaveLVWSamples =
 inline constexpr const char* kConsumers =
     R"(select c.guid, c."Name", c."OwnerGUID", c."Pust", c."flagPu" from "LVConsumers" c where (c."SampleIdent"=:Ident)
     order by c."OwnerGUID", c.guid)";
+// The cos φ of every LV feeder's load kind, and the load kinds by name.
+inline constexpr const char* kFeederLoadCos =
+    R"(select lf.guid, tl."CosFi" from "LVFiders" lf join "TypeLoads" tl on tl."Ident"=lf."TypeLoad")";
+inline constexpr const char* kLoadTypes = R"(select "Ident", "Name" from "TypeLoads" order by "Ident")";
 inline constexpr const char* kLVWLoads = R"(select * from "LVWLoads" where ("SampleIdent"=:Ident))";
 inline constexpr const char* kLVPLoads = R"(select * from "LVPLoads" where ("SampleIdent"=:Ident))";
 inline constexpr const char* kSaveLVWLoads =
@@ -38,6 +42,15 @@ inline constexpr const char* kSaveLVPLoads =
     R"(update or insert into "LVPLoads" ("SampleIdent", "GUID", "Wa", "Wr", "CosFi", "Pz", "Pi", "I", "LoadType",
     "Param1", "Param2") values (:SampleIdent, :GUID, :Wa, :Wr, :CosFi, :Pz, :Pi, :I, :LoadType, :Param1, :Param2)
     matching ("SampleIdent", "GUID"))";
+
+// The objects that have stored measurements in an interval, by table (the workbook's own tables).
+inline constexpr const char* kStoredW =
+    R"(select guid from "WLoads" where "SampleIdent"=:Ident union select guid from "LVWTPInfo" where
+    "SampleIdent"=:Ident union select guid from "LVWSamples" where "SampleIdent"=:Ident union select guid from
+    "LVWLoads" where "SampleIdent"=:Ident)";
+inline constexpr const char* kStoredTmax =
+    R"(select guid from "LVPTPInfo" where "SampleIdent"=:Ident union select guid from "LVPSamples" where
+    "SampleIdent"=:Ident union select guid from "LVPLoads" where "SampleIdent"=:Ident)";
 
 // The transformer of every substation: type and rated power.
 inline constexpr const char* kTransformerTypes =

@@ -1,150 +1,27 @@
 #include "import/LVZamerData.h"
 
-#include <QFile>
 #include <QHash>
 #include <QSet>
 #include <cmath>
 #include <functional>
-#include <xlsxwriter.h>
 
 #include "host/Connection.h"
+#include "host/InitOZN.h"
+#include "host/Meters.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
-#include "host/XlsxFile.h"
-#include "host/XlsxReader.h"
 #include "import/ImportSql.h"
-#include "import/ZamerSheets.h"
+#include "import/LVZamerColumns.h"
 
 namespace {
 using R = TLVZamerRecord;
-QByteArray utf8(const QString& s) { return s.toUtf8(); }
+using Consumer = TLVZamerConsumer;
 const char* const kPhases[3] = {"A", "B", "C"};
-
-// A value column of the sheet: its number, caption and the record field behind it.
-struct Column {
-    int number;
-    QString caption;
-    std::function<double&(R&)> field;
-    bool hours = false;  // a whole number of hours within a year, stored as an integer
-};
-// The hours of the longest year.
-constexpr double kYearHours = 8784;
 
 // The energy column holds the substation's own energy or the sum of a feeder's.
 double& energy(R& r) { return r.TypeRec == R::TP ? r.W : r.W_sum; }
 
-const std::vector<Column>& energyColumns()
-{
-    static const std::vector<Column> columns = [] {
-        std::vector<Column> c;
-        c.push_back({4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }});
-        c.push_back({5, QStringLiteral("W, тыс. кВт·ч"), energy});
-        for (int p = 0; p < 3; ++p) {
-            const QString ph = QString::fromLatin1(kPhases[p]);
-            c.push_back({6 + p, QStringLiteral("U%1, В").arg(ph), [p](R& r) -> double& { return r.U[p]; }});
-            c.push_back({9 + p, QStringLiteral("I%1, А").arg(ph), [p](R& r) -> double& { return r.I[p]; }});
-            c.push_back({12 + p, QStringLiteral("Imax%1, А").arg(ph), [p](R& r) -> double& { return r.Imax[p]; }});
-            c.push_back({15 + p, QStringLiteral("cosφ%1, о.е.").arg(ph), [p](R& r) -> double& { return r.CosFi[p]; }});
-        }
-        c.push_back({18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, true});
-        c.push_back({19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }});
-        c.push_back({20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }});
-        c.push_back({21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; }});
-        c.push_back({25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }});
-        return c;
-    }();
-    return columns;
-}
-
-const std::vector<Column>& peakColumns()
-{
-    static const std::vector<Column> columns = [] {
-        std::vector<Column> c;
-        c.push_back({4, QStringLiteral("Wa, тыс. кВт·ч"), energy});
-        for (int p = 0; p < 3; ++p) {
-            const QString ph = QString::fromLatin1(kPhases[p]);
-            c.push_back({5 + p, QStringLiteral("U%1, В").arg(ph), [p](R& r) -> double& { return r.U[p]; }});
-            c.push_back({8 + p, QStringLiteral("I%1, А").arg(ph), [p](R& r) -> double& { return r.I[p]; }});
-            c.push_back({11 + p, QStringLiteral("cosφ%1, о.е.").arg(ph), [p](R& r) -> double& { return r.CosFi[p]; }});
-        }
-        c.push_back({14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, true});
-        c.push_back({15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, true});
-        c.push_back({16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }});
-        c.push_back({17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }});
-        c.push_back({18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }});
-        c.push_back({19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }});
-        return c;
-    }();
-    return columns;
-}
-
-const std::vector<Column>& valueColumns(TLVZamerKind kind)
-{
-    return kind == TLVZamerKind::W ? energyColumns() : peakColumns();
-}
-
-// The computed columns of a worksheet row: number, caption and formula.
-struct Computed {
-    int number;
-    const char* caption;
-    QString (*formula)(int row);
-};
-
-// Service columns after the sheet's own: the object, the kind of row, the rated voltage, the meter and the
-// colours of single cells.
-constexpr int kGuidColumn = 26, kTypeColumn = 27, kUnomColumn = 28, kMeterColumn = 29, kColoursColumn = 30;
-
-QString cell(int column, int row) { return GetNameCell(column, row); }
-
-// The formulas of the computed columns. Energy sheet: the mean head current, the mean power from the energy and
-// the hours, the relative hours of greatest losses from the fill factor.
-QString meanCurrent(int row, int first)
-{
-    return QStringLiteral("IF(AND(ISNUMBER(%1),ISNUMBER(%2),ISNUMBER(%3)),(%1+%2+%3)/3,\"\")")
-        .arg(cell(first, row), cell(first + 1, row), cell(first + 2, row));
-}
-QString meanPower(int row, int hours, int energyColumn)
-{
-    return QStringLiteral("1000000/(%1*1000)*%2").arg(cell(hours, row), cell(energyColumn, row));
-}
-QString lossFactor(int row, int kzap) { return QStringLiteral("(1+2*%1)*%1/3").arg(cell(kzap, row)); }
-
-const std::vector<Computed>& computedColumns(TLVZamerKind kind)
-{
-    static const std::vector<Computed> energy = {
-        {22, "Iср, А", [](int row) { return meanCurrent(row, 9); }},
-        {23, "Pср, кВт", [](int row) { return meanPower(row, 18, 5); }},
-        {24, "τ, о.е.", [](int row) { return lossFactor(row, 20); }},
-    };
-    // Peak sheet: the fill factor that the relative hours of greatest losses stand for, then as above.
-    static const std::vector<Computed> peak = {
-        {20, "Kзап по τ, о.е.",
-         [](int row) { return QStringLiteral("(sqrt(1/9+8/3*%1/%2)-1/3)*3/4").arg(cell(16, row), cell(14, row)); }},
-        {22, "Iср, А", [](int row) { return meanCurrent(row, 8); }},
-        {23, "Pср, кВт", [](int row) { return meanPower(row, 14, 4); }},
-        {24, "τ, о.е.", [](int row) { return lossFactor(row, 18); }},
-    };
-    return kind == TLVZamerKind::W ? energy : peak;
-}
-
 quint64 objectKey(int kind, int guid) { return (static_cast<quint64>(kind) << 32) | static_cast<quint32>(guid); }
-
-bool same(double a, double b)
-{
-    if (isEmptyFloat(a) || isEmptyFloat(b))
-        return isEmptyFloat(a) && isEmptyFloat(b);
-    return CompareFloat(a, b) == 0;
-}
-
-double number(const QVariant& v)
-{
-    if (!v.isValid())
-        return EmptyFloat();
-    if (v.typeId() == QMetaType::Double)
-        return v.toDouble();
-    double d = EmptyFloat();
-    return ParseFloat(v.toString(), d) ? d : EmptyFloat();
-}
 
 // Hours and other whole numbers: NULL when not given, or when too large for the column (never wrapped).
 QVariant whole(double value)
@@ -175,61 +52,15 @@ void phasesOf(R& r)
 
 TLVZamerRecord::TLVZamerRecord()
     : Unom(EmptyFloat()), W(EmptyFloat()), W_bus(EmptyFloat()), W_sum(EmptyFloat()), T(EmptyFloat()), Kdp(EmptyFloat()),
-      Kzap(EmptyFloat()), sqrKfg(EmptyFloat()), Temperature(EmptyFloat())
+      Kzap(EmptyFloat()), sqrKfg(EmptyFloat()), Temperature(EmptyFloat()), Tmax(EmptyFloat()), Tau(EmptyFloat())
 {
     for (auto* a : {&U, &I, &Imax, &CosFi})
         a->fill(EmptyFloat());
 }
 
-namespace {
-using Consumer = TLVZamerConsumer;
-struct ConsumerColumn {
-    int number;
-    QString caption;
-    std::function<double&(Consumer&)> field;
-};
-const QString kConsumerSheet = QStringLiteral("Абоненты");
-constexpr int kConsumerGuid = 10, kConsumerType = 11, kConsumerOwner = 12;
-
-// The consumers' values: the sheet's own columns 3 to 6, then service columns after the computed ones.
-const std::vector<ConsumerColumn>& consumerColumns(TLVZamerKind kind)
-{
-    static const std::vector<ConsumerColumn> energy = {
-        {3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }},
-        {4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }},
-        {5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }},
-        {6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }},
-    };
-    static const std::vector<ConsumerColumn> peak = {
-        {3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }},
-        {4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }},
-        {5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }},
-        {6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }},
-        {13, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }},
-        {14, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }},
-        {16, QStringLiteral("Параметр 1"), [](Consumer& c) -> double& { return c.Param1; }},
-        {17, QStringLiteral("Параметр 2"), [](Consumer& c) -> double& { return c.Param2; }},
-    };
-    return kind == TLVZamerKind::W ? energy : peak;
-}
-
-// The computed columns of the consumers' sheet: the apparent energy, the reactive energy by the power factor and
-// the power factor by the two energies.
-QString consumerFormula(int column, int row)
-{
-    const QString w = cell(3, row), wr = cell(4, row), cos = cell(5, row);
-    switch (column) {
-    case 7: return QStringLiteral("SQRT(N(%1)^2+N(%2)^2)").arg(w, wr);
-    case 8: return QStringLiteral("SQRT(IF(AND(ISNUMBER(%1),%1<>0),1/%1^2-1,0))*N(%2)").arg(cos, w);
-    default: return QStringLiteral("COS(ATAN(IF(AND(ISNUMBER(%1),%1<>0),N(%2)/%1,0)))").arg(w, wr);
-    }
-}
-const char* const kConsumerComputed[3] = {"S, тыс. кВ·А·ч", "Wr по cosφ, тыс. квар·ч", "cosφ по W и Wr"};
-}  // namespace
-
 TLVZamerConsumer::TLVZamerConsumer()
     : W_sum(EmptyFloat()), Wr(EmptyFloat()), CosFi(EmptyFloat()), Pust(EmptyFloat()), Pz(EmptyFloat()),
-      Pi(EmptyFloat()), I(EmptyFloat()), Param1(EmptyFloat()), Param2(EmptyFloat())
+      Pi(EmptyFloat()), I(EmptyFloat()), Param1(EmptyFloat()), Param2(EmptyFloat()), KindCosFi(EmptyFloat())
 {
 }
 
@@ -249,21 +80,14 @@ bool ApplyZamerSwitch(std::array<bool, 3>& switches, int clicked)
     return true;
 }
 
-QString TLVZamerData::ColumnCaption(int column) const
+int TLVZamerData::Pending() const
 {
-    switch (column) {
-    case 1: return QStringLiteral("№ п/п");
-    case 2: return QStringLiteral("Наименование");
-    case 3: return kind_ == TLVZamerKind::W ? QStringLiteral("Состояние") : QStringLiteral("Тип ТП");
-    default:
-        for (const Computed& c : computedColumns(kind_))
-            if (c.number == column)
-                return QString::fromUtf8(c.caption);
-        for (const Column& c : valueColumns(kind_))
-            if (c.number == column)
-                return c.caption;
-        return {};
-    }
+    int pending = 0;
+    for (const R& r : records_)
+        pending += r.EditRec ? 1 : 0;
+    for (const Consumer& c : consumers_)
+        pending += c.EditRec ? 1 : 0;
+    return pending;
 }
 
 void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours,
@@ -271,9 +95,13 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
 {
     records_.clear();
     consumers_.clear();
+    loadTypes_.clear();
+    notes_.clear();
     withConsumers_ = withConsumers;
     sampleIdent_ = sampleIdent;
     hours_ = hours;
+    defaultKzap_ = Init()->GetDefaultKzap();
+    defaultCosFi_ = Init()->GetDefaultCosFi();
     if (!item)
         return;
     // The substations under the item in the tree's order (a substation shown twice counts once), each
@@ -302,6 +130,18 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     walk(item->Target());
     if (withConsumers)
         LoadConsumers(connection, feeders);
+    // The register of meters names the meter of every row and its state.
+    const QHash<int, TMeter> meters = LoadMeters(connection);
+    for (R& r : records_)
+        if (const auto it = meters.constFind(r.Guid); it != meters.cend()) {
+            r.MeterName = it->Name;
+            r.ST = it->State;
+        }
+    for (Consumer& c : consumers_)
+        if (const auto it = meters.constFind(c.Guid); it != meters.cend()) {
+            c.MeterName = it->Name;
+            c.ST = it->State;
+        }
     QHash<quint64, size_t> index;
     for (size_t n = 0; n < records_.size(); ++n) {
         records_[n].Num = static_cast<int>(n) + 1;
@@ -392,183 +232,6 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     }
 }
 
-bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
-{
-    TXlsxFile out(file);
-    lxw_workbook* book = out.Open(error);
-    if (!book)
-        return false;
-    lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(QStringLiteral("ТП и линии")).constData());
-    const TZamerFormats formats = AddZamerFormats(book, "0.000", "0.000");
-    lxw_format *head = formats.head, *value = formats.value, *computed = formats.computed;
-    lxw_format* tpName = workbook_add_format(book);
-    format_set_bold(tpName);
-    format_set_border(tpName, LXW_BORDER_THIN);
-    for (int c = 1; c <= SheetColumns; ++c)
-        WriteZamerHead(sheet, c, ColumnCaption(c), head);
-    worksheet_set_row(sheet, 0, 45, nullptr);
-    worksheet_set_column(sheet, 1, 1, 36, nullptr);
-    worksheet_set_column(sheet, 2, static_cast<lxw_col_t>(SheetColumns - 1), 10, nullptr);
-    // The service columns are there for the reading back, not for the user.
-    lxw_row_col_options hidden = {1, 0, 0};
-    worksheet_set_column_opt(sheet, kGuidColumn - 1, kColoursColumn - 1, 8, nullptr, &hidden);
-    worksheet_freeze_panes(sheet, FirstRow - 1, 2);
-    for (const R& constRecord : records_) {
-        R r = constRecord;
-        const auto row = static_cast<lxw_row_t>(r.NumStr - 1);
-        worksheet_write_number(sheet, row, 0, r.Num, nullptr);
-        worksheet_write_string(sheet, row, 1,
-                               utf8((r.TypeRec == R::Line ? QStringLiteral("    ") : QString()) + r.Name).constData(),
-                               r.TypeRec == R::TP ? tpName : nullptr);
-        if (kind_ == TLVZamerKind::W)
-            worksheet_write_number(sheet, row, 2, r.ST, value);
-        else
-            worksheet_write_string(sheet, row, 2, utf8(r.TypeTp).constData(), value);
-        for (const Column& c : valueColumns(kind_)) {
-            if (kind_ == TLVZamerKind::W && c.number == 4 && r.TypeRec != R::TP)
-                continue;  // a feeder has no busbars of its own
-            const double v = c.field(r);
-            if (!isEmptyFloat(v))
-                worksheet_write_number(sheet, row, static_cast<lxw_col_t>(c.number - 1), v, value);
-            else
-                worksheet_write_blank(sheet, row, static_cast<lxw_col_t>(c.number - 1), value);
-        }
-        for (const Computed& c : computedColumns(kind_))
-            worksheet_write_formula(sheet, row, static_cast<lxw_col_t>(c.number - 1),
-                                    utf8(QLatin1Char('=') + c.formula(r.NumStr)).constData(), computed);
-        worksheet_write_number(sheet, row, kGuidColumn - 1, r.Guid, nullptr);
-        worksheet_write_number(sheet, row, kTypeColumn - 1, r.TypeRec, nullptr);
-        if (!isEmptyFloat(r.Unom))
-            worksheet_write_number(sheet, row, kUnomColumn - 1, r.Unom, nullptr);
-        worksheet_write_string(sheet, row, kMeterColumn - 1, utf8(r.MeterName).constData(), nullptr);
-        worksheet_write_string(sheet, row, kColoursColumn - 1, utf8(r.ColorsCells).constData(), nullptr);
-    }
-    if (withConsumers_)
-        WriteConsumers(book, head, value, computed);
-    return out.Close(error);
-}
-
-void TLVZamerData::WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_format* value, lxw_format* computed) const
-{
-    lxw_worksheet* sheet = workbook_add_worksheet(book, utf8(kConsumerSheet).constData());
-    const std::vector<ConsumerColumn>& columns = consumerColumns(kind_);
-    auto headCell = [&](int column, const QString& caption) { WriteZamerHead(sheet, column, caption, head); };
-    headCell(1, QStringLiteral("№ п/п"));
-    headCell(2, QStringLiteral("Наименование"));
-    for (const ConsumerColumn& c : columns)
-        if (c.number <= 9)
-            headCell(c.number, c.caption);
-    for (int k = 0; k < 3; ++k)
-        headCell(7 + k, QString::fromUtf8(kConsumerComputed[k]));
-    worksheet_set_row(sheet, 0, 45, nullptr);
-    worksheet_set_column(sheet, 1, 1, 36, nullptr);
-    lxw_row_col_options hidden = {1, 0, 0};
-    worksheet_set_column_opt(sheet, kConsumerGuid - 1, 16, 8, nullptr, &hidden);
-    for (const Consumer& constConsumer : consumers_) {
-        Consumer c = constConsumer;
-        const auto row = static_cast<lxw_row_t>(c.NumStr - 1);
-        worksheet_write_number(sheet, row, 0, c.Num, nullptr);
-        worksheet_write_string(sheet, row, 1, utf8(c.Name).constData(), nullptr);
-        for (const ConsumerColumn& col : columns) {
-            const double v = col.field(c);
-            if (!isEmptyFloat(v))
-                worksheet_write_number(sheet, row, static_cast<lxw_col_t>(col.number - 1), v, value);
-            else
-                worksheet_write_blank(sheet, row, static_cast<lxw_col_t>(col.number - 1), value);
-        }
-        for (int k = 7; k <= 9; ++k)
-            worksheet_write_formula(sheet, row, static_cast<lxw_col_t>(k - 1),
-                                    utf8(QLatin1Char('=') + consumerFormula(k, c.NumStr)).constData(), computed);
-        worksheet_write_number(sheet, row, kConsumerGuid - 1, c.Guid, nullptr);
-        worksheet_write_number(sheet, row, kConsumerType - 1, TLVZamerRecord::Consumer, nullptr);
-        worksheet_write_number(sheet, row, kConsumerOwner - 1, c.OwnerGuid, nullptr);
-        if (kind_ == TLVZamerKind::W)
-            worksheet_write_number(sheet, row, 12, c.FlagPu, nullptr);
-        else
-            worksheet_write_number(sheet, row, 14, c.LoadType, nullptr);
-    }
-}
-
-void TLVZamerData::ReadRow(const TXlsxWorkbook& book, int sheet, int row, R& r)
-{
-    R read = r;
-    const bool energySheet = kind_ == TLVZamerKind::W;
-    if (energySheet) {
-        const double state = number(book.Cell(sheet, row, 3));
-        read.ST = isEmptyFloat(state) ? 0 : static_cast<int>(std::lround(state));
-    }
-    for (const Column& c : valueColumns(kind_)) {
-        if (energySheet && c.number == 4 && r.TypeRec != R::TP)
-            continue;
-        c.field(read) = number(book.Cell(sheet, row, c.number));
-    }
-    // The form factor, when given, decides the load curve; the fill factor is read only in its absence.
-    if (energySheet && !isEmptyFloat(read.sqrKfg))
-        read.Kzap = r.Kzap;
-    read.MeterName = book.Cell(sheet, row, kMeterColumn).toString();
-    read.ColorsCells = book.Cell(sheet, row, kColoursColumn).toString();
-    phasesOf(read);
-    bool changed = read.ST != r.ST || read.MeterName != r.MeterName;
-    for (const Column& c : valueColumns(kind_))
-        changed = changed || !same(c.field(read), c.field(r));
-    if (!changed)
-        return;
-    read.EditT = !same(read.T, r.T);
-    read.EditRec = true;
-    r = read;
-}
-
-int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
-{
-    TXlsxWorkbook book;
-    if (!book.Open(file, error))
-        return -1;
-    const int sheet = book.SheetIndex(QStringLiteral("ТП и линии"));
-    if (sheet < 0) {
-        error = QStringLiteral("В книге %1 нет листа \"ТП и линии\"").arg(file);
-        return -1;
-    }
-    // Hours beyond a year (or beyond what an integer column holds) are refused before anything is taken
-    // from the workbook, each with its cell.
-    QStringList problems;
-    for (int row : book.RowNumbers(sheet)) {
-        if (row < FirstRow)
-            continue;
-        for (const Column& c : valueColumns(kind_)) {
-            const double v = number(book.Cell(sheet, row, c.number));
-            if (c.hours && !isEmptyFloat(v) && !(v >= 0 && v <= kYearHours))
-                problems << QStringLiteral("ячейка %1: «%2» = %3 — число часов от 0 до %4")
-                                .arg(GetNameCell(c.number, row), c.caption, QString::number(v, 'g', 17))
-                                .arg(kYearHours);
-        }
-    }
-    if (!problems.isEmpty()) {
-        error = QStringLiteral("Книга %1 не прочитана, данные не изменены:\n%2").arg(file, problems.mid(0, 20).join('\n'));
-        return -1;
-    }
-    int changed = 0;
-    if (const int consumers = book.SheetIndex(kConsumerSheet); consumers >= 0)
-        changed += ReadConsumers(book, consumers);
-    // A row of the sheet finds its object by kind and ident, whatever order the user left the rows in.
-    QHash<quint64, R*> byObject;
-    for (R& r : records_)
-        byObject.insert(objectKey(r.TypeRec, r.Guid), &r);
-    for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
-        const double guid = number(book.Cell(sheet, row, kGuidColumn)),
-                     kind = number(book.Cell(sheet, row, kTypeColumn));
-        if (isEmptyFloat(guid) || isEmptyFloat(kind))
-            continue;
-        R* r = byObject.value(objectKey(static_cast<int>(kind), static_cast<int>(guid)));
-        if (!r)
-            continue;
-        const bool before = r->EditRec;
-        r->NumStr = row;
-        ReadRow(book, sheet, row, *r);
-        changed += r->EditRec && !before ? 1 : 0;
-    }
-    return changed;
-}
-
 int TLVZamerData::Save(ToznFDConnection& connection)
 {
     int written = 0;
@@ -577,6 +240,13 @@ int TLVZamerData::Save(ToznFDConnection& connection)
     try {
         written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);
         written += SaveConsumers(connection);
+        // Every row written registers its meter, as the user left it.
+        for (const R& r : records_)
+            if (r.EditRec)
+                SaveMeter(connection, r.Guid, TMeter{r.MeterName, r.ST});
+        for (const Consumer& c : consumers_)
+            if (c.EditRec)
+                SaveMeter(connection, c.Guid, TMeter{c.MeterName, c.ST});
         connection.Commit();
     } catch (...) {
         connection.Rollback();
@@ -667,10 +337,17 @@ void TLVZamerData::ChangeInterval(int sampleIdent, int hours)
         // What the table carries over is the new interval's until the user changes it: rows with values are
         // to be saved there.
         bool any = false;
-        for (const Column& c : valueColumns(kind_))
+        for (const zamer::Column& c : zamer::ValueColumns(kind_))
             any = any || (&c.field(r) != &r.T && !isEmptyFloat(c.field(r)));
         r.EditRec = any;
         r.inBase = false;
+    }
+    for (Consumer& c : consumers_) {
+        bool any = false;
+        for (const zamer::ConsumerColumn& col : zamer::ConsumerColumns(kind_))
+            any = any || !isEmptyFloat(col.field(c));
+        c.EditRec = any;
+        c.inBase = false;
     }
     sampleIdent_ = sampleIdent;
     hours_ = hours;
@@ -696,6 +373,16 @@ void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>&
             index.insert(c.Guid, consumers_.size());
             consumers_.push_back(c);
         }
+        // The load kind of each feeder gives its consumers' cos φ when they have none of their own.
+        QHash<int, double> kindCos;
+        q->SetSQLText(QString::fromUtf8(ImportSql::kFeederLoadCos));
+        for (q->Open(); !q->Eof(); q->Next())
+            kindCos.insert(q->Int(QStringLiteral("GUID")), q->Float(QStringLiteral("CosFi")));
+        for (Consumer& c : consumers_)
+            c.KindCosFi = kindCos.value(c.OwnerGuid, EmptyFloat());
+        q->SetSQLText(QString::fromUtf8(ImportSql::kLoadTypes));
+        for (q->Open(); !q->Eof(); q->Next())
+            loadTypes_.insert(q->Int(QStringLiteral("Ident")), q->Str(QStringLiteral("Name")));
         q->SetSQLText(QString::fromUtf8(kind_ == TLVZamerKind::W ? ImportSql::kLVWLoads : ImportSql::kLVPLoads));
         q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
         for (q->Open(); !q->Eof(); q->Next()) {
@@ -722,34 +409,6 @@ void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>&
         consumers_[n].Num = static_cast<int>(n) + 1;
         consumers_[n].NumStr = FirstRow + static_cast<int>(n);
     }
-}
-
-int TLVZamerData::ReadConsumers(const TXlsxWorkbook& book, int sheet)
-{
-    int changed = 0;
-    QHash<int, Consumer*> byGuid;
-    for (Consumer& c : consumers_)
-        byGuid.insert(c.Guid, &c);
-    for (int row = FirstRow; row <= book.RowCount(sheet); ++row) {
-        const int guid = static_cast<int>(number(book.Cell(sheet, row, kConsumerGuid)));
-        Consumer* found = byGuid.value(guid);
-        if (!found)
-            continue;
-        Consumer& c = *found;
-        Consumer read = c;
-        bool edited = false;
-        for (const ConsumerColumn& col : consumerColumns(kind_)) {
-            col.field(read) = number(book.Cell(sheet, row, col.number));
-            edited = edited || !same(col.field(read), col.field(c));
-        }
-        if (edited) {
-            changed += c.EditRec ? 0 : 1;
-            read.EditRec = true;
-            read.NumStr = row;
-            c = read;
-        }
-    }
-    return changed;
 }
 
 int TLVZamerData::SaveConsumers(ToznFDConnection& connection)
@@ -784,4 +443,25 @@ int TLVZamerData::SaveConsumers(ToznFDConnection& connection)
                 consumers->ExecSQL();
             }
     return written;
+}
+
+QStringList TLVZamerData::StoredIn(ToznFDConnection& connection, int sampleIdent) const
+{
+    const QSet<int> stored = GuardedRead(connection, [&] {
+        QSet<int> guids;
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(kind_ == TLVZamerKind::W ? ImportSql::kStoredW : ImportSql::kStoredTmax));
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+        for (q->Open(); !q->Eof(); q->Next())
+            guids.insert(q->Int(QStringLiteral("GUID")));
+        return guids;
+    });
+    QStringList names;
+    for (const R& r : records_)
+        if (stored.contains(r.Guid))
+            names << r.Name;
+    for (const Consumer& c : consumers_)
+        if (stored.contains(c.Guid))
+            names << c.Name;
+    return names;
 }

@@ -1,5 +1,7 @@
 #pragma once
+#include <QHash>
 #include <QString>
+#include <QStringList>
 #include <array>
 #include <vector>
 
@@ -7,7 +9,7 @@ class ToznFDConnection;
 class ToznListItemCommon;
 class TXlsxWorkbook;
 struct lxw_workbook;
-struct lxw_format;
+struct TZamerFormats;
 
 // The two measurement workbooks: energy (W) and peak load (Tmax).
 enum class TLVZamerKind { W, Tmax };
@@ -25,7 +27,7 @@ struct TLVZamerRecord {
     bool inBase = false;  // a stored row exists for the interval
     bool EditT = false;
     bool EditRec = false;
-    int ST = 0;
+    int ST = 0;  // the state of the row's meter, a code of the host's meter states
     double W, W_bus, W_sum;
     std::array<double, 3> U, I, Imax, CosFi;
     double T, Kdp, Kzap, sqrKfg, Temperature;
@@ -39,14 +41,16 @@ struct TLVZamerRecord {
 // One row of the consumers' sheet: a consumer of an LV feeder with its load of the interval.
 struct TLVZamerConsumer {
     int NumStr = 0, Num = 0, Guid = 0, OwnerGuid = 0;
-    QString Name;
+    QString Name, MeterName;
     bool inBase = false;
     bool EditRec = false;
+    int ST = 0;                        // the state of the consumer's meter (kept as registered)
     double W_sum, Wr, CosFi;           // both workbooks
     double Pust;                       // energy workbook: installed power, kW
     int FlagPu = 0;                    // energy workbook: the installed power is given
     double Pz, Pi, I, Param1, Param2;  // peak-load workbook
-    int LoadType = 0;
+    int LoadType = 0;                  // peak-load workbook: "TypeLoads" ident, 0 when none
+    double KindCosFi;                  // cos φ of its feeder's load kind, for the reactive load
     TLVZamerConsumer();
 };
 
@@ -60,9 +64,9 @@ class TLVZamerData {
 public:
     explicit TLVZamerData(TLVZamerKind kind = TLVZamerKind::W) : kind_(kind) {}
     TLVZamerKind Kind() const { return kind_; }
-    static constexpr int SheetColumns = 25;   // the columns the user sees
-    static constexpr int ServiceColumns = 5;  // hidden columns that tie a row to its object
-    static constexpr int FirstRow = 3;        // rows 1 and 2 hold the captions and the column numbers
+    static constexpr int SheetColumns = 25;  // the sheet's own columns
+    static constexpr int MeterColumn = 26;   // the meter's name, beside them
+    static constexpr int FirstRow = 3;       // rows 1 and 2 hold the captions and the column numbers
 
     // Loads the objects under a tree item with their stored values of an interval (sample ident, hours).
     void Load(ToznFDConnection& connection, ToznListItemCommon* item, int sampleIdent, int hours, bool withLines,
@@ -71,34 +75,56 @@ public:
     const std::vector<TLVZamerRecord>& Records() const { return records_; }
     // The consumers' sheet, filled when consumers are shown.
     std::vector<TLVZamerConsumer>& Consumers() { return consumers_; }
+    const std::vector<TLVZamerConsumer>& Consumers() const { return consumers_; }
+    bool WithConsumers() const { return withConsumers_; }
     int SampleIdent() const { return sampleIdent_; }
     int Hours() const { return hours_; }
+    // Rows marked to be saved.
+    int Pending() const;
+    // The load kinds a consumer of the peak-load workbook can take, by "TypeLoads" ident.
+    const QHash<int, QString>& LoadTypes() const { return loadTypes_; }
 
-    // Writes the rows as a workbook (sheet "ТП и линии"); false with a reason.
+    // Writes the rows as a workbook (sheet "ТП и линии", and "Абоненты" when consumers are shown); false with a
+    // reason.
     bool WriteWorkbook(const QString& file, QString& error) const;
-    // Reads the user's values back; rows whose values differ from the table are marked for saving.
-    // Returns the number of rows changed, -1 with a reason when the workbook cannot be read.
+    // Reads the user's values back; rows whose values differ from the table are marked for saving. Every cell is
+    // checked first: a value that is not a number or breaks its column's rule refuses the whole workbook, with
+    // the cells named. Returns the number of rows changed, -1 with a reason.
     int ReadWorkbook(const QString& file, QString& error);
-    // Writes the marked rows into the interval's tables; returns how many were written.
+    // What the last reading took differently from what the user typed (a fill factor beside a form factor).
+    const QStringList& ReadNotes() const { return notes_; }
+    // Writes the marked rows into the interval's tables and their meters into the register; returns how many
+    // rows were written.
     int Save(ToznFDConnection& connection);
     // Moves the table to another interval: hours equal to the old interval's become the new interval's.
     void ChangeInterval(int sampleIdent, int hours);
+    // The objects of the table that already have stored values in an interval (what a move there would replace).
+    QStringList StoredIn(ToznFDConnection& connection, int sampleIdent) const;
 
     QString ColumnCaption(int column) const;
+    // The computed columns' values of a row, as the workbook caches them beside their formulas (empty where
+    // the formula gives an empty text): by column number.
+    double ComputedValue(const TLVZamerRecord& record, int column) const;
+    double ComputedValue(const TLVZamerConsumer& consumer, int column) const;
 
 private:
-    void ReadRow(const TXlsxWorkbook& book, int sheet, int row, TLVZamerRecord& r);
     void LoadConsumers(ToznFDConnection& connection, const QList<int>& feeders);
-    int ReadConsumers(const TXlsxWorkbook& book, int sheet);
+    void WriteConsumers(lxw_workbook* book, const TZamerFormats& formats) const;
+    int ReadRows(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply);
+    int ReadConsumers(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply);
     int SaveConsumers(ToznFDConnection& connection);
-    void WriteConsumers(lxw_workbook* book, lxw_format* head, lxw_format* value, lxw_format* computed) const;
     // The marked rows into the interval's tables, inside the caller's transaction.
     int SaveEnergy(ToznFDConnection& connection);
     int SavePeak(ToznFDConnection& connection);
+    // The interval's hours for a row without its own.
+    double IntervalHours() const { return hours_ > 0 ? hours_ : 8760; }
     TLVZamerKind kind_;
     std::vector<TLVZamerRecord> records_;
     std::vector<TLVZamerConsumer> consumers_;
+    QHash<int, QString> loadTypes_;
+    QStringList notes_;
     bool withConsumers_ = false;
     int sampleIdent_ = 0;
     int hours_ = 0;
+    double defaultKzap_ = 0.5, defaultCosFi_ = 0.9;
 };

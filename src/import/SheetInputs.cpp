@@ -50,6 +50,15 @@ TInputRule TInputRule::OneOf(const QStringList& texts, const QString& message)
     return r;
 }
 
+TInputRule TInputRule::FreeText(int maxLength, const QString& message)
+{
+    TInputRule r;
+    r.kind = Text;
+    r.maxLength = maxLength;
+    r.message = message;
+    return r;
+}
+
 TInputRule TInputRule::AnyNumber(const QString& message)
 {
     TInputRule r;
@@ -70,8 +79,11 @@ TInputValue CheckInput(const QVariant& cell, const TInputRule& rule)
     if (!cell.isValid())
         return out;
     if (rule.kind == TInputRule::Text) {
-        out.text = cell.toString().trimmed();
-        if (!out.text.isEmpty() && !rule.texts.contains(out.text))
+        out.text =
+            cell.typeId() == QMetaType::Double ? QString::number(cell.toDouble(), 'g', 15) : cell.toString().trimmed();
+        const bool accepted = rule.texts.isEmpty() ? out.text.size() <= rule.maxLength
+                                                   : out.text.isEmpty() || rule.texts.contains(out.text);
+        if (!accepted)
             out.problem = rule.message;
         return out;
     }
@@ -119,7 +131,14 @@ bool WriteInputRule(lxw_worksheet* sheet, int firstRow, int lastRow, int column,
     std::vector<char*> pointers;
     QByteArray formula;
     const QString cell = GetNameCell(column, firstRow);
-    if (rule.kind == TInputRule::Text) {
+    if (rule.kind == TInputRule::Text && rule.texts.isEmpty()) {
+        v.validate = LXW_VALIDATION_TYPE_LENGTH;
+        v.criteria = LXW_VALIDATION_CRITERIA_LESS_THAN_OR_EQUAL_TO;
+        v.value_number = rule.maxLength;
+    } else if (rule.kind == TInputRule::Text) {
+        // The format holds a list of at most 255 characters; a longer one is checked on reading only.
+        if (rule.texts.join(QLatin1Char(',')).size() > 255)
+            return true;
         v.validate = LXW_VALIDATION_TYPE_LIST;
         for (const QString& t : rule.texts)
             items.push_back(t.toUtf8());

@@ -15,7 +15,8 @@ struct TInputRule {
     double min = -std::numeric_limits<double>::infinity();
     double max = std::numeric_limits<double>::infinity();
     bool minExcluded = false;  // the lower bound itself is refused
-    QStringList texts;         // the texts a Text cell takes (an empty cell always passes)
+    QStringList texts;         // the texts a Text cell takes (an empty cell always passes); none: any text
+    int maxLength = 0;         // the longest text a free Text cell takes
     QString message;           // what the user is told: the caption and the range
 
     static TInputRule Range(double min, double max, const QString& message);
@@ -24,6 +25,7 @@ struct TInputRule {
     static TInputRule AboveUpTo(double min, double max, const QString& message);
     static TInputRule WholeRange(double min, double max, const QString& message);
     static TInputRule OneOf(const QStringList& texts, const QString& message);
+    static TInputRule FreeText(int maxLength, const QString& message);
     // Any finite number.
     static TInputRule AnyNumber(const QString& message);
 

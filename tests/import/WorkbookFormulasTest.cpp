@@ -7,8 +7,12 @@
 #include <cmath>
 #include <random>
 
+#include "host/Database.h"
+#include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
+#include "host/Tree.h"
 #include "host/XlsxReader.h"
+#include "import/LVZamerData.h"
 #include "import/LVZamerSocial.h"
 #include "normative/LVNormativUnit.h"
 #include "support/TestSupport.h"
@@ -217,4 +221,206 @@ TEST(WorkbookFormulas, GeneralisedDataAgreesWithTheNormativeModelInLibreOffice)
     EXPECT_GE(losses, 15);  // the rows reach the loss, not only its refusals
     // Every formula of the sheet is among those compared or caches what LibreOffice computes.
     EXPECT_EQ(ExpectFormulasAsRecalculated(book, 1), static_cast<int>(rows.size() * 23));
+}
+
+namespace {
+// The measurement workbooks, filled from the demo network and then given the rows of the test.
+class MeasurementFormulas : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        c_ = db_->GetDefaultConnection();
+        tp_ = static_cast<int>(Scalar(*c_, "select first 1 nod.guid from \"Nodes\" nod where exists (select 1 from "
+                                           "\"LVFiders\" lf where lf.\"OwnerGUID\"=nod.guid) order by 1"));
+        sample_ = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        defaultKzap_ = Init()->GetDefaultKzap();
+        defaultCos_ = Init()->GetDefaultCosFi();
+    }
+
+    // Records of the test after the loaded ones, each a copy of the first with its own ident.
+    static TLVZamerRecord& AddRecord(TLVZamerData& data, int kind)
+    {
+        TLVZamerRecord r;
+        r.TypeRec = kind;
+        r.Guid = 900000 + static_cast<int>(data.Records().size());
+        r.Name = QStringLiteral("Строка %1").arg(data.Records().size() + 1);
+        r.Num = static_cast<int>(data.Records().size()) + 1;
+        r.NumStr = TLVZamerData::FirstRow + static_cast<int>(data.Records().size());
+        data.Records().push_back(r);
+        return data.Records().back();
+    }
+    static TLVZamerConsumer& AddConsumer(TLVZamerData& data)
+    {
+        TLVZamerConsumer c;
+        c.Guid = 800000 + static_cast<int>(data.Consumers().size());
+        c.Name = QStringLiteral("Абонент %1").arg(data.Consumers().size() + 1);
+        c.Num = static_cast<int>(data.Consumers().size()) + 1;
+        c.NumStr = TLVZamerData::FirstRow + static_cast<int>(data.Consumers().size());
+        data.Consumers().push_back(c);
+        return data.Consumers().back();
+    }
+
+    // The consumers of the test: energies, cos φ and load kinds given and missing in turn.
+    void FillConsumers(TLVZamerData& data)
+    {
+        data.Consumers().clear();
+        const double e = EmptyFloat();
+        struct In {
+            double w, wr, cos, kind;
+        };
+        const In rows[] = {{12.5, 4, 0.95, e}, {12.5, e, 0.8, e}, {12.5, e, e, 0.85}, {12.5, e, e, e},
+                           {e, e, e, e},       {0, 3, 0.9, e},    {e, 2, e, 0.7},     {7, 0, e, e},
+                           {3, 1.5, 1, 0.9},   {40, e, 0.5, 0.8}};
+        for (const In& in : rows) {
+            TLVZamerConsumer& c = AddConsumer(data);
+            c.W_sum = in.w;
+            c.Wr = in.wr;
+            c.CosFi = in.cos;
+            c.KindCosFi = in.kind;
+        }
+    }
+
+    // cos φ the calculation takes for a consumer without usable energies, worked out by hand.
+    double CosTaken(const TLVZamerConsumer& c) const
+    {
+        if (!isEmptyFloat(c.CosFi) && c.CosFi > 0 && c.CosFi <= 1)
+            return c.CosFi;
+        if (!isEmptyFloat(c.KindCosFi))
+            return c.KindCosFi;
+        return defaultCos_;
+    }
+    void ExpectConsumers(const QString& book, const TLVZamerData& data)
+    {
+        const QHash<QString, QVariant> recalculated = RecalculatedCells(book, 2);
+        const QHash<QString, CachedFormula> written = WorksheetCells(book, 2);
+        const QHash<QString, int> column = ColumnsByCaption(book, 1);
+        auto z = [](double v) { return isEmptyFloat(v) ? 0.0 : v; };
+        for (const TLVZamerConsumer& c : data.Consumers()) {
+            const std::string what = "consumer " + c.Name.toStdString();
+            const double w = z(c.W_sum), wr = z(c.Wr), cos = CosTaken(c);
+            ExpectCell(recalculated, written, GetNameCell(column.value("S, тыс. кВ·А·ч"), c.NumStr), std::hypot(w, wr),
+                       what + " S");
+            ExpectCell(recalculated, written, GetNameCell(column.value("Wr по cosφ, тыс. квар·ч"), c.NumStr),
+                       w * std::sqrt(1 - cos * cos) / cos, what + " Wr");
+            const bool byEnergies = w > 0 && !isEmptyFloat(c.Wr);
+            ExpectCell(recalculated, written, GetNameCell(column.value("cosφ по W и Wr"), c.NumStr),
+                       byEnergies ? w / std::hypot(w, wr) : cos, what + " cos");
+        }
+        EXPECT_EQ(ExpectFormulasAsRecalculated(book, 2), static_cast<int>(data.Consumers().size() * 3));
+    }
+
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+    int tp_ = 0, sample_ = 0;
+    double defaultKzap_ = 0, defaultCos_ = 0;
+};
+
+// τ / T of a fill factor, by hand.
+double TauOf(double k) { return k * (1 + 2 * k) / 3; }
+}  // namespace
+
+TEST_F(MeasurementFormulas, EnergyWorkbookAgreesWithTheCalculationInLibreOffice)
+{
+    TLVZamerData data(TLVZamerKind::W);
+    data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true, true);
+    ASSERT_GE(data.Records().size(), 2u);
+    const double e = EmptyFloat();
+    struct In {
+        double w, t, kzap, kf2;
+        std::array<double, 3> i;
+    };
+    const In rows[] = {
+        {120, 8760, 0.45, e, {50, 60, 70}},  // fill factor only
+        {120, e, 0.45, e, {50, 60, e}},      // hours of the interval; a phase current missing: no mean
+        {120, 744, e, 1.4, {1, 2, 3}},       // form factor only: the fill factor comes from it
+        {120, 744, 0.7, 1.4, {e, e, e}},     // both: the form factor decides
+        {e, 8760, e, e, {10, 10, 10}},       // no energy, no curve: the default fill factor
+        {0, 1, 1, e, {0, 0, 0}},             // one hour, a flat load
+        {55.5, 8784, 0.05, e, {e, 1, 2}},    // a leap year
+        {3, e, e, 1, {5, 5, 5}},             // Kф² of 1
+    };
+    for (const In& in : rows) {
+        TLVZamerRecord& r = AddRecord(data, TLVZamerRecord::Line);
+        r.W_sum = in.w;
+        r.T = in.t;
+        r.Kzap = in.kzap;
+        r.sqrKfg = in.kf2;
+        r.I = in.i;
+        r.Phases[1] = !std::isnan(in.i[0]) && !std::isnan(in.i[1]) && !std::isnan(in.i[2]);
+    }
+    FillConsumers(data);
+    const QString book = folder_.Path("w.xlsx");
+    QString error;
+    ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
+    const QHash<QString, QVariant> recalculated = RecalculatedCells(book, 1);
+    const QHash<QString, CachedFormula> written = WorksheetCells(book, 1);
+    const QHash<QString, int> column = ColumnsByCaption(book, 0);
+    for (const TLVZamerRecord& r : data.Records()) {
+        const std::string what = "row " + r.Name.toStdString();
+        const double w = r.TypeRec == TLVZamerRecord::TP ? r.W : r.W_sum;
+        const double t = std::isnan(r.T) ? 8760 : r.T;
+        const bool allI = !std::isnan(r.I[0]) && !std::isnan(r.I[1]) && !std::isnan(r.I[2]);
+        ExpectCell(recalculated, written, GetNameCell(column.value("Iср, А"), r.NumStr),
+                   allI ? (r.I[0] + r.I[1] + r.I[2]) / 3 : e, what + " Iср");
+        ExpectCell(recalculated, written, GetNameCell(column.value("Pср, кВт"), r.NumStr),
+                   std::isnan(w) ? 0 : w * 1000 / t, what + " Pср");
+        const double k = !std::isnan(r.sqrKfg) ? 1 / (3 * r.sqrKfg - 2) : !std::isnan(r.Kzap) ? r.Kzap : defaultKzap_;
+        ExpectCell(recalculated, written, GetNameCell(column.value("τ, о.е."), r.NumStr), TauOf(k), what + " τ");
+    }
+    EXPECT_EQ(ExpectFormulasAsRecalculated(book, 1), static_cast<int>(data.Records().size() * 3));
+    ExpectConsumers(book, data);
+}
+
+TEST_F(MeasurementFormulas, PeakLoadWorkbookAgreesWithTheCalculationInLibreOffice)
+{
+    TLVZamerData data(TLVZamerKind::Tmax);
+    data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true, true);
+    const double e = EmptyFloat();
+    struct In {
+        double wa, t, tau, kzap, tmax;
+    };
+    const In rows[] = {
+        {80, 8760, 2500, 0.4, 4000},  // τ given: it decides
+        {80, e, 2500, e, e},          // τ with the interval's hours
+        {80, 744, e, 0.4, 300},       // the fill factor next
+        {80, 744, e, e, 300},         // then Tmax / T
+        {e, 8760, e, e, e},           // nothing: the default fill factor
+        {0, 8760, 0, e, 0},           // τ of 0
+        {5, 2, 2, 1, 2},              // τ equal to the hours: a flat load
+    };
+    for (const In& in : rows) {
+        TLVZamerRecord& r = AddRecord(data, TLVZamerRecord::Line);
+        r.W_sum = in.wa;
+        r.T = in.t;
+        r.Tau = in.tau;
+        r.Kzap = in.kzap;
+        r.Tmax = in.tmax;
+    }
+    FillConsumers(data);
+    const QString book = folder_.Path("tmax.xlsx");
+    QString error;
+    ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
+    const QHash<QString, QVariant> recalculated = RecalculatedCells(book, 1);
+    const QHash<QString, CachedFormula> written = WorksheetCells(book, 1);
+    const QHash<QString, int> column = ColumnsByCaption(book, 0);
+    for (const TLVZamerRecord& r : data.Records()) {
+        const std::string what = "row " + r.Name.toStdString();
+        const double t = std::isnan(r.T) ? 8760 : r.T;
+        const double wa = r.TypeRec == TLVZamerRecord::TP ? r.W : r.W_sum;
+        ExpectCell(recalculated, written, GetNameCell(column.value("Pср, кВт"), r.NumStr),
+                   std::isnan(wa) ? 0 : wa * 1000 / t, what + " Pср");
+        // The fill factor whose τ is the given one: the positive root of 2k² + k − 3 τ/T = 0.
+        const double byTau = std::isnan(r.Tau) ? e : (std::sqrt(1 + 24 * r.Tau / t) - 1) / 4;
+        ExpectCell(recalculated, written, GetNameCell(column.value("Kзап по τ, о.е."), r.NumStr), byTau,
+                   what + " Kзап по τ");
+        const double tauRel = !std::isnan(r.Tau)    ? r.Tau / t
+                              : !std::isnan(r.Kzap) ? TauOf(r.Kzap)
+                              : !std::isnan(r.Tmax) ? TauOf(r.Tmax / t)
+                                                    : TauOf(defaultKzap_);
+        ExpectCell(recalculated, written, GetNameCell(column.value("τ, о.е."), r.NumStr), tauRel, what + " τ");
+    }
+    EXPECT_EQ(ExpectFormulasAsRecalculated(book, 1), static_cast<int>(data.Records().size() * 4));
+    ExpectConsumers(book, data);
 }

@@ -78,8 +78,9 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     const QString sheet = QString::fromUtf8(ReadZipEntry(original, "xl/worksheets/sheet1.xml"));
     EXPECT_TRUE(sheet.contains("<f>IF(AND(ISNUMBER(I3),ISNUMBER(J3),ISNUMBER(K3)),(I3+J3+K3)/3,\"\")</f>") ||
                 sheet.contains("<f>IF(AND(ISNUMBER(I3),ISNUMBER(J3),ISNUMBER(K3)),(I3+J3+K3)/3,&quot;&quot;)</f>"));
-    EXPECT_TRUE(sheet.contains("<f>1000000/(R3*1000)*E3</f>"));
-    EXPECT_TRUE(sheet.contains("<f>(1+2*T3)*T3/3</f>"));
+    // The computed columns open with their heads: the mean current, the mean power and the relative τ.
+    EXPECT_TRUE(sheet.contains("<f>1000000/(IF(N(R3)&gt;=1,R3,8760)*1000)*N(E3)</f>"));
+    EXPECT_TRUE(sheet.contains("<f>(1+2*IF(ISNUMBER(U3),1/(3*U3-2),IF(ISNUMBER(T3),T3,0.5)))*"));
     EXPECT_TRUE(sheet.contains("hidden=\"1\""));
     EXPECT_EQ(data.ReadWorkbook(original, error), 0);  // nothing changed yet
 
@@ -101,7 +102,9 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     EXPECT_TRUE(rows[0].EditRec);
     EXPECT_TRUE(rows[1].EditRec);
     EXPECT_FALSE(rows[2].EditRec);
-    EXPECT_DOUBLE_EQ(rows[0].Kzap, 0.5);  // not read beside a form factor
+    EXPECT_DOUBLE_EQ(rows[0].Kzap, 0.5);  // not read beside a form factor, and the user is told so
+    ASSERT_EQ(data.ReadNotes().size(), 1);
+    EXPECT_EQ(data.ReadNotes()[0], "ячейка T3: Kзап = 0.7 не принят — форма графика задана Kф² (ячейка U3)");
     EXPECT_EQ(data.Save(*c_), 2);
     auto stored = [&](const char* table, const char* column, int guid) { return Stored(table, column, guid, sample_); };
     EXPECT_DOUBLE_EQ(stored("LVWSamples", "Wa", rows[1].Guid), 123.4);
@@ -125,7 +128,7 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     ASSERT_TRUE(wrong.WriteWorkbook(hours, error));
     const double t = rows[1].T, w = rows[0].W;
     EXPECT_EQ(data.ReadWorkbook(hours, error), -1);
-    EXPECT_TRUE(error.contains(QStringLiteral("ячейка R%1: «T, ч» = 1000000000000 — число часов от 0 до 8784")
+    EXPECT_TRUE(error.contains(QStringLiteral("ячейка R%1: «1000000000000» — T, ч: целое число часов от 1 до 8784")
                                    .arg(TLVZamerData::FirstRow + 1)))
         << error.toStdString();
     EXPECT_DOUBLE_EQ(rows[1].T, t);
@@ -217,8 +220,8 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     const QString book = folder_.Path("tmax.xlsx");
     ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
-    EXPECT_TRUE(sheet.contains("<f>(sqrt(1/9+8/3*P3/N3)-1/3)*3/4</f>"));
-    EXPECT_TRUE(sheet.contains("<f>(1+2*R3)*R3/3</f>"));
+    EXPECT_TRUE(sheet.contains("(sqrt(1/9+8/3*P3/IF(N(N3)&gt;=1,N3,8760))-1/3)*3/4"));
+    EXPECT_TRUE(sheet.contains("<f>(1+2*IF(ISNUMBER(P3),T3,IF(ISNUMBER(R3),R3,IF(ISNUMBER(O3),O3/"));
     TXlsxWorkbook written;
     ASSERT_TRUE(written.Open(book, error));
     EXPECT_EQ(written.Cell(0, 3, 3).toString(), rows[0].TypeTp);

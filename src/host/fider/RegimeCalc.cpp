@@ -79,17 +79,9 @@ bool positive(double v) { return std::isfinite(v) && v > 0; }
 
 double sumKnown(double a, double b) { return AC_SumFloat(a, b); }
 
-// tan φ of a consumer: from its energies, else its cos φ, else the load kind's, else the default.
 double tangentOf(const TAbonentNode038& a, double kindCos, double defaultCos)
 {
-    if (positive(a.Wa) && std::isfinite(a.Wr) && a.Wr >= 0)
-        return a.Wr / a.Wa;
-    double cos = defaultCos;
-    if (positive(a.CosFi) && a.CosFi <= 1)
-        cos = a.CosFi;
-    else if (positive(kindCos) && kindCos <= 1)
-        cos = kindCos;
-    return std::sqrt(std::max(0.0, 1 - cos * cos)) / cos;
+    return ConsumerTanPhi(a.Wa, a.Wr, a.CosFi, kindCos, defaultCos);
 }
 
 QString phaseName(int k) { return QString(QLatin1Char("ABC"[k])); }
@@ -493,6 +485,18 @@ private:
     return solver;
 }
 }  // namespace
+
+double ConsumerTanPhi(double wa, double wr, double cosFi, double kindCosFi, double defaultCosFi)
+{
+    if (positive(wa) && std::isfinite(wr) && wr >= 0)
+        return wr / wa;
+    double cos = defaultCosFi;
+    if (positive(cosFi) && cosFi <= 1)
+        cos = cosFi;
+    else if (positive(kindCosFi) && kindCosFi <= 1)
+        cos = kindCosFi;
+    return std::sqrt(std::max(0.0, 1 - cos * cos)) / cos;
+}
 
 TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSettings& settings)
 {

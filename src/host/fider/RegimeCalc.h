@@ -118,6 +118,10 @@ public:
 
 // Calculates one feeder. Fails (with problems, nothing else filled) on a scheme that is not a tree,
 // a mode whose target is missing, no loads, or no convergence.
+// tan φ of a consumer's load: from its energies (active above 0, reactive given), else its cos φ, else the
+// load kind's of its feeder, else the default (cos φ within (0, 1] counts as given).
+OZN3HOST_API double ConsumerTanPhi(double wa, double wr, double cosFi, double kindCosFi, double defaultCosFi);
+
 OZN3HOST_API TCalcWInfoHHCommon CalculateRegime(const TFiderHHInfo& fider, const TRegimeSettings& settings);
 
 // ΔP of a solved run over ΔP of the same consumers spread evenly over three phases on three-phase
