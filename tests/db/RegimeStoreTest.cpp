@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
-
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -249,9 +248,10 @@ TEST(RegimeUpgrade, ADatabaseOfTheFormerVersionOpensUpgradedWithEveryRow)
     EXPECT_EQ(Scalar(c, "select \"U\" from \"LVPResultsN\" where guid=11"), 228);
     EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsN\" where \"UA\" is null"), 1);
     EXPECT_EQ(UpgradeSchema(c), 0) << "a second opening finds nothing to add";
+    EXPECT_EQ(Scalar(c, "select count(*) from \"Meters\""), 0) << "the register of meters is added empty";
     // Every column of the present schema is there: a new database and the upgraded one agree.
     const QString columns = "select count(*) from rdb$relation_fields where rdb$relation_name in ('LVNodes', "
-                            "'LVLines', 'LVResults', 'LVPResultsN', 'LVPResultsL')";
+                            "'LVLines', 'LVResults', 'LVPResultsN', 'LVPResultsL', 'Meters')";
     const QString fresh = NewSchemaDatabase(folder, "fresh.fdb");
     auto freshDb = OpenDatabase(fresh);
     EXPECT_EQ(Scalar(c, columns), Scalar(*freshDb->GetDefaultConnection(), columns));

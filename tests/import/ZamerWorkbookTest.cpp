@@ -282,3 +282,112 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
     EXPECT_DOUBLE_EQ(Stored("LVWLoads", "Wa", 800001, sample_),
                      12.5);  // untouched
 }
+
+TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
+{
+    TLVZamerData data;
+    data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true);
+    ASSERT_GE(data.Records().size(), 2u);
+    QString error;
+    // The user names the substation's meter and its state, and a feeder's meter.
+    TLVZamerData edited = data;
+    edited.Records()[0].MeterName = "СЕ 301 № 0125";
+    edited.Records()[0].ST = 3;
+    edited.Records()[1].MeterName = "Меркурий 230";
+    const QString book = folder_.Path("meters.xlsx");
+    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    TXlsxWorkbook shown;
+    ASSERT_TRUE(shown.Open(book, error));
+    EXPECT_EQ(shown.Cell(0, TLVZamerData::FirstRow, 3).toString(), "истек срок поверки");
+    EXPECT_EQ(shown.Cell(0, 1, TLVZamerData::MeterColumn).toString(), "Счетчик");
+    EXPECT_EQ(data.ReadWorkbook(book, error), 2) << error.toStdString();
+    EXPECT_EQ(data.Save(*c_), 2);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"State\" from \"Meters\" where guid=%1").arg(tp_)), 3);
+    TLVZamerData again;
+    again.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true);
+    EXPECT_EQ(again.Records()[0].MeterName, "СЕ 301 № 0125");
+    EXPECT_EQ(again.Records()[0].ST, 3);
+    EXPECT_EQ(again.Records()[1].MeterName, "Меркурий 230");
+
+    // A text typed into a number cell, an unknown state and a meter name too long for the register: the
+    // workbook is refused with each cell named, and nothing of it is taken.
+    const QString typed = folder_.Path("typed.xlsx");
+    ASSERT_TRUE(again.WriteWorkbook(typed, error));
+    const int row = TLVZamerData::FirstRow;
+    TypeTextIntoCell(typed, 1, GetNameCell(5, row), "сто двадцать");
+    TypeTextIntoCell(typed, 1, GetNameCell(3, row), "сломан");
+    TypeTextIntoCell(typed, 1, GetNameCell(TLVZamerData::MeterColumn, row + 1), QString(41, QLatin1Char('x')));
+    TypeTextIntoCell(typed, 1, GetNameCell(6, row + 1), "1e999");
+    const double w = again.Records()[0].W;
+    EXPECT_EQ(again.ReadWorkbook(typed, error), -1);
+    for (const QString& line :
+         {QStringLiteral("ячейка E%1: «сто двадцать» — W, тыс. кВт·ч: число не меньше 0").arg(row),
+          QStringLiteral("ячейка C%1: «сломан» — Состояние счетчика: одно из «не указано», «исправен»").arg(row),
+          QStringLiteral("ячейка Z%1: «%2» — Счетчик: не более 40 знаков").arg(row + 1).arg(QString(41, 'x')),
+          QStringLiteral("ячейка F%1: «1e999» — UA, В: число не меньше 0").arg(row + 1)})
+        EXPECT_TRUE(error.contains(line)) << line.toStdString() << "\n" << error.toStdString();
+    EXPECT_DOUBLE_EQ(again.Records()[0].W, w);
+    EXPECT_EQ(again.Pending(), 0);
+}
+
+TEST_F(Zamer, PeakLoadConsumersShowAndKeepEveryColumn)
+{
+    const int year = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\""));
+    const int feeder = static_cast<int>(Scalar(
+        *c_, QStringLiteral("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 order by guid").arg(tp_)));
+    Exec(*c_, QStringLiteral("delete from \"LVConsumers\" where \"SampleIdent\"=%1").arg(year));
+    Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\") values "
+                             "(%1, 810001, 'Школа', %2)")
+                  .arg(year)
+                  .arg(feeder));
+    const int kind = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"TypeLoads\""));
+    ASSERT_GT(kind, 0);
+    TLVZamerData data(TLVZamerKind::Tmax);
+    data.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, false, true);
+    ASSERT_EQ(data.Consumers().size(), 1u);
+    TLVZamerData edited = data;
+    TLVZamerConsumer& c = edited.Consumers()[0];
+    c.Pz = 30;
+    c.Pi = 5;
+    c.I = 12;
+    c.Param1 = -3.5;
+    c.Param2 = 7;
+    c.LoadType = kind;
+    c.MeterName = "ЦЭ6803";
+    const QString book = folder_.Path("consumers.xlsx");
+    QString error;
+    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    // Every consumer column has its caption; only the keys are hidden.
+    TXlsxWorkbook shown;
+    ASSERT_TRUE(shown.Open(book, error));
+    const int sheet = shown.SheetIndex("Абоненты");
+    QStringList captions;
+    for (int col = 1; col <= 15; ++col)
+        captions << shown.Cell(sheet, 1, col).toString();
+    EXPECT_EQ(captions, QStringList({"№ п/п", "Наименование", "Wa, тыс. кВт·ч", "Wr, тыс. квар·ч", "cosφ, о.е.",
+                                     "Pз, кВт", "S, тыс. кВ·А·ч", "Wr по cosφ, тыс. квар·ч", "cosφ по W и Wr",
+                                     "Pи, кВт", "I, А", "Вид нагрузки", "Параметр 1", "Параметр 2", "Счетчик"}));
+    const QString xml = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet2.xml"));
+    EXPECT_EQ(xml.count("hidden=\"1\""), 1);
+    EXPECT_TRUE(xml.contains("<col min=\"16\" max=\"18\"")) << xml.left(2000).toStdString();
+    EXPECT_EQ(shown.Cell(sheet, TLVZamerData::FirstRow, 12).toString(), data.LoadTypes().value(kind));
+
+    EXPECT_EQ(data.ReadWorkbook(book, error), 1) << error.toStdString();
+    EXPECT_EQ(data.Save(*c_), 1);
+    auto stored = [&](const char* column) { return Stored("LVPLoads", column, 810001, year); };
+    EXPECT_DOUBLE_EQ(stored("Pi"), 5);
+    EXPECT_DOUBLE_EQ(stored("I"), 12);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"Param1\" from \"LVPLoads\" where guid=810001")), -3.5);
+    EXPECT_DOUBLE_EQ(stored("Param2"), 7);
+    EXPECT_DOUBLE_EQ(stored("LoadType"), kind);
+    TLVZamerData again(TLVZamerKind::Tmax);
+    again.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, false, true);
+    EXPECT_EQ(again.Consumers()[0].LoadType, kind);
+    EXPECT_EQ(again.Consumers()[0].MeterName, "ЦЭ6803");
+
+    // A load kind that the catalogue does not know is refused with its cell.
+    TypeTextIntoCell(book, 2, GetNameCell(12, TLVZamerData::FirstRow), "Кафе");
+    EXPECT_EQ(again.ReadWorkbook(book, error), -1);
+    EXPECT_TRUE(error.contains(QStringLiteral("ячейка L3: «Кафе» — Вид нагрузки: один из справочника")))
+        << error.toStdString();
+}

@@ -117,6 +117,33 @@ QByteArray ReadZipEntry(const QString& archive, const QString& entry)
     return data;
 }
 
+void WriteZipEntry(const QString& archive, const QString& entry, const QByteArray& content)
+{
+    int error = 0;
+    zip_t* zip = zip_open(archive.toLocal8Bit().constData(), 0, &error);
+    ASSERT_TRUE(zip) << archive.toStdString();
+    // The archive copies the bytes when it is closed.
+    zip_source_t* source = zip_source_buffer(zip, content.constData(), static_cast<zip_uint64_t>(content.size()), 0);
+    ASSERT_GE(zip_file_add(zip, entry.toUtf8().constData(), source, ZIP_FL_OVERWRITE), 0);
+    ASSERT_EQ(zip_close(zip), 0);
+}
+
+void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text)
+{
+    const QString part = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet);
+    QString xml = QString::fromUtf8(ReadZipEntry(workbook, part));
+    const QRegularExpression cell(QStringLiteral("<c r=\"%1\"([^>]*?)(/>|>.*?</c>)").arg(address),
+                                  QRegularExpression::DotMatchesEverythingOption);
+    const auto m = cell.match(xml);
+    ASSERT_TRUE(m.hasMatch()) << address.toStdString();
+    QString attributes = m.captured(1);
+    attributes.remove(QRegularExpression(QStringLiteral(" t=\"[a-z]+\"")));
+    xml.replace(m.capturedStart(), m.capturedLength(),
+                QStringLiteral("<c r=\"%1\"%2 t=\"inlineStr\"><is><t>%3</t></is></c>")
+                    .arg(address, attributes, text.toHtmlEscaped()));
+    WriteZipEntry(workbook, part, xml.toUtf8());
+}
+
 namespace {
 QStringList SharedStrings(const QString& workbook)
 {

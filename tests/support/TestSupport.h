@@ -1,10 +1,10 @@
 #pragma once
 #include <QDir>
 #include <QHash>
-#include <QVariant>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVariant>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -46,6 +46,10 @@ double Scalar(ToznFDConnection& connection, const QString& sql);
 
 // One entry of a zip archive (a part of an .xlsx workbook); empty when missing.
 QByteArray ReadZipEntry(const QString& archive, const QString& entry);
+// Replaces one entry of a zip archive, as a spreadsheet saving a user's edit would.
+void WriteZipEntry(const QString& archive, const QString& entry, const QByteArray& content);
+// Puts a text in place of a cell of a worksheet (1-based) of a workbook, as a user typing it would.
+void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text);
 
 // The cells of one worksheet (1-based) of a workbook after LibreOffice has opened it headless, recalculated
 // every formula and saved it again: numbers as doubles, texts as strings, by address ("B12"). Fails the test
