@@ -18,6 +18,60 @@ bool f_SamePeriods(const TSamplePeriodInfo& a, const TSamplePeriodInfo& b)
     return a.Period == b.Period && a.SampleDate1.daysTo(a.SampleDate2) == b.SampleDate1.daysTo(b.SampleDate2);
 }
 
+QString SamplePeriodName(int year, int month)
+{
+    static const char* const months[] = {"Январь", "Февраль", "Март",     "Апрель",  "Май",    "Июнь",
+                                         "Июль",   "Август",  "Сентябрь", "Октябрь", "Ноябрь", "Декабрь"};
+    if (month < 1 || month > 12)
+        return QStringLiteral("%1г.").arg(year);
+    return QStringLiteral("%1 %2").arg(QString::fromUtf8(months[month - 1])).arg(year);
+}
+
+int CreateSamplePeriod(ToznFDConnection& connection, int year, int month, QString& error)
+{
+    if (year < 1900 || year > 2200 || month < 0 || month > 12) {
+        error = QStringLiteral("Интервал %1 не может быть создан: год от 1900 до 2200, месяц от 1 до 12").arg(year);
+        return 0;
+    }
+    const QDate start(year, month == 0 ? 1 : month, 1);
+    const QDateTime d1(start, QTime(0, 0)), d2(month == 0 ? start.addYears(1) : start.addMonths(1), QTime(0, 0));
+    const int period = month == 0 ? 1 : 4;
+    int ident = 0;
+    try {
+        GuardedWrite(connection, [&] {
+            auto q = connection.NewQuery();
+            q->SetSQLText(QStringLiteral(R"(select "Ident" from "SamplesDates" where "Period"=:Period and
+                "SampleDate1"=:d1 and "SampleDate2"=:d2)"));
+            q->ParamByName(QStringLiteral("Period"), period)
+                .ParamByName(QStringLiteral("d1"), d1)
+                .ParamByName(QStringLiteral("d2"), d2);
+            q->Open();
+            if (!q->Eof()) {
+                ident = q->Int(QStringLiteral("Ident"));
+                return;
+            }
+            q->Close();
+            q->SetSQLText(QStringLiteral(R"(select gen_id("IdentGen", 1) from rdb$database)"));
+            q->Open();
+            const int next = q->Value(0).toInt();
+            q->Close();
+            q->SetSQLText(QStringLiteral(R"(insert into "SamplesDates" ("Ident", "Name", "Period", "SampleDate1",
+                "SampleDate2") values (:Ident, :Name, :Period, :d1, :d2))"));
+            q->ParamByName(QStringLiteral("Ident"), next)
+                .ParamByName(QStringLiteral("Name"), SamplePeriodName(year, month))
+                .ParamByName(QStringLiteral("Period"), period)
+                .ParamByName(QStringLiteral("d1"), d1)
+                .ParamByName(QStringLiteral("d2"), d2);
+            q->ExecSQL();
+            ident = next;
+        });
+    } catch (const EDatabaseError& e) {
+        error = QStringLiteral("Интервал %1 не создан: %2").arg(SamplePeriodName(year, month), e.Text());
+        return 0;
+    }
+    return ident;
+}
+
 void TSamplePeriodsList::Load(ToznFDConnection& connection)
 {
     items_.clear();

@@ -28,6 +28,12 @@ OZN3HOST_API bool f_SamePeriods(const TSamplePeriodInfo& a, const TSamplePeriodI
 // Day count of a date-time in the host's numbering.
 OZN3HOST_API double DateTimeToDays(const QDateTime& value);
 
+// The name an interval of a year ("2026г.") or of a month ("Март 2026", month 1 to 12) is given.
+OZN3HOST_API QString SamplePeriodName(int year, int month);
+// The interval of a year (month 0) or of a month: the existing one with those dates, else a new row of
+// "SamplesDates" committed at once. Its ident; 0 with a reason when it cannot be made.
+OZN3HOST_API int CreateSamplePeriod(ToznFDConnection& connection, int year, int month, QString& error);
+
 // The catalogue of intervals, ordered by start.
 class OZN3HOST_API TSamplePeriodsList {
 public:

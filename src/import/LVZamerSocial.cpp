@@ -299,6 +299,14 @@ void TNodeSocialHigh::FillEnergies(ToznFDConnection& connection)
     });
 }
 
+int TNodeSocialHigh::Pending() const
+{
+    int pending = 0;
+    for (int i = 0; i < Count(); ++i)
+        pending += GetItem(i).Edited ? 1 : 0;
+    return pending;
+}
+
 int TNodeSocialHigh::Save(ToznFDConnection& connection)
 {
     int saved = 0;

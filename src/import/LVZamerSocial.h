@@ -93,6 +93,8 @@ public:
     // Energies of every row from the measurements and calculations of the period.
     void FillEnergies(ToznFDConnection& connection);
     int Level() const { return level_; }
+    // Rows marked to be saved.
+    int Pending() const;
     TSamplePeriodInfo Period() const { return period_; }
 
     // The worksheet: rows from FirstRow, inputs in cells, derived values as formulas. Per-material and building-

@@ -2,6 +2,7 @@
 #include "host/SamplePeriods.h"
 #include "host/TemplateForms.h"
 #include "import/LVZamerSocial.h"
+#include "import/WorkbookWatch.h"
 
 class QCheckBox;
 class QComboBox;
@@ -25,11 +26,20 @@ public:
     void FillEnergies();
     bool WriteWorkbook();
     bool ReadWorkbook();
+    // Stores the marked rows, reading the workbook first when the user changed it since; false when nothing
+    // was stored (the user is told why).
     bool Save();
     QString Workbook() const;
+    // Whether the workbook holds edits not read yet, or rows read but not saved.
+    bool HasUnsavedEdits() const;
+    // Closing gives up edits not saved only after a question.
+    void reject() override;
 
 private:
     void Reload();
+    void UpdateButtons();
+    bool ConfirmDiscard();
+    bool ReadIfChanged();
     TNodeSocialHigh rows_;
     QTreeView* tree_ = nullptr;
     QComboBox* levels_ = nullptr;
@@ -38,5 +48,7 @@ private:
     QCheckBox* inputs_ = nullptr;
     QCheckBox* captions_ = nullptr;
     QPushButton* save_ = nullptr;
+    QPushButton* read_ = nullptr;
+    TWorkbookWatch watch_;
     int object_ = 0;
 };

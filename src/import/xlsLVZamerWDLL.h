@@ -5,6 +5,7 @@
 #include "host/SamplePeriods.h"
 #include "host/TemplateForms.h"
 #include "import/LVZamerData.h"
+#include "import/WorkbookWatch.h"
 
 class QComboBox;
 class QPushButton;
@@ -28,24 +29,38 @@ public:
     bool WriteWorkbook();
     // Reads the user's values back from the workbook; false with a message.
     bool ReadWorkbook();
-    // Stores the changed rows; false when nothing could be stored.
+    // Stores the changed rows, reading the workbook first when the user changed it since; false when nothing
+    // was stored (the user is told why).
     bool Save();
-    // A click on a content switch (0 "ТП", 1 "ТП и Линии", 2 "Абоненты").
+    // A click on a content switch (0 "ТП", 1 "ТП и Линии", 2 "Абоненты"); edits not saved are given up only
+    // after a question.
     void ClickSwitch(int index);
     std::array<bool, 3> Switches() const { return switches_; }
     void SelectObject(int guid);
-    // Shows what is stored for another interval.
+    int Object() const { return object_; }
+    // Shows what is stored for another interval (after a question when edits would be lost).
     void SelectInterval(int sampleIdent);
+    int Interval() const { return interval_.Ident; }
     // Carries the table over to another interval ("Новый интервал"): the rows keep their values, hours equal to
-    // the old interval's become the new one's; false when the interval is unknown or the same.
+    // the old interval's become the new one's. Asks before replacing values stored there; false when the
+    // interval is unknown or the same, or the user declines.
     bool MoveToInterval(int sampleIdent);
+    // A new interval of a year (month 0) or of a month, added to the list; its ident, 0 when it cannot be made.
+    int CreateInterval(int year, int month);
     QString Workbook() const;
+    // Whether the workbook holds edits not read yet, or the table rows not saved.
+    bool HasUnsavedEdits() const;
+    // Closing gives up edits not saved only after a question.
+    void reject() override;
 
 private:
     void ShowTable();
     void IntervalChosen();
     void ChooseNewInterval();
     void Rewrite();
+    void UpdateButtons();
+    bool ConfirmDiscard();
+    bool ReadIfChanged();
     int Hours() const;
     TLVZamerData data_;
     std::array<bool, 3> switches_{true, true, false};
@@ -54,6 +69,9 @@ private:
     QComboBox* intervals_ = nullptr;
     QTableWidget* grid_ = nullptr;
     QPushButton* save_ = nullptr;
+    QPushButton* read_ = nullptr;
+    QPushButton* newInterval_ = nullptr;
+    TWorkbookWatch watch_;
     TSamplePeriodInfo interval_;
     int object_ = 0;
     bool openInSpreadsheet_ = false;

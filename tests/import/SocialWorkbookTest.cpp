@@ -3,6 +3,7 @@
 #include <QCheckBox>
 
 #include "host/Database.h"
+#include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "host/XlsxReader.h"
@@ -228,6 +229,28 @@ TEST_F(Social, FormOfTheWorkbook)
     EXPECT_EQ(form.Log().last().value, form.Rows().Count());
     ASSERT_TRUE(form.ReadWorkbook());
     EXPECT_EQ(form.Log().last().value, 0);
+
+    // The user saves an edit in the spreadsheet: another level is shown only after a question, and
+    // "Сохранить" reads the workbook before storing.
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    TNodeSocialHigh edited;
+    edited.Open(*c_, fider, 5, years_[0]);
+    edited.GetItem(0).Data.dp = 0.35;
+    QString error;
+    ASSERT_TRUE(edited.WriteWorkbook(form.Workbook(), true, false, error));
+    dialogs.AnswerMessage(host::mrNo);
+    form.SelectLevel(6);
+    EXPECT_EQ(form.Rows().Level(), 5);
+    EXPECT_TRUE(dialogs.Texts().last().startsWith("Будут потеряны правки в книге"));
+    EXPECT_TRUE(form.Save());
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select f.\"dp\" from \"LVWResultsB\" r join \"LVFidersB\" f on "
+                                                "f.\"Ident\"=r.\"Info\" where r.guid=%1 and r.\"SampleIdent\"=%2")
+                                     .arg(form.Rows().GetItem(0).GUID)
+                                     .arg(years_[0].Ident)),
+                     0.35);
+    EXPECT_FALSE(form.Save());  // nothing more to store, and the user is told so
+    EXPECT_TRUE(dialogs.Texts().last().startsWith("Нет изменений для сохранения"));
     form.SelectLevel(6);  // the feeder's LV lines
     EXPECT_EQ(form.Rows().Count(), Scalar(*c_, QStringLiteral("select count(*) from \"LVFiders\" lf join \"Nodes\" "
                                                               "nod on nod.guid=lf.\"OwnerGUID\" where "

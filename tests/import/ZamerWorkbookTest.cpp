@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QPushButton>
 #include <QTableWidget>
 
 #include "host/Database.h"
@@ -390,4 +391,84 @@ TEST_F(Zamer, PeakLoadConsumersShowAndKeepEveryColumn)
     EXPECT_EQ(again.ReadWorkbook(book, error), -1);
     EXPECT_TRUE(error.contains(QStringLiteral("ячейка L3: «Кафе» — Вид нагрузки: один из справочника")))
         << error.toStdString();
+}
+
+TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
+{
+    SetCurrentDatabase(db_.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    TxlsLVZamerWForm form;
+    form.SetFileName(folder_.Path("form.xlsx"));
+    form.SetParam(tp_);
+    ASSERT_TRUE(form.CanOpen());
+    form.SelectInterval(sample_);
+    auto button = [&](const char* name) { return form.findChild<QPushButton*>(name); };
+    // Reading, saving and a new interval wait for the workbook.
+    EXPECT_FALSE(button("itemSave")->isEnabled());
+    EXPECT_FALSE(button("btnRead")->isEnabled());
+    EXPECT_FALSE(button("itemNewDate")->isEnabled());
+    ASSERT_TRUE(form.WriteWorkbook());
+    EXPECT_TRUE(button("itemSave")->isEnabled());
+    EXPECT_TRUE(button("itemNewDate")->isEnabled());
+
+    // Nothing changed: "Сохранить" says so instead of saying nothing.
+    EXPECT_FALSE(form.Save());
+    EXPECT_TRUE(dialogs.Texts().last().startsWith("Нет изменений для сохранения"));
+
+    // The user saves an edit in the spreadsheet and clicks a switch: the question comes first, and "No" keeps
+    // the table, the switches and the workbook as they are.
+    TLVZamerData edited = form.Data();
+    edited.Records()[0].W = 4321;
+    QString error;
+    ASSERT_TRUE(edited.WriteWorkbook(form.Workbook(), error));
+    EXPECT_TRUE(form.HasUnsavedEdits());
+    dialogs.AnswerMessage(host::mrNo);
+    form.ClickSwitch(1);
+    EXPECT_TRUE(dialogs.Texts().last().contains("правки в книге")) << dialogs.Texts().last().toStdString();
+    EXPECT_EQ(form.Switches(), (std::array<bool, 3>{true, true, false}));
+    dialogs.AnswerMessage(host::mrNo);
+    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select min(\"Ident\") from \"SamplesDates\" where "
+                                                                  "\"Ident\"<>%1")
+                                                       .arg(sample_)));
+    form.SelectInterval(other);
+    EXPECT_EQ(form.Interval(), sample_);
+    bool closed = false;
+    QObject::connect(&form, &QDialog::rejected, [&] { closed = true; });
+    dialogs.AnswerMessage(host::mrNo);
+    form.reject();
+    EXPECT_FALSE(closed);  // declined: the form stays with the edits
+
+    // "Сохранить" reads the edited workbook first and stores it.
+    EXPECT_TRUE(form.Save());
+    EXPECT_DOUBLE_EQ(Stored("WLoads", "Wa", tp_, sample_), 4321);
+    EXPECT_FALSE(form.HasUnsavedEdits());
+
+    // A new interval: created on request, and values stored there are replaced only after a question.
+    const int created = form.CreateInterval(2031, 3);
+    ASSERT_GT(created, 0);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Period\" from \"SamplesDates\" where \"Ident\"=%1").arg(created)),
+              4);
+    EXPECT_EQ(form.CreateInterval(2031, 3), created);  // the same month is not made twice
+    ASSERT_TRUE(form.MoveToInterval(created));         // nothing stored there: no question
+    EXPECT_EQ(form.Interval(), created);
+    EXPECT_TRUE(form.Save());
+    EXPECT_DOUBLE_EQ(Stored("WLoads", "Wa", tp_, created), 4321);
+    dialogs.Clear();
+    dialogs.AnswerMessage(host::mrNo);
+    EXPECT_FALSE(form.MoveToInterval(sample_));
+    ASSERT_EQ(dialogs.Texts().size(), 1);
+    EXPECT_TRUE(
+        dialogs.Texts()[0].startsWith(QStringLiteral("В интервале «%1» уже есть данные по")
+                                          .arg(db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample_)->Name)))
+        << dialogs.Texts()[0].toStdString();
+    EXPECT_EQ(form.Interval(), created);
+
+    // A reader of the database sees the buttons that change it disabled.
+    form.SetReadOnly(true);
+    form.WriteWorkbook();
+    EXPECT_FALSE(button("itemSave")->isEnabled());
+    EXPECT_FALSE(button("itemNewDate")->isEnabled());
+    EXPECT_TRUE(button("btnRead")->isEnabled());
+    SetCurrentDatabase(nullptr);
 }

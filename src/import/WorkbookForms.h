@@ -1,0 +1,28 @@
+#pragma once
+// What the workbook forms of the measurements and of the generalised data share: the network tree and the
+// intervals beside the workbook, the reading-back report and the question before edits are lost.
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <functional>
+
+class QComboBox;
+class QTreeView;
+class QObject;
+class TxlsZamerShablonForm;
+
+namespace workbookform {
+// The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
+bool treeCanOpen();
+// Fills a form's network tree and intervals once (the latest interval chosen); the callback gets the object
+// chosen in the tree. True when they were filled now.
+bool attachTreeAndIntervals(QTreeView* tree, QComboBox* intervals, QObject* context, std::function<void(int)> chosen);
+void selectInTree(QTreeView* tree, int guid);
+// The host hands over the object chosen in its own tree.
+void selectHandedObject(QTreeView* tree, intptr_t param);
+// Logs how many rows a reading of the workbook changed and what it did not take as typed, or shows why it could
+// not be read (changed < 0).
+bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error, const QStringList& notes = {});
+// Asks before rows not saved or a workbook edited but not read are given up; true to go on.
+bool confirmDiscard(int pending, bool changedOnDisk, const QString& workbook);
+}  // namespace workbookform
