@@ -151,6 +151,10 @@ int runCommand(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::SchemeJob(args);
     }
+    if (command == QLatin1String("workbook")) {
+        QCoreApplication app(argc, argv);
+        return cli::WorkbookJob(args);
+    }
     if (command == QLatin1String("users")) {
         QCoreApplication app(argc, argv);
         return cli::Users(args);

@@ -98,6 +98,8 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     loadTypes_.clear();
     notes_.clear();
     withConsumers_ = withConsumers;
+    withLines_ = withLines;
+    object_ = item ? item->Target()->GetIdent() : 0;
     sampleIdent_ = sampleIdent;
     hours_ = hours;
     defaultKzap_ = Init()->GetDefaultKzap();

@@ -10,6 +10,7 @@ class ToznListItemCommon;
 class TXlsxWorkbook;
 struct lxw_workbook;
 struct TZamerFormats;
+struct TWorkbookIdentity;
 
 // The two measurement workbooks: energy (W) and peak load (Tmax).
 enum class TLVZamerKind { W, Tmax };
@@ -78,6 +79,8 @@ public:
     const std::vector<TLVZamerConsumer>& Consumers() const { return consumers_; }
     bool WithConsumers() const { return withConsumers_; }
     int SampleIdent() const { return sampleIdent_; }
+    // What the workbook of the table is written for: the object chosen, the interval, the rows shown.
+    TWorkbookIdentity Identity() const;
     int Hours() const { return hours_; }
     // Rows marked to be saved.
     int Pending() const;
@@ -123,7 +126,8 @@ private:
     std::vector<TLVZamerConsumer> consumers_;
     QHash<int, QString> loadTypes_;
     QStringList notes_;
-    bool withConsumers_ = false;
+    bool withConsumers_ = false, withLines_ = false;
+    int object_ = 0;
     int sampleIdent_ = 0;
     int hours_ = 0;
     double defaultKzap_ = 0.5, defaultCosFi_ = 0.9;

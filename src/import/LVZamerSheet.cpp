@@ -295,6 +295,17 @@ QString consumerFormula(const Consumer& c, int column, int row, double defaultCo
 }
 }  // namespace
 
+TWorkbookIdentity TLVZamerData::Identity() const
+{
+    TWorkbookIdentity id;
+    id.Kind = kind_ == TLVZamerKind::W ? QStringLiteral("w") : QStringLiteral("tmax");
+    id.Object = object_;
+    id.Sample = sampleIdent_;
+    id.Lines = withLines_;
+    id.Consumers = withConsumers_;
+    return id;
+}
+
 QString TLVZamerData::ColumnCaption(int column) const
 {
     switch (column) {
@@ -414,6 +425,7 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
     ProtectZamerSheet(sheet);
     if (withConsumers_)
         WriteConsumers(book, formats);
+    WriteWorkbookIdentity(book, Identity());
     if (!rules) {
         error = QStringLiteral("Книга %1 не записана: правила ввода не помещаются в книгу").arg(file);
         return false;
@@ -615,6 +627,10 @@ int TLVZamerData::ReadWorkbook(const QString& file, QString& error)
         error = QStringLiteral("В книге %1 нет листа \"%2\"").arg(file, kSheet);
         return -1;
     }
+    // A workbook written for another interval or other objects would put its values on the wrong rows.
+    error = IdentityMismatch(book, Identity(), file);
+    if (!error.isEmpty())
+        return -1;
     const int consumers = withConsumers_ ? book.SheetIndex(kConsumerSheet) : -1;
     // Every cell is checked before anything is taken: one wrong value leaves the whole table as it was.
     QStringList problems;

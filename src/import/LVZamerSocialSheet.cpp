@@ -458,6 +458,7 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool bu
     for (const Input& in : inputs())
         rules = WriteInputRule(sheet, FirstRow, lastRow, in.column, in.rule) && rules;
     ProtectZamerSheet(sheet);
+    WriteWorkbookIdentity(book, TWorkbookIdentity{QStringLiteral("social"), GUID, period_.Ident, level_});
     const bool written = rules ? out.Close(error) : false;
     if (!rules)
         error = QStringLiteral("Книга %1 не записана: правила ввода не помещаются в книгу").arg(file);
@@ -476,6 +477,10 @@ int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)
         error = QStringLiteral("В книге %1 нет листа \"%2\"").arg(file, sheetName);
         return -1;
     }
+    // A workbook written for another period or other elements would put its values on the wrong rows.
+    error = IdentityMismatch(book, TWorkbookIdentity{QStringLiteral("social"), GUID, period_.Ident, level_}, file);
+    if (!error.isEmpty())
+        return -1;
     QHash<int, TNodeSocial*> byGuid;
     for (int i = 0; i < Count(); ++i)
         byGuid.insert(GetItem(i).GUID, &GetItem(i));

@@ -1,9 +1,11 @@
 #include "import/ZamerSheets.h"
 
+#include <cmath>
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
 #include "host/TemplateForms.h"
+#include "host/XlsxReader.h"
 
 TZamerFormats AddZamerFormats(lxw_workbook* book, const char* valueFormat, const char* computedFormat)
 {
@@ -82,4 +84,59 @@ QString ReadRefusal(const QString& file, const QStringList& problems)
     if (problems.size() > kShown)
         text += QStringLiteral("\n… и еще %1").arg(problems.size() - kShown);
     return text;
+}
+
+namespace {
+const char* const kIdentityKeys[6] = {"Вид книги", "Объект", "Интервал", "Уровень", "Линии", "Абоненты"};
+}  // namespace
+
+void WriteWorkbookIdentity(lxw_workbook* book, const TWorkbookIdentity& identity)
+{
+    lxw_worksheet* sheet = workbook_add_worksheet(book, kIdentitySheet);
+    const double values[5] = {double(identity.Object), double(identity.Sample), double(identity.Level),
+                              identity.Lines ? 1.0 : 0.0, identity.Consumers ? 1.0 : 0.0};
+    worksheet_write_string(sheet, 0, 0, kIdentityKeys[0], nullptr);
+    worksheet_write_string(sheet, 0, 1, identity.Kind.toUtf8().constData(), nullptr);
+    for (int i = 0; i < 5; ++i) {
+        worksheet_write_string(sheet, static_cast<lxw_row_t>(i + 1), 0, kIdentityKeys[i + 1], nullptr);
+        worksheet_write_number(sheet, static_cast<lxw_row_t>(i + 1), 1, values[i], nullptr);
+    }
+    worksheet_hide(sheet);
+    ProtectZamerSheet(sheet);
+}
+
+bool ReadWorkbookIdentity(const TXlsxWorkbook& book, TWorkbookIdentity& identity)
+{
+    const int sheet = book.SheetIndex(QString::fromUtf8(kIdentitySheet));
+    if (sheet < 0)
+        return false;
+    auto number = [&](int row) {
+        const QVariant v = book.Cell(sheet, row, 2);
+        const double d = v.typeId() == QMetaType::Double ? v.toDouble() : 0;
+        return std::fabs(d) < 2147483647.0 ? static_cast<int>(d) : 0;
+    };
+    identity.Kind = book.Cell(sheet, 1, 2).toString();
+    identity.Object = number(2);
+    identity.Sample = number(3);
+    identity.Level = number(4);
+    identity.Lines = number(5) != 0;
+    identity.Consumers = number(6) != 0;
+    return true;
+}
+
+QString IdentityMismatch(const TXlsxWorkbook& book, const TWorkbookIdentity& expected, const QString& file)
+{
+    TWorkbookIdentity found;
+    if (!ReadWorkbookIdentity(book, found))
+        return QStringLiteral("Книга %1 записана не этой программой: нет листа \"%2\"")
+            .arg(file, QString::fromUtf8(kIdentitySheet));
+    if (found.Kind != expected.Kind)
+        return QStringLiteral("Книга %1 — другого вида (%2), а не %3").arg(file, found.Kind, expected.Kind);
+    if (found.Sample != expected.Sample)
+        return QStringLiteral("Книга %1 записана для другого интервала; выберите его или запишите книгу заново")
+            .arg(file);
+    if (found.Object != expected.Object || found.Level != expected.Level || found.Lines != expected.Lines ||
+        found.Consumers != expected.Consumers)
+        return QStringLiteral("Книга %1 записана для других объектов; выберите их или запишите книгу заново").arg(file);
+    return {};
 }

@@ -2,6 +2,7 @@
 #include <QString>
 #include <QStringList>
 
+class TXlsxWorkbook;
 struct lxw_workbook;
 struct lxw_worksheet;
 struct lxw_format;
@@ -30,3 +31,20 @@ void WriteFormulaWithValue(lxw_worksheet* sheet, int row, int column, const QStr
 void ProtectZamerSheet(lxw_worksheet* sheet);
 // The refusal of a workbook whose cells break their rules: the first problems and how many there are.
 QString ReadRefusal(const QString& file, const QStringList& problems);
+
+// What a workbook was written for, kept in a hidden sheet of its own, so that a workbook is read back only into
+// the table it came from (and a command can read one without being told what it holds).
+struct TWorkbookIdentity {
+    QString Kind;  // "w", "tmax" or "social"
+    int Object = 0;
+    int Sample = 0;
+    int Level = -1;  // the generalised data's level
+    bool Lines = false, Consumers = false;
+    bool operator==(const TWorkbookIdentity&) const = default;
+};
+inline constexpr const char* kIdentitySheet = "Параметры книги";
+void WriteWorkbookIdentity(lxw_workbook* book, const TWorkbookIdentity& identity);
+// False when the workbook has no such sheet (written by something else).
+bool ReadWorkbookIdentity(const TXlsxWorkbook& book, TWorkbookIdentity& identity);
+// Empty when the workbook may be read into a table of this identity, else why not.
+QString IdentityMismatch(const TXlsxWorkbook& book, const TWorkbookIdentity& expected, const QString& file);

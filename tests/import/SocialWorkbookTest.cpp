@@ -154,7 +154,7 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_TRUE(sheet.contains("<formula1>AND(ISNUMBER(N3),N3&gt;0,N3&lt;=1)</formula1>"));  // kзап in (0, 1]
     TXlsxWorkbook read;
     ASSERT_TRUE(read.Open(book, error));
-    EXPECT_EQ(read.SheetNames(), QStringList({"ТП"}));
+    EXPECT_EQ(read.SheetNames(), QStringList({"ТП", "Параметры книги"}));
     EXPECT_EQ(read.Cell(0, 3, 8).toString(), "400/230");
 
     EXPECT_EQ(high.Save(*c_), high.Count());  // the energies filled mark every row

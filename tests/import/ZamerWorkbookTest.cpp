@@ -137,7 +137,14 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
 
     TXlsxWorkbook book;
     EXPECT_TRUE(book.Open(changed, error));
-    EXPECT_EQ(book.SheetNames(), QStringList({"ТП и линии"}));
+    EXPECT_EQ(book.SheetNames(), QStringList({"ТП и линии", "Параметры книги"}));
+    // A workbook written for another interval is not read into this one.
+    TLVZamerData another;
+    another.Load(*c_, db_->GetTree()->Find(tp_), sample_ - 1, 744, true);
+    const QString otherInterval = folder_.Path("w4.xlsx");
+    ASSERT_TRUE(another.WriteWorkbook(otherInterval, error));
+    EXPECT_EQ(data.ReadWorkbook(otherInterval, error), -1);
+    EXPECT_TRUE(error.contains("записана для другого интервала")) << error.toStdString();
     EXPECT_EQ(book.Cell(0, 1, 2).toString(), "Наименование");
     EXPECT_EQ(book.Cell(0, 2, 25).toDouble(), 25);
     QFile text(folder_.Path("not.xlsx"));
@@ -272,7 +279,7 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
     ASSERT_TRUE(edited.WriteWorkbook(book, error));
     TXlsxWorkbook read;
     ASSERT_TRUE(read.Open(book, error));
-    EXPECT_EQ(read.SheetNames(), QStringList({"ТП и линии", "Абоненты"}));
+    EXPECT_EQ(read.SheetNames(), QStringList({"ТП и линии", "Абоненты", "Параметры книги"}));
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet2.xml"));
     EXPECT_TRUE(sheet.contains("<f>SQRT(N(C3)^2+N(D3)^2)</f>"));
     EXPECT_TRUE(sheet.contains("<f>COS(ATAN("));
