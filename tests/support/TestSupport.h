@@ -64,7 +64,8 @@ QHash<QString, CachedFormula> FormulaCells(const QString& workbook, int sheet);
 // Every cell of a worksheet (1-based), with its formula when it has one.
 QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet);
 // Checks that every formula of a worksheet caches the value LibreOffice computes for it (numbers to a
-// relative 1e-9, texts exactly); returns how many formulas were compared.
+// relative 1e-12, texts exactly) and that the workbook asks for a recalculation on opening; returns how many
+// formulas were compared.
 int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
 
 // Closes the next modal dialog with a result once it is shown, after letting the test look at it.
