@@ -1,16 +1,57 @@
 #include "host/XlsxReader.h"
 
+#include <QIODevice>
 #include <QSet>
 #include <QXmlStreamReader>
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <zip.h>
-
 
 namespace {
 quint64 key(int row, int column) { return (static_cast<quint64>(row) << 20) | static_cast<quint64>(column); }
 
-// The parts of the workbook's archive, each read whole within the limits.
+// One part of the archive as the XML reader takes it, unpacked as it is read, so that no more of the part is held
+// at a time than the token being read. Only a part that has already unpacked within the limits is opened this
+// way; should it unpack to anything else the second time, it is damaged.
+class PartStream : public QIODevice {
+public:
+    PartStream(zip_file_t* file, qint64 size) : file_(file), size_(size)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    ~PartStream() override { zip_fclose(file_); }
+    bool isSequential() const override { return true; }
+    bool damaged() const { return damaged_; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        if (damaged_)
+            return -1;
+        if (read_ == size_) {
+            char more;
+            if (zip_fread(file_, &more, 1) != 0)
+                damaged_ = true;
+            return damaged_ ? -1 : 0;
+        }
+        const zip_int64_t n = zip_fread(file_, data, static_cast<zip_uint64_t>(std::min(maxSize, size_ - read_)));
+        if (n <= 0) {
+            damaged_ = true;
+            return -1;
+        }
+        read_ += n;
+        return n;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    zip_file_t* file_;
+    qint64 size_, read_ = 0;
+    bool damaged_ = false;
+};
+
+// The parts of the workbook's archive, each measured within the limits before it is read.
 class Archive {
 public:
     Archive(const QString& file, const TXlsxLimits& limits) : limits_(limits)
@@ -24,32 +65,36 @@ public:
             zip_close(zip_);
     }
     bool isOpen() const { return zip_ != nullptr; }
-    // The unpacked part; empty when it is missing. A part past a limit is an error, found as it unpacks (the
-    // sizes an archive states may lie).
-    QByteArray Read(const QString& entry, QString& error)
+    // The part to read; none when it is missing or empty, or, with the reason, when it is damaged or past a
+    // limit. The sizes an archive states may lie, so the part is unpacked once without being kept to count what
+    // it really holds: a bomb costs the time of unpacking it up to the limit, not the memory.
+    std::unique_ptr<PartStream> Open(const QString& entry, QString& error)
     {
-        QByteArray data;
-        zip_file_t* file = zip_fopen(zip_, entry.toUtf8().constData(), 0);
+        const QByteArray name = entry.toUtf8();
+        zip_file_t* file = zip_fopen(zip_, name.constData(), 0);
         if (!file)
-            return data;
+            return nullptr;
         char buffer[65536];
+        qint64 size = 0;
         zip_int64_t n;
         while ((n = zip_fread(file, buffer, sizeof buffer)) > 0) {
+            size += n;
             total_ += n;
-            if (data.size() + n > limits_.PartBytes || total_ > limits_.TotalBytes) {
+            if (size > limits_.PartBytes || total_ > limits_.TotalBytes) {
                 error = QStringLiteral("часть %1 больше допустимого (%2 МБ в распакованном виде)")
                             .arg(entry)
-                            .arg((data.size() + n > limits_.PartBytes ? limits_.PartBytes : limits_.TotalBytes) >> 20);
+                            .arg((size > limits_.PartBytes ? limits_.PartBytes : limits_.TotalBytes) >> 20);
                 zip_fclose(file);
-                return {};
+                return nullptr;
             }
-            data.append(buffer, static_cast<int>(n));
         }
-        if (n < 0)
-            error = QStringLiteral("часть %1 повреждена").arg(entry);
         zip_fclose(file);
-        return data;
+        file = n < 0 || size == 0 ? nullptr : zip_fopen(zip_, name.constData(), 0);
+        if (n < 0 || (size > 0 && !file))
+            error = Damaged(entry);
+        return file ? std::make_unique<PartStream>(file, size) : nullptr;
     }
+    static QString Damaged(const QString& entry) { return QStringLiteral("часть %1 повреждена").arg(entry); }
 
 private:
     zip_t* zip_ = nullptr;
@@ -74,9 +119,9 @@ bool parseReference(const QStringView ref, int& row, int& column)
     return row > 0 && column >= 1 && column <= kXlsxMaxColumns;
 }
 
-bool sharedStrings(const QByteArray& xml, int limit, QStringList& strings, QString& error)
+bool sharedStrings(PartStream& xml, int limit, QStringList& strings, QString& error)
 {
-    QXmlStreamReader r(xml);
+    QXmlStreamReader r(&xml);
     QString current;
     bool inItem = false;
     while (!r.atEnd()) {
@@ -95,28 +140,34 @@ bool sharedStrings(const QByteArray& xml, int limit, QStringList& strings, QStri
             inItem = false;
         }
     }
-    if (r.hasError()) {
+    if (xml.damaged())
+        error = Archive::Damaged(QStringLiteral("xl/sharedStrings.xml"));
+    else if (r.hasError())
         error = QStringLiteral("xl/sharedStrings.xml: %1 (строка %2)").arg(r.errorString()).arg(r.lineNumber());
-        return false;
-    }
-    return true;
+    return error.isEmpty();
 }
 
 // The sheets of the workbook, by name, and the parts that hold them (through the workbook's relationships;
 // by position in a workbook without them).
-bool sheetParts(Archive& archive, QStringList& names, QStringList& parts, QString& error)
+bool sheetParts(Archive& archive, int limit, QStringList& names, QStringList& parts, QString& error)
 {
-    const QByteArray workbook = archive.Read(QStringLiteral("xl/workbook.xml"), error);
-    if (workbook.isEmpty()) {
+    const QString workbookPart = QStringLiteral("xl/workbook.xml");
+    const std::unique_ptr<PartStream> workbook = archive.Open(workbookPart, error);
+    if (!workbook) {
         if (error.isEmpty())
             error = QStringLiteral("нет части xl/workbook.xml: это не книга Excel (.xlsx)");
         return false;
     }
     QStringList ids;
-    QXmlStreamReader w(workbook);
+    QXmlStreamReader w(workbook.get());
     while (!w.atEnd()) {
         w.readNext();
         if (w.isStartElement() && w.name() == QLatin1String("sheet")) {
+            // every sheet costs its part read again: their number is bounded as well as their bytes
+            if (names.size() >= limit) {
+                error = QStringLiteral("в xl/workbook.xml больше %1 листов").arg(limit);
+                return false;
+            }
             names << w.attributes().value(QLatin1String("name")).toString();
             QString id;
             for (const QXmlStreamAttribute& a : w.attributes())
@@ -125,26 +176,43 @@ bool sheetParts(Archive& archive, QStringList& names, QStringList& parts, QStrin
             ids << id;
         }
     }
+    if (workbook->damaged()) {
+        error = Archive::Damaged(workbookPart);
+        return false;
+    }
     if (w.hasError()) {
         error = QStringLiteral("xl/workbook.xml: %1 (строка %2)").arg(w.errorString()).arg(w.lineNumber());
         return false;
     }
+    // Only the relationships of the sheets are kept, however many the part lists.
+    const QSet<QString> wanted(ids.cbegin(), ids.cend());
     QHash<QString, QString> targets;
-    const QByteArray rels = archive.Read(QStringLiteral("xl/_rels/workbook.xml.rels"), error);
+    const QString relsPart = QStringLiteral("xl/_rels/workbook.xml.rels");
+    const std::unique_ptr<PartStream> rels = archive.Open(relsPart, error);
     if (!error.isEmpty())
         return false;
-    QXmlStreamReader r(rels);
-    while (!rels.isEmpty() && !r.atEnd()) {
-        r.readNext();
-        if (r.isStartElement() && r.name() == QLatin1String("Relationship")) {
-            QString target = r.attributes().value(QLatin1String("Target")).toString();
-            target = target.startsWith(QLatin1Char('/')) ? target.mid(1) : QStringLiteral("xl/") + target;
-            targets.insert(r.attributes().value(QLatin1String("Id")).toString(), target);
+    if (rels) {
+        QXmlStreamReader r(rels.get());
+        while (!r.atEnd()) {
+            r.readNext();
+            if (r.isStartElement() && r.name() == QLatin1String("Relationship")) {
+                const QString id = r.attributes().value(QLatin1String("Id")).toString();
+                if (!wanted.contains(id))
+                    continue;
+                QString target = r.attributes().value(QLatin1String("Target")).toString();
+                target = target.startsWith(QLatin1Char('/')) ? target.mid(1) : QStringLiteral("xl/") + target;
+                targets.insert(id, target);
+            }
         }
-    }
-    if (r.hasError()) {
-        error = QStringLiteral("xl/_rels/workbook.xml.rels: %1 (строка %2)").arg(r.errorString()).arg(r.lineNumber());
-        return false;
+        if (rels->damaged()) {
+            error = Archive::Damaged(relsPart);
+            return false;
+        }
+        if (r.hasError()) {
+            error =
+                QStringLiteral("xl/_rels/workbook.xml.rels: %1 (строка %2)").arg(r.errorString()).arg(r.lineNumber());
+            return false;
+        }
     }
     for (int s = 0; s < names.size(); ++s)
         parts << targets.value(ids[s], QStringLiteral("xl/worksheets/sheet%1.xml").arg(s + 1));
@@ -169,21 +237,23 @@ bool TXlsxWorkbook::Open(const QString& file, QString& error, const TXlsxLimits&
     };
     QStringList parts;
     QString why;
-    if (!sheetParts(archive, names_, parts, why))
+    if (!sheetParts(archive, limits.Sheets, names_, parts, why))
         return fail(why);
     QStringList strings;
-    const QByteArray shared = archive.Read(QStringLiteral("xl/sharedStrings.xml"), why);
-    // A workbook of numbers only may have no shared strings at all.
-    if (!why.isEmpty() || (!shared.isEmpty() && !sharedStrings(shared, limits.SharedStrings, strings, why)))
-        return fail(why);
+    {
+        const std::unique_ptr<PartStream> shared = archive.Open(QStringLiteral("xl/sharedStrings.xml"), why);
+        // A workbook of numbers only may have no shared strings at all.
+        if (!why.isEmpty() || (shared && !sharedStrings(*shared, limits.SharedStrings, strings, why)))
+            return fail(why);
+    }
     for (int s = 0; s < names_.size(); ++s) {
         Sheet sheet;
-        const QByteArray xml = archive.Read(parts[s], why);
+        const std::unique_ptr<PartStream> xml = archive.Open(parts[s], why);
         if (!why.isEmpty())
             return fail(why);
-        if (xml.isEmpty())
+        if (!xml)
             return fail(QStringLiteral("нет части %1 листа «%2»").arg(parts[s], names_[s]));
-        QXmlStreamReader r(xml);
+        QXmlStreamReader r(xml.get());
         int row = 0, column = 0;
         QString type, value, inline_, reference;
         bool inCell = false;
@@ -209,7 +279,8 @@ bool TXlsxWorkbook::Open(const QString& file, QString& error, const TXlsxLimits&
                     bool ok = false;
                     const int index = value.toInt(&ok);
                     if (!ok || index < 0 || index >= strings.size())
-                        return fail(QStringLiteral("лист «%1», ячейка %2: нет общей строки %3").arg(names_[s], reference, value));
+                        return fail(QStringLiteral("лист «%1», ячейка %2: нет общей строки %3")
+                                        .arg(names_[s], reference, value));
                     v = strings.at(index);
                 } else if (type == QLatin1String("inlineStr")) {
                     v = inline_;
@@ -221,7 +292,8 @@ bool TXlsxWorkbook::Open(const QString& file, QString& error, const TXlsxLimits&
                     bool ok = false;
                     const double d = value.toDouble(&ok);
                     if (!ok || !std::isfinite(d))
-                        return fail(QStringLiteral("лист «%1», ячейка %2: «%3» не конечное число").arg(names_[s], reference, value));
+                        return fail(QStringLiteral("лист «%1», ячейка %2: «%3» не конечное число")
+                                        .arg(names_[s], reference, value));
                     v = d;
                 }
                 if (v.isValid() && !(v.typeId() == QMetaType::QString && v.toString().isEmpty())) {
@@ -231,8 +303,12 @@ bool TXlsxWorkbook::Open(const QString& file, QString& error, const TXlsxLimits&
                 }
             }
         }
+        if (xml->damaged())
+            return fail(Archive::Damaged(parts[s]));
         if (r.hasError())
-            return fail(QStringLiteral("лист «%1» (%2): %3 (строка %4)").arg(names_[s], parts[s], r.errorString()).arg(r.lineNumber()));
+            return fail(QStringLiteral("лист «%1» (%2): %3 (строка %4)")
+                            .arg(names_[s], parts[s], r.errorString())
+                            .arg(r.lineNumber()));
         sheet.rowNumbers = QList<int>(rows.begin(), rows.end());
         std::sort(sheet.rowNumbers.begin(), sheet.rowNumbers.end());
         sheets_ << sheet;
@@ -242,7 +318,8 @@ bool TXlsxWorkbook::Open(const QString& file, QString& error, const TXlsxLimits&
 
 QVariant TXlsxWorkbook::Cell(int sheet, int row, int column) const
 {
-    if (sheet < 0 || sheet >= sheets_.size())
+    // outside the format's sheet there is nothing (a column past the last would find a cell of another row)
+    if (sheet < 0 || sheet >= sheets_.size() || row < 1 || row > kXlsxMaxRows || column < 1 || column > kXlsxMaxColumns)
         return {};
     return sheets_[sheet].cells.value(key(row, column));
 }

@@ -11,6 +11,7 @@ struct TXlsxLimits {
     qint64 PartBytes = 256ll << 20;    // one part (a sheet, the shared strings) unpacked
     qint64 TotalBytes = 1024ll << 20;  // every part read, unpacked
     int SharedStrings = 4'000'000;
+    int Sheets = 10'000;  // a sheet costs far more than the bytes that name it
 };
 // The format's own size of a sheet.
 inline constexpr int kXlsxMaxRows = 1'048'576, kXlsxMaxColumns = 16'384;
