@@ -165,6 +165,19 @@ QString Option(const QStringList& args, const QString& name)
     return i >= 0 && i + 1 < args.size() ? args.at(i + 1) : QString();
 }
 
+QString Positional(const QStringList& args, const QStringList& valued, int first)
+{
+    for (int i = first; i < args.size(); ++i) {
+        if (valued.contains(args.at(i))) {
+            ++i;
+            continue;
+        }
+        if (!args.at(i).startsWith(QLatin1String("--")))
+            return args.at(i);
+    }
+    return {};
+}
+
 int InitDb(const QStringList& args)
 {
     if (args.size() < 2) {

@@ -30,4 +30,6 @@ int Users(const QStringList& args);
 std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int period, const TSamplePeriodInfo*& info);
 // The value after an option ("--db X"), empty when absent.
 QString Option(const QStringList& args, const QString& name);
+// The first argument from `first` on that is neither an option nor the value of one of `valued`.
+QString Positional(const QStringList& args, const QStringList& valued, int first);
 }  // namespace cli

@@ -32,7 +32,8 @@ QPushButton* Button(QWidget* parent, const QString& text, const QString& name)
 }
 }  // namespace
 
-ConductorDialog::ConductorDialog(ToznFDConnection& connection, QWidget* parent) : QDialog(parent), connection_(connection)
+ConductorDialog::ConductorDialog(ToznFDConnection& connection, QWidget* parent)
+    : QDialog(parent), connection_(connection)
 {
     setObjectName(QStringLiteral("ConductorDialog"));
     setWindowTitle(QStringLiteral("Справочник проводов"));

@@ -14,9 +14,9 @@
 #include <algorithm>
 
 #include "app/ConductorDialog.h"
-#include "app/RightsDialog.h"
 #include "app/ProblemsDialog.h"
 #include "app/RegimeCommand.h"
+#include "app/RightsDialog.h"
 #include "app/SchemeEditor.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -128,7 +128,8 @@ void MainWindow::BuildMenu()
     });
     menu->addAction(QStringLiteral("Схема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
     menu->addSeparator();
-    importScheme_ = menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
+    importScheme_ =
+        menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
     exportScheme_ = menu->addAction(QStringLiteral("Выгрузить схему 0,4 кВ в книгу…"), this, &MainWindow::ExportScheme);
     editScheme_ = menu->addAction(QStringLiteral("Схема линии 0,4 кВ"), this, &MainWindow::EditScheme);
     menu->addSeparator();
@@ -295,7 +296,8 @@ void MainWindow::ImportScheme()
                              scheme::ProblemTexts(problems));
         return;
     }
-    if (std::all_of(book.Sections.begin(), book.Sections.end(), [](const scheme::TBookRow& r) { return r.IsEmpty(); })) {
+    if (std::all_of(book.Sections.begin(), book.Sections.end(),
+                    [](const scheme::TBookRow& r) { return r.IsEmpty(); })) {
         host::ShowWarning(QStringLiteral("В книге «%1» на листе «%2» нет ни одного участка")
                               .arg(bookName, QString::fromUtf8(scheme::kSectionsSheet)));
         return;
@@ -347,7 +349,8 @@ void MainWindow::ExportScheme()
     QString error;
     bool read = false;
     try {
-        read = scheme::TSchemeStore(*database_->GetDefaultConnection()).Export(target->GetIdent(), SelectedPeriod(), book, error);
+        read = scheme::TSchemeStore(*database_->GetDefaultConnection())
+                   .Export(target->GetIdent(), SelectedPeriod(), book, error);
     } catch (const EDatabaseError& e) {
         error = e.Text();
     }

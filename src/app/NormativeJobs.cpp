@@ -24,7 +24,6 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 void onInterrupt(int) { g_interrupted = true; }
 
-
 bool intOption(const QStringList& args, const QString& name, int& value)
 {
     bool ok = false;

@@ -20,7 +20,6 @@ namespace {
 std::atomic<bool> g_stop{false};
 void onStop(int) { g_stop = true; }
 
-
 const char* const kUsage = "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
                            "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
 

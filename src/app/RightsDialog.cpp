@@ -102,7 +102,8 @@ bool RightsDialog::Save()
 {
     for (int row = 0; row < table_->rowCount(); ++row) {
         const QString name = table_->item(row, kNameColumn)->text();
-        const auto before = std::find_if(stored_.begin(), stored_.end(), [&](const host::TUserInfo& u) { return u.Name == name; });
+        const auto before =
+            std::find_if(stored_.begin(), stored_.end(), [&](const host::TUserInfo& u) { return u.Name == name; });
         const host::TUserInfo was = before == stored_.end() ? host::TUserInfo{name, {}, {}} : *before;
         const QString role = qobject_cast<QComboBox*>(table_->cellWidget(row, kRoleColumn))->currentText();
         QList<int> granted, revoked;

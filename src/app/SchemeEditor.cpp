@@ -140,13 +140,8 @@ std::vector<TBookRow> RowsOf(const QTableWidget* table, const QString& fider)
 
 SchemeEditor::SchemeEditor(ToznFDConnection& connection, int fiderGuid, const QString& fiderName, int nodeGuid,
                            int sampleIdent, RunRegime runRegime, QWidget* parent)
-    : QWidget(parent, Qt::Window),
-      connection_(connection),
-      fiderGuid_(fiderGuid),
-      fiderName_(fiderName.simplified()),
-      nodeGuid_(nodeGuid),
-      sampleIdent_(sampleIdent),
-      runRegime_(std::move(runRegime))
+    : QWidget(parent, Qt::Window), connection_(connection), fiderGuid_(fiderGuid), fiderName_(fiderName.simplified()),
+      nodeGuid_(nodeGuid), sampleIdent_(sampleIdent), runRegime_(std::move(runRegime))
 {
     setObjectName(QStringLiteral("SchemeEditor"));
     setWindowTitle(QStringLiteral("Схема линии 0,4 кВ — %1").arg(fiderName_));
@@ -176,8 +171,8 @@ SchemeEditor::SchemeEditor(ToznFDConnection& connection, int fiderGuid, const QS
     auto* deleteConsumer = Button(this, QStringLiteral("Удалить абонента"), QStringLiteral("ButtonDeleteConsumer"));
     group(QString::fromUtf8(kSectionsSheet), sections_, QStringLiteral("GridSections"), SColumns, &SectionCaption,
           addSection, deleteSection);
-    group(QString::fromUtf8(kConsumersSheet), consumers_, QStringLiteral("GridConsumers"), CColumns,
-          &ConsumerCaption, addConsumer, deleteConsumer);
+    group(QString::fromUtf8(kConsumersSheet), consumers_, QStringLiteral("GridConsumers"), CColumns, &ConsumerCaption,
+          addConsumer, deleteConsumer);
 
     problems_ = new QListWidget(splitter);
     problems_->setObjectName(QStringLiteral("ListProblems"));
@@ -423,7 +418,8 @@ void SchemeEditor::Calculate()
 void SchemeEditor::closeEvent(QCloseEvent* event)
 {
     if (modified_ &&
-        !host::AskYesNo(QStringLiteral("Изменения схемы линии «%1» не сохранены. Закрыть без сохранения?").arg(fiderName_))) {
+        !host::AskYesNo(
+            QStringLiteral("Изменения схемы линии «%1» не сохранены. Закрыть без сохранения?").arg(fiderName_))) {
         event->ignore();
         return;
     }

@@ -14,29 +14,17 @@
 namespace cli {
 
 namespace {
-const char* const kUsage =
-    "Использование:\n"
-    "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
-    "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
-    "  ozn3 conductors import FILE --db CONNECTION\n"
-    "  ozn3 conductors export FILE --db CONNECTION\n"
-    "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
+const char* const kUsage = "Использование:\n"
+                           "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
+                           "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
+                           "  ozn3 conductors import FILE --db CONNECTION\n"
+                           "  ozn3 conductors export FILE --db CONNECTION\n"
+                           "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 
 const QStringList kValued = {"--db", "--node", "--sample", "--name", "--owner"};
 
 // The first argument after the command words that is neither an option nor an option's value.
-QString FileArgument(const QStringList& args)
-{
-    for (int i = 2; i < args.size(); ++i) {
-        if (kValued.contains(args.at(i))) {
-            ++i;
-            continue;
-        }
-        if (!args.at(i).startsWith(QLatin1String("--")))
-            return args.at(i);
-    }
-    return {};
-}
+QString FileArgument(const QStringList& args) { return Positional(args, kValued, 2); }
 
 // An integer option; false (with a message) when it is given but not a number, or required and missing.
 bool IntOption(const QStringList& args, const QString& name, bool required, int& value)
@@ -115,7 +103,8 @@ int SchemeImport(const QStringList& args)
         scheme::TSchemeStore(*database->GetDefaultConnection()).Import(book, options, summary, problems);
     if (!problems.empty()) {
         PrintRefusal(problems, QStringLiteral("Схема не загружена"));
-        if (!options.Replace && !scheme::TSchemeStore(*database->GetDefaultConnection()).FidersWithSchemes(book, node).isEmpty())
+        if (!options.Replace &&
+            !scheme::TSchemeStore(*database->GetDefaultConnection()).FidersWithSchemes(book, node).isEmpty())
             err(QStringLiteral("Чтобы заменить схемы линий, которые уже есть в базе, добавьте --replace"));
         return 1;
     }
@@ -138,7 +127,10 @@ int SchemeExport(const QStringList& args)
         err(error);
         return 1;
     }
-    out(QStringLiteral("Выгружено: участков %1, абонентов %2 в %3").arg(book.Sections.size()).arg(book.Consumers.size()).arg(file));
+    out(QStringLiteral("Выгружено: участков %1, абонентов %2 в %3")
+            .arg(book.Sections.size())
+            .arg(book.Consumers.size())
+            .arg(file));
     return 0;
 }
 

@@ -57,8 +57,8 @@ int Users(const QStringList& args)
 {
     const QString action = args.value(1);
     const QString connection = Option(args, QStringLiteral("--db"));
-    if (connection.isEmpty() || (action != QLatin1String("--db") && action != QLatin1String("grant") &&
-                                 action != QLatin1String("revoke"))) {
+    if (connection.isEmpty() ||
+        (action != QLatin1String("--db") && action != QLatin1String("grant") && action != QLatin1String("revoke"))) {
         err(QString::fromUtf8(kUsage));
         return 2;
     }

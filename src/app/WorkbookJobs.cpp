@@ -28,18 +28,7 @@ const QStringList kValued = {"--db", "--node", "--sample", "--level"};
 // The rights of the forms: W and Tmax measurements, generalised data.
 constexpr int kRightW = 12, kRightTmax = 13, kRightSocial = 14;
 
-QString fileArgument(const QStringList& args)
-{
-    for (int i = 3; i < args.size(); ++i) {
-        if (kValued.contains(args.at(i))) {
-            ++i;
-            continue;
-        }
-        if (!args.at(i).startsWith(QLatin1String("--")))
-            return args.at(i);
-    }
-    return {};
-}
+QString fileArgument(const QStringList& args) { return Positional(args, kValued, 3); }
 
 bool intOption(const QStringList& args, const QString& name, int& value)
 {

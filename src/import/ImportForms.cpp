@@ -71,6 +71,22 @@ bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& erro
     return true;
 }
 
+bool saveRows(TxlsZamerShablonForm& form, int pending, const std::function<int()>& store)
+{
+    if (pending == 0) {
+        host::ShowInformation(QStringLiteral("Нет изменений для сохранения: строки таблицы совпадают с базой данных"));
+        return false;
+    }
+    try {
+        const int saved = store();
+        form.AddLog(QStringLiteral("Сохранено строк: %1").arg(saved), 1, saved);
+    } catch (const std::exception& e) {
+        host::ShowWarning(QString::fromUtf8(e.what()));
+        return false;
+    }
+    return true;
+}
+
 bool confirmDiscard(int pending, bool changedOnDisk, const QString& workbook)
 {
     if (pending == 0 && !changedOnDisk)
@@ -267,18 +283,7 @@ bool TxlsLVZamerSocialForm::Save()
 {
     if (ReadOnly() || !ReadIfChanged())
         return false;
-    if (rows_.Pending() == 0) {
-        host::ShowInformation(QStringLiteral("Нет изменений для сохранения: строки таблицы совпадают с базой данных"));
-        return false;
-    }
-    try {
-        const int saved = rows_.Save(*CurrentDatabase()->GetDefaultConnection());
-        AddLog(QStringLiteral("Сохранено строк: %1").arg(saved), 1, saved);
-    } catch (const std::exception& e) {
-        host::ShowWarning(QString::fromUtf8(e.what()));
-        return false;
-    }
-    return true;
+    return saveRows(*this, rows_.Pending(), [this] { return rows_.Save(*CurrentDatabase()->GetDefaultConnection()); });
 }
 
 void TxlsLVZamerSocialForm::reject()

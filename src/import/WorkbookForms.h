@@ -23,6 +23,9 @@ void selectHandedObject(QTreeView* tree, intptr_t param);
 // Logs how many rows a reading of the workbook changed and what it did not take as typed, or shows why it could
 // not be read (changed < 0).
 bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error, const QStringList& notes = {});
+// Stores the rows read (store() answers how many), logging the count; says so when there is nothing to store
+// and shows a database error. False when nothing was stored.
+bool saveRows(TxlsZamerShablonForm& form, int pending, const std::function<int()>& store);
 // Asks before rows not saved or a workbook edited but not read are given up; true to go on.
 bool confirmDiscard(int pending, bool changedOnDisk, const QString& workbook);
 }  // namespace workbookform

@@ -369,19 +369,9 @@ bool TxlsLVZamerForm::Save()
     if (ReadOnly() || interval_.isEmpty())
         return false;
     // What the user saved in the spreadsheet since the last reading is read first.
-    if (!ReadIfChanged())
+    if (!ReadIfChanged() ||
+        !saveRows(*this, data_.Pending(), [this] { return data_.Save(*CurrentDatabase()->GetDefaultConnection()); }))
         return false;
-    if (data_.Pending() == 0) {
-        host::ShowInformation(QStringLiteral("Нет изменений для сохранения: строки таблицы совпадают с базой данных"));
-        return false;
-    }
-    try {
-        const int written = data_.Save(*CurrentDatabase()->GetDefaultConnection());
-        AddLog(QStringLiteral("Сохранено строк: %1").arg(written), 1, written);
-    } catch (const std::exception& e) {
-        host::ShowWarning(QString::fromUtf8(e.what()));
-        return false;
-    }
     ShowTable();
     Rewrite();  // the workbook shows the rows as stored now
     return true;

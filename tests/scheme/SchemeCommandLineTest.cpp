@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QProcess>
 
 #include "host/scheme/SchemeBookFile.h"
 #include "scheme/SchemeTestBooks.h"
@@ -11,18 +10,8 @@
 using namespace testing_support;
 
 namespace {
-struct Outcome {
-    int code;
-    QString out, err;
-};
-
-Outcome Ozn3(const QStringList& args)
-{
-    QProcess p;
-    p.start(AppPath(), args);
-    EXPECT_TRUE(p.waitForFinished(120000));
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
-}
+using Outcome = AppOutcome;
+Outcome Ozn3(const QStringList& args) { return RunApp(args); }
 }  // namespace
 
 TEST(SchemeCommandLine, ABlankDatabaseTakesASubstationAndItsSchemeWorkbook)

@@ -311,4 +311,12 @@ void CloseNextModal(int result, std::function<void(QDialog*)> inspect)
 QString PluginPath() { return QStringLiteral(OZN3_PLUGIN_PATH); }
 QString AppPath() { return QStringLiteral(OZN3_APP_PATH); }
 
+AppOutcome RunApp(const QStringList& args)
+{
+    QProcess p;
+    p.start(AppPath(), args);
+    EXPECT_TRUE(p.waitForFinished(120000)) << args.join(' ').toStdString();
+    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+}
+
 }  // namespace testing_support

@@ -75,6 +75,12 @@ void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
 QString PluginPath();
 // The host application's binary.
 QString AppPath();
+// Runs the host application with arguments and waits for it (two minutes at most).
+struct AppOutcome {
+    int code;
+    QString out, err;
+};
+AppOutcome RunApp(const QStringList& args);
 
 // A progress display that keeps every text it is shown.
 struct RecordingProgress : host::Progress {
