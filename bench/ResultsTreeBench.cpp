@@ -60,7 +60,7 @@ static void BM_OpenWholeUtilityAgainstRawFetch(benchmark::State& state)
         QElapsedTimer timer;
         timer.start();
         auto q = c.NewQuery();
-        q->SetSQLText(QString::fromUtf8(LVResultsSql::sResultsFromAOEnergo));
+        q->SetSQLText(QString::fromUtf8(LVResultsSql::sResultRows));
         q->ParamByName(QStringLiteral("GUID"), s.root).ParamByName(QStringLiteral("CalcType"), 0);
         q->ParamByName(QStringLiteral("sd1"), s.year.SampleDate1)
             .ParamByName(QStringLiteral("sd2"), s.year.SampleDate2);

@@ -38,63 +38,132 @@ const char* const sSamplesWithResults =
     "where sd.\"Ident\" in (select distinct mv.\"SampleIdent\" from \"LVResults\" mv "
     "where coalesce(mv.\"CalcType\", 0)=:CalcType) order by sd.\"SampleDate2\", sd.\"SampleDate1\" desc";
 
-#define OZN3_PERIODS_WITH_RESULTS(SECTIONS)                                                                            \
-    "select distinct sd.\"Period\", per.\"Name\" from \"AOEnergo\" e join pes p on p.\"OwnerGUID\"=e.guid "            \
-    "join res r on r.\"OwnerGUID\"=p.guid join \"LVPResultsAdd\" pa on pa.res=r.guid "                                 \
-    "join \"LVResults\" mv on pa.\"Ident\"=mv.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "                   \
-    "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\" join \"Periods\" per on per.\"Ident\"=sd.\"Period\" " \
-    "join \"LVFiders\" lf on mv.guid=lf.guid join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "                         \
-    "join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on s.guid=f.\"OwnerGUID\" "                     \
-    "join \"Centers\" c on c.guid=s.\"OwnerGUID\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and "    \
-    "(e.GUID=:GUID or p.GUID=:GUID or r.GUID=:GUID or c.GUID=:GUID " SECTIONS                                          \
-    "or f.GUID=:GUID or nod.GUID=:GUID or lf.GUID=:GUID) order by sd.\"Period\""
-const char* const sPeriodsWithResults = OZN3_PERIODS_WITH_RESULTS("or s.GUID=:GUID ");
-// The same without the Sections test: a Section's GUID finds no periods with it.
-const char* const sPeriodsWithResultsNoSections = OZN3_PERIODS_WITH_RESULTS("");
-#undef OZN3_PERIODS_WITH_RESULTS
+// The level of each table that holds an object, by its primary key.
+const char* const sObjectLevels =
+    "select 0 as \"L\" from \"AOEnergo\" where guid=:GUID union all select 1 from pes where guid=:GUID "
+    "union all select 2 from res where guid=:GUID union all select 3 from \"Centers\" where guid=:GUID "
+    "union all select 4 from \"Sections\" where guid=:GUID union all select 5 from \"Fiders\" where guid=:GUID "
+    "union all select 6 from \"Nodes\" where guid=:GUID union all select 7 from \"LVFiders\" where guid=:GUID";
 
-// One row per result and balance block of every LV feeder under the object: the feeder's owners by the
-// hierarchy, the district and enterprise of the balance row, the regime values and the block's values.
-// The object is matched through the districts of the result's balance rows (a correlated test on the
-// result's key, so that the large network is read in one pass).
-#define OZN3_RESULTS(E_GUID, P_GUID, FILTER)                                                                           \
-    "select " E_GUID " as \"eGuidRecord\", " P_GUID " as \"pGuid\", r.guid as \"rGuid\", c.guid as \"cGuid\", "        \
-    "f.guid as \"fGuid\", nod.guid as \"nodGuid\", lf.guid as \"lfGuid\", s.guid as \"sGuid\", s.\"Unom\", "           \
-    "lf.\"Unom\" as \"UnomLV\", "                                                                                      \
-    "coalesce(t2.\"TypeTR\", ts.\"TypeTR\") || '-' || cast(round(coalesce(t2.\"Snom\", ts.\"Snom\"), 0) as integer) "  \
-    "|| ' ' || coalesce(t2.\"AddStr\", ts.\"AddStr\", '') as \"TypeTR\", "                                             \
-    "r.guid as \"rGuidRecord\", p.guid as \"pGuidRecord\", mv.\"Ident\" as \"MVIdent\", pa.\"Balance\", "              \
-    "pa.res as \"RES\", mv.\"T\", mv.\"UA\", mv.\"UB\", mv.\"UC\", mv.\"IA\", mv.\"IB\", mv.\"IC\", "                  \
+QString ResultsUnderObject(int level)
+{
+    // The joins of the level query, written from the object down so that the engine follows them from its key:
+    // outer joins keep their written order, and the tests of the last aliases make them inner ones. Above the
+    // supply centre the chain goes through the balance rows' districts, below it through ownership.
+    static const char* const alias[8] = {"e", "p", "r", "c", "s", "f", "nod", "lf"};
+    static const char* const table[8] = {"\"AOEnergo\"", "pes",        "res",       "\"Centers\"",
+                                         "\"Sections\"", "\"Fiders\"", "\"Nodes\"", "\"LVFiders\""};
+    const QString results = QStringLiteral(" left join \"LVResults\" mv on mv.guid=lf.guid "
+                                           "left join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\"");
+    auto join = [](int l, const QString& on) {
+        return QStringLiteral(" left join %1 %2 on %3").arg(QLatin1String(table[l]), QLatin1String(alias[l]), on);
+    };
+    QString sql = QStringLiteral("from %1 %2").arg(QLatin1String(table[level]), QLatin1String(alias[level]));
+    if (level <= 2) {
+        for (int l = level + 1; l <= 2; ++l)
+            sql += join(
+                l,
+                QStringLiteral("%1.\"OwnerGUID\"=%2.guid").arg(QLatin1String(alias[l]), QLatin1String(alias[l - 1])));
+        sql += QStringLiteral(" left join \"LVPResultsAdd\" pa on pa.res=r.guid left join \"LVResults\" mv on "
+                              "mv.\"Ident\"=pa.\"Ident\"");
+        sql += join(7, QStringLiteral("lf.guid=mv.guid"));
+        for (int l = 6; l >= 3; --l)
+            sql += join(
+                l,
+                QStringLiteral("%1.guid=%2.\"OwnerGUID\"").arg(QLatin1String(alias[l]), QLatin1String(alias[l + 1])));
+        for (int l = level - 1; l >= 0; --l)
+            sql += join(
+                l,
+                QStringLiteral("%1.guid=%2.\"OwnerGUID\"").arg(QLatin1String(alias[l]), QLatin1String(alias[l + 1])));
+    } else {
+        for (int l = level + 1; l <= 7; ++l)
+            sql += join(
+                l,
+                QStringLiteral("%1.\"OwnerGUID\"=%2.guid").arg(QLatin1String(alias[l]), QLatin1String(alias[l - 1])));
+        sql += results;
+        sql += join(2, QStringLiteral("r.guid=pa.res")) + join(1, QStringLiteral("p.guid=r.\"OwnerGUID\"")) +
+               join(0, QStringLiteral("e.guid=p.\"OwnerGUID\""));
+        for (int l = level - 1; l >= 3; --l)
+            sql += join(
+                l,
+                QStringLiteral("%1.guid=%2.\"OwnerGUID\"").arg(QLatin1String(alias[l]), QLatin1String(alias[l + 1])));
+    }
+    return sql + QStringLiteral(" where %1.guid=:GUID and e.guid is not null and c.guid is not null")
+                     .arg(QLatin1String(alias[level]));
+}
+
+QString PeriodsWithResults(int level)
+{
+    // Each sample of the range is tried once: a sample with a result of the object stops at the first one.
+    // Down to a district the engine goes best from the sample's results (its index), below it from the object.
+    static const char* const alias[3] = {"e", "p", "r"};
+    if (level <= 2)
+        return QStringLiteral(
+                   "select distinct sd.\"Period\", per.\"Name\" from \"SamplesDates\" sd join \"Periods\" per "
+                   "on per.\"Ident\"=sd.\"Period\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 "
+                   "and exists (select 1 from \"LVResults\" mv join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" "
+                   "join res r on r.guid=pa.res join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on "
+                   "e.guid=p.\"OwnerGUID\" join \"LVFiders\" lf on lf.guid=mv.guid join \"Nodes\" nod on "
+                   "nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
+                   "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" where mv.\"SampleIdent\"="
+                   "sd.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType and %1.guid=:GUID) order by sd.\"Period\"")
+            .arg(QLatin1String(alias[level]));
+    return QStringLiteral(
+               "select distinct sd.\"Period\", per.\"Name\" from \"SamplesDates\" sd join \"Periods\" per "
+               "on per.\"Ident\"=sd.\"Period\" where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 "
+               "and exists (select 1 %1 and mv.\"SampleIdent\"=sd.\"Ident\" and coalesce(mv.\"CalcType\", 0)="
+               ":CalcType) order by sd.\"Period\"")
+        .arg(ResultsUnderObject(level));
+}
+
+// The rows of the stored results of an interval, one per balance row, with the result's values and the
+// balance row's power and energy: read from the interval's results only, the hierarchy being joined in
+// memory. The second text starts from the balance rows of one district (by its index), for the objects of a
+// district and below.
+#define OZN3_RESULT_ROWS(FROM)                                                                                         \
+    "select mv.\"Ident\", mv.guid, pa.res, pa.\"Balance\", "                                                           \
+    "mv.\"T\", mv.\"UA\", mv.\"UB\", mv.\"UC\", mv.\"IA\", mv.\"IB\", mv.\"IC\", "                                     \
     "mv.\"ImaxA\", mv.\"ImaxB\", mv.\"ImaxC\", mv.\"CosFiA\", mv.\"CosFiB\", mv.\"CosFiC\", mv.\"Temperature\", "      \
     "mv.\"U2A\", mv.\"U2B\", mv.\"U2C\", mv.\"Lm\", mv.\"L23\", mv.\"L1\", mv.\"Kdp\", mv.\"sqrKfg\", "                \
     "mv.\"Krazv\", mv.\"HeadEndSize\", mv.\"HeadEndLength\", mv.\"dWdop\", mv.\"dPdop\", "                             \
-    "pa.\"Pgen\", pa.\"Qgen\", pa.\"dP\", pa.\"dQ\", pa.\"Pcalc\", pa.\"Qcalc\", pa.\"Pfakt\", pa.\"Qfakt\", "         \
-    "pa.\"NAbonents\", pa.\"LsumP\", pa.\"LsumC\", pa.\"NLineP\", pa.\"NLineC\", pa.\"LsumP_off\", "                   \
-    "pa.\"LsumC_off\", pa.\"NLineP_off\", pa.\"NLineC_off\", "                                                         \
-    "wa.\"Wa_gen\", wa.\"Wr_gen\", wa.\"dWa\", wa.\"dWr\", wa.\"Wacalc\", wa.\"Wrcalc\", wa.\"Wafakt\", "              \
-    "wa.\"Wrfakt\" "                                                                                                   \
-    "from \"SamplesDates\" sd join \"Periods\" per on per.\"Ident\"=sd.\"Period\" "                                    \
-    "join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "             \
-    "join \"LVFiders\" lf on lf.guid=mv.guid join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "                         \
-    "join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on s.guid=f.\"OwnerGUID\" "                     \
-    "join \"Centers\" c on c.guid=s.\"OwnerGUID\" "                                                                    \
+    "wa.\"Wa_gen\", wa.\"Wr_gen\", wa.\"Wafakt\", wa.\"Wrfakt\", wa.\"Wacalc\", wa.\"Wrcalc\", wa.\"dWa\", "           \
+    "wa.\"dWr\", pa.\"Pgen\", pa.\"Qgen\", pa.\"dP\", pa.\"dQ\", pa.\"Pfakt\", pa.\"Qfakt\", pa.\"Pcalc\", "           \
+    "pa.\"Qcalc\", pa.\"LsumP\", pa.\"LsumC\", pa.\"LsumP_off\", pa.\"LsumC_off\", pa.\"NLineP\", pa.\"NLineC\", "     \
+    "pa.\"NLineP_off\", pa.\"NLineC_off\", pa.\"NAbonents\" " FROM                                                     \
+    " join \"Periods\" per on per.\"Ident\"=sd.\"Period\" "                                                            \
     "join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" "                                                          \
-    "join res r on r.guid=pa.res join pes p on p.guid=r.\"OwnerGUID\" "                                                \
-    "left join \"Transforms2\" t2 on t2.\"Ident\"=nod.\"Transf\" "                                                     \
-    "left join \"TransformsSS\" ts on ts.\"Ident\"=nod.\"Transf\" "                                                    \
     "left join \"LVWResultsAdd\" wa on wa.\"Ident\"=pa.\"Ident\" and wa.\"Balance\"=pa.\"Balance\" and wa.res=pa.res " \
-    "where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and sd.\"Period\"=:Period "                           \
-    "and exists (select 1 from \"LVPResultsAdd\" pb join res rb on rb.guid=pb.res "                                    \
-    "join pes pb2 on pb2.guid=rb.\"OwnerGUID\" where pb.\"Ident\"=mv.\"Ident\" and " FILTER ") "                       \
-    "order by lf.guid, mv.\"Ident\", pa.res, pa.\"Balance\""
+    "where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and sd.\"Period\"=:Period"
+const char* const sResultRows =
+    OZN3_RESULT_ROWS("from \"SamplesDates\" sd join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" "
+                     "and coalesce(mv.\"CalcType\", 0)=:CalcType");
+const char* const sResultRowsOfRES =
+    OZN3_RESULT_ROWS("from (select distinct pb.\"Ident\" from \"LVPResultsAdd\" pb where pb.res=:rGUID) sel "
+                     "join \"LVResults\" mv on mv.\"Ident\"=sel.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "
+                     "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\"");
+#undef OZN3_RESULT_ROWS
 
-const char* const sResultsFromAOEnergo = OZN3_RESULTS("p.\"OwnerGUID\"", "p.guid", "pb2.\"OwnerGUID\"=:GUID");
-const char* const sResultsFromPES = OZN3_RESULTS("0", "p.guid", "pb2.guid=:GUID");
-const char* const sResultsFromRES =
-    OZN3_RESULTS("0", "0",
-                 "(rb.guid=:GUID or ((c.GUID=:GUID or s.GUID=:GUID or f.GUID=:GUID or nod.GUID=:GUID or "
-                 "lf.GUID=:GUID) and rb.guid=:rGUID))");
-#undef OZN3_RESULTS
+// Every object of the hierarchy with its level, name and owner; the sections' nominal voltage and the
+// substations' transformer in the last column.
+const char* const sHierarchy =
+    "select 0 as \"L\", guid, \"Name\", \"OwnerGUID\", cast(null as double precision) as \"V\" from \"AOEnergo\" "
+    "union all select 1, guid, \"Name\", \"OwnerGUID\", null from pes "
+    "union all select 2, guid, \"Name\", \"OwnerGUID\", null from res "
+    "union all select 3, guid, \"Name\", \"OwnerGUID\", null from \"Centers\" "
+    "union all select 4, guid, \"Name\", \"OwnerGUID\", \"Unom\" from \"Sections\" "
+    "union all select 5, guid, \"Name\", \"OwnerGUID\", null from \"Fiders\" "
+    "union all select 6, guid, \"Name\", \"OwnerGUID\", \"Transf\" from \"Nodes\" "
+    "union all select 7, guid, \"Name\", \"OwnerGUID\", null from \"LVFiders\"";
+
+// The text of each transformer as the results show it: type, a hyphen, the rated power rounded, a blank and
+// the additional text, each from "Transforms2" first and "TransformsSS" second.
+const char* const sTransformerTexts =
+    "select i.\"Ident\", coalesce(t2.\"TypeTR\", ts.\"TypeTR\") || '-' || "
+    "cast(round(coalesce(t2.\"Snom\", ts.\"Snom\"), 0) as integer) || ' ' || coalesce(t2.\"AddStr\", ts.\"AddStr\", "
+    "'') "
+    "as \"TypeTR\" from (select \"Ident\" from \"Transforms2\" union select \"Ident\" from \"TransformsSS\") i "
+    "left join \"Transforms2\" t2 on t2.\"Ident\"=i.\"Ident\" left join \"TransformsSS\" ts on "
+    "ts.\"Ident\"=i.\"Ident\"";
 
 // The district that owns an object of levels 3 to 7.
 const char* const sOwnerRES =

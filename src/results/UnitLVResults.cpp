@@ -1,11 +1,43 @@
 #include "results/UnitLVResults.h"
 
+#include <algorithm>
+
 #include "host/Connection.h"
+
+namespace {
+// The levels of the tables that hold an object, in the order the level query tests them (a Fider before a
+// Section).
+QList<int> objectLevels(ToznFDConnection& connection, int guid)
+{
+    QList<int> levels;
+    auto q = connection.NewQuery();
+    q->SetSQLText(QString::fromUtf8(LVResultsSql::sObjectLevels));
+    q->ParamByName(QStringLiteral("GUID"), guid);
+    for (q->Open(); !q->Eof(); q->Next())
+        levels << q->Value(0).toInt();
+    static const int order[8] = {0, 1, 2, 3, 5, 4, 6, 7};
+    QList<int> ordered;
+    for (int l : order)
+        if (levels.contains(l))
+            ordered << l;
+    return ordered;
+}
+}  // namespace
 
 int FindLevelLV(ToznFDConnection& connection, int guid)
 {
     return GuardedRead(connection, [&] {
+        // The object's own table tells the level the level query would find whenever a result is stored under
+        // the object, and a test from the object's key finds one at once; the level query itself, which walks
+        // every result, is left to decide the rest.
         auto q = connection.NewQuery();
+        for (int level : objectLevels(connection, guid)) {
+            q->SetSQLText(QStringLiteral("select first 1 1 ") + LVResultsSql::ResultsUnderObject(level));
+            q->ParamByName(QStringLiteral("GUID"), guid);
+            q->Open();
+            if (!q->Eof())
+                return level;
+        }
         q->SetSQLText(QString::fromUtf8(LVResultsSql::sLevelOfGUID));
         q->ParamByName(QStringLiteral("GUID"), guid);
         q->Open();
@@ -56,12 +88,22 @@ QList<TLVResultPeriod> PeriodsWithResultsLV(ToznFDConnection& connection, int ca
     return GuardedRead(connection, [&] {
         QList<TLVResultPeriod> periods;
         auto q = connection.NewQuery();
-        q->SetSQLText(QString::fromUtf8(withSections ? LVResultsSql::sPeriodsWithResults
-                                                     : LVResultsSql::sPeriodsWithResultsNoSections));
-        q->ParamByName(QStringLiteral("CalcType"), calcType).ParamByName(QStringLiteral("GUID"), guid);
-        q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
-        for (q->Open(); !q->Eof(); q->Next())
-            periods.append({q->Int(QStringLiteral("Period")), q->Str(QStringLiteral("Name"))});
+        // The periods of each table that holds the object; without the Sections test a Section finds none.
+        for (int level : objectLevels(connection, guid)) {
+            if (level == 4 && !withSections)
+                continue;
+            q->SetSQLText(LVResultsSql::PeriodsWithResults(level));
+            q->ParamByName(QStringLiteral("CalcType"), calcType).ParamByName(QStringLiteral("GUID"), guid);
+            q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
+            for (q->Open(); !q->Eof(); q->Next()) {
+                const TLVResultPeriod p{q->Int(QStringLiteral("Period")), q->Str(QStringLiteral("Name"))};
+                if (std::none_of(periods.cbegin(), periods.cend(),
+                                 [&](const TLVResultPeriod& x) { return x.Period == p.Period; }))
+                    periods.append(p);
+            }
+        }
+        std::sort(periods.begin(), periods.end(),
+                  [](const TLVResultPeriod& a, const TLVResultPeriod& b) { return a.Period < b.Period; });
         return periods;
     });
 }

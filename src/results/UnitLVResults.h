@@ -14,12 +14,17 @@ extern const char* const sDeleteResults;
 extern const char* const sDeleteResultsWithoutType;
 extern const char* const sLineNodeCount;
 extern const char* const sSamplesWithResults;
-extern const char* const sPeriodsWithResults;
-extern const char* const sPeriodsWithResultsNoSections;
-extern const char* const sResultsFromAOEnergo;
-extern const char* const sResultsFromPES;
-extern const char* const sResultsFromRES;
 extern const char* const sOwnerRES;
+extern const char* const sObjectLevels;
+// The rows (after "select … ") that join a result stored under an object of a level, as the level query joins
+// them, with the object's key as :GUID; results (mv), balance rows (pa) and every level's alias are reachable.
+QString ResultsUnderObject(int level);
+// The kinds of period with results of a calculation type under an object of a level within a date range.
+QString PeriodsWithResults(int level);
+extern const char* const sResultRows;
+extern const char* const sResultRowsOfRES;
+extern const char* const sHierarchy;
+extern const char* const sTransformerTexts;
 extern const char* const sNamesOfHierarchy;
 extern const char* const sObjectNames;
 extern const char* const sNormativeLosses;

@@ -11,8 +11,7 @@
 #include "results/LVResultsValues.h"
 #include "results/UnitLVResultsTree.h"
 
-TLVFiderResultsHeader::TLVFiderResultsHeader()
-    : SectionUnom(EmptyFloat()), LineUnom(EmptyFloat()), Nodes(EmptyFloat())
+TLVFiderResultsHeader::TLVFiderResultsHeader() : SectionUnom(EmptyFloat()), LineUnom(EmptyFloat()), Nodes(EmptyFloat())
 {
 }
 
@@ -194,8 +193,7 @@ void FiderSheet::HeaderBlock()
         number(12, QStringLiteral("Коэффициент заполнения графика, о.е."), record_.Kzap(), ratio_);
         number(13, QStringLiteral("Относительное число часов наибольших потерь, о.е."), record_.Tau(), ratio_);
         number(14, QStringLiteral("Время использования максимума нагрузки, часов"), record_.Tmax(), count_);
-        number(15, QStringLiteral("Коэффициент дополнительных потерь, о.е."), record_.GetValueLVResult(rfKdp),
-               ratio_);
+        number(15, QStringLiteral("Коэффициент дополнительных потерь, о.е."), record_.GetValueLVResult(rfKdp), ratio_);
     }
     number(16, QStringLiteral("Температура, °С"), record_.GetValueLVResult(rfTemperature), coefficient_);
     if (!header_.Section.isEmpty())
@@ -300,7 +298,8 @@ void FiderSheet::BalanceTable()
     // What leaves the network is used by the consumers behind other owners' parts or lost in those parts.
     pair(30, "2", w(QStringLiteral("Отдача %1 из сети, всего")), given, outflow(G, A), outflow(G, Rr), true);
     pair(32, {}, {}, calculated, outflow(C, A), outflow(C, Rr), true);
-    pair(34, "2.1", w(QStringLiteral("в том числе: расход %1")), given, outConsumption(G, A), outConsumption(G, Rr), true);
+    pair(34, "2.1", w(QStringLiteral("в том числе: расход %1")), given, outConsumption(G, A), outConsumption(G, Rr),
+         true);
     pair(36, {}, {}, calculated, outConsumption(C, A), outConsumption(C, Rr), true);
     pair(38, "2.2", w(QStringLiteral("технические потери %1")), calculated, losses(off, A), losses(off, Rr), true);
     pair(40, "3", w(QStringLiteral("Отпуск %1 в сеть")), given, supply(G, A), supply(G, Rr), false);
@@ -318,14 +317,18 @@ void FiderSheet::BalanceTable()
     pair(57, "6", w(QStringLiteral("Технические потери %1, на балансе")), {}, losses(on, A), losses(on, Rr), false);
     share(59, ofSupply, 57, 40);
     share(60, ofActual, 57, 54);
-    row(61, "7", w(QStringLiteral("Фактический небаланс %1")), {}, q.unitA, [m](R r) { return Imbalance(r, m); }, false);
+    row(
+        61, "7", w(QStringLiteral("Фактический небаланс %1")), {}, q.unitA, [m](R r) { return Imbalance(r, m); },
+        false);
     share(62, ofSupply, 61, 40);
     share(63, ofActual, 61, 54);
-    row(64, "8", w(QStringLiteral("Допустимый небаланс %1")), {}, q.unitA, [m](R r) { return AllowedImbalance(r, m); },
+    row(
+        64, "8", w(QStringLiteral("Допустимый небаланс %1")), {}, q.unitA, [m](R r) { return AllowedImbalance(r, m); },
         false);
     share(65, ofSupply, 64, 40);
     share(66, ofActual, 64, 54);
-    row(67, "9",
+    row(
+        67, "9",
         q.energy ? QStringLiteral("Объем нетехнических потерь электроэнергии")
                  : QStringLiteral("Объем нетехнических потерь мощности"),
         {}, q.unitA, [m](R r) { return NonTechnical(r, m); }, false);

@@ -286,7 +286,8 @@ void TfrmLVResultsGrid::DeleteSelected()
     }
     // The row goes only with what it showed; sums above it are read again.
     if (deleted == 0) {
-        host::ShowWarning(QStringLiteral("Результаты расчета по %1 не найдены в базе данных: ничего не удалено").arg(text));
+        host::ShowWarning(
+            QStringLiteral("Результаты расчета по %1 не найдены в базе данных: ничего не удалено").arg(text));
         return;
     }
     host::ShowInformation(QStringLiteral("Удалено результатов расчета: %1").arg(deleted));

@@ -7,20 +7,10 @@
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
+#include "results/LVResultsReading.h"
 #include "results/UnitLVResults.h"
 
 namespace {
-const char* const kBlockColumns[BlockFieldCount] = {
-    "Wa_gen",    "Wr_gen",    "Wafakt", "Wrfakt", "Wacalc",     "Wrcalc",     "dWa",      "dWr",   "Pgen",
-    "Qgen",      "dP",        "dQ",     "Pfakt",  "Qfakt",      "Pcalc",      "Qcalc",    "LsumP", "LsumC",
-    "LsumP_off", "LsumC_off", "NLineP", "NLineC", "NLineP_off", "NLineC_off", "NAbonents"};
-const char* const kResultColumns[ResultFieldCount] = {"T",      "UA",     "UB",     "UC",          "IA",
-                                                      "IB",     "IC",     "ImaxA",  "ImaxB",       "ImaxC",
-                                                      "CosFiA", "CosFiB", "CosFiC", "Temperature", "U2A",
-                                                      "U2B",    "U2C",    "Lm",     "L23",         "L1",
-                                                      "Kdp",    "sqrKfg", "Krazv",  "HeadEndSize", "HeadEndLength",
-                                                      "dWdop",  "dPdop"};
-
 // Values that add up over feeders; the others are kept as means (hours as the longest).
 bool additive(int field)
 {
@@ -49,14 +39,6 @@ bool inVariant(int balance, int variant)
         return balance != 0;
     return balance == variant;
 }
-
-// The rows of one stored result, gathered before the tree is built.
-struct PendingResult {
-    std::array<int, 8> path{};  // the object's ident at every level below the starting one
-    int ident = 0;
-    int lastRow = 0;
-    TLVResultRecord record;
-};
 
 }  // namespace
 
@@ -183,30 +165,33 @@ double TLVResultCustom::GetValueZero(int field, int variant) const
     return isEmptyFloat(v) || v == -1 ? 0 : v;
 }
 
+TLVResultRow::TLVResultRow() : Unom(EmptyFloat())
+{
+    Result.fill(EmptyFloat());
+    Block.fill(EmptyFloat());
+}
+
 TLVResultRecord::TLVResultRecord() { sums_.fill(EmptyFloat()); }
 
-void TLVResultRecord::ReadRow(const TFDQuery& q, bool firstRowOfResult)
+void TLVResultRecord::ReadRow(const TLVResultRow& row, bool firstRowOfResult)
 {
-    TLVBalanceBlock block;
-    block.Balance = q.Int(QStringLiteral("Balance"));
-    block.RES = q.Int(QStringLiteral("RES"));
     // A feeder reached through two districts comes twice with the same blocks: each is kept once.
     for (const TLVBalanceBlock& b : blocks_)
-        if (b.Balance == block.Balance && b.RES == block.RES)
+        if (b.Balance == row.Balance && b.RES == row.RES)
             return;
-    for (int f = 0; f < BlockFieldCount; ++f)
-        block.Values[f] = q.Float(QString::fromLatin1(kBlockColumns[f]));
-    blocks_.push_back(block);
+    TLVBalanceBlock& block = blocks_.emplace_back();
+    block.Balance = row.Balance;
+    block.RES = row.RES;
+    block.Values = row.Block;
     if (!firstRowOfResult)
         return;
     ++results_;
-    TypeTR = q.Str(QStringLiteral("TypeTR"));
-    Unom = q.Float(QStringLiteral("Unom"));
-    Owners = {q.Int(QStringLiteral("nodGuid")), q.Int(QStringLiteral("rGuidRecord")), 0};
+    TypeTR = row.TypeTR;
+    Unom = row.Unom;
+    Owners = {row.NodGuid, row.RES, 0};
     for (int f = 0; f < ResultFieldCount; ++f) {
-        const double v = q.Float(QString::fromLatin1(kResultColumns[f]));
-        sums_[f] = v;
-        counts_[f] = isEmptyFloat(v) ? 0 : 1;
+        sums_[f] = row.Result[f];
+        counts_[f] = isEmptyFloat(row.Result[f]) ? 0 : 1;
     }
     Mode = isEmptyFloat(sums_[rfSqrKfg]) ? 2 : 0;
 }
@@ -400,13 +385,7 @@ TPesResultsLV::TPesResultsLV(int level, int guid, const QString& text, TPesResul
     record_.Name = text;
 }
 
-TPesResultsLV* TPesResultsLV::FindGUID(int guid) const
-{
-    for (const auto& c : children_)
-        if (c->guid_ == guid)
-            return c.get();
-    return nullptr;
-}
+TPesResultsLV* TPesResultsLV::FindGUID(int guid) const { return childByGuid_.value(guid, nullptr); }
 
 TPesResultsLV* TPesResultsLV::FindNodeByAdress(const QList<int>& path)
 {
@@ -444,6 +423,7 @@ TPesResultsLV* TPesResultsLV::Ensure(int level, int guid, const QString& text)
     if (TPesResultsLV* found = FindGUID(guid))
         return found;
     children_.push_back(std::make_unique<TPesResultsLV>(level, guid, text, this));
+    childByGuid_.insert(guid, children_.back().get());
     return children_.back().get();
 }
 
@@ -458,6 +438,7 @@ int TPesResultsLV::CountRecords() const
 void TPesResultsLV::Clear()
 {
     children_.clear();
+    childByGuid_.clear();
     fiderIdents_.reset();
     fidersLV_.reset();
     record_ = TLVResultRecord();
@@ -487,6 +468,8 @@ void TPesResultsLV::CopyChilds(const TPesResultsLV& other)
         auto copy = std::make_unique<TPesResultsLV>(c->level_, c->guid_, c->text_, this);
         copy->AssignFull(*c);
         copy->parent_ = this;
+        if (!childByGuid_.contains(copy->guid_))
+            childByGuid_.insert(copy->guid_, copy.get());
         children_.push_back(std::move(copy));
     }
 }
@@ -574,60 +557,26 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         return false;
     }
     record_.Level = level_;
+    TLVResultsReading reading = ReadResultsLV(connection, level_, guid, calcType, sd1, sd2, period);
+    Build(level_, guid, reading.Names.value(guid), reading.Results, reading.RowCount, reading.Names);
+    return true;
+}
+
+void TPesResultsLV::Build(int level, int guid, const QString& text, std::vector<TLVPendingResult>& results,
+                          int rowCount, const QHash<int, QString>& names)
+{
+    Clear();
+    level_ = level;
+    guid_ = guid;
+    text_ = text;
+    record_.Level = level;
+    record_.Name = text;
     host::Progress& progress = host::progress();
-    progress.SetText(QStringLiteral("1.Активация дерева (ОЗН)"));
-    const char* const startColumns[8] = {"eGuidRecord", "pGuid", "rGuid",   "cGuid",
-                                         "sGuid",       "fGuid", "nodGuid", "lfGuid"};
-    QHash<int, QString> names;
-    std::vector<PendingResult> results;
-    int rowCount = 0;
-    GuardedRead(connection, [&] {
-        auto q = connection.NewQuery();
-        names = ObjectNamesLV(connection);
-        text_ = names.value(guid);
-        int rGuid = guid;
-        if (level_ > 2) {
-            q->SetSQLText(QString::fromUtf8(LVResultsSql::sOwnerRES));
-            q->ParamByName(QStringLiteral("GUID"), guid);
-            q->Open();
-            rGuid = q->Eof() ? 0 : q->Int(QStringLiteral("GUID"));
-        }
-        const char* sql = level_ == 0   ? LVResultsSql::sResultsFromAOEnergo
-                          : level_ == 1 ? LVResultsSql::sResultsFromPES
-                                        : LVResultsSql::sResultsFromRES;
-        progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
-        q->SetSQLText(QString::fromUtf8(sql));
-        q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("CalcType"), calcType);
-        q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
-        q->ParamByName(QStringLiteral("Period"), period);
-        if (level_ >= 2)
-            q->ParamByName(QStringLiteral("rGUID"), rGuid);
-        progress.SetText(QStringLiteral("2.Основной SQl"));
-        q->Open();
-        progress.SetText(QStringLiteral("Чтение данных "));
-        // Rows come ordered by feeder; the rows of one result (one per RES balance) are gathered by its ident.
-        QHash<int, int> resultByIdent;
-        for (; !q->Eof(); q->Next()) {
-            ++rowCount;
-            const int ident = q->Int(QStringLiteral("MVIdent"));
-            auto found = resultByIdent.constFind(ident);
-            if (found == resultByIdent.constEnd()) {
-                found = resultByIdent.insert(ident, static_cast<int>(results.size()));
-                PendingResult& r = results.emplace_back();
-                r.ident = ident;
-                for (int level = level_ + 1; level <= 7; ++level)
-                    r.path[level] = q->Int(QString::fromLatin1(startColumns[level]));
-            }
-            PendingResult& r = results[*found];
-            r.lastRow = rowCount;
-            r.record.ReadRow(*q, ident != 0 && r.record.ResultCount() == 0);
-        }
-    });
     progress.SetText(QStringLiteral("3.Пробег по SQL+заполнение"));
     if (level_ <= 1)
         fidersLV_ = std::make_unique<TFiders_LV>();
     int reported = 0;
-    for (PendingResult& r : results) {
+    for (TLVPendingResult& r : results) {
         if (r.lastRow - reported >= 5000 || r.lastRow == rowCount) {
             reported = r.lastRow;
             progress.SetText(QStringLiteral("Заполнение данных: %1 из %2").arg(r.lastRow).arg(rowCount));
@@ -643,7 +592,6 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
             n.record_.BuildResList();
     });
     SumRecords();
-    return true;
 }
 
 void TPesResultsLV::AddSum(const std::array<bool, 8>& visibleRows)

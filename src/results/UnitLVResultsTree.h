@@ -85,6 +85,18 @@ struct TLVBalanceBlock {
     void Add(const TLVBalanceBlock& other);
 };
 
+// One row of the results reading: a balance block of a stored result, with the result's own values and what
+// the result stands under (read from the database or from the hierarchy held in memory).
+struct TLVResultRow {
+    int Ident = 0, Balance = 0, RES = 0;
+    int NodGuid = 0;  // the substation of the feeder
+    double Unom;      // the nominal voltage of its section, kV
+    QString TypeTR;   // the substation's transformer
+    std::array<double, ResultFieldCount> Result;
+    std::array<double, BlockFieldCount> Block;
+    TLVResultRow();
+};
+
 // The owners of a result: the owner ident, the RES ident and a trailing integer (-1 in GetMasRES).
 struct TOwnersRes {
     int Owner = 0;
@@ -142,8 +154,8 @@ public:
 class TLVResultRecord : public TLVResultCustom {
 public:
     TLVResultRecord();
-    // Reads the columns of a results row; a later row of the same result adds its block.
-    void ReadRow(const TFDQuery& q, bool firstRowOfResult);
+    // Takes a results row; a later row of the same result adds its block.
+    void ReadRow(const TLVResultRow& row, bool firstRowOfResult);
     // Adds another record's values: energies, powers, lengths and counts add up; the regime values
     // are kept as means, the hours as the longest.
     void AddRecord(const TLVResultRecord& other);
@@ -236,6 +248,15 @@ private:
     QHash<int, TLVFiderIdents*> byGuid_;
 };
 
+// A stored result gathered from its rows, with the idents of the objects above it (one per level, from the
+// level below the object the reading started at) and the number of the last of its rows.
+struct TLVPendingResult {
+    std::array<int, 8> path{};
+    int ident = 0;
+    int lastRow = 0;
+    TLVResultRecord record;
+};
+
 // A node of the results tree: one object of the hierarchy with its record and children.
 class TPesResultsLV {
 public:
@@ -253,6 +274,10 @@ public:
     // is stored under it.
     bool Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1, const QDateTime& sd2,
               int period, QString& error);
+    // Builds the tree of an object from its results as the reading gathered them (in the order of their feeders
+    // and idents), with the names of the objects; reports "Заполнение данных" as it goes.
+    void Build(int level, int guid, const QString& text, std::vector<TLVPendingResult>& results, int rowCount,
+               const QHash<int, QString>& names);
     // The first direct child with this ident.
     TPesResultsLV* FindGUID(int guid) const;
     // The node reached from this one by a path of idents, one per level below it (empty: this node).
@@ -315,6 +340,7 @@ private:
     QString text_;
     TPesResultsLV* parent_;
     std::vector<std::unique_ptr<TPesResultsLV>> children_;
+    QHash<int, TPesResultsLV*> childByGuid_;  // the first child of each ident
     TLVResultRecord record_;
     std::unique_ptr<TLVFiderIdents> fiderIdents_;  // level 7
     std::unique_ptr<TFiders_LV> fidersLV_;         // levels 0 and 1

@@ -1,10 +1,9 @@
 #include "results/UnitLVResultsXLSX.h"
 
-#include <cmath>
-
 #include <QColor>
 #include <QFile>
 #include <QHash>
+#include <cmath>
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
