@@ -1,7 +1,10 @@
 // The results report for automation: the results tree of an object as JSON Lines or as a workbook.
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
+#include <string>
 
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
@@ -16,21 +19,55 @@
 namespace cli {
 
 namespace {
-void writeJson(const TPesResultsLV& node, const std::vector<const TLVResultColumn*>& columns)
-{
-    QByteArray line =
-        "{\"Level\":" + QByteArray::number(node.Level()) + ",\"GUID\":" + QByteArray::number(node.GUID()) +
-        ",\"Parent\":" + (node.Parent() ? QByteArray::number(node.Parent()->GUID()) : QByteArray("null")) +
-        ",\"Text\":" + host::JsonString(node.Text());
-    for (const TLVResultColumn* c : columns) {
-        const double v = c->Value(node.Record());
-        line += ",\"" + c->Field.toUtf8() + "\":" + (isEmptyFloat(v) ? QByteArray("null") : JsonNumber(v));
+// One line per node, parents first. A number is written in the shortest form that reads back as the same
+// double; the field names are made once.
+class JsonTreeWriter {
+public:
+    explicit JsonTreeWriter(const std::vector<const TLVResultColumn*>& columns) : columns_(columns)
+    {
+        for (const TLVResultColumn* c : columns)
+            keys_.push_back(",\"" + c->Field.toStdString() + "\":");
+        line_.reserve(8192);
     }
-    line += "}\n";
-    std::fwrite(line.constData(), 1, line.size(), stdout);
-    for (int i = 0; i < node.ChildCount(); ++i)
-        writeJson(*node.Child(i), columns);
-}
+    void Write(const TPesResultsLV& node)
+    {
+        line_.assign("{\"Level\":");
+        Int(node.Level());
+        line_ += ",\"GUID\":";
+        Int(node.GUID());
+        line_ += ",\"Parent\":";
+        if (node.Parent())
+            Int(node.Parent()->GUID());
+        else
+            line_ += "null";
+        line_ += ",\"Text\":";
+        line_ += host::JsonString(node.Text()).toStdString();
+        for (size_t i = 0; i < columns_.size(); ++i) {
+            line_ += keys_[i];
+            Number(columns_[i]->Value(node.Record()));
+        }
+        line_ += "}\n";
+        std::fwrite(line_.data(), 1, line_.size(), stdout);
+        for (int i = 0; i < node.ChildCount(); ++i)
+            Write(*node.Child(i));
+    }
+
+private:
+    void Int(int v) { line_ += std::to_string(v); }
+    void Number(double v)
+    {
+        if (!std::isfinite(v)) {
+            line_ += "null";
+            return;
+        }
+        char buffer[32];
+        const auto end = std::to_chars(buffer, buffer + sizeof buffer, v).ptr;
+        line_.append(buffer, end);
+    }
+    const std::vector<const TLVResultColumn*>& columns_;
+    std::vector<std::string> keys_;
+    std::string line_;
+};
 }  // namespace
 
 int Results(const QStringList& args)
@@ -73,7 +110,7 @@ int Results(const QStringList& args)
         }
     }
     if (args.contains(QStringLiteral("--json")))
-        writeJson(tree, columns);
+        JsonTreeWriter(columns).Write(tree);
     std::fflush(stdout);
     return 0;
 }

@@ -40,7 +40,9 @@ std::array<bool, 8> VisibleRows()
 
 QStringList HiddenColumns()
 {
-    return ::Init(true)->LoadStrParam(kSection, QStringLiteral("ColsResults")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    return ::Init(true)
+        ->LoadStrParam(kSection, QStringLiteral("ColsResults"))
+        .split(QLatin1Char(','), Qt::SkipEmptyParts);
 }
 
 void SaveHiddenColumns(const QStringList& fields)

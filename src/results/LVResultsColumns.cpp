@@ -121,20 +121,18 @@ const std::vector<TLVResultColumn>& EnergyColumns()
         phases(c, true);
         losses(c, "Нагрузочные потери электроэнергии в линиях", "dWa", "dWr", "тыс. кВт·ч", "тыс. квар·ч", bfdWa, bfdWr,
                kE);
-        c.push_back({"WaCalc", "Полезный отпуск расчетный|тыс. кВт·ч", kValue,
-                     [](R r) { return Useful(r, kE, kCalc); }});
-        c.push_back({"WrCalc", "Полезный отпуск расчетный|тыс. квар·ч", kValue,
-                     [](R r) { return Useful(r, kE, kCalc, kR); }});
-        c.push_back({"WaFact", "Полезный отпуск фактический|тыс. кВт·ч", kValue,
-                     [](R r) { return Useful(r, kE, kGiven); }});
+        c.push_back(
+            {"WaCalc", "Полезный отпуск расчетный|тыс. кВт·ч", kValue, [](R r) { return Useful(r, kE, kCalc); }});
+        c.push_back(
+            {"WrCalc", "Полезный отпуск расчетный|тыс. квар·ч", kValue, [](R r) { return Useful(r, kE, kCalc, kR); }});
+        c.push_back(
+            {"WaFact", "Полезный отпуск фактический|тыс. кВт·ч", kValue, [](R r) { return Useful(r, kE, kGiven); }});
         c.push_back({"WrFact", "Полезный отпуск фактический|тыс. квар·ч", kValue,
                      [](R r) { return Useful(r, kE, kGiven, kR); }});
+        c.push_back({"dW", "Фактический небаланс|тыс. кВт·ч", kValue, [](R r) { return Imbalance(r, kE); }});
         c.push_back(
-            {"dW", "Фактический небаланс|тыс. кВт·ч", kValue, [](R r) { return Imbalance(r, kE); }});
-        c.push_back({"dW_P", "Фактический небаланс|%", kShare,
-                     [](R r) { return ShareOfSupply(r, kE, Imbalance(r, kE)); }});
-        c.push_back(
-            {"dWdop", "Допустимый небаланс|тыс. кВт·ч", kValue, [](R r) { return AllowedImbalance(r, kE); }});
+            {"dW_P", "Фактический небаланс|%", kShare, [](R r) { return ShareOfSupply(r, kE, Imbalance(r, kE)); }});
+        c.push_back({"dWdop", "Допустимый небаланс|тыс. кВт·ч", kValue, [](R r) { return AllowedImbalance(r, kE); }});
         c.push_back({"dWdop_P", "Допустимый небаланс|%", kShare,
                      [](R r) { return ShareOfSupply(r, kE, AllowedImbalance(r, kE)); }});
         c.push_back({"dWtech", "Объем нетехнических потерь электроэнергии|тыс. кВт·ч", kValue,
@@ -161,42 +159,39 @@ const std::vector<TLVResultColumn>& PowerColumns()
                      [](R r) { return Outflow(r, kP, kGiven); }});
         c.push_back({"QfactAll", "Отдача мощности из сети|задано|квар", kValue,
                      [](R r) { return Outflow(r, kP, kGiven, kR); }});
-        c.push_back({"PcalcAll", "Отдача мощности из сети|расчет|кВт", kValue,
-                     [](R r) { return Outflow(r, kP, kCalc); }});
-        c.push_back({"QcalcAll", "Отдача мощности из сети|расчет|квар", kValue,
-                     [](R r) { return Outflow(r, kP, kCalc, kR); }});
-        c.push_back({"PoutFactAll", "Отпуск мощности в сеть|задано|кВт", kValue,
-                     [](R r) { return Supply(r, kP, kGiven); }});
+        c.push_back(
+            {"PcalcAll", "Отдача мощности из сети|расчет|кВт", kValue, [](R r) { return Outflow(r, kP, kCalc); }});
+        c.push_back(
+            {"QcalcAll", "Отдача мощности из сети|расчет|квар", kValue, [](R r) { return Outflow(r, kP, kCalc, kR); }});
+        c.push_back(
+            {"PoutFactAll", "Отпуск мощности в сеть|задано|кВт", kValue, [](R r) { return Supply(r, kP, kGiven); }});
         c.push_back({"QoutFactAll", "Отпуск мощности в сеть|задано|квар", kValue,
                      [](R r) { return Supply(r, kP, kGiven, kR); }});
-        c.push_back({"PoutCalcAll", "Отпуск мощности в сеть|расчет|кВт", kValue,
-                     [](R r) { return Supply(r, kP, kCalc); }});
+        c.push_back(
+            {"PoutCalcAll", "Отпуск мощности в сеть|расчет|кВт", kValue, [](R r) { return Supply(r, kP, kCalc); }});
         c.push_back({"QoutCalcAll", "Отпуск мощности в сеть|расчет|квар", kValue,
                      [](R r) { return Supply(r, kP, kCalc, kR); }});
         c.push_back({"Temperature", "Температура|°С", kValue, [](R r) { return r.GetValueLVResult(rfTemperature); }});
         phases(c, false);
         losses(c, "Нагрузочные потери мощности в линиях", "dP", "dQ", "кВт", "квар", bfdP, bfdQ, kP);
-        c.push_back({"Pcalc", "Полезный отпуск мощности расчетный|кВт", kValue,
-                     [](R r) { return Useful(r, kP, kCalc); }});
-        c.push_back({"Qcalc", "Полезный отпуск мощности расчетный|квар", kValue,
-                     [](R r) { return Useful(r, kP, kCalc, kR); }});
-        c.push_back({"Pfact", "Полезный отпуск мощности фактический|кВт", kValue,
-                     [](R r) { return Useful(r, kP, kGiven); }});
+        c.push_back(
+            {"Pcalc", "Полезный отпуск мощности расчетный|кВт", kValue, [](R r) { return Useful(r, kP, kCalc); }});
+        c.push_back(
+            {"Qcalc", "Полезный отпуск мощности расчетный|квар", kValue, [](R r) { return Useful(r, kP, kCalc, kR); }});
+        c.push_back(
+            {"Pfact", "Полезный отпуск мощности фактический|кВт", kValue, [](R r) { return Useful(r, kP, kGiven); }});
         c.push_back({"Qfact", "Полезный отпуск мощности фактический|квар", kValue,
                      [](R r) { return Useful(r, kP, kGiven, kR); }});
-        c.push_back(
-            {"dPfact", "Фактический небаланс мощности|кВт", kValue, [](R r) { return Imbalance(r, kP); }});
+        c.push_back({"dPfact", "Фактический небаланс мощности|кВт", kValue, [](R r) { return Imbalance(r, kP); }});
         c.push_back({"dPfact_P", "Фактический небаланс мощности|%", kShare,
                      [](R r) { return ShareOfSupply(r, kP, Imbalance(r, kP)); }});
-        c.push_back(
-            {"dPdop", "Допустимый небаланс мощности|кВт", kValue, [](R r) { return AllowedImbalance(r, kP); }});
+        c.push_back({"dPdop", "Допустимый небаланс мощности|кВт", kValue, [](R r) { return AllowedImbalance(r, kP); }});
         c.push_back({"dPdop_P", "Допустимый небаланс мощности|%", kShare,
                      [](R r) { return ShareOfSupply(r, kP, AllowedImbalance(r, kP)); }});
-        c.push_back({"dPtech", "Объем нетехнических потерь мощности|кВт", kValue,
-                     [](R r) { return NonTechnical(r, kP); }});
-        c.push_back({"dPtech_P", "Объем нетехнических потерь мощности|%", kShare, [](R r) {
-                         return ShareOfSupply(r, kP, NonTechnical(r, kP));
-                     }});
+        c.push_back(
+            {"dPtech", "Объем нетехнических потерь мощности|кВт", kValue, [](R r) { return NonTechnical(r, kP); }});
+        c.push_back({"dPtech_P", "Объем нетехнических потерь мощности|%", kShare,
+                     [](R r) { return ShareOfSupply(r, kP, NonTechnical(r, kP)); }});
         abonents(c);
         return c;
     }();

@@ -35,8 +35,8 @@ const char* const sDeleteResultsWithoutType =
 
 const char* const sSamplesWithResults =
     "select sd.\"Ident\", sd.\"Name\", sd.\"Period\", sd.\"SampleDate1\", sd.\"SampleDate2\" from \"SamplesDates\" sd "
-    "where sd.\"Ident\" in (select distinct mv.\"SampleIdent\" from \"LVResults\" mv "
-    "where coalesce(mv.\"CalcType\", 0)=:CalcType) order by sd.\"SampleDate2\", sd.\"SampleDate1\" desc";
+    "where exists (select 1 from \"LVResults\" mv where mv.\"SampleIdent\"=sd.\"Ident\" and "
+    "coalesce(mv.\"CalcType\", 0)=:CalcType) order by sd.\"SampleDate2\", sd.\"SampleDate1\" desc";
 
 // The level of each table that holds an object, by its primary key.
 const char* const sObjectLevels =
@@ -135,13 +135,25 @@ QString PeriodsWithResults(int level)
     "left join \"LVWResultsAdd\" wa on wa.\"Ident\"=pa.\"Ident\" and wa.\"Balance\"=pa.\"Balance\" and wa.res=pa.res " \
     "where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and sd.\"Period\"=:Period"
 const char* const sResultRows =
-    OZN3_RESULT_ROWS("from \"SamplesDates\" sd join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" "
+    OZN3_RESULT_ROWS(" from \"SamplesDates\" sd join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" "
                      "and coalesce(mv.\"CalcType\", 0)=:CalcType");
-const char* const sResultRowsOfRES =
-    OZN3_RESULT_ROWS("from (select distinct pb.\"Ident\" from \"LVPResultsAdd\" pb where pb.res=:rGUID) sel "
-                     "join \"LVResults\" mv on mv.\"Ident\"=sel.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "
-                     "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\"");
+// For a district and below, the owners of each feeder come with its rows: the whole hierarchy is not read.
+const char* const sResultRowsOfRES = OZN3_RESULT_ROWS(
+    ", lf.guid, lf.\"OwnerGUID\", lf.\"Name\", nod.guid, nod.\"OwnerGUID\", nod.\"Name\", "
+    "f.guid, f.\"OwnerGUID\", f.\"Name\", s.guid, s.\"OwnerGUID\", s.\"Name\", c.guid, c.\"OwnerGUID\", "
+    "c.\"Name\", s.\"Unom\", nod.\"Transf\" "
+    "from (select distinct pb.\"Ident\" from \"LVPResultsAdd\" pb where pb.res=:rGUID) sel "
+    "join \"LVResults\" mv on mv.\"Ident\"=sel.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "
+    "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\" "
+    "left join \"LVFiders\" lf on lf.guid=mv.guid left join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "
+    "left join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" left join \"Sections\" s on "
+    "s.guid=f.\"OwnerGUID\" left join \"Centers\" c on c.guid=s.\"OwnerGUID\"");
 #undef OZN3_RESULT_ROWS
+
+// The top of the hierarchy: the utility, its enterprises and districts (few rows).
+const char* const sHierarchyTop = "select 0 as \"L\", guid, \"Name\", \"OwnerGUID\" from \"AOEnergo\" "
+                                  "union all select 1, guid, \"Name\", \"OwnerGUID\" from pes "
+                                  "union all select 2, guid, \"Name\", \"OwnerGUID\" from res";
 
 // Every object of the hierarchy with its level, name and owner; the sections' nominal voltage and the
 // substations' transformer in the last column.
@@ -164,6 +176,23 @@ const char* const sTransformerTexts =
     "as \"TypeTR\" from (select \"Ident\" from \"Transforms2\" union select \"Ident\" from \"TransformsSS\") i "
     "left join \"Transforms2\" t2 on t2.\"Ident\"=i.\"Ident\" left join \"TransformsSS\" ts on "
     "ts.\"Ident\"=i.\"Ident\"";
+
+// The name of an object of a district or below and its district by ownership, by level.
+const char* const sObjectWithDistrict[8] = {
+    nullptr,
+    nullptr,
+    "select r.\"Name\", r.guid from res r where r.guid=:GUID",
+    "select c.\"Name\", c.\"OwnerGUID\" from \"Centers\" c where c.guid=:GUID",
+    "select s.\"Name\", c.\"OwnerGUID\" from \"Sections\" s left join \"Centers\" c on c.guid=s.\"OwnerGUID\" "
+    "where s.guid=:GUID",
+    "select f.\"Name\", c.\"OwnerGUID\" from \"Fiders\" f left join \"Sections\" s on s.guid=f.\"OwnerGUID\" "
+    "left join \"Centers\" c on c.guid=s.\"OwnerGUID\" where f.guid=:GUID",
+    "select nod.\"Name\", c.\"OwnerGUID\" from \"Nodes\" nod left join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" "
+    "left join \"Sections\" s on s.guid=f.\"OwnerGUID\" left join \"Centers\" c on c.guid=s.\"OwnerGUID\" "
+    "where nod.guid=:GUID",
+    "select lf.\"Name\", c.\"OwnerGUID\" from \"LVFiders\" lf left join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "
+    "left join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" left join \"Sections\" s on s.guid=f.\"OwnerGUID\" "
+    "left join \"Centers\" c on c.guid=s.\"OwnerGUID\" where lf.guid=:GUID"};
 
 // The district that owns an object of levels 3 to 7.
 const char* const sOwnerRES =

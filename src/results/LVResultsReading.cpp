@@ -4,33 +4,53 @@
 #include <cmath>
 
 #include "host/Connection.h"
+#include "host/FastQuery.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "results/UnitLVResults.h"
 
 void TLVHierarchy::Read(ToznFDConnection& connection)
 {
-    GuardedRead(connection, [&] {
-        auto q = connection.NewQuery();
-        q->SetSQLText(QString::fromUtf8(LVResultsSql::sHierarchy));
-        for (q->Open(); !q->Eof(); q->Next()) {
-            const int level = q->Value(0).toInt(), guid = q->Value(1).toInt();
-            if (level < 0 || level > 7)
-                continue;
-            const QVariant owner = q->Value(3), value = q->Value(4);
-            owners_[level].insert(guid, owner.isNull() ? 0 : owner.toInt());
-            // Later tables win where two share a GUID, as in the names of every object.
-            names_.insert(guid, q->Value(2).toString());
-            if (level == 4 && !value.isNull())
-                sectionUnom_.insert(guid, value.toDouble());
-            if (level == 6 && !value.isNull())
-                transformerOfSubstation_.insert(guid, static_cast<int>(value.toDouble()));
-        }
-        q->SetSQLText(QString::fromUtf8(LVResultsSql::sTransformerTexts));
-        for (q->Open(); !q->Eof(); q->Next())
-            transformerText_.insert(q->Value(0).toInt(), q->Value(1).toString());
-    });
+    TRows q(connection, QString::fromUtf8(LVResultsSql::sHierarchy));
+    for (q.Open(); q.Next();) {
+        const int level = q.Int(0), guid = q.Int(1);
+        if (level < 0 || level > 7)
+            continue;
+        owners_[level].insert(guid, q.Int(3));
+        // Later tables win where two share a GUID, as in the names of every object.
+        names_.insert(guid, q.Str(2));
+        if (level == 4 && !q.IsNull(4))
+            sectionUnom_.insert(guid, q.Float(4));
+        if (level == 6 && !q.IsNull(4))
+            transformerOfSubstation_.insert(guid, q.Int(4));
+    }
+    ReadTransformers(connection);
 }
+
+void TLVHierarchy::ReadTop(ToznFDConnection& connection)
+{
+    TRows q(connection, QString::fromUtf8(LVResultsSql::sHierarchyTop));
+    for (q.Open(); q.Next();)
+        Add(q.Int(0), q.Int(1), q.Int(3), q.Str(2));
+    ReadTransformers(connection);
+}
+
+void TLVHierarchy::ReadTransformers(ToznFDConnection& connection)
+{
+    TRows q(connection, QString::fromUtf8(LVResultsSql::sTransformerTexts));
+    for (q.Open(); q.Next();)
+        transformerText_.insert(q.Int(0), q.Str(1));
+}
+
+void TLVHierarchy::Add(int level, int guid, int owner, const QString& name)
+{
+    owners_[level].insert(guid, owner);
+    names_.insert(guid, name);
+}
+
+void TLVHierarchy::AddSection(int guid, double unom) { sectionUnom_.insert(guid, unom); }
+
+void TLVHierarchy::AddSubstation(int guid, int transformer) { transformerOfSubstation_.insert(guid, transformer); }
 
 double TLVHierarchy::SectionUnom(int guid) const { return sectionUnom_.value(guid, EmptyFloat()); }
 
@@ -47,49 +67,66 @@ struct ResultRows {
     std::vector<TLVResultRow> rows;
 };
 
-// Column numbers of the rows query: the keys, then the result's values, then the block's.
+// Column numbers of the rows query: the keys, then the result's values, then the block's; for a district, then
+// the feeder's owners (ident, owner and name of the feeder, substation, 6-10 kV feeder, section and supply
+// centre), the section's voltage and the substation's transformer.
 constexpr int kIdentColumn = 0, kGuidColumn = 1, kResColumn = 2, kBalanceColumn = 3, kFirstValue = 4;
+constexpr int kFirstOwner = kFirstValue + ResultFieldCount + BlockFieldCount;
+constexpr int kSectionUnom = kFirstOwner + 15, kTransformer = kSectionUnom + 1;
 
-double number(const QVariant& v) { return v.isNull() ? EmptyFloat() : v.toDouble(); }
+// The owners of a row's feeder that the district query brings with it.
+void addOwners(const TRows& q, TLVHierarchy& h)
+{
+    for (int k = 0; k < 5; ++k) {
+        const int column = kFirstOwner + 3 * k;
+        if (q.IsNull(column))
+            return;  // the chain stops here
+        const int guid = q.Int(column);
+        h.Add(7 - k, guid, q.Int(column + 1), q.Str(column + 2));
+        if (k == 1 && !q.IsNull(kTransformer))
+            h.AddSubstation(guid, q.Int(kTransformer));
+        if (k == 3 && !q.IsNull(kSectionUnom))
+            h.AddSection(guid, q.Float(kSectionUnom));
+    }
+}
 
 // The rows of the interval's results, gathered by result.
 std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int rGuid, int calcType, const QDateTime& sd1,
-                                 const QDateTime& sd2, int period)
+                                 const QDateTime& sd2, int period, TLVHierarchy& h)
 {
     host::Progress& progress = host::progress();
     std::vector<ResultRows> results;
-    GuardedRead(connection, [&] {
-        auto q = connection.NewQuery();
-        progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
-        q->SetSQLText(QString::fromUtf8(level >= 2 ? LVResultsSql::sResultRowsOfRES : LVResultsSql::sResultRows));
-        q->ParamByName(QStringLiteral("CalcType"), calcType);
-        q->ParamByName(QStringLiteral("sd1"), sd1).ParamByName(QStringLiteral("sd2"), sd2);
-        q->ParamByName(QStringLiteral("Period"), period);
-        if (level >= 2)
-            q->ParamByName(QStringLiteral("rGUID"), rGuid);
-        progress.SetText(QStringLiteral("2.Основной SQl"));
-        q->Open();
-        progress.SetText(QStringLiteral("Чтение данных "));
-        QHash<int, int> byIdent;
-        for (; !q->Eof(); q->Next()) {
-            const int ident = q->Value(kIdentColumn).toInt();
-            auto found = byIdent.constFind(ident);
-            if (found == byIdent.cend()) {
-                found = byIdent.insert(ident, static_cast<int>(results.size()));
-                ResultRows& r = results.emplace_back();
-                r.ident = ident;
-                r.feeder = q->Value(kGuidColumn).toInt();
-            }
-            TLVResultRow& row = results[*found].rows.emplace_back();
-            row.Ident = ident;
-            row.RES = q->Value(kResColumn).toInt();
-            row.Balance = q->Value(kBalanceColumn).toInt();
-            for (int f = 0; f < ResultFieldCount; ++f)
-                row.Result[f] = number(q->Value(kFirstValue + f));
-            for (int f = 0; f < BlockFieldCount; ++f)
-                row.Block[f] = number(q->Value(kFirstValue + ResultFieldCount + f));
+    progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
+    TRows q(connection, QString::fromUtf8(level >= 2 ? LVResultsSql::sResultRowsOfRES : LVResultsSql::sResultRows));
+    q.Param(QStringLiteral("CalcType"), calcType);
+    q.Param(QStringLiteral("sd1"), sd1).Param(QStringLiteral("sd2"), sd2);
+    q.Param(QStringLiteral("Period"), period);
+    if (level >= 2)
+        q.Param(QStringLiteral("rGUID"), rGuid);
+    progress.SetText(QStringLiteral("2.Основной SQl"));
+    q.Open();
+    progress.SetText(QStringLiteral("Чтение данных "));
+    QHash<int, int> byIdent;
+    while (q.Next()) {
+        const int ident = q.Int(kIdentColumn);
+        auto found = byIdent.constFind(ident);
+        if (found == byIdent.cend()) {
+            found = byIdent.insert(ident, static_cast<int>(results.size()));
+            ResultRows& r = results.emplace_back();
+            r.ident = ident;
+            r.feeder = q.Int(kGuidColumn);
+            if (level >= 2)
+                addOwners(q, h);
         }
-    });
+        TLVResultRow& row = results[*found].rows.emplace_back();
+        row.Ident = ident;
+        row.RES = q.Int(kResColumn);
+        row.Balance = q.Int(kBalanceColumn);
+        for (int f = 0; f < ResultFieldCount; ++f)
+            row.Result[f] = q.Float(kFirstValue + f);
+        for (int f = 0; f < BlockFieldCount; ++f)
+            row.Block[f] = q.Float(kFirstValue + ResultFieldCount + f);
+    }
     return results;
 }
 
@@ -127,15 +164,24 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
     host::Progress& progress = host::progress();
     progress.SetText(QStringLiteral("1.Активация дерева (ОЗН)"));
     TLVHierarchy h;
-    h.Read(connection);
-    // The district of an object below it, by ownership; a district is its own.
+    // The utility and its enterprises need every object; a district and what it holds, only the owners of the
+    // feeders its results name (brought by the query), itself and its district.
     int rGuid = guid;
-    if (level > 2) {
-        rGuid = guid;
-        for (int l = level; l > 2; --l)
-            rGuid = h.Owner(l, rGuid);
+    QString name;
+    if (level <= 1) {
+        h.Read(connection);
+    } else {
+        h.ReadTop(connection);
+        TRows q(connection, QString::fromUtf8(LVResultsSql::sObjectWithDistrict[level]));
+        q.Param(QStringLiteral("GUID"), guid);
+        q.Open();
+        rGuid = 0;
+        if (q.Next()) {
+            name = q.Str(0);
+            rGuid = q.Int(1);
+        }
     }
-    std::vector<ResultRows> read = readRows(connection, level, rGuid, calcType, sd1, sd2, period);
+    std::vector<ResultRows> read = readRows(connection, level, rGuid, calcType, sd1, sd2, period, h);
     // Results in the order of their feeders and idents; a result's rows by district, then balance kind.
     std::sort(read.begin(), read.end(), [](const ResultRows& a, const ResultRows& b) {
         return std::tie(a.feeder, a.ident) < std::tie(b.feeder, b.ident);
@@ -172,7 +218,10 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
             pending.record.ReadRow(row, r.ident != 0 && pending.record.ResultCount() == 0);
         }
         pending.lastRow = reading.RowCount;
+        std::vector<TLVResultRow>().swap(r.rows);  // the rows are in the record now
     }
     reading.Names = h.Names();
+    if (level >= 2 && !reading.Names.contains(guid))
+        reading.Names.insert(guid, name);
     return reading;
 }

@@ -15,7 +15,14 @@ class ToznFDConnection;
 // feeder), the names, the sections' nominal voltages and the substations' transformers. Read in two queries.
 class TLVHierarchy {
 public:
+    // The whole hierarchy.
     void Read(ToznFDConnection& connection);
+    // Only the utility, its enterprises and districts, and the transformers; the objects below are added one
+    // by one as the results name them.
+    void ReadTop(ToznFDConnection& connection);
+    void Add(int level, int guid, int owner, const QString& name);
+    void AddSection(int guid, double unom);
+    void AddSubstation(int guid, int transformer);
     // The owner of an object of a level; 0 when the level has no such object.
     int Owner(int level, int guid) const { return owners_[level].value(guid, 0); }
     bool Has(int level, int guid) const { return owners_[level].contains(guid); }
@@ -24,6 +31,7 @@ public:
     QString TransformerOf(int substation) const;
 
 private:
+    void ReadTransformers(ToznFDConnection& connection);
     std::array<QHash<int, int>, 8> owners_;
     QHash<int, QString> names_;
     QHash<int, double> sectionUnom_;

@@ -24,6 +24,8 @@ QString PeriodsWithResults(int level);
 extern const char* const sResultRows;
 extern const char* const sResultRowsOfRES;
 extern const char* const sHierarchy;
+extern const char* const sHierarchyTop;
+extern const char* const sObjectWithDistrict[8];
 extern const char* const sTransformerTexts;
 extern const char* const sNamesOfHierarchy;
 extern const char* const sObjectNames;

@@ -235,12 +235,13 @@ void TLVResultRecord::BuildResList()
     resIdx_ = -1;
     if (Level != 7)
         return;
-    for (const TLVBalanceBlock& b : blocks_) {
-        auto it = std::find_if(resList_.begin(), resList_.end(), [&](const ResBlock& r) { return r.RES == b.RES; });
+    for (int i = 0; i < static_cast<int>(blocks_.size()); ++i) {
+        const int res = blocks_[i].RES;
+        auto it = std::find_if(resList_.begin(), resList_.end(), [&](const ResBlock& r) { return r.RES == res; });
         if (it == resList_.end())
-            resList_.push_back({b.RES, {b}});
+            resList_.push_back({res, {i}});
         else
-            it->rows.push_back(b);
+            it->rows.push_back(i);
     }
 }
 
@@ -256,12 +257,17 @@ double TLVResultRecord::GetValue(int field, int variant) const
 {
     if (field < 0 || field >= BlockFieldCount)
         return EmptyFloat();
-    const std::vector<TLVBalanceBlock>& rows =
-        resIdx_ >= 0 && resIdx_ < static_cast<int>(resList_.size()) ? resList_[resIdx_].rows : blocks_;
     double sum = EmptyFloat();
-    for (const TLVBalanceBlock& b : rows)
+    auto add = [&](const TLVBalanceBlock& b) {
         if (inVariant(b.Balance, variant))
             sum = AC_SumFloat(sum, b.Values[field]);
+    };
+    if (resIdx_ >= 0 && resIdx_ < static_cast<int>(resList_.size()))
+        for (int i : resList_[resIdx_].rows)
+            add(blocks_[i]);
+    else
+        for (const TLVBalanceBlock& b : blocks_)
+            add(b);
     return sum;
 }
 
@@ -355,16 +361,32 @@ void TLVFiderIdents::AddSum(TLVResultRecord& sum) const
         sum.AddRecord(i->Record());
 }
 
-TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level)
+TLVFiderIdents& TFiders_LV::Owned(int fiderGuid)
 {
     // Each feeder stands once in the list, so the index finds the entry a search of the list would.
-    TLVFiderIdents*& entry = byGuid_[fiderGuid];
+    const TLVFiderIdents*& entry = byGuid_[fiderGuid];
     if (!entry) {
-        fiders_.push_back(std::make_unique<TLVFiderIdents>(fiderGuid));
-        entry = fiders_.back().get();
+        owned_.push_back(std::make_unique<TLVFiderIdents>(fiderGuid));
+        entry = owned_.back().get();
+        items_.push_back(entry);
     }
-    entry->Ident(ident).AddRecord(record, level);
-    return *entry;
+    return const_cast<TLVFiderIdents&>(*entry);
+}
+
+TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultRecord& record, int level)
+{
+    TLVFiderIdents& entry = Owned(fiderGuid);
+    entry.Ident(ident).AddRecord(record, level);
+    return entry;
+}
+
+void TFiders_LV::AddLeaf(const TLVFiderIdents& leaf)
+{
+    const TLVFiderIdents*& entry = byGuid_[leaf.GUID()];
+    if (entry)
+        return;
+    entry = &leaf;
+    items_.push_back(entry);
 }
 
 TLVFiderIdents& TFiders_LV::AddLVFider(int fiderGuid, int ident, const TLVResultRecord& record)
@@ -374,7 +396,7 @@ TLVFiderIdents& TFiders_LV::AddLVFider(int fiderGuid, int ident, const TLVResult
 
 void TFiders_LV::AddSum(TLVResultRecord& sum) const
 {
-    for (const auto& f : fiders_)
+    for (const TLVFiderIdents* f : items_)
         f->AddSum(sum);
 }
 
@@ -539,10 +561,10 @@ void TPesResultsLV::AddResult(const std::array<int, 8>& path, int ident, TLVResu
     leaf->record_.AddRecord(record);
     leaf->record_.Owners = record.Owners;
     leaf->record_.TypeTR = record.TypeTR;
-    // Ancestors of level 0 and 1 register the feeder once.
+    // Ancestors of level 0 and 1 list the feeder once, with the results its leaf holds.
     for (TPesResultsLV* a = leaf->parent_; a; a = a->parent_)
         if (a->fidersLV_)
-            a->fidersLV_->AddRecord(leaf->guid_, ident, record, a->level_);
+            a->fidersLV_->AddLeaf(*leaf->fiderIdents_);
 }
 
 bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1,

@@ -181,7 +181,7 @@ public:
 private:
     struct ResBlock {
         int RES;
-        std::vector<TLVBalanceBlock> rows;
+        std::vector<int> rows;  // indexes of the blocks of this RES
     };
     std::vector<TLVBalanceBlock> blocks_;
     std::vector<ResBlock> resList_;
@@ -226,7 +226,8 @@ private:
     std::vector<std::unique_ptr<TIdentLV>> idents_;
 };
 
-// The LV feeders under a node of level 0 or 1, each once however many districts its balances name.
+// The LV feeders under a node of level 0 or 1, each once however many districts its balances name. A tree's
+// top nodes list the entries its leaves own; a list of its own owns its entries.
 class TFiders_LV {
 public:
     // Passes a record on to its feeder's entry (created when missing) and returns the entry.
@@ -234,18 +235,23 @@ public:
     // Takes the last balance block of a record into the feeder's entry (created and listed when missing) and
     // returns the entry.
     TLVFiderIdents& AddLVFider(int fiderGuid, int ident, const TLVResultRecord& record);
+    // Lists a feeder's entry that a leaf of the tree owns, once.
+    void AddLeaf(const TLVFiderIdents& leaf);
     void AddSum(TLVResultRecord& sum) const;
-    int CountLVFiders() const { return static_cast<int>(fiders_.size()); }
-    const TLVFiderIdents& GetItemLVFider(int index) const { return *fiders_.at(index); }
+    int CountLVFiders() const { return static_cast<int>(items_.size()); }
+    const TLVFiderIdents& GetItemLVFider(int index) const { return *items_.at(index); }
     void Clear()
     {
-        fiders_.clear();
+        items_.clear();
+        owned_.clear();
         byGuid_.clear();
     }
 
 private:
-    std::vector<std::unique_ptr<TLVFiderIdents>> fiders_;
-    QHash<int, TLVFiderIdents*> byGuid_;
+    TLVFiderIdents& Owned(int fiderGuid);
+    std::vector<const TLVFiderIdents*> items_;
+    std::vector<std::unique_ptr<TLVFiderIdents>> owned_;
+    QHash<int, const TLVFiderIdents*> byGuid_;
 };
 
 // A stored result gathered from its rows, with the idents of the objects above it (one per level, from the

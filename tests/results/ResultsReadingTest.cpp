@@ -251,6 +251,18 @@ TEST(ResultsReading, TheReadingFromTheIntervalsRowsGivesTheFormerTreesOnEveryLev
             }
     }
     EXPECT_GE(compared, 20) << "trees with results compared";
+    // Read inside the connection's transaction (its own queries) the tree is the one read outside it (the
+    // engine's interface).
+    const TLVResultSample last = SamplesWithResultsLV(c, 0).last();
+    for (int guid : {objects.first(), sharedRes}) {
+        TPesResultsLV outside(0, 0, QString(), nullptr), inside(0, 0, QString(), nullptr);
+        QString error;
+        ASSERT_TRUE(outside.Open(c, guid, 0, last.SampleDate1, last.SampleDate2, last.Period, error));
+        c.StartTransaction(false);
+        ASSERT_TRUE(inside.Open(c, guid, 0, last.SampleDate1, last.SampleDate2, last.Period, error));
+        c.Rollback();
+        ExpectSameTree(outside, inside, "in a transaction", nodes);
+    }
     // The level of every object of the hierarchy, with and without results under it, and of no object at all.
     auto all = c.NewQuery();
     all->SetSQLText(QString::fromUtf8(LVResultsSql::sObjectNames));
