@@ -5,7 +5,10 @@
 
 #include "host/OutputFiles.h"
 
-TXlsxFile::TXlsxFile(const QString& file) : file_(file), temporary_(file + QStringLiteral(".part")) {}
+TXlsxFile::TXlsxFile(const QString& file, bool constantMemory)
+    : file_(file), temporary_(file + QStringLiteral(".part")), constantMemory_(constantMemory)
+{
+}
 
 TXlsxFile::~TXlsxFile()
 {
@@ -20,7 +23,9 @@ lxw_workbook* TXlsxFile::Open(QString& error)
     if (!host::CheckOutputPath(file_, error))
         return nullptr;
     QFile::remove(temporary_);
-    book_ = workbook_new(temporary_.toUtf8().constData());
+    lxw_workbook_options options{};
+    options.constant_memory = constantMemory_ ? LXW_TRUE : LXW_FALSE;
+    book_ = workbook_new_opt(temporary_.toUtf8().constData(), &options);
     if (!book_)
         error = QStringLiteral("Не удалось создать файл %1").arg(file_);
     return book_;

@@ -9,7 +9,9 @@ struct lxw_workbook;
 // leaves the earlier file as it was.
 class OZN3HOST_API TXlsxFile {
 public:
-    explicit TXlsxFile(const QString& file);
+    // In constant-memory mode each row goes to a temporary file as soon as the next one starts: rows must be
+    // written in order, and a large workbook then costs the memory of one row.
+    explicit TXlsxFile(const QString& file, bool constantMemory = false);
     ~TXlsxFile();  // a workbook never closed is dropped
     TXlsxFile(const TXlsxFile&) = delete;
     TXlsxFile& operator=(const TXlsxFile&) = delete;
@@ -22,5 +24,6 @@ public:
 
 private:
     QString file_, temporary_;
+    bool constantMemory_;
     lxw_workbook* book_ = nullptr;
 };

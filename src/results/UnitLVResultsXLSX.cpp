@@ -39,7 +39,8 @@ Rule RuleOf(const TLVResultColumn& c)
 class ResultsSheet {
 public:
     ResultsSheet(const QString& file, const std::vector<const TLVResultColumn*>& columns, bool numbered)
-        : columns_(columns), first_(numbered ? 2 : 1), numbered_(numbered), file_(file)
+        // Rows are written in order, each whole before the next: the workbook needs the memory of one row.
+        : columns_(columns), first_(numbered ? 2 : 1), numbered_(numbered), file_(file, true)
     {
     }
     bool Start(const QString& sheetName, const QString& title, QString& error);
