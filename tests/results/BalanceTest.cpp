@@ -53,9 +53,9 @@ TEST(Balance, EveryQuantityOfAFeederWithPartsOfOtherOwners)
     EXPECT_DOUBLE_EQ(Supply(r, E, Basis::Calculated), 97);
     EXPECT_DOUBLE_EQ(Useful(r, E, Basis::Given), 80);
     EXPECT_DOUBLE_EQ(Useful(r, E, Basis::Calculated), 85);
-    EXPECT_DOUBLE_EQ(ActualLosses(r, E), 19);    // 99 − 80: the losses on the balance and what nobody metered
-    EXPECT_DOUBLE_EQ(Imbalance(r, E), 14);       // 19 − 5
-    EXPECT_DOUBLE_EQ(NonTechnical(r, E), 10);    // 14 − 4
+    EXPECT_DOUBLE_EQ(ActualLosses(r, E), 19);  // 99 − 80: the losses on the balance and what nobody metered
+    EXPECT_DOUBLE_EQ(Imbalance(r, E), 14);     // 19 − 5
+    EXPECT_DOUBLE_EQ(NonTechnical(r, E), 10);  // 14 − 4
     EXPECT_DOUBLE_EQ(ShareOfSupply(r, E, 5), 5.0 / 99 * 100);
     // The identities.
     EXPECT_DOUBLE_EQ(Receipt(r, E), Outflow(r, E, Basis::Given) + Supply(r, E, Basis::Given));
@@ -140,12 +140,17 @@ TEST(Balance, TheIdentitiesHoldOnEveryNodeOfTheDemoNetwork)
                     return;
                 EXPECT_NEAR(pct / 100 * supply, v, 1e-9 * std::max(1.0, std::fabs(v))) << share;
             };
-            for (const auto& [field, share] : {std::pair{"dW", "dW_P"}, {"dWdop", "dWdop_P"}, {"dWtech", "dWtech_P"},
-                                               {"dWa0", "dWa0_P"}, {"dWa4", "dWa4_P"}, {"dWa", "dWa_P"}})
+            for (const auto& [field, share] : {std::pair{"dW", "dW_P"},
+                                               {"dWdop", "dWdop_P"},
+                                               {"dWtech", "dWtech_P"},
+                                               {"dWa0", "dWa0_P"},
+                                               {"dWa4", "dWa4_P"},
+                                               {"dWa", "dWa_P"}})
                 ofSupply(field, share);
             const double imbalance = Column(e, "dW", r), allowed = Known(Column(e, "dWdop", r));
             if (!isEmptyFloat(imbalance))
-                EXPECT_NEAR(nonTechnical, std::max(0.0, imbalance - allowed), 1e-9 * std::max(1.0, std::fabs(imbalance)));
+                EXPECT_NEAR(nonTechnical, std::max(0.0, imbalance - allowed),
+                            1e-9 * std::max(1.0, std::fabs(imbalance)));
         });
         EXPECT_GT(nodes, 10) << year.Name.toStdString();
         EXPECT_GT(withLosses, 10) << year.Name.toStdString();

@@ -144,8 +144,9 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_TRUE(energy.number.contains("I91"));
 
     // A feeder with a scheme: the number of its nodes (its substation not counted).
-    const int schemed = static_cast<int>(Scalar(c, "select first 1 mv.guid from \"LVResults\" mv where exists (select 1 "
-                                                   "from \"LVNodes\" n where n.\"OwnerGUID\"=mv.guid) order by mv.guid"));
+    const int schemed =
+        static_cast<int>(Scalar(c, "select first 1 mv.guid from \"LVResults\" mv where exists (select 1 "
+                                   "from \"LVNodes\" n where n.\"OwnerGUID\"=mv.guid) order by mv.guid"));
     TFiderHH withScheme(schemed, QStringLiteral("Линия со схемой"), 0);
     TLVResultBalancesFider schemeBalances(&withScheme);
     const QString schemeBook = folder.Path("схема.xlsx");
@@ -155,6 +156,7 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_DOUBLE_EQ(schemeSheet.number.value("I83"),
                      Scalar(c, QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(schemed)));
     EXPECT_EQ(energy.number.contains("I83"), Scalar(c, QStringLiteral("select count(*) from \"LVNodes\" where "
-                                                                      "\"OwnerGUID\"=%1").arg(guid)) > 0);
+                                                                      "\"OwnerGUID\"=%1")
+                                                           .arg(guid)) > 0);
     SetCurrentDatabase(nullptr);
 }

@@ -100,7 +100,8 @@ void ExpectColumns(const std::vector<TLVResultColumn>& columns, const TPesResult
         if (std::isnan(value))
             EXPECT_TRUE(isEmptyFloat(shown)) << node.Text().toStdString() << " " << field << " = " << shown;
         else
-            EXPECT_NEAR(shown, value, 1e-9 * std::max(1.0, std::fabs(value))) << node.Text().toStdString() << " " << field;
+            EXPECT_NEAR(shown, value, 1e-9 * std::max(1.0, std::fabs(value)))
+                << node.Text().toStdString() << " " << field;
     }
 }
 const double kNone = std::nan("");
@@ -116,31 +117,85 @@ TEST_F(Fixture, EveryBalanceColumnOfTheFeedersAndOfTheirSum)
     // Л-1: Прием 122; Отдача 20 + 3 = 23 (calculated 22 + 3 = 25); Отпуск 99 (97); Полезный 80 (85);
     // Фактические потери 99 − 80 = 19; небаланс 19 − 5 = 14; beyond the allowed 4: 10.
     ExpectColumns(EnergyColumns(), *l1,
-                  {{"Wa_gen", 122},      {"Wr_gen", 55},         {"WafactAll", 23},     {"WrfactAll", 11},
-                   {"WacalcAll", 25},    {"WrcalcAll", 12},      {"WaoutAll", 99},      {"WroutAll", 44},
-                   {"WaoutCalcAll", 97}, {"WroutCalcAll", 43},   {"dWa0", 5},           {"dWr0", 3},
-                   {"dWa0_P", 5.0 / 99 * 100}, {"dWa4", 3},      {"dWa4_P", 3.0 / 99 * 100}, {"dWa", 8},
-                   {"dWa_P", 8.0 / 99 * 100},  {"WaCalc", 85},   {"WrCalc", 40},        {"WaFact", 80},
-                   {"WrFact", 38},       {"dW", 14},             {"dW_P", 14.0 / 99 * 100}, {"dWdop", 4},
-                   {"dWdop_P", 4.0 / 99 * 100}, {"dWtech", 10},  {"dWtech_P", 10.0 / 99 * 100}});
+                  {{"Wa_gen", 122},
+                   {"Wr_gen", 55},
+                   {"WafactAll", 23},
+                   {"WrfactAll", 11},
+                   {"WacalcAll", 25},
+                   {"WrcalcAll", 12},
+                   {"WaoutAll", 99},
+                   {"WroutAll", 44},
+                   {"WaoutCalcAll", 97},
+                   {"WroutCalcAll", 43},
+                   {"dWa0", 5},
+                   {"dWr0", 3},
+                   {"dWa0_P", 5.0 / 99 * 100},
+                   {"dWa4", 3},
+                   {"dWa4_P", 3.0 / 99 * 100},
+                   {"dWa", 8},
+                   {"dWa_P", 8.0 / 99 * 100},
+                   {"WaCalc", 85},
+                   {"WrCalc", 40},
+                   {"WaFact", 80},
+                   {"WrFact", 38},
+                   {"dW", 14},
+                   {"dW_P", 14.0 / 99 * 100},
+                   {"dWdop", 4},
+                   {"dWdop_P", 4.0 / 99 * 100},
+                   {"dWtech", 10},
+                   {"dWtech_P", 10.0 / 99 * 100}});
     // In power: Прием 13.2; Отдача 2.3 + 0.4 = 2.7 (2.9); Отпуск 10.5 (10.3); Полезный 9.1 (9.7);
     // небаланс (10.5 − 9.1) − 0.6 = 0.8; beyond 0.5: 0.3.
     ExpectColumns(PowerColumns(), *l1,
-                  {{"Pgen", 13.2},     {"PfactAll", 2.7}, {"PcalcAll", 2.9}, {"PoutFactAll", 10.5},
-                   {"PoutCalcAll", 10.3}, {"dP0", 0.6},  {"dP4", 0.4},      {"dP", 1.0},
-                   {"dP_P", 1.0 / 10.5 * 100}, {"Pcalc", 9.7}, {"Pfact", 9.1}, {"dPfact", 0.8},
-                   {"dPdop", 0.5},     {"dPtech", 0.3},   {"NAbonents0", 40}, {"NAbonents4", 6}, {"NAbonents", 46}});
+                  {{"Pgen", 13.2},
+                   {"PfactAll", 2.7},
+                   {"PcalcAll", 2.9},
+                   {"PoutFactAll", 10.5},
+                   {"PoutCalcAll", 10.3},
+                   {"dP0", 0.6},
+                   {"dP4", 0.4},
+                   {"dP", 1.0},
+                   {"dP_P", 1.0 / 10.5 * 100},
+                   {"Pcalc", 9.7},
+                   {"Pfact", 9.1},
+                   {"dPfact", 0.8},
+                   {"dPdop", 0.5},
+                   {"dPtech", 0.3},
+                   {"NAbonents0", 40},
+                   {"NAbonents4", 6},
+                   {"NAbonents", 46}});
     // Л-2, stored without a calculation type, is shown as type 0; wholly on the balance it gives nothing away.
     ExpectColumns(EnergyColumns(), *l2,
-                  {{"Wa_gen", 42}, {"Wr_gen", kNone}, {"WafactAll", 0}, {"WaoutAll", 42}, {"WaFact", 38},
-                   {"dW", 2}, {"dWtech", 1}, {"dWa4", kNone}, {"dWa_P", 2.0 / 42 * 100}});
+                  {{"Wa_gen", 42},
+                   {"Wr_gen", kNone},
+                   {"WafactAll", 0},
+                   {"WaoutAll", 42},
+                   {"WaFact", 38},
+                   {"dW", 2},
+                   {"dWtech", 1},
+                   {"dWa4", kNone},
+                   {"dWa_P", 2.0 / 42 * 100}});
     // The substation: the sums of both, and the shares of the sums.
     ExpectColumns(EnergyColumns(), *tp,
-                  {{"Wa_gen", 164}, {"WafactAll", 23}, {"WaoutAll", 141}, {"WaoutCalcAll", 139}, {"WaFact", 118},
-                   {"WaCalc", 125}, {"dWa0", 7}, {"dWa", 10}, {"dW", 16}, {"dW_P", 16.0 / 141 * 100},
+                  {{"Wa_gen", 164},
+                   {"WafactAll", 23},
+                   {"WaoutAll", 141},
+                   {"WaoutCalcAll", 139},
+                   {"WaFact", 118},
+                   {"WaCalc", 125},
+                   {"dWa0", 7},
+                   {"dWa", 10},
+                   {"dW", 16},
+                   {"dW_P", 16.0 / 141 * 100},
                    {"dWa0_P", 7.0 / 141 * 100}});
-    ExpectColumns(PowerColumns(), *tp, {{"Pgen", 18.0}, {"PfactAll", 2.7}, {"PoutFactAll", 15.3}, {"Pfact", 13.4},
-                                        {"dP0", 0.8}, {"dPfact", (15.3 - 13.4) - 0.8}, {"NAbonents", 61}});
+    ExpectColumns(PowerColumns(), *tp,
+                  {{"Pgen", 18.0},
+                   {"PfactAll", 2.7},
+                   {"PoutFactAll", 15.3},
+                   {"Pfact", 13.4},
+                   {"dP0", 0.8},
+                   {"dPfact", (15.3 - 13.4) - 0.8},
+                   {"NAbonents", 61}});
     // The identities on every node.
     tree_.ForEach([&](TPesResultsLV& n) {
         const double gen = Column(EnergyColumns(), "Wa_gen", n);
@@ -161,12 +216,31 @@ TEST_F(Fixture, TheFeederWorkbookBalanceTableCellByCell)
     const QHash<QString, CachedFormula> energy = WorksheetCells(book, 1);
     auto at = [&](const char* cell) { return energy.value(QString::fromLatin1(cell)).value; };
     // The whole-feeder column G, worked out above: rows 28 to 69 of the energy sheet.
-    const std::vector<std::pair<const char*, double>> expected = {
-        {"G28", 122}, {"G29", 55}, {"G30", 23}, {"G32", 25}, {"G34", 20}, {"G36", 22}, {"G38", 3},
-        {"G40", 99},  {"G41", 44}, {"G42", 97}, {"G44", 80}, {"G46", 85}, {"G48", 80}, {"G50", 85},
-        {"G54", 19},  {"G56", 19.0 / 99 * 100}, {"G57", 5}, {"G59", 5.0 / 99 * 100}, {"G60", 5.0 / 19 * 100},
-        {"G61", 14},  {"G62", 14.0 / 99 * 100}, {"G63", 14.0 / 19 * 100}, {"G64", 4}, {"G67", 10},
-        {"G68", 10.0 / 99 * 100}};
+    const std::vector<std::pair<const char*, double>> expected = {{"G28", 122},
+                                                                  {"G29", 55},
+                                                                  {"G30", 23},
+                                                                  {"G32", 25},
+                                                                  {"G34", 20},
+                                                                  {"G36", 22},
+                                                                  {"G38", 3},
+                                                                  {"G40", 99},
+                                                                  {"G41", 44},
+                                                                  {"G42", 97},
+                                                                  {"G44", 80},
+                                                                  {"G46", 85},
+                                                                  {"G48", 80},
+                                                                  {"G50", 85},
+                                                                  {"G54", 19},
+                                                                  {"G56", 19.0 / 99 * 100},
+                                                                  {"G57", 5},
+                                                                  {"G59", 5.0 / 99 * 100},
+                                                                  {"G60", 5.0 / 19 * 100},
+                                                                  {"G61", 14},
+                                                                  {"G62", 14.0 / 99 * 100},
+                                                                  {"G63", 14.0 / 19 * 100},
+                                                                  {"G64", 4},
+                                                                  {"G67", 10},
+                                                                  {"G68", 10.0 / 99 * 100}};
     for (const auto& [cell, value] : expected) {
         ASSERT_EQ(at(cell).typeId(), QMetaType::Double) << cell;
         EXPECT_NEAR(at(cell).toDouble(), value, 1e-9 * std::max(1.0, value)) << cell;
@@ -183,12 +257,12 @@ TEST_F(Fixture, SwitchedOnAndOffSectionsAndLengthsByBalance)
     const TPesResultsLV* l1 = Find(9);
     ASSERT_TRUE(l1);
     ExpectColumns(LineColumns(), *l1,
-                  {{"LsumP0", 1.2},      {"LsumP0_off", 0.3},  {"LsumP0_all", 1.5},  {"LsumP4", 0.5},
-                   {"LsumP4_off", 0},    {"LsumP4_all", 0.5},  {"LsumP", 1.7},      {"LsumP_off", 0.3},
-                   {"LsumP_all", 2.0},   {"LsumC0_all", 0.5},  {"LsumC4_off", 0.05}, {"LsumC_all", 0.55},
-                   {"Lsum0", 1.6},       {"Lsum0_off", 0.4},   {"Lsum0_all", 2.0},  {"Lsum4_all", 0.55},
-                   {"Lsum_all", 2.55},   {"NLineP0", 10},      {"NLineP0_off", 2},  {"NLineC4_off", 1},
-                   {"NLine0", 13},       {"NLine0_off", 3},    {"NLine4_all", 5},   {"NLine_all", 21}});
+                  {{"LsumP0", 1.2},    {"LsumP0_off", 0.3}, {"LsumP0_all", 1.5},  {"LsumP4", 0.5},
+                   {"LsumP4_off", 0},  {"LsumP4_all", 0.5}, {"LsumP", 1.7},       {"LsumP_off", 0.3},
+                   {"LsumP_all", 2.0}, {"LsumC0_all", 0.5}, {"LsumC4_off", 0.05}, {"LsumC_all", 0.55},
+                   {"Lsum0", 1.6},     {"Lsum0_off", 0.4},  {"Lsum0_all", 2.0},   {"Lsum4_all", 0.55},
+                   {"Lsum_all", 2.55}, {"NLineP0", 10},     {"NLineP0_off", 2},   {"NLineC4_off", 1},
+                   {"NLine0", 13},     {"NLine0_off", 3},   {"NLine4_all", 5},    {"NLine_all", 21}});
 }
 
 TEST_F(Fixture, AFeedersLastBalanceBlockTakenIntoTheFeederList)

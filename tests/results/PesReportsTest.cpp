@@ -95,7 +95,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     QString error;
     const QString book = folder.Path("pes.xlsx");
     ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
-    const QString pesStrings = QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml"));
+    const QString pesStrings = WorkbookTexts(book);
     EXPECT_TRUE(pesStrings.contains("Мощность головного участка"));
     EXPECT_TRUE(pesStrings.contains("№ п/п"));
     EXPECT_TRUE(pesStrings.contains("Расчётный период\nчасов"));
@@ -167,7 +167,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     // Columns the user switched off in the grid are not written: two fewer columns, and no maximum left.
     ColorsLVResult::SaveHiddenColumns({"Wr_gen", "dUmax"});
     ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
-    const QString narrowStrings = QString::fromUtf8(ReadZipEntry(book, "xl/sharedStrings.xml"));
+    const QString narrowStrings = WorkbookTexts(book);
     const QString narrowSheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
     EXPECT_FALSE(narrowStrings.contains("Максимальные потери напряжения"));
     EXPECT_TRUE(pesStrings.contains("Максимальные потери напряжения"));
@@ -192,7 +192,8 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
                            .arg(samples->currentData().toInt())),
                 1e-6);
     // Writing the workbook leaves the form's figures as they were (the top row's own feeder sum included).
-    const double normative = form.Tree()->Record().Normative, received = form.Tree()->Record().GetValue(bfWa_gen, VariantTotal);
+    const double normative = form.Tree()->Record().Normative,
+                 received = form.Tree()->Record().GetValue(bfWa_gen, VariantTotal);
     ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
     EXPECT_EQ(form.Tree()->Record().Normative, normative);
     EXPECT_EQ(form.Tree()->Record().GetValue(bfWa_gen, VariantTotal), received);
@@ -212,7 +213,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     undersupply.SetParam(node);
     const QString report = folder.Path("недоотпуск.xlsx");
     ASSERT_TRUE(undersupply.CreateReportXLX(report, error)) << error.toStdString();
-    const QString strings = QString::fromUtf8(ReadZipEntry(report, "xl/sharedStrings.xml"));
+    const QString strings = WorkbookTexts(report);
     EXPECT_TRUE(strings.contains("Наименование линии"));
     EXPECT_TRUE(strings.contains("2025г."));
     const QString styles = QString::fromUtf8(ReadZipEntry(report, "xl/styles.xml"));
@@ -223,30 +224,33 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
                                 QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(node)));
     const QString reportSheet = QString::fromUtf8(ReadZipEntry(report, "xl/worksheets/sheet1.xml"));
     EXPECT_EQ(reportSheet.count("<row "), lines + 2);
-    EXPECT_TRUE(QString::fromUtf8(ReadZipEntry(report, "xl/workbook.xml")).contains("name=\"Недоотпуск электроэнергии\""));
+    EXPECT_TRUE(
+        QString::fromUtf8(ReadZipEntry(report, "xl/workbook.xml")).contains("name=\"Недоотпуск электроэнергии\""));
     // Each line with its substation, and the undersupply: what went into the line less what left it for other
     // owners, less the metered useful supply and the load losses on the balance (computed here from the stored
     // balance rows, lines without metered consumption left out as the report leaves them empty).
     EXPECT_TRUE(strings.contains("Трансформаторная подстанция"));
-    const QString substation = QString::fromUtf8(ReadZipEntry(report, "xl/sharedStrings.xml"));
+    const QString substation = WorkbookTexts(report);
     auto name = db->GetDefaultConnection()->NewQuery();
     name->SetSQLText(QStringLiteral("select \"Name\" from \"Nodes\" where guid=%1").arg(node));
     name->Open();
     EXPECT_TRUE(substation.contains(name->Str("Name"))) << name->Str("Name").toStdString();
-    const int sample = static_cast<int>(Scalar(*db->GetDefaultConnection(), "select max(\"SampleIdent\") from \"LVResults\""));
-    const double expected = Scalar(
-        *db->GetDefaultConnection(),
-        QStringLiteral("select sum(t.gen - t.fakt_off - t.loss_off - t.fakt_on - t.loss_on) from (select mv.guid, "
-                       "sum(wa.\"Wa_gen\") gen, "
-                       "sum(iif(wa.\"Balance\"=0, wa.\"Wafakt\", null)) fakt_on, "
-                       "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"Wafakt\", null)), 0) fakt_off, "
-                       "coalesce(sum(iif(wa.\"Balance\"=0, wa.\"dWa\", null)), 0) loss_on, "
-                       "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"dWa\", null)), 0) loss_off "
-                       "from \"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf "
-                       "on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 group by mv.guid) t "
-                       "where t.fakt_on is not null")
-            .arg(node)
-            .arg(sample));
+    const int sample =
+        static_cast<int>(Scalar(*db->GetDefaultConnection(), "select max(\"SampleIdent\") from \"LVResults\""));
+    const double expected =
+        Scalar(*db->GetDefaultConnection(),
+               QStringLiteral(
+                   "select sum(t.gen - t.fakt_off - t.loss_off - t.fakt_on - t.loss_on) from (select mv.guid, "
+                   "sum(wa.\"Wa_gen\") gen, "
+                   "sum(iif(wa.\"Balance\"=0, wa.\"Wafakt\", null)) fakt_on, "
+                   "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"Wafakt\", null)), 0) fakt_off, "
+                   "coalesce(sum(iif(wa.\"Balance\"=0, wa.\"dWa\", null)), 0) loss_on, "
+                   "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"dWa\", null)), 0) loss_off "
+                   "from \"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf "
+                   "on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 group by mv.guid) t "
+                   "where t.fakt_on is not null")
+                   .arg(node)
+                   .arg(sample));
     double written = 0;
     int empty = 0;
     const QHash<QString, Cell> reportCells = cellsOf(reportSheet);
@@ -260,10 +264,11 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     // The lines without metered consumption have an empty cell, not a zero.
     EXPECT_EQ(empty, lines - static_cast<int>(Scalar(
                                  *db->GetDefaultConnection(),
-                                 QStringLiteral("select count(distinct mv.guid) from \"LVWResultsAdd\" wa join \"LVResults\" mv "
-                                                "on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf on lf.guid=mv.guid "
-                                                "where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 and wa.\"Balance\"=0 "
-                                                "and wa.\"Wafakt\" is not null")
+                                 QStringLiteral(
+                                     "select count(distinct mv.guid) from \"LVWResultsAdd\" wa join \"LVResults\" mv "
+                                     "on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf on lf.guid=mv.guid "
+                                     "where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 and wa.\"Balance\"=0 "
+                                     "and wa.\"Wafakt\" is not null")
                                      .arg(node)
                                      .arg(sample))));
     SetCurrentDatabase(nullptr);

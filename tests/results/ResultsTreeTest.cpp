@@ -413,17 +413,19 @@ TEST_F(Tree, NodesAreFoundByTheirPathTheirWorksheetRowAndTheirLevelAbove)
 {
     // A feeder's path from the utility, read from the hierarchy tables.
     auto q = c_->NewQuery();
-    q->SetSQLText(QStringLiteral(
-        "select first 1 e.guid e, p.guid p, r.guid r, c.guid c, s.guid s, f.guid f, nod.guid nod, lf.guid lf "
-        "from \"LVFiders\" lf join \"LVResults\" mv on mv.guid=lf.guid and mv.\"SampleIdent\"=%1 join \"Nodes\" nod "
-        "on nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
-        "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" join res r on r.guid=c.\"OwnerGUID\" "
-        "join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" order by lf.guid")
-                      .arg(year_.Ident));
+    q->SetSQLText(
+        QStringLiteral(
+            "select first 1 e.guid e, p.guid p, r.guid r, c.guid c, s.guid s, f.guid f, nod.guid nod, lf.guid lf "
+            "from \"LVFiders\" lf join \"LVResults\" mv on mv.guid=lf.guid and mv.\"SampleIdent\"=%1 join \"Nodes\" "
+            "nod "
+            "on nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
+            "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" join res r on r.guid=c.\"OwnerGUID\" "
+            "join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" order by lf.guid")
+            .arg(year_.Ident));
     q->Open();
     ASSERT_FALSE(q->Eof());
-    const QList<int> path = {q->Int("P"), q->Int("R"), q->Int("C"), q->Int("S"), q->Int("F"), q->Int("NOD"),
-                             q->Int("LF")};
+    const QList<int> path = {q->Int("P"), q->Int("R"),   q->Int("C"), q->Int("S"),
+                             q->Int("F"), q->Int("NOD"), q->Int("LF")};
     TPesResultsLV tree(0, 0, {}, nullptr);
     QString error;
     ASSERT_TRUE(Open(tree, q->Int("E"), error)) << error.toStdString();

@@ -171,6 +171,19 @@ QString Unescape(QString s)
 
 }  // namespace
 
+QString WorkbookTexts(const QString& workbook)
+{
+    static const QRegularExpression text(QStringLiteral("<t[^>]*>([^<]*)</t>"));
+    QStringList texts;
+    QStringList parts{QStringLiteral("xl/sharedStrings.xml")};
+    for (int sheet = 1; sheet <= 20; ++sheet)
+        parts << QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet);
+    for (const QString& part : parts)
+        for (auto it = text.globalMatch(QString::fromUtf8(ReadZipEntry(workbook, part))); it.hasNext();)
+            texts << Unescape(it.next().captured(1));
+    return texts.join(QLatin1Char('\n'));
+}
+
 QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
 {
     const QStringList strings = SharedStrings(workbook);

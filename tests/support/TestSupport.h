@@ -46,6 +46,8 @@ double Scalar(ToznFDConnection& connection, const QString& sql);
 
 // One entry of a zip archive (a part of an .xlsx workbook); empty when missing.
 QByteArray ReadZipEntry(const QString& archive, const QString& entry);
+// Every text of a workbook, shared or written in its cells, unescaped, one per line.
+QString WorkbookTexts(const QString& workbook);
 // Replaces one entry of a zip archive, as a spreadsheet saving a user's edit would.
 void WriteZipEntry(const QString& archive, const QString& entry, const QByteArray& content);
 // Puts a text in place of a cell of a worksheet (1-based) of a workbook, as a user typing it would.
