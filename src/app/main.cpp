@@ -151,6 +151,10 @@ int runCommand(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::SchemeJob(args);
     }
+    if (command == QLatin1String("measured")) {
+        QCoreApplication app(argc, argv);
+        return cli::Measured(args);
+    }
     if (command == QLatin1String("workbook")) {
         QCoreApplication app(argc, argv);
         return cli::WorkbookJob(args);

@@ -248,10 +248,12 @@ double TFastQuery::Float(int column) const
         std::memcpy(&x, v.sqldata, sizeof x);
         return static_cast<double>(x) / scale;
     }
-    default: {
+    case SQL_VARYING:
+    case SQL_TEXT: {
         double x = EmptyFloat();
         return ParseFloat(Str(column), x) ? x : EmptyFloat();
     }
+    default: return EmptyFloat();  // a date or another kind that is not a number
     }
 }
 
@@ -274,6 +276,17 @@ QString TFastQuery::Str(int column) const
         return QString::fromUtf8(v.sqldata + 2, length);
     }
     case SQL_TEXT: return QString::fromUtf8(v.sqldata, v.sqllen).trimmed();
+    case SQL_TYPE_DATE: {
+        std::tm tm{};
+        isc_decode_sql_date(reinterpret_cast<const ISC_DATE*>(v.sqldata), &tm);
+        return QDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday).toString(Qt::ISODate);
+    }
+    case SQL_TIMESTAMP: {
+        std::tm tm{};
+        isc_decode_timestamp(reinterpret_cast<const ISC_TIMESTAMP*>(v.sqldata), &tm);
+        return QDateTime(QDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday), QTime(tm.tm_hour, tm.tm_min, tm.tm_sec))
+            .toString(Qt::ISODate);
+    }
     default: return QString::number(Float(column), 'g', 17);
     }
 }

@@ -31,7 +31,7 @@ public:
     bool IsNull(int column) const;
     double Float(int column) const;  // empty (NaN) for NULL
     int Int(int column, int whenNull = 0) const;
-    QString Str(int column) const;  // empty for NULL
+    QString Str(int column) const;  // empty for NULL; a date or timestamp in ISO form
 
 private:
     struct Private;
