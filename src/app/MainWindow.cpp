@@ -22,6 +22,7 @@
 #include "host/Dialogs.h"
 #include "host/ExportTable.h"
 #include "host/FiderHHCalcParams.h"
+#include "host/HostCommands.h"
 #include "host/HostObjects.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
@@ -50,6 +51,11 @@ QString FileNameOf(const QString& name)
 
 MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(database), plugin_(plugin)
 {
+    // The plug-in's calculation menu starts the regime calculation as the tree's menu does.
+    host::SetRegimeCommand([this](int guid, bool maximum) {
+        if (ToznListItemCommon* item = database_->GetTree()->Find(guid))
+            RunRegime(maximum, item);
+    });
     setWindowTitle(QStringLiteral("ОЗН 3 — %1").arg(database->ConnectionString()));
     resize(1000, 700);
     tree_ = new QTreeView(this);
@@ -97,6 +103,8 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     UpdateStatus();
     host::windows().SetMainWindow(this);
 }
+
+MainWindow::~MainWindow() { host::SetRegimeCommand({}); }
 
 ToznListItemCommon* MainWindow::SelectedItem() const
 {

@@ -16,6 +16,7 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
     MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin);
+    ~MainWindow() override;
     ToznListItemCommon* SelectedItem() const;
     int SelectedPeriod() const;
 

@@ -279,6 +279,17 @@ void ShowLVPESResultsAll()
     try {
         connection.StartTransaction(false);
         auto form = std::make_unique<TfrmLVduCalcMenu>();
+        // Every LV calculation of the chosen object starts from the menu through its own export.
+        form->SetActions({
+            {QStringLiteral("btnNormative"), QStringLiteral("Нормативный метод..."),
+             [db](int) { RunLVNormativMethod(db); }},
+            {QStringLiteral("btnZamerW"), QStringLiteral("Замеры W..."),
+             [](int guid) { ShowSamplesWInput(u"", guid); }},
+            {QStringLiteral("btnZamerTmax"), QStringLiteral("Замеры Tmax..."),
+             [](int guid) { ShowSamplesTmaxInput(u"", guid); }},
+            {QStringLiteral("btnSocial"), QStringLiteral("Обобщенные данные..."),
+             [](int guid) { ShowLVNormativMethodInput(u"", guid); }},
+        });
         hideMainBesideExcel(*form);
         if (form->CanOpen())
             form->ShowModal();

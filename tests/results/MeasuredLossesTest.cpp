@@ -4,15 +4,19 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QListWidget>
+#include <QTreeWidget>
 #include <cmath>
 
 #include "host/Database.h"
+#include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/XlsxReader.h"
 #include "results/LVMeasuredLosses.h"
 #include "results/LVMeasuredStore.h"
 #include "results/LVMeasuredXlsx.h"
+#include "results/LVduCalcMenuUnit.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -183,4 +187,54 @@ TEST_F(Measured, WorkbookSumsLiveAndTheCommandPrintsEveryNode)
         }
     }
     EXPECT_EQ(RunApp({"measured", "--db", path_, "--node", "1"}).code, 2);
+}
+
+TEST_F(Measured, TheMenuShowsTheYearsLossesAndStartsTheCalculationsOfItsObject)
+{
+    SetCurrentDatabase(db_.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    c_->StartTransaction(false);  // as the export opens the menu
+    TfrmLVduCalcMenu form;
+    int started = 0;
+    bool reading = true;
+    form.SetActions({{"btnTest", "Проверка", [&](int guid) {
+                          started = guid;
+                          reading = c_->inTransaction();
+                      }}});
+    ASSERT_TRUE(form.CanOpen());
+    EXPECT_EQ(form.Object(), 1);  // the top of the tree
+    form.SelectObject(8);
+    EXPECT_EQ(form.Years(), (QList<int>{2025}));  // ТП-1 has no sample of 2024
+    EXPECT_EQ(form.Year(), 2025);
+    EXPECT_EQ(form.Dates(), (QList<QDate>{QDate(2025, 3, 10), QDate(2025, 4, 15), QDate(2025, 6, 1)}));
+    ASSERT_NE(form.Totals(), nullptr);
+    EXPECT_DOUBLE_EQ(form.Totals()->Totals.P, 55);
+    auto* table = form.findChild<QTreeWidget*>("TreeTotals");
+    ASSERT_EQ(table->topLevelItemCount(), 1);
+    EXPECT_EQ(table->topLevelItem(0)->text(0), "ТП-1");
+    EXPECT_EQ(table->topLevelItem(0)->childCount(), 2);
+    EXPECT_EQ(table->topLevelItem(0)->text(16), "2");  // lines measured
+    EXPECT_EQ(table->topLevelItem(0)->text(17), "0");  // and not
+    // A date picked in the list replaces the main samples.
+    auto* dates = form.findChild<QListWidget*>("ListDates");
+    ASSERT_EQ(dates->count(), 3);
+    dates->item(2)->setCheckState(Qt::Checked);
+    EXPECT_DOUBLE_EQ(form.Totals()->Totals.P, 99);
+    EXPECT_EQ(form.Totals()->Totals.NotMeasured, 1);
+    const QString book = folder_.Path("menu.xlsx");
+    ASSERT_TRUE(form.WriteWorkbook(book));
+    TXlsxWorkbook read;
+    QString error;
+    ASSERT_TRUE(read.Open(book, error)) << error.toStdString();
+    EXPECT_TRUE(read.Cell(0, 1, 1).toString().contains("2025")) << read.Cell(0, 1, 1).toString().toStdString();
+    EXPECT_DOUBLE_EQ(read.Cell(0, 4, 2).toDouble(), 99);
+    // A calculation starts for the chosen object outside the menu's reading transaction, which goes on after.
+    ASSERT_TRUE(form.RunAction("btnTest"));
+    EXPECT_EQ(started, 8);
+    EXPECT_FALSE(reading);
+    EXPECT_TRUE(c_->inTransaction());
+    EXPECT_FALSE(form.RunAction("btnNoSuch"));
+    c_->Rollback();
+    SetCurrentDatabase(nullptr);
 }

@@ -1,0 +1,23 @@
+#include "host/HostCommands.h"
+
+namespace host {
+namespace {
+TRegimeCommand& regime()
+{
+    static TRegimeCommand command;
+    return command;
+}
+}  // namespace
+
+void SetRegimeCommand(TRegimeCommand command) { regime() = std::move(command); }
+
+bool HasRegimeCommand() { return static_cast<bool>(regime()); }
+
+bool RunRegimeCommand(int guid, bool maximum)
+{
+    if (!regime())
+        return false;
+    regime()(guid, maximum);
+    return true;
+}
+}  // namespace host
