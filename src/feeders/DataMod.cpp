@@ -121,6 +121,14 @@ TRep_Data::FiderA& TRep_Data::Attributes(int guid)
     return attributes_.back();
 }
 
+const TRep_Data::FiderA* TRep_Data::FindAttributes(int guid) const
+{
+    for (const FiderA& a : attributes_)
+        if (a.GUID == guid)
+            return &a;
+    return nullptr;
+}
+
 QList<TRep_Data::Sample*> TRep_Data::SamplesOf(int guid)
 {
     QList<Sample*> list;
@@ -231,6 +239,42 @@ int TRep_Data::YearSampleCount(int guid)
     for (q->Open(); !q->Eof(); q->Next())
         ++count;
     return count;
+}
+
+std::vector<TRep_Data::YearSample> TRep_Data::YearSamples(int guid)
+{
+    return GuardedRead(connection_, [&] {
+        std::vector<YearSample> rows;
+        auto q = connection_.NewQuery();
+        q->SetSQLText(sql(FeedersSql::kYearSamplesOfFeeder));
+        q->ParamByName(QStringLiteral("GUID"), guid);
+        for (q->Open(); !q->Eof(); q->Next())
+            rows.push_back({q->Str(QStringLiteral("Name")), q->Value(QStringLiteral("SampleDate1")).toDate(),
+                            q->Float(QStringLiteral("Wa")), q->Float(QStringLiteral("T")),
+                            q->Float(QStringLiteral("Tau")), q->Float(QStringLiteral("Kzap")),
+                            q->Float(QStringLiteral("Tmax")), q->Float(QStringLiteral("Kdp"))});
+        return rows;
+    });
+}
+
+TRep_Data::Substation TRep_Data::ReadSubstation()
+{
+    return GuardedRead(connection_, [&] {
+        Substation node;
+        node.Snom = EmptyFloat();
+        auto q = connection_.NewQuery();
+        q->SetSQLText(sql(FeedersSql::kSubstationOfReport));
+        q->ParamByName(QStringLiteral("GUID"), node_);
+        q->Open();
+        if (q->Eof())
+            return node;
+        node.Found = true;
+        node.Name = q->Str(QStringLiteral("Name"));
+        node.Info = q->Str(QStringLiteral("Info"));
+        node.Transformer = q->Str(QStringLiteral("TypeTR"));
+        node.Snom = q->Float(QStringLiteral("Snom"));
+        return node;
+    });
 }
 
 void TRep_Data::SaveYearMirror(int guid, int year, const Sample* main, double cosFi)

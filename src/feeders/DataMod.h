@@ -48,6 +48,18 @@ public:
         QString Name;
         double CosFi;
     };
+    // A year sample row of a feeder ("LVPSamples") with the name of its period; empty floats where unset.
+    struct YearSample {
+        QString Period;
+        QDate Date1;
+        double Wa, T, Tau, Kzap, Tmax, Kdp;
+    };
+    // The substation with its transformer ("ТМ-250", empty when none is set) and its rated power (kV·A).
+    struct Substation {
+        bool Found = false;
+        QString Name, Info, Transformer;
+        double Snom;
+    };
 
     TRep_Data(QObject* owner, ToznFDConnection& connection);
     ~TRep_Data() override;
@@ -58,7 +70,10 @@ public:
 
     std::vector<Fider>& Fiders() { return fiders_; }
     Fider* FindFider(int guid);
+    // The attributes of a feeder, created (as a new row) when it has none.
     FiderA& Attributes(int guid);
+    // The attributes of a feeder as they are, null when it has none; nothing is created.
+    const FiderA* FindAttributes(int guid) const;
     // The samples of a feeder in date order (deleted ones left out).
     QList<Sample*> SamplesOf(int guid);
     Sample* FindSample(int guid, const QDate& date);
@@ -84,6 +99,10 @@ public:
     int YearSampleIdent(int year);
     // The year sample rows of a feeder ("LVPSamples").
     int YearSampleCount(int guid);
+    // The year sample rows of a feeder with their periods, in date order.
+    std::vector<YearSample> YearSamples(int guid);
+    // The substation opened, read again from the database.
+    Substation ReadSubstation();
 
 private:
     // Writes the year row of a feeder from its main sample of the year, or deletes it when the year has none.

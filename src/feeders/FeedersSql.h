@@ -11,6 +11,16 @@ inline constexpr const char* kYearSamples = R"(Select * from "LVPSamples" where 
 inline constexpr const char* kTypeLoads = R"(select "Ident", "Name", "CosFi" from "TypeLoads" order by "Ident")";
 inline constexpr const char* kProvods =
     R"(select P."Ident",P."Marka",P."F",P."AddStr" from "Provods" P inner join "ProvodTypes" PT on PT."Ident"=P."ProvodType" where PT."Unom"=0.380 Order by P."Marka")";
+// The year samples of a feeder for its report, with the names of their periods, in date order.
+inline constexpr const char* kYearSamplesOfFeeder =
+    R"(select sd."Name", sd."SampleDate1", s."Wa", s."T", s."Tau", s."Kzap", s."Tmax", s."Kdp" from "LVPSamples" s
+    left join "SamplesDates" sd on sd."Ident"=s."SampleIdent" where s."GUID"=:GUID order by sd."SampleDate1")";
+// A substation and its transformer: the text of the type with the rated power ("ТМ-250") and the rated power.
+inline constexpr const char* kSubstationOfReport =
+    R"(select nod."Name", nod."Info", coalesce(t2."TypeTR", ts."TypeTR") || '-' ||
+    cast(round(coalesce(t2."Snom", ts."Snom"), 0) as integer) as "TypeTR", coalesce(t2."Snom", ts."Snom") as "Snom"
+    from "Nodes" nod left join "Transforms2" t2 on t2."Ident"=nod."Transf"
+    left join "TransformsSS" ts on ts."Ident"=nod."Transf" where nod.guid=:GUID)";
 // The reference power factor of a load kind: the identifier is appended to the text.
 inline constexpr const char* kCosOfTypeLoad = R"(select "CosFi" from "TypeLoads" where "Ident"=)";
 

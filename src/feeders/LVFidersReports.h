@@ -2,20 +2,74 @@
 #include <QDialog>
 #include <QString>
 
-class TRep_Data;
+#include "feeders/DataMod.h"
+#include "feeders/LVFiderSampleCalc.h"
+
 class QTextBrowser;
+class ToznFDConnection;
+class TProvod038;
 
-// The samples and results of one line, as an HTML document.
+// The reports of the LV feeder editor: one line with its samples and year samples, and one substation with the
+// main sample of each of its lines and their totals. Both are HTML documents shown in TfrmReportHTML.
+//
+// Outside the editor a report needs a TRep_Data opened on the substation:
+//     TRep_Data data(nullptr, connection);
+//     data.OpenFiders(nodeGuid);                      // the substation's GUID ("Nodes")
+//     const QString html = SubstationReportHtml(data); // or LineReportHtml(data, lineGuid)
+// The substation of a line is "LVFiders"."OwnerGUID" (FeedersSql::kNodeOfLVFider). OpenLineReport and
+// OpenSubstationReport on a connection do all of this and show the viewer.
+
+// The report names: the object names of the viewers and the default names of their PDF files.
+inline constexpr const char* kLineReportName = "OZN3_Report_Ln";
+inline constexpr const char* kSubstationReportName = "OZN3_Report_TP";
+
+// The window titles of the two reports.
+QString LineReportTitle(const QString& lineName);
+QString SubstationReportTitle(const QString& nodeName);
+
+// The resistances of a line of the length given, as the feeder editor takes them: the phase conductor's
+// R0 and X0 times the length; the neutral's R0 times the length, the phase conductor's own when it carries
+// its neutral. Empty floats when the conductor or the length is unknown.
+struct TFeederImpedance {
+    double Rf, Xf, Rn;
+};
+TFeederImpedance FeederImpedance(const TProvod038& provods, const TRep_Data::FiderA* attributes);
+
+// A stored sample calculated by the editor's sample calculation as if its currents and voltages had just been
+// entered: P from the currents, Wa, dP and dW from P; the sample's Tmax, Krazv and Knm are taken as stored
+// (looked up or defaulted when unset, as the editor does). Nothing is written to the sample.
+TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int fiderGuid, const TRep_Data::Sample& sample);
+// The main sample of a line: the latest one marked as main; null when none is.
+TRep_Data::Sample* MainSampleOf(TRep_Data& data, int fiderGuid);
+
+// The report of a line: its substation, load kind, conductor, length and design cos φ; its samples (the main
+// one in bold) with their calculated values; its year samples. Empty when the line is not in the data.
 QString LineReportHtml(TRep_Data& data, int fiderGuid);
-// The samples and results of every line of the substation.
-QString SubstationReportHtml(TRep_Data& data, const QString& title);
+// The report of the substation: its transformer and load, each line's main sample with its calculated values
+// ("нет замера" for a line without one) and the totals of the substation (TMeasuredAccumulator). The load in
+// kV·A is Σ P / cos φ over the lines measured, i.e. Σ P divided by the power factor weighted by each line's
+// apparent power, and the transformer's load is that in per cent of its rated power. The heading is the
+// report's title unless one is given.
+QString SubstationReportHtml(TRep_Data& data, const QString& title = {});
 
-// A viewer of an HTML report that prints it and saves it as PDF.
+// Shows the report of a line or of the opened substation in a viewer; the modal result, 0 when the line is
+// not in the data.
+int OpenLineReport(QWidget* owner, TRep_Data& data, int fiderGuid);
+int OpenSubstationReport(QWidget* owner, TRep_Data& data);
+// The same from a connection alone: the substation is read in a read transaction of its own when the
+// connection has none open. 0 when the line or the substation does not exist. Database errors are thrown
+// (EDatabaseError).
+int OpenLineReport(QWidget* owner, ToznFDConnection& connection, int fiderGuid);
+int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid);
+
+// A viewer of an HTML report that prints it and saves it as PDF. The report name is the object name of the
+// window and the default name of its PDF file; the title, when given, is shown instead of it.
 class TfrmReportHTML : public QDialog {
     Q_OBJECT
 public:
-    TfrmReportHTML(QWidget* owner, const QString& reportName, const QString& html);
-    static int Show(QWidget* owner, const QString& reportName, const QString& html);
+    TfrmReportHTML(QWidget* owner, const QString& reportName, const QString& html, const QString& title = {});
+    static int Show(QWidget* owner, const QString& reportName, const QString& html, const QString& title = {});
+    QString ReportName() const { return name_; }
     QString Html() const;
     // Writes the report as PDF; false when the file could not be written.
     bool SavePdf(const QString& file);

@@ -460,11 +460,11 @@ void TLVFidersForm::FillConductorValues()
 {
     TRep_Data::FiderA* a = Attributes();
     const TProvodRec* phase = a ? repData_->Provods().GetProvodRec(a->ProvodPhase) : nullptr;
-    const TProvodRec* null = a ? repData_->Provods().GetProvodRec(a->ProvodNull) : nullptr;
-    const double length = a && !isEmptyFloat(a->LineLength) ? a->LineLength : EmptyFloat();
-    rf_ = phase ? phase->R0 * length : EmptyFloat();
-    xf_ = phase ? phase->X0 * length : EmptyFloat();
-    rn_ = phase ? (phase->ownNull ? phase->R0 : (null ? null->R0 : EmptyFloat())) * length : EmptyFloat();
+    // The same resistances the reports calculate a sample with.
+    const TFeederImpedance z = FeederImpedance(repData_->Provods(), a);
+    rf_ = z.Rf;
+    xf_ = z.Xf;
+    rn_ = z.Rn;
     // The neutral is chosen only for a conductor without its own.
     provodNull_->setEnabled(phase && !phase->ownNull);
     Edit(QStringLiteral("EditR0"))->setText(phase ? FormatFloat3(phase->R0) : QString());
@@ -646,13 +646,14 @@ bool TLVFidersForm::SaveChanges()
         } catch (const std::exception&) {
         }
         const auto* database = dynamic_cast<const EDatabaseError*>(&e);
-        host::ShowWarning(database && IsConflict(*database)
-                              ? QStringLiteral("Данные линии изменил другой пользователь после того, как вы их открыли, "
-                                               "или изменяет сейчас. Ваши изменения не сохранены и ничего чужого не "
-                                               "перезаписано: нажмите «Отмена», чтобы перечитать данные, и внесите "
-                                               "изменения снова.\n\n%1")
-                                    .arg(database->Text())
-                              : QString::fromUtf8(e.what()));
+        host::ShowWarning(
+            database && IsConflict(*database)
+                ? QStringLiteral("Данные линии изменил другой пользователь после того, как вы их открыли, "
+                                 "или изменяет сейчас. Ваши изменения не сохранены и ничего чужого не "
+                                 "перезаписано: нажмите «Отмена», чтобы перечитать данные, и внесите "
+                                 "изменения снова.\n\n%1")
+                      .arg(database->Text())
+                : QString::fromUtf8(e.what()));
         return false;
     }
     save_->setEnabled(false);
@@ -866,11 +867,13 @@ void TLVFidersForm::CopySample()
 
 void TLVFidersForm::ShowLineReport()
 {
+    // The report shows the samples as they are in the editor, saved or not.
     if (Fider())
-        TfrmReportHTML::Show(this, QStringLiteral("OZN3_Report_Ln"), LineReportHtml(*repData_, lvFider_));
+        OpenLineReport(this, *repData_, lvFider_);
 }
 
 void TLVFidersForm::ShowTPReport()
 {
-    TfrmReportHTML::Show(this, QStringLiteral("OZN3_Report_TP"), SubstationReportHtml(*repData_, windowTitle()));
+    if (repData_)
+        OpenSubstationReport(this, *repData_);
 }
