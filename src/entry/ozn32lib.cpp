@@ -9,6 +9,7 @@
 #include "feeders/DataMod.h"
 #include "feeders/DetailFrame038Unit.h"
 #include "feeders/FeedersSql.h"
+#include "feeders/LVFidersReports.h"
 #include "feeders/LVFidersUnit.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -270,6 +271,21 @@ int32_t ShowLVPESResults(TfdbDatabase* ADataBase, int32_t AIdent)
     }
 }
 
+namespace {
+// The report of the menu's object: of a substation with its lines, or of one line with its samples.
+void openMeasuredReport(QWidget* owner, ToznFDConnection& connection, int guid)
+{
+    ToznListItemCommon* item = CurrentDatabase()->GetTree()->Find(guid);
+    const int type = item ? item->Target()->GetNodeType() : 0;
+    if (type == NodeType::Nodes)
+        OpenSubstationReport(owner, connection, item->Target()->GetIdent());
+    else if (type == NodeType::LVFiders)
+        OpenLineReport(owner, connection, guid);
+    else
+        host::ShowWarning(QStringLiteral("Отчет строится по ТП или по линии 0,4 кВ: выберите ее в дереве"));
+}
+}  // namespace
+
 void ShowLVPESResultsAll()
 {
     TCurrentDatabase* db = CurrentDatabase();
@@ -289,6 +305,8 @@ void ShowLVPESResultsAll()
              [](int guid) { ShowSamplesTmaxInput(u"", guid); }},
             {QStringLiteral("btnSocial"), QStringLiteral("Обобщенные данные..."),
              [](int guid) { ShowLVNormativMethodInput(u"", guid); }},
+            {QStringLiteral("btnReport"), QStringLiteral("Отчет..."),
+             [menu = form.get(), &connection](int guid) { openMeasuredReport(menu, connection, guid); }},
         });
         hideMainBesideExcel(*form);
         if (form->CanOpen())

@@ -1,17 +1,18 @@
 // The exports as the host calls them: loaded with dlopen, entered by name.
 #include <dlfcn.h>
-#include <cmath>
 #include <gtest/gtest.h>
-
-#include <cmath>
 
 #include <QComboBox>
 #include <QDialog>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
+#include <QTextBrowser>
+#include <QTreeView>
 #include <QWidget>
+#include <cmath>
 
 #include "entry/ozn32lib.h"
 #include "host/Database.h"
@@ -22,6 +23,7 @@
 #include "host/SamplePeriods.h"
 #include "host/TemplateForms.h"
 #include "host/Tree.h"
+#include "host/TreeModel.h"
 #include "host/WindowService.h"
 #include "support/TestSupport.h"
 
@@ -287,6 +289,45 @@ TEST_F(Frames, CalculationMenuBringsTheHostWindowBack)
     EXPECT_EQ(h.mid(h.indexOf("ShowWindow(main,5)"), 4),
               QStringList({"ShowWindow(main,5)", "SetWindowPos(main,top,0x43)", "SetActiveWindow(main)",
                            "SetForegroundWindow(main)"}));
+    EXPECT_FALSE(db_->GetDefaultConnection()->inTransaction());
+}
+
+TEST_F(Frames, CalculationMenuReportsOnTheChosenSubstationOrLine)
+{
+    auto all = plugin().get<ozn32::ShowLVPESResultsAll_t>("ShowLVPESResultsAll");
+    const int line = AnyLVFider();
+    QStringList titles, texts;
+    CloseNextModal(host::mrCancel, [&](QDialog* menu) {
+        auto* view = menu->findChild<QTreeView*>();
+        auto* model = qobject_cast<TreeModel*>(view->model());
+        ASSERT_NE(model, nullptr);
+        auto report = [&](int guid) {
+            view->setCurrentIndex(model->IndexOf(db_->GetTree()->Find(guid)));
+            CloseNextModal(host::mrCancel, [&](QDialog* d) {
+                titles << d->windowTitle();
+                texts << d->findChild<QTextBrowser*>()->toPlainText();
+            });
+            menu->findChild<QPushButton*>("btnReport")->click();
+        };
+        report(node_);
+        report(line);
+        // Above the substations there is nothing to report on.
+        view->setCurrentIndex(model->index(0, 0));
+        menu->findChild<QPushButton*>("btnReport")->click();
+    });
+    all();
+    auto q = db_->GetDefaultConnection()->NewQuery();
+    q->SetSQLText(QStringLiteral(R"(select n."Name" as "Node", f."Name" from "LVFiders" f
+        join "Nodes" n on n.GUID = f."OwnerGUID" where f.GUID = %1)")
+                      .arg(line));
+    q->Open();
+    ASSERT_EQ(titles.size(), 2);
+    EXPECT_EQ(titles[0], "Отчет по ТП " + q->Str("Node"));
+    EXPECT_TRUE(texts[0].contains("Итого по ТП"));
+    EXPECT_TRUE(texts[0].contains(q->Str("Name")));  // its lines are listed
+    EXPECT_EQ(titles[1], "Отчет по линии " + q->Str("Name"));
+    EXPECT_TRUE(texts[1].contains("Дата замера"));
+    EXPECT_EQ(dialogs_.Texts(), QStringList({"Отчет строится по ТП или по линии 0,4 кВ: выберите ее в дереве"}));
     EXPECT_FALSE(db_->GetDefaultConnection()->inTransaction());
 }
 
