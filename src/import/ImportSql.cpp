@@ -42,12 +42,17 @@ QString body(int level)
     return sql + QStringLiteral("where ") + where.join(QStringLiteral(" and "));
 }
 
-QString pair(const QString& sumOf, const QString& from, const QString& filter)
-{
-    return QStringLiteral("select sum(%1) as \"Value\" from %2 join \"SamplesDates\" sd on sd.\"Ident\"=%3 where %4")
-        .arg(sumOf, from.section(QLatin1Char('|'), 0, 0), from.section(QLatin1Char('|'), 1, 1), filter);
-}
 }  // namespace
+
+QString SocialSchemeUnchanged()
+{
+    QStringList same{QStringLiteral("\"Ident\"=:Ident"), QStringLiteral("coalesce(\"Unom\", 0)=:Unom"),
+                     QStringLiteral("iif(\"NLines\">0, \"NLines\", null) is not distinct from :NLines")};
+    for (const char* c : {"CosFi", "F",     "dp",    "kzap",  "dn",  "Lma", "Lms", "Lmm",  "L23a", "L23s",
+                          "L23m",  "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im"})
+        same << QStringLiteral("iif(\"%1\"<0, null, \"%1\") is not distinct from :%1").arg(QString::fromLatin1(c));
+    return QStringLiteral("select count(*) from \"LVFidersB\" where ") + same.join(QStringLiteral(" and "));
+}
 
 QString SocialRows(int level)
 {
@@ -69,61 +74,4 @@ QString SocialRowsCount(int level)
            body(level);
 }
 
-QStringList SocialEnergy(int level, bool busbars)
-{
-    // Each source as "table alias|sample ident column" with its own filter on the element.
-    struct Source {
-        QString sumOf, from, filter;
-    };
-    std::vector<Source> sources;
-    const QString ordinaryMv = QStringLiteral("coalesce(mv.\"CalcType\", 0)=0");
-    const QString transformation =
-        QStringLiteral("\"Transformation\" t join \"MVResults\" mv on mv.\"Ident\"=t.\"Ident\"|mv.\"SampleIdent\"");
-    const QString lowSide = QStringLiteral("(t2.\"UnomH\"<=1 or ts.\"UnomH1\"<=1 or ts.\"UnomH2\"<=1)");
-    const QString transformers =
-        QStringLiteral(" join \"Nodes\" nod on nod.guid=%1 left join \"Transforms2\" t2 on t2.\"Ident\"=nod.\"Transf\" "
-                       "left join \"TransformsSS\" ts on ts.\"Ident\"=nod.\"Transf\"");
-    if (busbars) {
-        if (level == 5)
-            sources.push_back({QStringLiteral("ti.\"Wa_bus\""), QStringLiteral("\"LVWTPInfo\" ti|ti.\"SampleIdent\""),
-                               QStringLiteral("ti.guid=:GUID and coalesce(ti.\"TypeCalc\", 0)=0")});
-    } else if (level == 6) {
-        sources.push_back({QStringLiteral("wa.\"Wa_gen\""),
-                           QStringLiteral("\"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\"|"
-                                          "mv.\"SampleIdent\""),
-                           QStringLiteral("mv.guid=:GUID and ") + ordinaryMv});
-        sources.push_back({QStringLiteral("ws.\"Wa\""), QStringLiteral("\"LVWSamples\" ws|ws.\"SampleIdent\""),
-                           QStringLiteral("ws.guid=:GUID and coalesce(ws.\"TypeCalc\", 0)=0")});
-    } else if (level == 5) {
-        sources.push_back({QStringLiteral("wn.\"Wa\""),
-                           QStringLiteral("\"WResultsN\" wn join \"MVResults\" mv on mv.\"Ident\"=wn.\"Ident\"") +
-                               transformers.arg(QStringLiteral("wn.guid")) + QStringLiteral("|mv.\"SampleIdent\""),
-                           QStringLiteral("wn.guid=:GUID and ") + ordinaryMv + QStringLiteral(" and ") + lowSide});
-        sources.push_back({QStringLiteral("wl.\"Wa\""),
-                           QStringLiteral("\"WLoads\" wl") + transformers.arg(QStringLiteral("wl.guid")) +
-                               QStringLiteral("|wl.\"SampleIdent\""),
-                           QStringLiteral("wl.guid=:GUID and coalesce(wl.\"SampleType\", 0)=0 and ") + lowSide});
-    } else {
-        QString feeders;
-        if (level == 4)
-            feeders = QStringLiteral("mv.guid=:GUID");
-        else if (level == 3)
-            feeders = QStringLiteral("mv.guid in (select f.guid from \"Fiders\" f join \"Sections\" s on "
-                                     "s.guid=f.\"OwnerGUID\" where s.\"OwnerGUID\"=:GUID)");
-        else
-            feeders = QStringLiteral("t.res in (select r.guid from res r join pes p on p.guid=r.\"OwnerGUID\" where "
-                                     "r.guid=:GUID or p.guid=:GUID or p.\"OwnerGUID\"=:GUID)");
-        sources.push_back({QStringLiteral("t.\"Wa\""), transformation,
-                           feeders + QStringLiteral(" and t.\"UnomCH\"<=1 and ") + ordinaryMv});
-    }
-    QStringList queries;
-    for (const Source& s : sources) {
-        queries << pair(s.sumOf, s.from,
-                        s.filter + QStringLiteral(" and sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 "
-                                                  "and sd.\"Period\"=4"));
-        queries << pair(s.sumOf, s.from,
-                        s.filter + QStringLiteral(" and sd.\"SampleDate1\"=:sd1 and sd.\"SampleDate2\"=:sd2"));
-    }
-    return queries;
-}
 }  // namespace ImportSql

@@ -82,12 +82,14 @@ inline constexpr const char* kSocialDelete =
     R"( delete from "LVWResultsB" where ("SampleIdent" = :SampleIdent) and  (GUID = :GUID))";
 inline constexpr const char* kSocialSaveResult =
     R"( update or insert into "LVWResultsB"  ("SampleIdent", GUID, "Wa", "Wa_bus", T, "Info", "Lekv", "ku", "k038", "deltaWa") values (:SampleIdent, :GUID, :Wa, :Wa_bus, :T, :Info, :Lekv, :ku, :k038, :deltaWa) matching ("SampleIdent", GUID))";
-inline constexpr const char* kSocialNextInfo = R"(select GEN_ID("LVFidersBIdent",1) from rdb$database)";
 inline constexpr const char* kSocialSaveScheme =
     R"(update or insert into "LVFidersB" ("Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms",
     "Lmm", "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im")
     values (:Ident, :CosFi, :Unom, :F, :NLines, :dp, :kzap, :dn, :Lma, :Lms, :Lmm, :L23a, :L23s, :L23m, :L23ia,
     :L23is, :L23im, :L1a, :L1s, :L1m, :L1ia, :L1is, :L1im) matching ("Ident"))";
+// Whether a stored scheme holds the inputs given (the parameters of the scheme's writing); a negative stored
+// value is as good as none, an unset voltage is 400/230.
+QString SocialSchemeUnchanged();
 // The scheme of the element's nearest stored period: the latest start not after the requested one (and the
 // latest end among those), else the earliest start not before it (and the earliest end).
 inline constexpr const char* kSocialNearestScheme =
@@ -105,8 +107,4 @@ inline constexpr const char* kSocialNearestScheme =
 // GUID and name down to the level ("eGUID", "eName", … "lfGUID", "lfName"), ordered from the top; and their count.
 QString SocialRows(int level);
 QString SocialRowsCount(int level);
-// The queries that give an element's energy into the network ("Wa") or from the busbars ("Wa_bus") for a
-// period (parameters GUID, sd1, sd2), in the order they are tried: each the sum over the months of the period,
-// then the sample of the period itself.
-QStringList SocialEnergy(int level, bool busbars);
 }  // namespace ImportSql

@@ -8,6 +8,8 @@
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "import/ImportSql.h"
+#include "normative/ElementEnergies.h"
+#include "normative/LVNormativMethodDBUnit.h"
 #include "normative/LVNormativUnit.h"
 
 using S = TLVNormativSample0;
@@ -156,21 +158,31 @@ void TDataAnaliz::SaveRecord(ToznFDConnection& connection, int guid, int sampleI
 {
     Calculate();
     auto q = connection.NewQuery();
-    if (Info == 0) {
-        q->SetSQLText(QString::fromUtf8(ImportSql::kSocialNextInfo));
+    auto bindScheme = [&] {
+        q->ParamByName(QStringLiteral("Ident"), Info).ParamFloat(QStringLiteral("CosFi"), CosFi);
+        q->ParamByName(QStringLiteral("Unom"), Unom).ParamFloat(QStringLiteral("F"), F);
+        q->ParamByName(QStringLiteral("NLines"), isEmptyFloat(NLines) ? QVariant() : QVariant(qRound(NLines)));
+        q->ParamFloat(QStringLiteral("dp"), dp)
+            .ParamFloat(QStringLiteral("kzap"), kzap)
+            .ParamFloat(QStringLiteral("dn"), dn);
+        for (int i = 0; i < LengthCount; ++i)
+            q->ParamFloat(QString::fromLatin1(S::LengthNames[i]), Lengths[i]);
+    };
+    bool unchanged = false;
+    if (Info != 0) {
+        q->SetSQLText(ImportSql::SocialSchemeUnchanged());
+        bindScheme();
         q->Open();
-        Info = q->Value(0).toInt();
+        unchanged = q->Value(0).toInt() > 0;
+        q->Close();
     }
-    q->SetSQLText(QString::fromUtf8(ImportSql::kSocialSaveScheme));
-    q->ParamByName(QStringLiteral("Ident"), Info).ParamFloat(QStringLiteral("CosFi"), CosFi);
-    q->ParamByName(QStringLiteral("Unom"), Unom).ParamFloat(QStringLiteral("F"), F);
-    q->ParamByName(QStringLiteral("NLines"), isEmptyFloat(NLines) ? QVariant() : QVariant(qRound(NLines)));
-    q->ParamFloat(QStringLiteral("dp"), dp)
-        .ParamFloat(QStringLiteral("kzap"), kzap)
-        .ParamFloat(QStringLiteral("dn"), dn);
-    for (int i = 0; i < LengthCount; ++i)
-        q->ParamFloat(QString::fromLatin1(S::LengthNames[i]), Lengths[i]);
-    q->ExecSQL();
+    if (!unchanged) {
+        // A scheme that other intervals' results refer to is copied, not changed under them.
+        Info = TLVNormativeStore::OwnSchemeKey(connection, Info, sampleIdent, guid);
+        q->SetSQLText(QString::fromUtf8(ImportSql::kSocialSaveScheme));
+        bindScheme();
+        q->ExecSQL();
+    }
     q->SetSQLText(QString::fromUtf8(ImportSql::kSocialSaveResult));
     q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("GUID"), guid);
     q->ParamFloat(QStringLiteral("Wa"), Wa).ParamFloat(QStringLiteral("Wa_bus"), Wa_bus);
@@ -266,31 +278,15 @@ void TNodeSocialHigh::ChangePeriod(ToznFDConnection& connection, const TSamplePe
 
 void TNodeSocialHigh::FillEnergies(ToznFDConnection& connection)
 {
-    const QStringList waQueries = ImportSql::SocialEnergy(level_, false);
-    const QStringList busQueries = ImportSql::SocialEnergy(level_, true);
     const int hours = static_cast<int>(std::lround(period_.SampleDate1.secsTo(period_.SampleDate2) / 3600.0));
     GuardedRead(connection, [&] {
-        auto q = connection.NewQuery();
-        // The first query of a list that answers a value.
-        auto first = [&](const QStringList& queries, int guid) {
-            for (const QString& sql : queries) {
-                q->SetSQLText(sql);
-                q->ParamByName(QStringLiteral("GUID"), guid);
-                q->ParamByName(QStringLiteral("sd1"), period_.SampleDate1)
-                    .ParamByName(QStringLiteral("sd2"), period_.SampleDate2);
-                q->Open();
-                if (!q->Eof() && !q->IsNull(QStringLiteral("Value")))
-                    return q->Float(QStringLiteral("Value"));
-            }
-            return EmptyFloat();
-        };
         for (int i = 0; i < Count(); ++i) {
             TNodeSocial& n = GetItem(i);
-            const double wa = first(waQueries, n.GUID), bus = first(busQueries, n.GUID);
-            if (isEmptyFloat(wa) && isEmptyFloat(bus))
+            const TElementEnergies energies = ReadElementEnergies(connection, level_, n.GUID, period_);
+            if (energies.isEmpty())
                 continue;
-            n.Data.Wa = wa;
-            n.Data.Wa_bus = bus;
+            n.Data.Wa = energies.Wa;
+            n.Data.Wa_bus = energies.Wa_bus;
             if (n.Data.T < 0)
                 n.Data.T = hours;
             n.Data.Calculate();

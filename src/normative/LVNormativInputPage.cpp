@@ -18,6 +18,7 @@
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
+#include "normative/ElementEnergies.h"
 #include "normative/LVNormativMethodDBUnit.h"
 #include "normative/NormativeSql.h"
 
@@ -482,13 +483,40 @@ void TLVNormativInputPage::FillCalculatedWa()
 {
     if (!element_ || period_.isEmpty())
         return;
-    // The LV feeders under the element, from the host tree.
+    const int level = EnergyLevelOfNodeType(element_->GetNodeType());
+    TElementEnergies energies = ReadElementEnergies(connection_, level, element_->GetIdent(), period_);
+    if (isEmptyFloat(energies.Wa) && level != 6) {
+        // Else what the regime calculation of the LV lines below received in the period.
+        energies.Wa = RegimeEnergyBelow();
+        energies.WaSource = QStringLiteral("расчет режима линий 0,4 кВ элемента за период");
+    }
+    if (energies.isEmpty()) {
+        host::ShowInformation(QStringLiteral("Нет замеров и результатов расчета за выбранный период"));
+        return;
+    }
+    sample_->SetWa(isEmptyFloat(energies.Wa) ? -1 : energies.Wa);
+    sample_->SetWa_bus(isEmptyFloat(energies.Wa_bus) ? -1 : energies.Wa_bus);
+    ShowValues();
+    SetModified(true);
+    auto source = [](double value, const QString& what) {
+        return isEmptyFloat(value) ? QStringLiteral("нет данных") : what;
+    };
+    host::ShowInformation(
+        QStringLiteral("Трансформация в сеть: %1\nПолезный отпуск с шин: %2")
+            .arg(source(energies.Wa, energies.WaSource), source(energies.Wa_bus, energies.BusSource)));
+}
+
+double TLVNormativInputPage::RegimeEnergyBelow() const
+{
+    // The LV lines under the element, each once: a substation shown again under another feeder is not.
     QList<int> feeders;
     std::function<void(ToznListItemCommon*)> walk = [&](ToznListItemCommon* item) {
+        if (item->isLink())
+            return;
         if (item->GetNodeType() == NodeType::LVFiders)
             feeders.append(item->GetIdent());
         for (int i = 0; i < item->GetCount(); ++i)
-            walk(item->GetItems(i)->Target());
+            walk(item->GetItems(i));
     };
     walk(element_);
     double sum = EmptyFloat();
@@ -503,11 +531,5 @@ void TLVNormativInputPage::FillCalculatedWa()
                 sum = AC_SumFloat(sum, q->Float(QStringLiteral("Wa")));
         }
     });
-    if (isEmptyFloat(sum)) {
-        host::ShowInformation(QStringLiteral("Нет результатов расчета за выбранный период"));
-        return;
-    }
-    sample_->SetWa(sum);
-    ShowValues();
-    SetModified(true);
+    return sum;
 }

@@ -52,7 +52,9 @@ public:
     bool Delete();
     // Asks whether to save unsaved changes; false when the user cancels (the caller then stays).
     bool AllowLeave();
-    // Fills the energy from the stored regime results of the LV feeders under the element.
+    // Fills the energy into the network and from the busbars from the element's measurements and calculations
+    // of the period (ReadElementEnergies), else from the regime results of the LV lines below it, and tells the
+    // user which source gave each.
     void FillCalculatedWa();
 
     // The editors and results by their names, for the form's bindings.
@@ -61,6 +63,7 @@ public:
 
 private:
     friend class TLVNormativSample;
+    double RegimeEnergyBelow() const;
     QLineEdit* AddEditor(class QFormLayout* form, const QString& name, const QString& caption, bool readOnly = false);
     QGroupBox* AddLengthGroup(const QString& caption, int group);
     void Edited(QLineEdit* editor);

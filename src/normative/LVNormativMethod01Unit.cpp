@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "host/Database.h"
+#include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "normative/LVNormativInputPage.h"
@@ -23,12 +24,19 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     auto* layout = new QVBoxLayout(this);
     auto* toolbar = new QHBoxLayout;
     toolbar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
-    periods_ = new QComboBox(this);
+    periods_ = new TSamplesTreeBox(this);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
-    periods_->setMinimumWidth(180);
-    for (const TSamplePeriodInfo& info : database->GetSamplePeriods()->Items())
-        periods_->addItem(info.Name, info.Ident);
+    const std::vector<TSamplePeriodInfo>& periods = database->GetSamplePeriods()->Items();
+    periods_->Fill(periods);
+    periods_->SetCurrentIdent(DefaultPeriod(periods, PeriodsWithResults(*database->GetDefaultConnection())));
     toolbar->addWidget(periods_);
+    toolbar->addSpacing(16);
+    toolbar->addWidget(new QLabel(QStringLiteral("Суммирование"), this));
+    summing_ = new QComboBox(this);
+    summing_->setObjectName(QStringLiteral("ComboSumMode"));
+    summing_->addItem(QStringLiteral("Результаты за период"), static_cast<int>(SumMode::Period));
+    summing_->addItem(QStringLiteral("Сумма по месяцам периода"), static_cast<int>(SumMode::Months));
+    toolbar->addWidget(summing_);
     toolbar->addStretch();
     layout->addLayout(toolbar);
 
@@ -61,20 +69,21 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
                 input_->Load(SelectedItem(), Period());
                 emit SelectionChanged();
             });
-    connect(periods_, &QComboBox::currentIndexChanged, this, [this] {
+    connect(periods_, &TSamplesTreeBox::CurrentIdentChanged, this, [this](int ident) {
         if (restoring_)
             return;
         if (!input_->AllowLeave()) {
             restoring_ = true;
-            periods_->setCurrentIndex(periods_->findData(shownPeriod_));
+            periods_->SetCurrentIdent(shownPeriod_);
             restoring_ = false;
             return;
         }
-        shownPeriod_ = periods_->currentData().toInt();
+        shownPeriod_ = ident;
         input_->Load(SelectedItem(), Period());
         emit SelectionChanged();
     });
-    shownPeriod_ = periods_->currentData().toInt();
+    connect(summing_, &QComboBox::currentIndexChanged, this, [this] { emit SelectionChanged(); });
+    shownPeriod_ = periods_->CurrentIdent();
 }
 
 void TLVNormativMethodForm1::reject()
@@ -98,6 +107,26 @@ ToznListItemCommon* TLVNormativMethodForm1::SelectedItem() const
 TSamplePeriodInfo TLVNormativMethodForm1::Period() const
 {
     const TSamplePeriodInfo* info =
-        database_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(periods_->currentData().toInt());
+        database_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(periods_->CurrentIdent());
     return info ? *info : TSamplePeriodInfo();
+}
+
+bool TLVNormativMethodForm1::SetPeriod(int ident) { return periods_->SetCurrentIdent(ident); }
+
+TLVNormativMethodForm1::SumMode TLVNormativMethodForm1::Summing() const
+{
+    return static_cast<SumMode>(summing_->currentData().toInt());
+}
+
+void TLVNormativMethodForm1::SetSumming(SumMode mode)
+{
+    summing_->setCurrentIndex(summing_->findData(static_cast<int>(mode)));
+}
+
+TSummaryScope TLVNormativMethodForm1::SummaryScope() const
+{
+    TSummaryScope scope;
+    if (Summing() == SumMode::Months)
+        scope.Periods = MonthsOf(Period(), database_->GetSamplePeriods()->Items());
+    return scope;
 }

@@ -2,10 +2,12 @@
 #include <QDialog>
 
 #include "host/SamplePeriods.h"
+#include "normative/LVNormativReports.h"
 
 class TfdbDatabase;
 class ToznListItemCommon;
 class QComboBox;
+class TSamplesTreeBox;
 class QTabWidget;
 class QTreeView;
 class TLVNormativInputPage;
@@ -24,8 +26,12 @@ public:
         return form;
     }
 
-    // Editing mode: inputs and the batch calculation are offered.
-    void SetFullRun(bool fullRun) { fullRun_ = fullRun; }
+    // Editing mode: inputs, the batch calculation and the rewriting of data are offered.
+    void SetFullRun(bool fullRun)
+    {
+        fullRun_ = fullRun;
+        FullRunChanged();
+    }
     bool FullRun() const { return fullRun_; }
     // Hides or shows the input page ("Расчет потерь").
     void SetInputPageVisible(bool visible);
@@ -36,9 +42,18 @@ public:
     ToznListItemCommon* SelectedItem() const;
     // The chosen calculation period; empty when none is chosen.
     TSamplePeriodInfo Period() const;
+    bool SetPeriod(int ident);
+    // How the report and the summary sum the stored results: those of the period, or each element's over
+    // the months of the period.
+    enum class SumMode { Period, Months };
+    SumMode Summing() const;
+    void SetSumming(SumMode mode);
+    TSummaryScope SummaryScope() const;
     TLVNormativInputPage* InputPage() const { return input_; }
     // Completes the form once it is built (each layer adds its own part).
     virtual void Created() {}
+    // Shows or hides what only editing offers.
+    virtual void FullRunChanged() {}
     // Closing asks about unsaved inputs in editing mode.
     void reject() override;
 
@@ -52,7 +67,8 @@ private:
     TfdbDatabase* database_;
     QTabWidget* pages_;
     QTreeView* tree_;
-    QComboBox* periods_;
+    TSamplesTreeBox* periods_;
+    QComboBox* summing_;
     TLVNormativInputPage* input_;
     int shownPeriod_ = 0;
     bool restoring_ = false;

@@ -70,8 +70,9 @@ void TLVNormativMethodForm3::RefreshReport() { report_->setHtml(ReportHtml()); }
 QString TLVNormativMethodForm3::ReportHtml() const
 {
     ToznListItemCommon* item = SelectedItem();
-    return item && !Period().isEmpty() ? NormativeReportHtml(*Database()->GetDefaultConnection(), item, Period())
-                                       : QString();
+    return item && !Period().isEmpty()
+               ? NormativeReportHtml(*Database()->GetDefaultConnection(), item, Period(), SummaryScope())
+               : QString();
 }
 
 QString TLVNormativMethodForm3::SaveReport(const QString& folder) const

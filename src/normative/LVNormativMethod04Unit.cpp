@@ -13,6 +13,7 @@
 #include "host/Dialogs.h"
 #include "host/InitOZN.h"
 #include "host/Tree.h"
+#include "normative/LVNormativInputPage.h"
 #include "normative/LVNormativMethodDBUnit.h"
 #include "normative/LVNormativReports.h"
 
@@ -57,13 +58,13 @@ void TLVNormativMethodForm4::Created()
     detailed_->setObjectName(QStringLiteral("rbDetailed"));
     auto* legend = new QPushButton(QStringLiteral("Легенда цветов"), page);
     legend->setObjectName(QStringLiteral("btnLegend"));
-    auto* rewrite = new QPushButton(QStringLiteral("Переписать данные"), page);
-    rewrite->setObjectName(QStringLiteral("btnRewrite"));
+    rewrite_ = new QPushButton(QStringLiteral("Переписать данные"), page);
+    rewrite_->setObjectName(QStringLiteral("btnRewrite"));
     bar->addWidget(general);
     bar->addWidget(detailed_);
     bar->addStretch();
     bar->addWidget(legend);
-    bar->addWidget(rewrite);
+    bar->addWidget(rewrite_);
     layout->addLayout(bar);
     summary_ = new QTextBrowser(page);
     summary_->setObjectName(QStringLiteral("SummaryView"));
@@ -71,8 +72,8 @@ void TLVNormativMethodForm4::Created()
     Pages()->addTab(page, QStringLiteral("Сводные результаты"));
     connect(detailed_, &QRadioButton::toggled, this, &TLVNormativMethodForm4::RefreshSummary);
     connect(legend, &QPushButton::clicked, this, &TLVNormativMethodForm4::EditLegend);
-    connect(rewrite, &QPushButton::clicked, this, &TLVNormativMethodForm4::RewriteData);
-    rewrite->setVisible(FullRun());
+    connect(rewrite_, &QPushButton::clicked, this, &TLVNormativMethodForm4::RewriteData);
+    FullRunChanged();
     auto shown = [this, page] { return Pages()->currentWidget() == page; };
     connect(this, &TLVNormativMethodForm1::SelectionChanged, this, [this, shown] {
         if (shown())
@@ -84,6 +85,13 @@ void TLVNormativMethodForm4::Created()
     });
 }
 
+void TLVNormativMethodForm4::FullRunChanged()
+{
+    TLVNormativMethodForm3::FullRunChanged();
+    if (rewrite_)
+        rewrite_->setVisible(FullRun());
+}
+
 void TLVNormativMethodForm4::SetDetailed(bool detailed) { detailed_->setChecked(detailed); }
 
 QString TLVNormativMethodForm4::SummaryHtml() const
@@ -91,7 +99,7 @@ QString TLVNormativMethodForm4::SummaryHtml() const
     ToznListItemCommon* item = SelectedItem();
     if (!item || Period().isEmpty())
         return {};
-    const TNormativeSummary summary(*Database()->GetDefaultConnection(), item, Period());
+    const TNormativeSummary summary(*Database()->GetDefaultConnection(), item, Period(), SummaryScope());
     if (!summary.Root())
         return QStringLiteral("<p>Нет данных за %1</p>").arg(Period().Name.toHtmlEscaped());
     QString html = NormativeSummaryHtml(summary, detailed_->isChecked());
@@ -124,14 +132,23 @@ bool TLVNormativMethodForm4::RewriteData()
     const TSamplePeriodInfo period = Period();
     if (!item || period.isEmpty() || !FullRun())
         return false;
+    // Unsaved edits of the input page are settled first: the page shows the rewritten data afterwards.
+    if (!InputPage()->AllowLeave())
+        return false;
     if (host::dialogs().Message(QStringLiteral("Подтверждение"),
                                 QStringLiteral("Переписать данные по %1?").arg(item->GetText()), host::Icon::Question,
                                 host::Buttons::YesNo) != host::mrYes)
         return false;
     ToznFDConnection& connection = *Database()->GetDefaultConnection();
-    const TNormativeSummary summary(connection, item, period);
-    if (!summary.Root())
+    // The element takes the sum of what is stored below it, not its own former result.
+    TSummaryScope scope = SummaryScope();
+    scope.BelowOnly = true;
+    const TNormativeSummary summary(connection, item, period, scope);
+    if (!summary.Root()) {
+        host::ShowInformation(
+            QStringLiteral("Нет результатов расчета элементов %1 за %2").arg(item->GetText(), period.Name));
         return false;
+    }
     connection.StartTransaction(false);
     try {
         TLVNormativeStore store(connection);
@@ -139,7 +156,7 @@ bool TLVNormativMethodForm4::RewriteData()
         sample.Period = period;
         sample.Ident = item->GetIdent();
         store.Load(sample, item->GetIdent(), period);
-        summary.Root()->SetSample(sample);
+        summary.Root()->RewriteSample(sample);
         store.Save(sample, period.Ident);
         connection.Commit();
     } catch (const std::exception& e) {
@@ -147,6 +164,7 @@ bool TLVNormativMethodForm4::RewriteData()
         host::ShowWarning(QString::fromUtf8(e.what()));
         return false;
     }
+    InputPage()->Load(item, period);
     RefreshSummary();
     return true;
 }

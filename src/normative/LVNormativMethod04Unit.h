@@ -3,6 +3,7 @@
 
 #include "normative/LVNormativMethod03Unit.h"
 
+class QPushButton;
 class QRadioButton;
 class QTextBrowser;
 
@@ -13,6 +14,7 @@ class TLVNormativMethodForm4 : public TLVNormativMethodForm3 {
 public:
     using TLVNormativMethodForm3::TLVNormativMethodForm3;
     void Created() override;
+    void FullRunChanged() override;
     void RefreshSummary();
     QString SummaryHtml() const;
     void SetDetailed(bool detailed);
@@ -28,4 +30,5 @@ private:
     void EditLegend();
     QTextBrowser* summary_ = nullptr;
     QRadioButton* detailed_ = nullptr;
+    QPushButton* rewrite_ = nullptr;
 };

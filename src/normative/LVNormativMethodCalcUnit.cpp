@@ -9,7 +9,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSaveFile>
-#include <QSet>
 #include <QTableWidget>
 #include <QTextStream>
 #include <QVBoxLayout>
@@ -55,19 +54,17 @@ void TCalcThread::Post(std::function<void()> f)
     QMetaObject::invokeMethod(context_, std::move(f), Qt::QueuedConnection);
 }
 
-void TCalcThread::Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list, QSet<int>& seen)
+void TCalcThread::Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list)
 {
     if (isInterruptionRequested())
         return;
+    // Every item of the level is calculated where it stands: a substation shown again under another feeder
+    // (a link) is calculated and logged there too.
     if (item->GetNodeType() == target) {
-        ToznListItemCommon* element = item->Target();  // a substation shown twice is calculated once
-        if (!seen.contains(element->GetIdent())) {
-            seen.insert(element->GetIdent());
-            list.push_back(element);
-        }
+        list.push_back(item);
     } else if (item->GetNodeType() < target) {
         for (int i = 0; i < item->GetCount() && !isInterruptionRequested(); ++i)
-            Collect(item->GetItems(i), target, list, seen);
+            Collect(item->GetItems(i), target, list);
     }
 }
 
@@ -79,10 +76,8 @@ std::vector<ToznListItemCommon*> TCalcThread::BuildList()
     if (!start || target == 0)
         return list;
     start = start->Target();
-    if (target >= start->GetNodeType()) {
-        QSet<int> seen;
-        Collect(start, target, list, seen);
-    }
+    if (target >= start->GetNodeType())
+        Collect(start, target, list);
     return list;
 }
 
@@ -94,8 +89,7 @@ constexpr int kSaveAttempts = 3;
 class TElementSavepoint {
 public:
     explicit TElementSavepoint(ToznFDConnection& c)
-        : set_(Prepared(c, "savepoint \"Element\"")),
-          release_(Prepared(c, "release savepoint \"Element\" only")),
+        : set_(Prepared(c, "savepoint \"Element\"")), release_(Prepared(c, "release savepoint \"Element\" only")),
           undo_(Prepared(c, "rollback to savepoint \"Element\""))
     {
     }
@@ -189,15 +183,19 @@ void TCalcThread::run()
             for (ToznListItemCommon* item : list) {
                 if (isInterruptionRequested())
                     break;
-                const QString text = QStringLiteral("%1:%2").arg(item->GetIdent()).arg(item->GetText());
-                sample.Ident = item->GetIdent();
-                store.Load(sample, item->GetIdent(), period_);
+                const int ident = item->Target()->GetIdent();
+                QString text = QStringLiteral("%1:%2").arg(ident).arg(item->GetText());
+                if (item->isLink() && item->Parent())
+                    text += QStringLiteral(" (ссылка в %1)").arg(item->Parent()->GetText());
+                sample.Ident = ident;
+                store.Load(sample, ident, period_);
                 const auto outcome = sample.Classify();
                 QString message = TLVNormativSample0::OutcomeMessage(outcome);
                 if (outcome == TLVNormativSample0::Outcome::Saved) {
                     bool stopped = false;
-                    const QString failure = SaveElement(*connection, savepoint, store.SavesInputs(sample),
-                                                        [&] { store.Save(sample, period_.Ident); }, stopped);
+                    const QString failure = SaveElement(
+                        *connection, savepoint, store.SavesInputs(sample), [&] { store.Save(sample, period_.Ident); },
+                        stopped);
                     if (stopped)
                         break;
                     if (!failure.isEmpty())

@@ -48,7 +48,7 @@ protected:
 
 private:
     void Post(std::function<void()> f);
-    void Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list, QSet<int>& seen);
+    void Collect(ToznListItemCommon* item, int target, std::vector<ToznListItemCommon*>& list);
     QObject* context_;
     TCalcEvents events_;
     TfdbDatabase* database_;

@@ -81,7 +81,7 @@ void TLVNormativeStore::Apply(S& sample, int info, const Scheme& scheme, const S
     for (int l = 0; l < S::LengthCount; ++l)
         sample.SetLength(static_cast<S::Length>(l), orMissing(scheme.lengths[l]));
     loaded_ = &sample;
-    cleanChanges_ = sample.ChangeCount();
+    loadedScheme_ = SchemeOf(sample);
 }
 
 bool TLVNormativeStore::Load(S& sample, int guid, const TSamplePeriodInfo& period)
@@ -188,21 +188,29 @@ bool TLVNormativeStore::LoadFromMemory(S& sample, int guid)
     return false;
 }
 
+bool TLVNormativeStore::SameScheme(const Scheme& a, const Scheme& b)
+{
+    auto same = [](double x, double y) { return (isEmptyFloat(x) && isEmptyFloat(y)) || x == y; };
+    if (!same(a.cosFi, b.cosFi) || !same(a.unom, b.unom) || !same(a.f, b.f) || !same(a.nLines, b.nLines) ||
+        !same(a.dp, b.dp) || !same(a.kzap, b.kzap) || !same(a.dn, b.dn))
+        return false;
+    for (int l = 0; l < S::LengthCount; ++l)
+        if (!same(a.lengths[l], b.lengths[l]))
+            return false;
+    return true;
+}
+
 bool TLVNormativeStore::SavesInputs(const S& sample) const
 {
-    const bool edited = loaded_ != &sample || sample.ChangeCount() != cleanChanges_;
+    // The energies and hours are the result row's own; only a changed scheme is written.
+    const bool edited = loaded_ != &sample || !SameScheme(SchemeOf(sample), loadedScheme_);
     return sample.Info == 0 || edited;
 }
 
 void TLVNormativeStore::Save(S& sample, int sampleIdent)
 {
     if (SavesInputs(sample)) {
-        if (sample.Info == 0) {
-            TFDQuery& next = Prepared(nextIdent_, SharedSql::kNextLVFidersBIdent);
-            next.Open();
-            sample.Info = next.Value(0).toInt();
-            next.Close();
-        }
+        sample.Info = OwnSchemeKey(connection_, sample.Info, sampleIdent, sample.Ident);
         TFDQuery* q = &Prepared(saveScheme_, NormativeSql::kSaveScheme);
         q->ParamByName(QStringLiteral("Ident"), sample.Info);
         q->ParamByName(QStringLiteral("CosFi"), stored(sample.GetCosFi()));
@@ -230,7 +238,8 @@ void TLVNormativeStore::Save(S& sample, int sampleIdent)
     q->ParamByName(QStringLiteral("k038"), stored(sample.k038()));
     q->ParamByName(QStringLiteral("deltaWa"), stored(sample.deltaWa()));
     q->ExecSQL();
-    cleanChanges_ = sample.ChangeCount();
+    loaded_ = &sample;
+    loadedScheme_ = SchemeOf(sample);
 }
 
 void TLVNormativeStore::Delete(int guid, int sampleIdent)
@@ -240,6 +249,32 @@ void TLVNormativeStore::Delete(int guid, int sampleIdent)
     q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("GUID"), guid);
     q->ExecSQL();
     stored_.remove(guid);
+}
+
+int TLVNormativeStore::OwnSchemeKey(ToznFDConnection& connection, int info, int sampleIdent, int guid)
+{
+    auto q = connection.NewQuery();
+    if (info != 0) {
+        q->SetSQLText(QString::fromUtf8(NormativeSql::kSchemeSharedElsewhere));
+        q->ParamByName(QStringLiteral("Info"), info);
+        q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("GUID"), guid);
+        q->Open();
+        const bool shared = !q->Eof();
+        q->Close();
+        if (!shared)
+            return info;
+    }
+    q->SetSQLText(QString::fromUtf8(SharedSql::kNextLVFidersBIdent));
+    q->Open();
+    const int key = q->Value(0).toInt();
+    q->Close();
+    if (info != 0)
+        for (const char* copy : {NormativeSql::kCopyScheme, NormativeSql::kCopySections}) {
+            q->SetSQLText(QString::fromUtf8(copy));
+            q->ParamByName(QStringLiteral("NewInfo"), key).ParamByName(QStringLiteral("Info"), info);
+            q->ExecSQL();
+        }
+    return key;
 }
 
 void TLVNormativeStore::LoadSections(int info, TAverageCrossSectionCommon& sections)

@@ -22,12 +22,19 @@ public:
     bool Load(TLVNormativSample0& sample, int guid, const TSamplePeriodInfo& period);
     // Reads every stored row of a period at once; later loads of that period come from memory.
     void Preload(const TSamplePeriodInfo& period);
-    // Stores the inputs (a new scheme key when the element has none, unless nothing changed since
-    // loading) and the results of the period.
+    // Stores the results of the period and, when the element has no scheme yet or its scheme was changed
+    // since loading, its inputs: under a key of its own (OwnSchemeKey), so that a scheme taken over from
+    // another interval is copied rather than changed.
     void Save(TLVNormativSample0& sample, int sampleIdent);
     // Whether Save writes the inputs as well as the results, i.e. more than one statement.
     bool SavesInputs(const TLVNormativSample0& sample) const;
     void Delete(int guid, int sampleIdent);
+
+    // The scheme key under which an element writes its inputs of an interval: the one it has when no other
+    // stored result refers to it; otherwise a new key with a copy of the scheme's cross-section table, so that
+    // the other intervals keep the inputs their results were calculated from (the caller then writes its inputs
+    // over the copy). A new key for 0.
+    static int OwnSchemeKey(ToznFDConnection& connection, int info, int sampleIdent, int guid);
 
     void LoadSections(int info, TAverageCrossSectionCommon& sections);
     void SaveSections(int info, const TAverageCrossSectionCommon& sections);
@@ -47,6 +54,7 @@ private:
     };
     static Scheme ReadScheme(const TFDQuery& q);
     static Scheme SchemeOf(const TLVNormativSample0& sample);
+    static bool SameScheme(const Scheme& a, const Scheme& b);
     void Apply(TLVNormativSample0& sample, int info, const Scheme& scheme, const Stored* stored);
     bool LoadFromMemory(TLVNormativSample0& sample, int guid);
 
@@ -54,11 +62,12 @@ private:
     TFDQuery& Prepared(std::unique_ptr<TFDQuery>& query, const char* sql);
 
     ToznFDConnection& connection_;
-    std::unique_ptr<TFDQuery> nextIdent_, saveScheme_, saveResult_;
+    std::unique_ptr<TFDQuery> saveScheme_, saveResult_;
     int preloaded_ = 0;  // the period held in memory
     QHash<int, StoredWithScheme> stored_;
     QHash<int, int> nearest_;  // element -> scheme of the nearest period
     QHash<int, Scheme> schemes_;
-    int cleanChanges_ = -1;  // the sample's change count right after loading
+    // The sample last loaded or saved and its scheme then: Save writes the scheme only when it changed.
     const TLVNormativSample0* loaded_ = nullptr;
+    Scheme loadedScheme_{};
 };

@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <functional>
 
 #include "host/Connection.h"
@@ -56,29 +57,81 @@ QString NormativeLevelName(int nodeType)
     }
 }
 
+QList<int> PeriodsWithResults(ToznFDConnection& connection)
+{
+    return GuardedRead(connection, [&] {
+        QList<int> periods;
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(NormativeSql::kPeriodsWithResults));
+        for (q->Open(); !q->Eof(); q->Next())
+            periods << q->Int(QStringLiteral("SampleIdent"));
+        return periods;
+    });
+}
+
+std::vector<TSamplePeriodInfo> MonthsOf(const TSamplePeriodInfo& period, const std::vector<TSamplePeriodInfo>& all)
+{
+    std::vector<TSamplePeriodInfo> months;
+    for (const TSamplePeriodInfo& p : all)
+        if (p.Period == 4 && p.SampleDate1 >= period.SampleDate1 && p.SampleDate2 <= period.SampleDate2)
+            months.push_back(p);
+    std::sort(months.begin(), months.end(),
+              [](const TSamplePeriodInfo& a, const TSamplePeriodInfo& b) { return a.SampleDate1 < b.SampleDate1; });
+    return months;
+}
+
 TNormativeSummary::TNormativeSummary(ToznFDConnection& connection, ToznListItemCommon* item,
-                                     const TSamplePeriodInfo& period)
+                                     const TSamplePeriodInfo& period, const TSummaryScope& scope)
 {
     if (!item || period.isEmpty())
         return;
+    const bool overPeriods = !scope.Periods.empty();
+    const std::vector<TSamplePeriodInfo> periods = overPeriods ? scope.Periods : std::vector{period};
     QHash<const TLVBResultsCommon*, int> types;
+    QSet<const TLVBResultsCommon*> elements;  // the elements' nodes and those of their periods
     GuardedRead(connection, [&] {
-        QSet<int> stored;
+        // The elements stored in each period, read with their schemes at once.
+        std::vector<QSet<int>> stored(periods.size());
+        std::vector<std::unique_ptr<TLVNormativeStore>> stores;
+        QSet<int> anyStored;
         auto q = connection.NewQuery();
         q->SetSQLText(QString::fromUtf8(NormativeSql::kStoredElements));
-        q->ParamByName(QStringLiteral("SampleIdent"), period.Ident);
-        for (q->Open(); !q->Eof(); q->Next())
-            stored.insert(q->Int(QStringLiteral("GUID")));
-        TLVNormativeStore store(connection);
-        store.Preload(period);
-        auto element = [&](ToznListItemCommon* i) {
+        for (size_t p = 0; p < periods.size(); ++p) {
+            q->ParamByName(QStringLiteral("SampleIdent"), periods[p].Ident);
+            for (q->Open(); !q->Eof(); q->Next())
+                stored[p].insert(q->Int(QStringLiteral("GUID")));
+            anyStored.unite(stored[p]);
+            stores.push_back(std::make_unique<TLVNormativeStore>(connection));
+            if (!stored[p].isEmpty())
+                stores.back()->Preload(periods[p]);
+        }
+        auto result = [&](ToznListItemCommon* i, size_t p, const QString& name) {
             TLVNormativSample0 sample;
-            sample.Period = period;
+            sample.Period = periods[p];
             sample.Ident = i->GetIdent();
-            store.Load(sample, i->GetIdent(), period);
+            stores[p]->Load(sample, i->GetIdent(), periods[p]);
+            return std::make_unique<TLVBResultsCommon>(name, sample);
+        };
+        auto element = [&](ToznListItemCommon* i) {
             ++elements_;
-            auto node = std::make_unique<TLVBResultsCommon>(i->GetText(), sample);
+            std::unique_ptr<TLVBResultsCommon> node;
+            if (!overPeriods) {
+                node = result(i, 0, i->GetText());
+            } else {
+                // The element over the periods: the results flagged, so that hours add up and lines do not.
+                node = std::make_unique<TLVBResultsCommon>(i->GetText());
+                for (size_t p = 0; p < periods.size(); ++p) {
+                    if (!stored[p].contains(i->GetIdent()))
+                        continue;
+                    auto month = result(i, p, periods[p].Name);
+                    month->SetFlag(true);
+                    elements.insert(month.get());
+                    node->Lengths = month->Lengths;
+                    node->AddChild(std::move(month));
+                }
+            }
             types.insert(node.get(), i->GetNodeType());
+            elements.insert(node.get());
             return node;
         };
         // A substation shown again under another feeder is counted where it belongs only.
@@ -86,7 +139,7 @@ TNormativeSummary::TNormativeSummary(ToznFDConnection& connection, ToznListItemC
                                                                                  TLVBResultsCommon& parent) {
             if (i->isLink())
                 return;
-            if (stored.contains(i->GetIdent())) {
+            if (anyStored.contains(i->GetIdent())) {
                 parent.AddChild(element(i));
                 return;
             }
@@ -104,7 +157,7 @@ TNormativeSummary::TNormativeSummary(ToznFDConnection& connection, ToznListItemC
             }
         };
         ToznListItemCommon* target = item->Target();
-        if (stored.contains(target->GetIdent())) {
+        if (anyStored.contains(target->GetIdent()) && !scope.BelowOnly) {
             root_ = element(target);
         } else {
             root_ = std::make_unique<TLVBResultsCommon>(target->GetText());
@@ -120,7 +173,7 @@ TNormativeSummary::TNormativeSummary(ToznFDConnection& connection, ToznListItemC
     root_->CalcSums();
     std::function<void(const TLVBResultsCommon&, int)> list = [&](const TLVBResultsCommon& n, int depth) {
         const int type = types.value(&n);
-        rows_.push_back({depth, NormativeLevelName(type), type, &n});
+        rows_.push_back({depth, NormativeLevelName(type), type, &n, elements.contains(&n)});
         for (int c = 0; c < n.ChildCount(); ++c)
             list(*n.Child(c), depth + 1);
     };
@@ -129,11 +182,12 @@ TNormativeSummary::TNormativeSummary(ToznFDConnection& connection, ToznListItemC
 
 TNormativeSummary::~TNormativeSummary() = default;
 
-QString NormativeReportHtml(ToznFDConnection& connection, ToznListItemCommon* item, const TSamplePeriodInfo& period)
+QString NormativeReportHtml(ToznFDConnection& connection, ToznListItemCommon* item, const TSamplePeriodInfo& period,
+                            const TSummaryScope& scope)
 {
     if (!item)
         return {};
-    TNormativeSummary summary(connection, item, period);
+    TNormativeSummary summary(connection, item, period, scope);
     const TLVBResultsCommon* r = summary.Root();
     // The owners of the item by their level.
     QHash<int, QString> owners;
@@ -216,9 +270,9 @@ QString NormativeSummaryHtml(const TNormativeSummary& summary, bool detailed)
     for (const TNormativeSummaryRow& r : summary.Rows()) {
         const TLVBResultsCommon& n = *r.Node;
         // The general view leaves out the elements themselves; the detailed one shows them too.
-        if (!detailed && n.ChildCount() == 0 && r.Depth > 0)
+        if (!detailed && r.Element && r.Depth > 0)
             continue;
-        const QString cls = n.ChildCount() > 0 ? QStringLiteral(" class='level%1'").arg(r.NodeType) : QString();
+        const QString cls = !r.Element ? QStringLiteral(" class='level%1'").arg(r.NodeType) : QString();
         rows << QStringLiteral("<tr%1><td>%2</td><td>%3%4</td><td align='right'>%5</td><td align='right'>%6</td>"
                                "<td align='right'>%7</td><td align='right'>%8</td><td align='right'>%9</td>"
                                "<td align='right'>%10</td></tr>")

@@ -1,5 +1,8 @@
 #include "normative/LVNormativSumObjectsUnit.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "host/NumericHelpers.h"
 #include "normative/LVNormativUnit.h"
 
@@ -67,6 +70,14 @@ TLVBResultsCommon::TLVBResultsCommon(const QString& name, TLVNormativSample0& e)
     Params[Kzap] = single(e.Getkzap());
     Params[Ku] = single(e.ku());
     Params[K038] = single(e.k038());
+    const double net = std::max(e.WaNet(), 0.0), lines = std::max(e.GetNLines(), 0);
+    for (int p = 0; p < ParamCount; ++p) {
+        const double v = Params[p].upper;
+        if (v < 0)
+            continue;
+        const double weight = p == F ? lines : net;
+        sums_[p] = {v * weight, weight, v, 1};
+    }
     for (int i = 0; i < TLVNormativSample0::LengthIndexCount; ++i)
         Lengths[i] = single(e.GetLengths(i));
     for (int m = 0; m < 3; ++m)
@@ -94,8 +105,13 @@ void TLVBResultsCommon::Add(const TLVBResultsCommon& c)
     Wa_bus = sumGiven(Wa_bus, c.Wa_bus);
     DeltaWa = sumGiven(DeltaWa, c.DeltaWa);
     Voltages |= c.Voltages;
-    for (int p = 0; p < ParamCount; ++p)
+    for (int p = 0; p < ParamCount; ++p) {
         widen(Params[p], c.Params[p]);
+        sums_[p].Weighted += c.sums_[p].Weighted;
+        sums_[p].Weight += c.sums_[p].Weight;
+        sums_[p].Plain += c.sums_[p].Plain;
+        sums_[p].Count += c.sums_[p].Count;
+    }
     if (c.flag_) {
         // The same element over several periods: hours add up, lines keep their range.
         if (T.upper == -1)
@@ -134,6 +150,42 @@ void TLVBResultsCommon::SetSample(TLVNormativSample0& target) const
     target.Setdn(singleOr(Params[Dn]));
     target.Setkzap(singleOr(Params[Kzap]));
     target.SetUnom(Voltages == Voltage220 ? 1 : 0);
+}
+
+double TLVBResultsCommon::Mean(Param p) const
+{
+    const TRange& r = Params[p];
+    if (r.isSingle())
+        return r.upper;
+    const TParamSums& s = sums_[p];
+    if (s.Weight > 0)
+        return s.Weighted / s.Weight;
+    return s.Count > 0 ? s.Plain / s.Count : -1;
+}
+
+void TLVBResultsCommon::RewriteSample(TLVNormativSample0& target) const
+{
+    using S = TLVNormativSample0;
+    const int hours = target.GetT(), voltage = target.GetUnom();
+    SetSample(target);
+    if (!T.isSingle())
+        target.SetT(hours);
+    if (Voltages == (Voltage400 | Voltage220) || Voltages == 0)
+        target.SetUnom(voltage);
+    if (!NLines.isSingle())
+        target.SetNLines(static_cast<int>(NLines.upper));
+    target.SetCosFi(Mean(CosFi));
+    target.SetF(Mean(F));
+    target.Setdp(Mean(Dp));
+    target.Setdn(Mean(Dn));
+    target.Setkzap(Mean(Kzap));
+    // Where each input stands among the indexes of the lengths.
+    static constexpr std::pair<S::Length, int> inputs[S::LengthCount] = {
+        {S::Lma, 0},   {S::Lms, 1},   {S::Lmm, 2},   {S::L23a, 4},   {S::L23ia, 5},
+        {S::L23s, 7},  {S::L23is, 8}, {S::L23m, 10}, {S::L23im, 11}, {S::L1a, 16},
+        {S::L1ia, 17}, {S::L1s, 19},  {S::L1is, 20}, {S::L1m, 22},   {S::L1im, 23}};
+    for (const auto& [input, index] : inputs)
+        target.SetLength(input, Lengths[index].upper >= 0 ? Lengths[index].upper : -1);
 }
 
 QString TLVBResultsCommon::VoltageText() const

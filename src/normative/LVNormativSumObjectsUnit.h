@@ -52,6 +52,14 @@ public:
     void CalcSums();
     // Shows the aggregate in a calculation object: single-valued ranges only, energies when positive.
     void SetSample(TLVNormativSample0& target) const;
+    // Makes the aggregate the inputs of one element: the energies, the summed lines and the fifteen summed
+    // lengths (so its equivalent lengths are the aggregate's), each parameter its single value or, where the
+    // children differ, its mean (Mean). Hours and voltage that differ keep the element's own.
+    void RewriteSample(TLVNormativSample0& target) const;
+    // The mean of a parameter over the elements summed: cos φ and the shares weighted by each element's net
+    // supply, the head cross-section by its lines; the plain mean where no weight is known; -1 when none is
+    // given. A single value is itself.
+    double Mean(Param p) const;
     QString VoltageText() const;
 
     double Wa = -1, Wa_bus = -1, DeltaWa = -1;
@@ -61,6 +69,12 @@ public:
     TLengthValues Lengths;
 
 private:
+    // Sums behind Mean: value·weight and weight, and the plain sum and count of the values given.
+    struct TParamSums {
+        double Weighted = 0, Weight = 0, Plain = 0;
+        int Count = 0;
+    };
+    std::array<TParamSums, ParamCount> sums_{};
     void Add(const TLVBResultsCommon& child);
     QString name_;
     bool flag_ = false;

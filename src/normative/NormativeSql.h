@@ -35,6 +35,17 @@ inline constexpr const char* kScheme =
 inline constexpr const char* kAllSchemes = R"(select f."Ident", )" OZN3_LVFIDERSB_COLUMNS R"( from "LVFidersB" f)";
 inline constexpr const char* kSaveScheme =
     R"(update or insert into "LVFidersB" ("Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms", "Lmm", "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im") values (:Ident, :CosFi, :Unom, :F, :NLines, :dp, :kzap, :dn, :Lma, :Lms, :Lmm, :L23a, :L23s, :L23m, :L23ia, :L23is, :L23im, :L1a, :L1s, :L1m, :L1ia, :L1is, :L1im) matching ("Ident"))";
+// Whether a scheme belongs to a stored result other than the element's of the interval.
+inline constexpr const char* kSchemeSharedElsewhere =
+    R"(select first 1 1 from "LVWResultsB" where "Info"=:Info and ("SampleIdent"<>:SampleIdent or GUID<>:GUID))";
+inline constexpr const char* kCopyScheme =
+    R"(insert into "LVFidersB" ("Ident", "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms", "Lmm",
+    "L23a", "L23s", "L23m", "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im")
+    select :NewInfo, "CosFi", "Unom", "F", "NLines", "dp", "kzap", "dn", "Lma", "Lms", "Lmm", "L23a", "L23s", "L23m",
+    "L23ia", "L23is", "L23im", "L1a", "L1s", "L1m", "L1ia", "L1is", "L1im" from "LVFidersB" where "Ident"=:Info)";
+inline constexpr const char* kCopySections =
+    R"(insert into "LVFidersBSections" ("Info", "Idx", "LenVL", "LenKL") select :NewInfo, "Idx", "LenVL", "LenKL"
+    from "LVFidersBSections" where "Info"=:Info)";
 inline constexpr const char* kSections =
     R"(select "Idx", "LenVL", "LenKL" from "LVFidersBSections" where "Info"=:Info)";
 inline constexpr const char* kDeleteSections = R"(delete from "LVFidersBSections" where "Info"=:Info)";
@@ -48,6 +59,8 @@ inline constexpr const char* kCalculatedTransformation =
     R"(select sum(wa."Wa_gen") as "Wa" from "LVWResultsAdd" wa join "LVResults" mv on mv."Ident"=wa."Ident"
     where mv.guid=:GUID and mv."SampleIdent"=:SampleIdent and coalesce(mv."CalcType", 0)=0)";
 
+// The intervals with any stored normative result.
+inline constexpr const char* kPeriodsWithResults = R"(select distinct "SampleIdent" from "LVWResultsB")";
 // The elements with a stored normative result for a sample.
 inline constexpr const char* kStoredElements = R"(select guid from "LVWResultsB" where "SampleIdent"=:SampleIdent)";
 // The transformer of a substation as the reports name it: type and rated power.

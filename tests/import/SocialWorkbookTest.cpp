@@ -68,6 +68,30 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
                               .arg(years_[1].Ident)),
               info);
     EXPECT_EQ(next.Flags & TDataAnaliz::HasLoss, TDataAnaliz::HasLoss);
+    // A changed scheme shared with the earlier year is written under a key of its own; the earlier year keeps
+    // the inputs its result was calculated from.
+    const double dpBefore = d.dp;
+    next.dp = dpBefore / 2;
+    c_->StartTransaction(false);
+    next.SaveRecord(*c_, tp_, years_[1].Ident);
+    c_->Commit();
+    EXPECT_NE(next.Info, info);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(tp_)
+                              .arg(years_[1].Ident)),
+              next.Info);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1").arg(info)),
+                     dpBefore);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1").arg(next.Info)),
+                     dpBefore / 2);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
+                              .arg(tp_)
+                              .arg(years_[0].Ident)),
+              info);
+    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3")
+                  .arg(info)
+                  .arg(tp_)
+                  .arg(years_[1].Ident));
 
     // Earlier and later stored periods: the earlier one wins.
     Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3")

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QToolButton>
 #include <QTreeView>
+#include <tuple>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -33,8 +34,7 @@ protected:
                 year_ = p;
         form_.reset(TLVNormativMethodForm1::CreateForm<TLVNormativMethodForm4>(nullptr, db_.get()));
         form_->SetFullRun(true);
-        auto* periods = form_->findChild<QComboBox*>("ComboSamplesDates");
-        periods->setCurrentIndex(periods->findData(year_.Ident));
+        EXPECT_TRUE(form_->SetPeriod(year_.Ident));
         page_ = form_->InputPage();
     }
     void Select(int guid)
@@ -132,20 +132,65 @@ TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
               0);
 }
 
-TEST_F(Input, EnergyFromTheRegimeResultsAndViewOnlyClosing)
+TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
 {
     const int tp = static_cast<int>(Scalar(*c_, "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join "
                                                 "\"LVResults\" mv on mv.guid=lf.guid order by 1"));
+    auto period = [&](const QString& name) {
+        for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
+            if (p.Name == name)
+                return p.Ident;
+        ADD_FAILURE() << name.toStdString();
+        return 0;
+    };
+    auto fill = [&] {
+        page_->findChild<QToolButton*>("btnCalcWa")->click();
+        return dialogs_.Texts().value(dialogs_.Texts().size() - 1);
+    };
+    // No measurement and no medium-voltage result of the substation: what its LV lines received in the regime
+    // calculation of the year.
+    for (const char* table : {"WResultsN", "WLoads", "LVWTPInfo"})
+        Exec(*c_, QStringLiteral("delete from \"%1\" where guid=%2").arg(table).arg(tp));
     Select(tp);
-    page_->findChild<QToolButton*>("btnCalcWa")->click();
+    QString told = fill();
     const double received = Scalar(*c_, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
                                                        "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join "
                                                        "\"LVFiders\" lf on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 "
                                                        "and mv.\"SampleIdent\"=%2")
                                             .arg(tp)
                                             .arg(year_.Ident));
+    ASSERT_GT(received, 0);
     EXPECT_NEAR(page_->Sample().GetWa(), received, 1e-9);
+    EXPECT_LT(page_->Sample().GetWa_bus(), 0);
+    EXPECT_EQ(told, "Трансформация в сеть: расчет режима линий 0,4 кВ элемента за период\n"
+                    "Полезный отпуск с шин: нет данных");
     EXPECT_TRUE(page_->Modified());
+
+    // The substation's own W measurements come first: the months inside the year before the year's own row;
+    // the busbar supply from its 0.4 kV measurements, where only ordinary rows count.
+    const int january = period("Январь 2023"), february = period("Февраль 2023");
+    for (auto [ident, wa] : {std::pair{year_.Ident, 500.0}, {january, 40.0}, {february, 60.5}})
+        Exec(*c_, QStringLiteral("insert into \"WLoads\" (\"SampleIdent\", guid, \"SampleType\", \"Wa\") "
+                                 "values (%1, %2, 0, %3)")
+                      .arg(ident)
+                      .arg(tp)
+                      .arg(wa));
+    for (auto [ident, type, bus] : {std::tuple{year_.Ident, 0, 12.5}, {january, 1, 99.0}})
+        Exec(*c_, QStringLiteral("insert into \"LVWTPInfo\" (\"SampleIdent\", guid, \"TypeCalc\", \"Wa_bus\") "
+                                 "values (%1, %2, %3, %4)")
+                      .arg(ident)
+                      .arg(tp)
+                      .arg(type)
+                      .arg(bus));
+    told = fill();
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 100.5);
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa_bus(), 12.5);
+    EXPECT_EQ(told, "Трансформация в сеть: замеры W ТП, сумма за месяцы периода\n"
+                    "Полезный отпуск с шин: замеры на шинах 0,4 кВ ТП за период");
+    Exec(*c_, QStringLiteral("delete from \"WLoads\" where guid=%1 and \"SampleIdent\"<>%2").arg(tp).arg(year_.Ident));
+    told = fill();
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 500);
+    EXPECT_TRUE(told.startsWith("Трансформация в сеть: замеры W ТП за период\n")) << told.toStdString();
 
     // Without editing rights nothing is asked on closing.
     form_->SetFullRun(false);

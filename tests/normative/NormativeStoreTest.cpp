@@ -147,3 +147,66 @@ TEST_F(Store, CrossSectionRowsKeptWithTheScheme)
     Exec(*c_, "delete from \"LVFidersB\" where \"Ident\"=10");
     EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersBSections\""), 0);
 }
+
+TEST_F(Store, ChangingASchemeOfAnotherYearCopiesItAndLeavesThatYearIntact)
+{
+    TLVNormativeStore store(*c_);
+    TAverageCrossSection sections;
+    sections.SetItem(4, {300, 0});
+    store.SaveSections(10, sections);
+    auto lma = [&](int info) {
+        return Scalar(*c_, QStringLiteral("select \"Lma\" from \"LVFidersB\" where \"Ident\"=%1").arg(info));
+    };
+    auto infoOf = [&](int year) {
+        return static_cast<int>(
+            Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where GUID=500 and \"SampleIdent\"=%1")
+                            .arg(year - 2021)));
+    };
+
+    // 2023 opens with the scheme of 2022; its main line is changed and saved.
+    S s;
+    s.Ident = 500;
+    ASSERT_TRUE(store.Load(s, 500, Year(2023)));
+    ASSERT_EQ(s.Info, 10);
+    s.SetWa(250);
+    s.SetLength(S::Lma, 1.5);
+    store.Save(s, Year(2023).Ident);
+    EXPECT_EQ(s.Info, 101);  // a copy under a new key
+    EXPECT_EQ(infoOf(2023), 101);
+    EXPECT_DOUBLE_EQ(lma(101), 1.5);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, "select \"F\" from \"LVFidersB\" where \"Ident\"=101"), 50);
+    // 2022 keeps the inputs its result came from, and the copy has the cross-section table too.
+    EXPECT_EQ(infoOf(2022), 10);
+    EXPECT_DOUBLE_EQ(lma(10), 1.0);
+    TAverageCrossSection copied;
+    store.LoadSections(101, copied);
+    EXPECT_TRUE(copied.isEqual(sections));
+
+    // The scheme of 2023 is now its own: a further change is written in place.
+    S again;
+    again.Ident = 500;
+    ASSERT_TRUE(store.Load(again, 500, Year(2023)));
+    again.SetLength(S::Lma, 1.75);
+    store.Save(again, Year(2023).Ident);
+    EXPECT_EQ(again.Info, 101);
+    EXPECT_DOUBLE_EQ(lma(101), 1.75);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersB\""), 3);
+
+    // A row of 2024 saved with only its energy refers to the scheme of 2025 (nothing to copy)…
+    S energyOnly;
+    energyOnly.Ident = 500;
+    ASSERT_TRUE(store.Load(energyOnly, 500, Year(2024)));
+    ASSERT_EQ(energyOnly.Info, 101);  // the nearest earlier year, 2023
+    energyOnly.SetWa(260);
+    store.Save(energyOnly, Year(2024).Ident);
+    EXPECT_EQ(infoOf(2024), 101);
+    EXPECT_EQ(Scalar(*c_, "select count(*) from \"LVFidersB\""), 3);
+    // …and since 2023 and 2024 share it, changing it for 2023 copies it again.
+    ASSERT_TRUE(store.Load(again, 500, Year(2023)));
+    again.SetF(70);
+    store.Save(again, Year(2023).Ident);
+    EXPECT_EQ(infoOf(2023), 102);
+    EXPECT_EQ(infoOf(2024), 101);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, "select \"F\" from \"LVFidersB\" where \"Ident\"=101"), 50);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, "select \"F\" from \"LVFidersB\" where \"Ident\"=102"), 70);
+}
