@@ -248,9 +248,34 @@ TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
     TLVNormativMethodForm4::SetLegendColour(4, QColor(0x12, 0x34, 0x56));  // "Заголовок Фидер"
     EXPECT_TRUE(form_->SummaryHtml().contains("bgcolor='#123456'"));
 
-    // Rewriting the feeder's own data from the aggregate of its substations.
+    // Rewriting the feeder's own data from the aggregate of its substations, offered in editing mode only.
+    auto* rewrite = form_->findChild<QPushButton*>("btnRewrite");
+    EXPECT_FALSE(rewrite->isHidden());
     dialogs_.AnswerMessage(host::mrYes);
     ASSERT_TRUE(form_->RewriteData());
     EXPECT_EQ(dialogs_.Texts().last(), "Переписать данные по " + item->GetText() + "?");
-    EXPECT_NEAR(Stored("Wa", fider), summary.Root()->Wa, 1e-6);
+    auto rewritten = [&] {
+        EXPECT_NEAR(Stored("Wa", fider), Scalar(*c_, "select sum(b.\"Wa\") " + under), 1e-6);
+        EXPECT_NEAR(Stored("Wa_bus", fider), Scalar(*c_, "select sum(b.\"Wa_bus\") " + under), 1e-6);
+        // The equivalent length is the sum of the substations' stored ones, the lines and main lines summed.
+        EXPECT_NEAR(Stored("Lekv", fider), Scalar(*c_, "select sum(b.\"Lekv\") " + under), 1e-9);
+        const QString scheme = QStringLiteral("select f.\"%1\" from \"LVFidersB\" f join \"LVWResultsB\" r on "
+                                              "r.\"Info\"=f.\"Ident\" where r.guid=%2 and r.\"SampleIdent\"=%3");
+        const QString schemes =
+            "select sum(iif(f.\"%1\" > 0, f.\"%1\", 0)) from \"LVFidersB\" f join \"LVWResultsB\" b "
+            "on b.\"Info\"=f.\"Ident\" join \"Nodes\" nod on nod.guid=b.guid where nod.\"OwnerGUID\"=" +
+            QString::number(fider) + " and b.\"SampleIdent\"=" + QString::number(year_.Ident);
+        for (const char* column : {"NLines", "Lma", "L23a", "L23ia", "L1a", "L1ia"})
+            EXPECT_NEAR(Scalar(*c_, scheme.arg(column).arg(fider).arg(year_.Ident)), Scalar(*c_, schemes.arg(column)),
+                        1e-9)
+                << column;
+        EXPECT_GT(Stored("deltaWa", fider), 0);  // complete inputs: the loss is calculated
+    };
+    rewritten();
+    // Once more: the substations below are summed again, not the feeder's own result.
+    dialogs_.AnswerMessage(host::mrYes);
+    ASSERT_TRUE(form_->RewriteData());
+    rewritten();
+    form_->SetFullRun(false);
+    EXPECT_TRUE(rewrite->isHidden());
 }
