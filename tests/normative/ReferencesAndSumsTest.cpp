@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSet>
 #include <QTableWidget>
 
 #include "host/Dialogs.h"
@@ -141,6 +143,94 @@ TEST(KrazvReference, MarksNearbyValuesAndReturnsTheChoice)
     EXPECT_TRUE(TKrazvReference::Choose(nullptr, krazv));
     EXPECT_EQ(shown, QStringList({"0,72"}));
     EXPECT_DOUBLE_EQ(krazv, 0.85);
+}
+
+TEST(AverageCrossSection, EveryRowHasItsStandardCrossSection)
+{
+    const double table[TAverageCrossSectionCommon::RowCount] = {10, 16, 25, 35, 50, 70, 95, 120, 150, 185, 240};
+    for (int i = 0; i < TAverageCrossSectionCommon::RowCount; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(TAverageCrossSectionCommon::GetF(i), table[i]);
+        // A single row gives its own cross-section whatever the kind of line.
+        TAverageCrossSection one;
+        one.SetItem(i, {300, 0});
+        EXPECT_DOUBLE_EQ(one.AverageF(), table[i]);
+        one.SetItem(i, {0, 45});
+        EXPECT_DOUBLE_EQ(one.AverageF(), table[i]);
+    }
+    EXPECT_EQ(TAverageCrossSectionCommon::GetF(-1), -1);
+    EXPECT_EQ(TAverageCrossSectionCommon::GetF(TAverageCrossSectionCommon::RowCount), -1);
+
+    // Every row at once with weights 1 to 11 (1 m overhead and i m cable in row i):
+    // 10*1 + 16*2 + 25*3 + 35*4 + 50*5 + 70*6 + 95*7 + 120*8 + 150*9 + 185*10 + 240*11
+    //   = 10 + 32 + 75 + 140 + 250 + 420 + 665 + 960 + 1350 + 1850 + 2640 = 8392, over 66 m.
+    TAverageCrossSection all;
+    for (int i = 0; i < TAverageCrossSectionCommon::RowCount; ++i)
+        all.SetItem(i, {1, i});
+    EXPECT_NEAR(all.AverageF(), 8392.0 / 66, 1e-12);
+    EXPECT_EQ(all.TotalVL(), 11);
+    EXPECT_EQ(all.TotalKL(), 55);  // 0 + 1 + ... + 10
+
+    // Two rows: 35 mm² over 200 m and 185 mm² over 50 m give (7000 + 9250) / 250 = 65.
+    TAverageCrossSection two;
+    two.SetItem(3, {150, 50});
+    two.SetItem(9, {0, 50});
+    EXPECT_DOUBLE_EQ(two.AverageF(), 65);
+    // A row whose lengths add up to zero or less is left out.
+    two.SetItem(5, {20, -20});
+    EXPECT_DOUBLE_EQ(two.AverageF(), 65);
+    two.SetItem(5, {20, -30});
+    EXPECT_DOUBLE_EQ(two.AverageF(), 65);
+}
+
+TEST(KrazvReference, EveryValueSitsUnderItsSchemeAndColumn)
+{
+    TKrazvReference ref;
+    auto* grid = ref.findChild<QGridLayout*>();
+    ASSERT_NE(grid, nullptr);
+    const auto textAt = [&](int row, int column) {
+        QLayoutItem* item = grid->itemAtPosition(row, column);
+        auto* label = item ? qobject_cast<QLabel*>(item->widget()) : nullptr;
+        return label ? label->text() : QString();
+    };
+    struct Cell {
+        QString scheme, column;
+        double value;
+    };
+    const QString radial = "Радиальная", ray = "Лучевая", mixed = "Смешанная,\nРадиально-лучевая",
+                  unknown = "Значение при отсутствии данных о схеме";
+    const QList<Cell> table = {{radial, "1-4", 0.77}, {radial, "5-10", 0.72}, {radial, "11 и более", 0.68},
+                               {ray, "1-4", 0.93},    {ray, "5-10", 0.87},    {ray, "11 и более", 0.81},
+                               {mixed, "1-4", 0.85},  {mixed, "5-10", 0.78},  {mixed, "11 и более", 0.75},
+                               {unknown, "1-4", 0.80}};
+    ASSERT_EQ(ref.Buttons().size(), table.size());
+
+    QSet<QPushButton*> seen;
+    for (const Cell& cell : table) {
+        SCOPED_TRACE(QString("%1 / %2").arg(cell.scheme, cell.column).toStdString());
+        // Marking the value presses exactly one button, the one in the scheme's row and the column.
+        ref.MarkBotton(cell.value);
+        QPushButton* pressed = nullptr;
+        int count = 0;
+        for (QPushButton* b : ref.Buttons())
+            if (b->isChecked()) {
+                pressed = b;
+                ++count;
+            }
+        ASSERT_EQ(count, 1);
+        int row = -1, column = -1, rowSpan = 0, columnSpan = 0;
+        grid->getItemPosition(grid->indexOf(pressed), &row, &column, &rowSpan, &columnSpan);
+        EXPECT_EQ(textAt(row, 0), cell.scheme);
+        EXPECT_EQ(textAt(0, column), cell.column);
+        seen.insert(pressed);
+
+        // Pressing it gives the value back.
+        ref.MarkBotton(0);
+        pressed->click();
+        EXPECT_DOUBLE_EQ(ref.Value(), cell.value);
+        EXPECT_TRUE(pressed->isChecked());
+    }
+    EXPECT_EQ(seen.size(), table.size());
 }
 
 TEST(ResultTree, SumsChildrenDepthFirst)
