@@ -1,14 +1,15 @@
 // A department on one Firebird server: the tests start their own (127.0.0.1, a free port, a security
 // database of their own) and work on it as several users at once.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QSet>
 #include <QThread>
+#include <signal.h>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersUnit.h"
@@ -102,7 +103,8 @@ TEST_F(OnServer, TheServerListensOnLoopbackOnlyAndAsksForAPassword)
     for (const QString& line : QString::fromLatin1(tcp.readAll()).split('\n'))
         if (line.contains(port) && line.section(' ', 3, 3, QString::SectionSkipEmpty) == "0A") {
             ++listening;
-            EXPECT_TRUE(line.section(' ', 1, 1, QString::SectionSkipEmpty).startsWith("0100007F:")) << line.toStdString();
+            EXPECT_TRUE(line.section(' ', 1, 1, QString::SectionSkipEmpty).startsWith("0100007F:"))
+                << line.toStdString();
         }
     EXPECT_EQ(listening, 1);
 }
@@ -115,10 +117,11 @@ TEST_F(OnServer, InitDbThenGrantGivesASecondUserAWorkingRightsLimitedSession)
               "SYSDBA: роли нет; права 12 (загрузка замеров W), 13 (загрузка замеров Tmax), 14 (загрузка обобщенных "
               "данных)\n");
     // The owner creates the server's user together with the grant.
-    const Outcome granted =
-        Ozn3({"users", "grant", "ivanov", "--db", db, "--role", "reader", "--right", "12", "--password", "Pass-1"}, admin_);
+    const Outcome granted = Ozn3(
+        {"users", "grant", "ivanov", "--db", db, "--role", "reader", "--right", "12", "--password", "Pass-1"}, admin_);
     ASSERT_EQ(granted.code, 0) << granted.err.toStdString();
-    EXPECT_TRUE(granted.out.contains("IVANOV: роли reader; права 12 (загрузка замеров W)")) << granted.out.toStdString();
+    EXPECT_TRUE(granted.out.contains("IVANOV: роли reader; права 12 (загрузка замеров W)"))
+        << granted.out.toStdString();
 
     const QProcessEnvironment ivanov = server_->Environment("ivanov", "Pass-1");
     const Outcome stats = Ozn3({"stats", "--db", db}, ivanov);
@@ -151,8 +154,8 @@ TEST_F(OnServer, AReaderGetsAnswersFromEveryCommandAndMessagesWhereItWouldWrite)
     ASSERT_EQ(Ozn3({"users", "grant", "reader1", "--db", db, "--role", "reader", "--password", "r"}, admin_).code, 0);
     const QProcessEnvironment reader = server_->Environment("reader1", "r");
     const QString book = folder_.Path("book.xlsx");
-    const QString feeder = QString::number(
-        Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select min(guid) from \"Fiders\""));
+    const QString feeder =
+        QString::number(Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select min(guid) from \"Fiders\""));
     struct Case {
         QStringList args;
         int code;
@@ -171,7 +174,7 @@ TEST_F(OnServer, AReaderGetsAnswersFromEveryCommandAndMessagesWhereItWouldWrite)
         const Outcome o = Ozn3(c.args, reader);
         EXPECT_EQ(o.code, c.code) << c.args.join(' ').toStdString() << "\n" << o.err.toStdString();
         EXPECT_TRUE((o.out + o.err).contains(QString::fromUtf8(c.says))) << c.args.join(' ').toStdString() << "\n"
-                                                                          << (o.out + o.err).toStdString();
+                                                                         << (o.out + o.err).toStdString();
     }
 }
 
@@ -190,11 +193,13 @@ TEST_F(OnServer, TwoNormativeBatchesOnOverlappingSubtreesBothSaveEveryElement)
     }
     const QString wholeLog = folder_.Path("whole.log"), partLog = folder_.Path("part.log");
     QProcess whole, part;
-    Start(whole, {"normative", "--db", db, "--node", QString::number(root), "--level", "7", "--period",
-                  QString::number(year), "--log", wholeLog},
+    Start(whole,
+          {"normative", "--db", db, "--node", QString::number(root), "--level", "7", "--period", QString::number(year),
+           "--log", wholeLog},
           admin_);
-    Start(part, {"normative", "--db", db, "--node", QString::number(district), "--level", "7", "--period",
-                 QString::number(year), "--log", partLog},
+    Start(part,
+          {"normative", "--db", db, "--node", QString::number(district), "--level", "7", "--period",
+           QString::number(year), "--log", partLog},
           admin_);
     const Outcome a = Finish(whole), b = Finish(part);
     EXPECT_EQ(a.code, 0) << a.err.toStdString();
@@ -202,18 +207,26 @@ TEST_F(OnServer, TwoNormativeBatchesOnOverlappingSubtreesBothSaveEveryElement)
     const QStringList wholeLines = Lines(wholeLog), partLines = Lines(partLog);
     ASSERT_GT(partLines.size(), 10);
     EXPECT_GT(wholeLines.size(), partLines.size());
-    EXPECT_TRUE(wholeLines.filter("Не сохранено").isEmpty()) << wholeLines.filter("Не сохранено").join('\n').toStdString();
-    EXPECT_TRUE(partLines.filter("Не сохранено").isEmpty()) << partLines.filter("Не сохранено").join('\n').toStdString();
+    EXPECT_TRUE(wholeLines.filter("Не сохранено").isEmpty())
+        << wholeLines.filter("Не сохранено").join('\n').toStdString();
+    EXPECT_TRUE(partLines.filter("Не сохранено").isEmpty())
+        << partLines.filter("Не сохранено").join('\n').toStdString();
     // Every element of the district is in both logs with the same outcome, and stored once.
     for (const QString& line : partLines)
         EXPECT_TRUE(wholeLines.contains(line)) << line.toStdString();
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
-    const int saved = static_cast<int>(wholeLines.filter(" - Расчет выполнен").size());
-    EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)), saved);
-    EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVWResultsB\" where \"SampleIdent\"=%1")
-                            .arg(year)),
+    // A substation shown again as a link is logged there too: stored once.
+    QSet<QString> savedElements;
+    for (const QString& line : wholeLines.filter(" - Расчет выполнен"))
+        savedElements.insert(line.section(':', 0, 0));
+    const int saved = static_cast<int>(savedElements.size());
+    EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)),
               saved);
+    EXPECT_EQ(
+        Scalar(c,
+               QStringLiteral("select count(distinct guid) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)),
+        saved);
 }
 
 TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
@@ -226,7 +239,8 @@ TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
     const int tp = static_cast<int>(Scalar(c, "select first 1 f.\"OwnerGUID\" from \"LVFiders\" f where exists "
                                               "(select 1 from \"LVLines\" l where l.\"OwnerGUID\"=f.guid) group by "
                                               "f.\"OwnerGUID\" having count(*) >= 3 order by 1"));
-    const QStringList run = {"regime", "--db", db, "--node", QString::number(tp), "--sample", QString::number(year), "--middle"};
+    const QStringList run = {"regime",  "--db", db, "--node", QString::number(tp), "--sample", QString::number(year),
+                             "--middle"};
     const Outcome first = Ozn3(run, admin_);
     ASSERT_EQ(first.code, 0) << first.err.toStdString();
     const QString ofTp = QStringLiteral(" from \"LVResults\" r join \"LVFiders\" f on f.guid=r.guid where "
@@ -287,8 +301,9 @@ TEST_F(OnServer, OfTwoEditorsOfOneSampleTheSecondSaveIsRefused)
     auto first = OpenDatabase(db), second = OpenDatabase(db);
     ToznFDConnection& c1 = *first->GetDefaultConnection();
     ToznFDConnection& c2 = *second->GetDefaultConnection();
-    const int node = static_cast<int>(Scalar(c1, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
-                                                 "having count(*) >= 3 order by \"OwnerGUID\""));
+    const int node =
+        static_cast<int>(Scalar(c1, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                                    "having count(*) >= 3 order by \"OwnerGUID\""));
     auto open = [node](ToznFDConnection& c) {
         c.StartTransaction(false);
         auto form = std::make_unique<TLVFidersForm>(nullptr, c);
@@ -323,7 +338,8 @@ TEST_F(OnServer, OfTwoEditorsOfOneSampleTheSecondSaveIsRefused)
     edit(*two, "222");
     EXPECT_LT(timer.elapsed(), 10000);
     ASSERT_EQ(dialogs.Texts().size(), 1);
-    EXPECT_TRUE(dialogs.Texts()[0].startsWith("Данные линии изменил другой пользователь")) << dialogs.Texts()[0].toStdString();
+    EXPECT_TRUE(dialogs.Texts()[0].startsWith("Данные линии изменил другой пользователь"))
+        << dialogs.Texts()[0].toStdString();
     auto later = first->NewConnection();
     EXPECT_DOUBLE_EQ(Scalar(*later, stored), 111);
     one.reset();
@@ -361,16 +377,17 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
     const int before = static_cast<int>(Scalar(c, "select max(\"Ident\")" + runs));
     const double feeders = Scalar(c, "select count(*)" + runs);
     const double withoutNodes =
-        Scalar(c, "select count(*)" + runs + " and not exists (select 1 from \"LVPResultsN\" n where n.\"Ident\"=r.\"Ident\")");
+        Scalar(c, "select count(*)" + runs +
+                      " and not exists (select 1 from \"LVPResultsN\" n where n.\"Ident\"=r.\"Ident\")");
     ASSERT_GT(feeders, 100);
 
     const QString log = folder_.Path("regime.log");
     bool killed = false;
     for (int attempt = 0; attempt < 5 && !killed; ++attempt) {
         QFile::remove(log);
-        killed = KillWhenLogged({"regime", "--db", db, "--node", "1", "--sample", QString::number(year), "--middle",
-                                 "--log", log},
-                                admin_, log);
+        killed = KillWhenLogged(
+            {"regime", "--db", db, "--node", "1", "--sample", QString::number(year), "--middle", "--log", log}, admin_,
+            log);
     }
     ASSERT_TRUE(killed) << "the regime batch always finished before it could be killed";
     // Every feeder still has one whole run: the former or the new one, never both, never half of one.
@@ -405,7 +422,7 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
     ASSERT_FALSE(calculated.isEmpty()) << Lines(normativeLog).join('\n').toStdString();
     for (const QString& line : calculated)
         EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and guid=%2 "
-                                               "and \"deltaWa\" is not null")
+                                           "and \"deltaWa\" is not null")
                                 .arg(year)
                                 .arg(line.section(':', 0, 0))),
                   1)
@@ -418,8 +435,8 @@ TEST_F(OnServer, ASchemeImportWaitsAFewSecondsForRowsAnotherUserHoldsAndThenChan
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
     const int feeder = static_cast<int>(Scalar(c, "select min(\"OwnerGUID\") from \"LVLines\""));
-    const QString tp = QString::number(
-        Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const QString tp =
+        QString::number(Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
     const QString book = folder_.Path("scheme.xlsx");
     ASSERT_EQ(Ozn3({"scheme", "export", "--db", db, "--node", tp, book}, admin_).code, 0);
     const QString sections = QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(feeder);
@@ -427,7 +444,8 @@ TEST_F(OnServer, ASchemeImportWaitsAFewSecondsForRowsAnotherUserHoldsAndThenChan
 
     auto other = database->NewConnection();
     other->StartTransaction(false);
-    Exec(*other, QStringLiteral("update \"LVLines\" set \"OwnerGUID\"=\"OwnerGUID\" where \"OwnerGUID\"=%1").arg(feeder));
+    Exec(*other,
+         QStringLiteral("update \"LVLines\" set \"OwnerGUID\"=\"OwnerGUID\" where \"OwnerGUID\"=%1").arg(feeder));
     QElapsedTimer timer;
     timer.start();
     const Outcome held = Ozn3({"scheme", "import", book, "--db", db, "--node", tp, "--replace"}, admin_);
