@@ -1,11 +1,9 @@
 // The host application: the main window on a database, or a command-line job.
 #include <QApplication>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QInputDialog>
-#include <QLibraryInfo>
-#include <QLocale>
 #include <QMessageBox>
-#include <QTranslator>
 #include <cstdio>
 
 #include "app/CliJobs.h"
@@ -14,6 +12,7 @@
 #include "app/QuitOnSignals.h"
 #include "feeders/FeederSampleCalculator.h"
 #include "host/Database.h"
+#include "host/Language.h"
 #include "host/Progress.h"
 #include "normative/NormativeCalculator.h"
 
@@ -23,7 +22,16 @@ bool hasDisplay()
     const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
     if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
         return true;
-    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return true;
+    // An empty DISPLAY, or a local one whose server is not there, would stop the toolkit outright.
+    const QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty())
+        return false;
+    if (!display.startsWith(QLatin1Char(':')))
+        return true;  // a remote display is tried as it is
+    const QString number = display.mid(1).section(QLatin1Char('.'), 0, 0);
+    return QFileInfo::exists(QStringLiteral("/tmp/.X11-unix/X") + number);
 }
 
 // A message box where someone can answer it; offscreen runs only print.
@@ -73,11 +81,7 @@ int runWindow(int argc, char** argv, const QString& connection)
 {
     BlockStopSignals();
     Application app(argc, argv);
-    // The standard buttons and dialogs of the toolkit speak the users' language.
-    QTranslator translator;
-    if (translator.load(QLocale(QLocale::Russian), QStringLiteral("qtbase"), QStringLiteral("_"),
-                        QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        app.installTranslator(&translator);
+    UseRussianLanguage();
     QString error;
     DatabaseAddress address;
     if (DatabaseAddress::parse(connection, address, error) && address.isServer() && !HasServerCredentials() &&

@@ -15,12 +15,14 @@ struct Outcome {
     QString out, err;
 };
 
-Outcome run(const QStringList& args, bool display = false)
+Outcome run(const QStringList& args, bool display = false, const QString& x11Display = {})
 {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove("DISPLAY");
     env.remove("WAYLAND_DISPLAY");
+    if (!x11Display.isNull())
+        env.insert("DISPLAY", x11Display);
     if (display)
         env.insert("QT_QPA_PLATFORM", "offscreen");
     else
@@ -51,6 +53,14 @@ TEST(AppCommandLine, HelpInitAndStats)
     const Outcome stats = run({"stats", "--db", path});
     EXPECT_EQ(stats.code, 0) << stats.err.toStdString();
     EXPECT_TRUE(stats.out.contains("6 ТП: 0"));
+
+    // An empty display, or a local one with no server behind it, is no display: the summary, not an abort.
+    for (const QString& display : {QString(""), QString(":987"), QString(":987.0")}) {
+        const Outcome noWindow = run({"--db", path}, false, display);
+        EXPECT_EQ(noWindow.code, 0) << display.toStdString() << noWindow.err.toStdString();
+        EXPECT_TRUE(noWindow.err.contains("Нет дисплея")) << display.toStdString();
+        EXPECT_TRUE(noWindow.out.contains("6 ТП: 0"));
+    }
 }
 
 TEST(AppCommandLine, BadInputGetsAClearMessageAndAFailingExit)
