@@ -126,51 +126,63 @@ int MainWindow::SelectedPeriod() const { return periods_->currentData().toInt();
 
 void MainWindow::BuildMenu()
 {
-    QMenu* menu = menuBar()->addMenu(QStringLiteral("Сеть 0,4 кВ"));
+    // Every menu opens with Alt and its underlined letter; the everyday commands have keys of their own.
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&Файл"));
+    QAction* quit = file->addAction(QStringLiteral("&Выход"), this, &QWidget::close);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    QMenu* menu = menuBar()->addMenu(QStringLiteral("&Сеть 0,4 кВ"));
+    auto key = [](QAction* action, QKeySequence sequence) { action->setShortcut(sequence); };
     auto guid = [this] { return SelectedItem() ? SelectedItem()->GetIdent() : 0; };
-    menu->addAction(QStringLiteral("Линии 0,38 кВ ТП..."), this, [this] {
+    QAction* lines = menu->addAction(QStringLiteral("&Линии 0,38 кВ ТП..."), this, [this] {
         ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
         ToznListItemCommon* node = SelectedOfType(NodeType::Nodes);
         int32_t lvGuid = lv ? lv->GetIdent() : 0;
         plugin_->ShowLVFiders(lv ? 0 : (node ? node->GetIdent() : 0), &lvGuid);
     });
-    menu->addAction(QStringLiteral("Схема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
+    key(lines, QKeySequence(Qt::CTRL | Qt::Key_L));
+    menu->addAction(QStringLiteral("С&хема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
     menu->addSeparator();
     importScheme_ =
         menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
     exportScheme_ = menu->addAction(QStringLiteral("Выгрузить схему 0,4 кВ в книгу…"), this, &MainWindow::ExportScheme);
     editScheme_ = menu->addAction(QStringLiteral("Схема линии 0,4 кВ"), this, &MainWindow::EditScheme);
+    key(editScheme_, QKeySequence(Qt::CTRL | Qt::Key_E));
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Расчет режима средних нагрузок..."), this, [this] { RunRegime(false); });
-    menu->addAction(QStringLiteral("Расчет режима максимальных нагрузок..."), this, [this] { RunRegime(true); });
-    menu->addAction(QStringLiteral("Баланс линии..."), this, [this] { ShowBalance(false); });
+    key(menu->addAction(QStringLiteral("&Расчет режима средних нагрузок..."), this, [this] { RunRegime(false); }),
+        QKeySequence(Qt::Key_F5));
+    key(menu->addAction(QStringLiteral("Расчет режима &максимальных нагрузок..."), this, [this] { RunRegime(true); }),
+        QKeySequence(Qt::SHIFT | Qt::Key_F5));
+    key(menu->addAction(QStringLiteral("&Баланс линии..."), this, [this] { ShowBalance(false); }),
+        QKeySequence(Qt::CTRL | Qt::Key_B));
     menu->addAction(QStringLiteral("Баланс линии в таблицу экспорта"), this, [this] { ShowBalance(true); });
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Нормативный метод..."), this, [this] { plugin_->RunLVNormativMethod(database_); });
+    key(menu->addAction(QStringLiteral("&Нормативный метод..."), this,
+                        [this] { plugin_->RunLVNormativMethod(database_); }),
+        QKeySequence(Qt::CTRL | Qt::Key_N));
     menu->addAction(QStringLiteral("Нормативный метод: результаты..."), this,
                     [this] { plugin_->RunLVNormativMethodResults(database_); });
     menu->addSeparator();
     menu->addAction(QStringLiteral("Результаты по электрическим сетям..."), this,
                     [this, guid] { plugin_->ShowLVPESResults(database_, guid()); });
-    menu->addAction(QStringLiteral("Таблица результатов 0,4 кВ..."), this,
-                    [this, guid] { plugin_->ShowLVResultsGrid(database_, guid()); });
-    menu->addAction(QStringLiteral("Расчеты сети 0,4 кВ..."), this, [this] { plugin_->ShowLVPESResultsAll(); });
+    key(menu->addAction(QStringLiteral("&Таблица результатов 0,4 кВ..."), this,
+                        [this, guid] { plugin_->ShowLVResultsGrid(database_, guid()); }),
+        QKeySequence(Qt::CTRL | Qt::Key_R));
+    key(menu->addAction(QStringLiteral("Расчеты сет&и 0,4 кВ..."), this, [this] { plugin_->ShowLVPESResultsAll(); }),
+        QKeySequence(Qt::CTRL | Qt::Key_M));
     menu->addAction(QStringLiteral("Недоотпуск по линиям 0,4 кВ..."), this,
                     [this, guid] { plugin_->ShowLVUndersupplyReport(guid()); });
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Замеры W (книга Excel)..."), this, [this] { plugin_->ShowSamplesWInput(u"", 0); });
-    menu->addAction(QStringLiteral("Замеры Tmax (книга Excel)..."), this,
+    menu->addAction(QStringLiteral("Замеры &W (книга Excel)..."), this, [this] { plugin_->ShowSamplesWInput(u"", 0); });
+    menu->addAction(QStringLiteral("Замеры T&max (книга Excel)..."), this,
                     [this] { plugin_->ShowSamplesTmaxInput(u"", 0); });
-    menu->addAction(QStringLiteral("Обобщенные данные нормативного метода (книга Excel)..."), this,
+    menu->addAction(QStringLiteral("&Обобщенные данные нормативного метода (книга Excel)..."), this,
                     [this] { plugin_->ShowLVNormativMethodInput(u"", 0); });
-    QMenu* references = menuBar()->addMenu(QStringLiteral("Справочники"));
-    references->addAction(QStringLiteral("Провода…"), this, &MainWindow::EditConductors);
-    references->addAction(QStringLiteral("Пользователи и права…"), this, [this] {
+    QMenu* references = menuBar()->addMenu(QStringLiteral("Спр&авочники"));
+    references->addAction(QStringLiteral("&Провода…"), this, &MainWindow::EditConductors);
+    references->addAction(QStringLiteral("По&льзователи и права…"), this, [this] {
         RightsDialog dialog(*database_->GetDefaultConnection(), this);
         dialog.exec();
     });
-    QMenu* file = menuBar()->addMenu(QStringLiteral("Файл"));
-    file->addAction(QStringLiteral("Выход"), this, &QWidget::close);
 }
 
 void MainWindow::ShowDetail()

@@ -7,9 +7,11 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDockWidget>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
@@ -29,7 +31,7 @@ namespace {
 QAction* action(QMainWindow& window, const QString& text)
 {
     for (QAction* a : window.menuBar()->findChildren<QAction*>())
-        if (a->text() == text)
+        if (QString(a->text()).remove(QLatin1Char('&')) == text)
             return a;
     return nullptr;
 }
@@ -195,9 +197,40 @@ TEST_F(RegimeWindow, TheFeederBalanceGoesToAnExportTableThatIsShownAndSaved)
     double shown = 0;
     ASSERT_TRUE(ParseFloat(received, shown)) << received.toStdString();
     EXPECT_NEAR(m.captured(2).toDouble(), shown, 1e-9);
-    const double stored = Scalar(c, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on "
-                                                   "mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 and mv.\"SampleIdent\"=(select "
-                                                   "max(\"SampleIdent\") from \"LVResults\" where guid=%1)")
-                                        .arg(feeder));
+    const double stored =
+        Scalar(c, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on "
+                                 "mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 and mv.\"SampleIdent\"=(select "
+                                 "max(\"SampleIdent\") from \"LVResults\" where guid=%1)")
+                      .arg(feeder));
     EXPECT_NEAR(shown, stored, 0.0005 + 1e-9 * stored);  // shown to three decimals
+}
+
+TEST_F(RegimeWindow, TheMenusOpenFromTheKeyboardWithFileFirst)
+{
+    QStringList menus;
+    for (QAction* a : window_->menuBar()->actions())
+        menus << a->text();
+    EXPECT_EQ(menus, QStringList({"&Файл", "&Сеть 0,4 кВ", "Спр&авочники"}));
+    // Within a menu each underlined letter leads to one command; no key stands for two commands.
+    QSet<QKeySequence> keys;
+    for (QAction* top : window_->menuBar()->actions()) {
+        QSet<QChar> letters;
+        for (QAction* a : top->menu()->actions()) {
+            if (a->isSeparator())
+                continue;
+            const qsizetype amp = a->text().indexOf('&');
+            if (amp >= 0) {
+                const QChar letter = a->text().at(amp + 1).toLower();
+                EXPECT_FALSE(letters.contains(letter)) << a->text().toStdString();
+                letters.insert(letter);
+            }
+            if (!a->shortcut().isEmpty()) {
+                EXPECT_FALSE(keys.contains(a->shortcut())) << a->text().toStdString();
+                keys.insert(a->shortcut());
+            }
+        }
+    }
+    EXPECT_EQ(action(*window_, "Выход")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    EXPECT_EQ(action(*window_, "Расчет режима средних нагрузок...")->shortcut(), QKeySequence(Qt::Key_F5));
+    EXPECT_GE(keys.size(), 8);
 }

@@ -41,7 +41,9 @@ protected:
         // The scheme commands need no plug-in.
         window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
         window_->ChooseBookFile = [this](bool save, const QString& suggested) {
-            asked_ << QStringLiteral("%1 %2").arg(save ? QStringLiteral("save") : QStringLiteral("open"), suggested).trimmed();
+            asked_ << QStringLiteral("%1 %2")
+                          .arg(save ? QStringLiteral("save") : QStringLiteral("open"), suggested)
+                          .trimmed();
             return file_;
         };
         window_->show();
@@ -54,7 +56,7 @@ protected:
     QAction* Action(const QString& text)
     {
         for (QAction* a : window_->menuBar()->findChildren<QAction*>())
-            if (a->text() == text)
+            if (QString(a->text()).remove(QLatin1Char('&')) == text)
                 return a;
         return nullptr;
     }
@@ -117,14 +119,16 @@ TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsI
     const int fider = NewFeeder();
     EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(fider)), 2);
     EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVNodes\" where \"OwnerGUID\"=%1").arg(fider)), 2);
-    EXPECT_EQ(Db(QStringLiteral("select l.\"ProvodPhase\" from \"LVLines\" l join \"LVNodes\" n on n.\"GUID\"=l.\"Node2\" "
-                                "where n.\"OwnerGUID\"=%1 and n.\"Name\"='Ввод'")
-                     .arg(fider)),
-              kCable120);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w join \"LVNodes\" n on n.\"GUID\"=w.\"GUID\" "
-                                       "where n.\"OwnerGUID\"=%1 and w.\"SampleIdent\"=1")
-                            .arg(fider)),
-                     3.0);
+    EXPECT_EQ(
+        Db(QStringLiteral("select l.\"ProvodPhase\" from \"LVLines\" l join \"LVNodes\" n on n.\"GUID\"=l.\"Node2\" "
+                          "where n.\"OwnerGUID\"=%1 and n.\"Name\"='Ввод'")
+               .arg(fider)),
+        kCable120);
+    EXPECT_DOUBLE_EQ(
+        Db(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w join \"LVNodes\" n on n.\"GUID\"=w.\"GUID\" "
+                          "where n.\"OwnerGUID\"=%1 and w.\"SampleIdent\"=1")
+               .arg(fider)),
+        3.0);
     ASSERT_FALSE(dialogs_.Calls().isEmpty());
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Information);
     EXPECT_TRUE(dialogs_.Calls().last().text.contains("ТП-1")) << dialogs_.Calls().last().text.toStdString();
