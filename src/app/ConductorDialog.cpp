@@ -35,6 +35,7 @@ QPushButton* Button(QWidget* parent, const QString& text, const QString& name)
 ConductorDialog::ConductorDialog(ToznFDConnection& connection, QWidget* parent)
     : QDialog(parent), connection_(connection)
 {
+    host::KeepOpenOnEnter(*this);
     setObjectName(QStringLiteral("ConductorDialog"));
     setWindowTitle(QStringLiteral("Справочник проводов"));
     resize(760, 520);

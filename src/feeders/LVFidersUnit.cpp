@@ -45,6 +45,7 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
 {
     setObjectName(QStringLiteral("LVFidersForm"));
     setWindowTitle(QStringLiteral("Линии 0,38 кВ"));
+    host::KeepOpenOnEnter(*this);
     resize(980, 620);
     auto* layout = new QVBoxLayout(this);
     auto* splitter = new QSplitter(this);

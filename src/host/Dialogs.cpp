@@ -1,8 +1,11 @@
 #include "host/Dialogs.h"
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QDialog>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QMessageBox>
 
 namespace host {
@@ -150,5 +153,27 @@ QString ScriptedDialogs::OpenFileName(const QString& caption, const QString& fil
     fileAnswers_.pop_front();
     return path;
 }
+
+namespace {
+class EnterKeeper : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() != QEvent::KeyPress)
+            return false;
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key != Qt::Key_Return && key != Qt::Key_Enter)
+            return false;
+        // The key reaches the dialog only when the field with the focus did not use it.
+        auto* dialog = static_cast<QWidget*>(watched);
+        if (auto* button = qobject_cast<QAbstractButton*>(dialog->focusWidget()))
+            button->click();
+        return true;
+    }
+};
+}  // namespace
+
+void KeepOpenOnEnter(QDialog& dialog) { dialog.installEventFilter(new EnterKeeper(&dialog)); }
 
 }  // namespace host

@@ -8,6 +8,8 @@
 
 class QWidget;
 
+class QDialog;
+
 namespace host {
 
 // Modal results in the host's numbering.
@@ -43,6 +45,10 @@ OZN3HOST_API bool AskYesNo(const QString& text);
 
 // Converts "Text|*.txt|All|*" into the Qt form "Text (*.txt);;All (*)".
 OZN3HOST_API QString QtFilter(const QString& hostFilter);
+
+// Enter in a field or a grid of the dialog finishes the entry there and does not press the dialog's default
+// button (closing a form with its work is a deliberate step); on a button Enter still presses that button.
+OZN3HOST_API void KeepOpenOnEnter(QDialog& dialog);
 
 class OZN3HOST_API QtDialogs : public Dialogs {
 public:

@@ -47,6 +47,7 @@ TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner) : QDialog(owner), besideE
     QPushButton* close = buttons_->addButton(QStringLiteral("Закрыть"), QDialogButtonBox::RejectRole);
     close->setObjectName(QStringLiteral("btnClose"));
     connect(buttons_, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    host::KeepOpenOnEnter(*this);
     if (besideExcel_) {
         // Closing with the workbook left open in the spreadsheet application answers No.
         QPushButton* leave =

@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "host/Database.h"
+#include "host/Dialogs.h"
 #include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
@@ -21,6 +22,7 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     setObjectName(QStringLiteral("LVNormativMethodForm"));
     setWindowTitle(QStringLiteral("Оценка потерь электроэнергии по обобщенной информации о схемах и нагрузках сети"));
     resize(1000, 650);
+    host::KeepOpenOnEnter(*this);
     auto* layout = new QVBoxLayout(this);
     auto* toolbar = new QHBoxLayout;
     toolbar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));

@@ -1,0 +1,69 @@
+// The application speaks Russian in the toolkit's own widgets too, and its forms close only when asked.
+#include <gtest/gtest.h>
+
+#include <QCalendarWidget>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QLocale>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "host/Dialogs.h"
+#include "host/Language.h"
+
+TEST(Language, CalendarsDatesNumbersAndStandardButtonsAreRussian)
+{
+    const QLocale before;
+    ASSERT_TRUE(UseRussianLanguage()) << "the toolkit's Russian translations are missing";
+    EXPECT_EQ(QLocale().toString(QDate(2026, 11, 24), QStringLiteral("d MMMM yyyy")), "24 ноября 2026");
+    EXPECT_EQ(QLocale().toString(1234.5, 'f', 1), QString("1") + QChar(0x00A0) + "234,5");
+
+    QCalendarWidget calendar;
+    calendar.setSelectedDate(QDate(2026, 11, 24));
+    calendar.show();
+    auto* month = calendar.findChild<QToolButton*>("qt_calendar_monthbutton");
+    ASSERT_NE(month, nullptr);
+    EXPECT_EQ(month->text().toLower(), "ноябрь");
+    EXPECT_EQ(calendar.firstDayOfWeek(), Qt::Monday);
+
+    QDialogButtonBox buttons(QDialogButtonBox::Close | QDialogButtonBox::Cancel);
+    EXPECT_EQ(buttons.button(QDialogButtonBox::Close)->text().remove('&'), "Закрыть");
+    EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().remove('&'), "Отмена");
+    QLocale::setDefault(before);  // the other tests keep theirs
+}
+
+TEST(Dialogs, EnterInAFieldOrGridDoesNotCloseTheForm)
+{
+    for (const bool kept : {false, true}) {
+        QDialog dialog;
+        auto* layout = new QVBoxLayout(&dialog);
+        auto* field = new QLineEdit(&dialog);
+        auto* grid = new QTableWidget(2, 2, &dialog);
+        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+        layout->addWidget(field);
+        layout->addWidget(grid);
+        layout->addWidget(buttons);
+        QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+        buttons->button(QDialogButtonBox::Close)->setDefault(true);
+        if (kept)
+            host::KeepOpenOnEnter(dialog);
+        dialog.show();
+        grid->setFocus();
+        grid->setCurrentCell(1, 1);
+        QTest::keyClick(grid, Qt::Key_Return);
+        EXPECT_EQ(dialog.isVisible(), kept) << "grid, kept " << kept;  // without it the form closes
+        dialog.show();
+        field->setFocus();
+        QTest::keyClick(field, Qt::Key_Enter);
+        EXPECT_EQ(dialog.isVisible(), kept) << "field, kept " << kept;
+        // On a button Enter presses that button.
+        dialog.show();
+        buttons->button(QDialogButtonBox::Close)->setFocus();
+        QTest::keyClick(buttons->button(QDialogButtonBox::Close), Qt::Key_Return);
+        EXPECT_FALSE(dialog.isVisible());
+    }
+}
