@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QListWidget>
+#include <QPushButton>
 #include <QTreeWidget>
 #include <cmath>
 
@@ -229,6 +230,18 @@ TEST_F(Measured, TheMenuShowsTheYearsLossesAndStartsTheCalculationsOfItsObject)
     ASSERT_TRUE(read.Open(book, error)) << error.toStdString();
     EXPECT_TRUE(read.Cell(0, 1, 1).toString().contains("2025")) << read.Cell(0, 1, 1).toString().toStdString();
     EXPECT_DOUBLE_EQ(read.Cell(0, 4, 2).toDouble(), 99);
+    // A spreadsheet application that cannot be started is reported, the workbook stays written.
+    const bool wasSet = qEnvironmentVariableIsSet("OZN3_SPREADSHEET");
+    const QByteArray was = qgetenv("OZN3_SPREADSHEET");
+    qputenv("OZN3_SPREADSHEET", "no-such-spreadsheet-program");
+    form.findChild<QPushButton*>("btnOpenExcel")->click();
+    if (wasSet)
+        qputenv("OZN3_SPREADSHEET", was);
+    else
+        qunsetenv("OZN3_SPREADSHEET");
+    ASSERT_FALSE(dialogs.Texts().isEmpty());
+    EXPECT_TRUE(dialogs.Texts().last().startsWith("Не удалось открыть ")) << dialogs.Texts().last().toStdString();
+    EXPECT_TRUE(dialogs.Texts().last().endsWith(".xlsx в табличном редакторе"));
     // A calculation starts for the chosen object outside the menu's reading transaction, which goes on after.
     ASSERT_TRUE(form.RunAction("btnTest"));
     EXPECT_EQ(started, 8);
