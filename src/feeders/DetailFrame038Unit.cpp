@@ -124,7 +124,10 @@ void TDetail038Frame::Fill(Table table)
     for (int r = 0; r < static_cast<int>(rows.size()); ++r)
         for (int c = 0; c < static_cast<int>(columns.size()); ++c) {
             auto* item = new QTableWidgetItem;
-            item->setData(Qt::DisplayRole, rows[r].Value(columns[c].Field));
+            // A value the run does not have reads as an empty cell; the data keep their "+NAN".
+            const QVariant value = rows[r].Value(columns[c].Field);
+            if (value.toString() != QLatin1String("+NAN"))
+                item->setData(Qt::DisplayRole, value);
             grid->setItem(r, c, item);
         }
     grid->setSortingEnabled(true);

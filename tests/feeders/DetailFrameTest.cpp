@@ -237,6 +237,18 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
     }
     EXPECT_FALSE(frame->SelectFilter("Трансформаторы"));
 
+    // A value the run does not have is an empty cell, not "+NAN".
+    int emptyNumbers = 0;
+    for (Table table : {Nodes, Sections}) {
+        QTableWidget* grid = frame->Grid(table);
+        for (int r = 0; r < grid->rowCount(); ++r)
+            for (int c = 1; c < grid->columnCount(); ++c) {
+                EXPECT_NE(grid->item(r, c)->text(), "+NAN");
+                emptyNumbers += grid->item(r, c)->text().isEmpty() ? 1 : 0;
+            }
+    }
+    EXPECT_GT(emptyNumbers, 0);
+
     // The consumer's row is painted in the consumers' colour, the open switch in the disconnected one.
     QTableWidget* nodes = frame->Grid(Nodes);
     int consumer = -1, gear = -1;
