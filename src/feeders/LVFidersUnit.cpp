@@ -775,6 +775,8 @@ void TLVFidersForm::NewLine()
     repData_->Fiders().push_back(fider);
     TRep_Data::FiderA& a = repData_->Attributes(guid);
     a.ProvodPhase = a.ProvodNull = kDefaultProvod;
+    // The power factor of its load kind, as choosing the kind gives, so that the line calculates at once.
+    a.CosFi = repData_->CosOfTypeLoad(fider.TypeLoad);
     TRep_Data::Sample& s = repData_->AddSample(guid, QDate::currentDate());
     for (int p = 0; p < 3; ++p)
         s.U[p] = previous[p];

@@ -4,6 +4,7 @@
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
+#include "host/TreeModel.h"
 
 namespace {
 struct Level {
@@ -118,9 +119,17 @@ ToznListItemCommon* TfdbTree::CreateFiderHH(int nodeGuid, int newGuid, int /*kin
         return nullptr;
     if (isEmptyFloat(unom) || unom <= 0)
         unom = 0.38;
+    std::erase_if(watchers_, [](const QPointer<QObject>& w) { return w.isNull(); });
+    const int row = node->GetCount();
+    for (const QPointer<QObject>& w : watchers_)
+        static_cast<TreeModel*>(w.data())->BeginInsert(node, row);
     ToznListItemCommon* item = Add(newGuid, name, NodeType::LVFiders, node);
     item->unom_ = unom;
     item->enabled_ = node->unom_ > 0 && node->unom_ < 1;
     byIdent_.insert(newGuid, item);
+    for (const QPointer<QObject>& w : watchers_)
+        static_cast<TreeModel*>(w.data())->EndInsert();
     return item;
 }
+
+void TfdbTree::Watch(QObject* model) { watchers_.emplace_back(model); }

@@ -1,6 +1,7 @@
 #pragma once
 #include <QHash>
 #include <QList>
+#include <QPointer>
 #include <QString>
 #include <deque>
 #include <vector>
@@ -75,9 +76,13 @@ public:
     // An empty list refreshes every LV feeder, otherwise only the listed ones.
     void LVUpdateEnabled(ToznFDConnection& connection, const QList<int>& guids = {});
     // Places a new LV feeder under its substation; an unset voltage becomes 0.38 kV and is reported back.
+    // Every view of the tree shows it at once.
     ToznListItemCommon* CreateFiderHH(int nodeGuid, int newGuid, int kind, const QString& name, double& unom);
+    // A model of the tree (TreeModel) told of the items placed later, for as long as it lives.
+    void Watch(QObject* model);
 
 private:
+    std::vector<QPointer<QObject>> watchers_;
     ToznListItemCommon* Add(int ident, const QString& text, int nodeType, ToznListItemCommon* parent);
     std::deque<ToznListItemCommon> items_;
     std::vector<ToznListItemCommon*> roots_;

@@ -4,6 +4,12 @@
 
 #include "host/Tree.h"
 
+TreeModel::TreeModel(TfdbTree* tree, QObject* parent) : QAbstractItemModel(parent), tree_(tree)
+{
+    if (tree_)
+        tree_->Watch(this);
+}
+
 ToznListItemCommon* TreeModel::Item(const QModelIndex& index)
 {
     return static_cast<ToznListItemCommon*>(index.internalPointer());
@@ -58,12 +64,7 @@ QVariant TreeModel::headerData(int, Qt::Orientation orientation, int role) const
 
 ToznListItemCommon* TreeModel::AddLVFider(int nodeGuid, int guid, const QString& name, double unom)
 {
-    ToznListItemCommon* node = tree_->Find(nodeGuid);
-    if (!node)
-        return nullptr;
-    const int row = node->GetCount();
-    beginInsertRows(IndexOf(node), row, row);
-    ToznListItemCommon* item = tree_->CreateFiderHH(nodeGuid, guid, 0, name, unom);
-    endInsertRows();
-    return item;
+    return tree_->CreateFiderHH(nodeGuid, guid, 0, name, unom);
 }
+
+void TreeModel::BeginInsert(ToznListItemCommon* parent, int row) { beginInsertRows(IndexOf(parent), row, row); }

@@ -10,7 +10,7 @@ class ToznListItemCommon;
 class OZN3HOST_API TreeModel : public QAbstractItemModel {
     Q_OBJECT
 public:
-    explicit TreeModel(TfdbTree* tree, QObject* parent = nullptr) : QAbstractItemModel(parent), tree_(tree) {}
+    explicit TreeModel(TfdbTree* tree, QObject* parent = nullptr);
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     QModelIndex parent(const QModelIndex& child) const override;
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -23,6 +23,9 @@ public:
     // Places a new LV feeder under its substation, in the tree and in the views; the items already
     // there stay where they are, so that the windows holding them go on.
     ToznListItemCommon* AddLVFider(int nodeGuid, int guid, const QString& name, double unom);
+    // The tree tells its models of an item it places (TfdbTree::CreateFiderHH).
+    void BeginInsert(ToznListItemCommon* parent, int row);
+    void EndInsert() { endInsertRows(); }
 
 private:
     TfdbTree* tree_;

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
+#include <QTreeView>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersReports.h"
@@ -17,6 +18,7 @@
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
+#include "host/TreeModel.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -158,6 +160,13 @@ TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
 TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
 {
     const double previousU = form_->CurrentSample()->U[0];
+    // A view of the host's tree, the substation expanded, as the main window shows it.
+    QTreeView view;
+    TreeModel model(db_->GetTree());
+    view.setModel(&model);
+    const QModelIndex substation = model.IndexOf(db_->GetTree()->Find(node_));
+    view.expand(substation);
+    const int linesBefore = model.rowCount(substation);
     dialogs_.AnswerInput("Л-9 ул. Новая");
     form_->NewLine();
     ASSERT_EQ(dialogs_.Calls().size(), 1);
@@ -177,6 +186,14 @@ TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
               1);
     EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"UA\" from \"LVPResultsA\" where GUID=%1").arg(lv)), previousU);
     EXPECT_NE(db_->GetTree()->Find(lv), nullptr);  // the host's tree has it too
+    // …and its view at once: the new line is the substation's last row, the others where they were.
+    ASSERT_EQ(model.rowCount(substation), linesBefore + 1);
+    EXPECT_EQ(model.index(linesBefore, 0, substation).data().toString(), "Л-9 ул. Новая");
+    EXPECT_TRUE(view.isExpanded(substation));
+    // Its power factor is its load kind's, so its samples calculate without choosing the kind again.
+    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)),
+                     Db("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=1"));
+    EXPECT_GT(Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)), 0);
 
     dialogs_.AnswerInput("", true);  // an empty name does nothing
     form_->NewLine();
@@ -472,7 +489,8 @@ TEST_F(Editor, OfTwoUsersSavingOneSampleTheSecondIsRefusedAndNothingIsOverwritte
     dialogs_.Clear();
     second.findChild<QPushButton*>("btnSave")->click();
     ASSERT_EQ(dialogs_.Texts().size(), 1);
-    EXPECT_TRUE(dialogs_.Texts()[0].startsWith("Данные линии изменил другой пользователь")) << dialogs_.Texts()[0].toStdString();
+    EXPECT_TRUE(dialogs_.Texts()[0].startsWith("Данные линии изменил другой пользователь"))
+        << dialogs_.Texts()[0].toStdString();
     EXPECT_TRUE(second.findChild<QPushButton*>("btnSave")->isEnabled());  // the edit stays to be redone
     EXPECT_DOUBLE_EQ(Db(stored), 111);
     other->Rollback();
