@@ -429,8 +429,26 @@ void TLVFidersForm::ShowFider(int guid)
                 current = s->IsMain == 1 ? dates_->count() - 1 : current;
         }
     dates_->setCurrentIndex(current >= 0 ? current : dates_->count() - 1);
+    MarkMainDate();
     busy_ = false;
     ShowSample();
+}
+
+void TLVFidersForm::MarkMainDate()
+{
+    // The main sample stands out in the list of dates: named so and in bold.
+    for (int i = 0; i < dates_->count(); ++i) {
+        const QDate date = dates_->itemData(i).toDate();
+        const TRep_Data::Sample* s = repData_->FindSample(lvFider_, date);
+        const bool isMain = s && s->IsMain == 1;
+        dates_->setItemText(i, isMain ? dateText(date) + QStringLiteral(" — основной") : dateText(date));
+        QFont font = dates_->font();
+        font.setBold(isMain);
+        dates_->setItemData(i, font, Qt::FontRole);
+    }
+    QFont font = main_->font();
+    font.setBold(main_->isChecked());
+    main_->setFont(font);
 }
 
 void TLVFidersForm::SelectDate(const QDate& date) { dates_->setCurrentIndex(dates_->findData(date)); }
@@ -453,6 +471,7 @@ void TLVFidersForm::ShowSample()
     show(QStringLiteral("EditKnm"), sample_ ? sample_->Knm : 0, QStringLiteral("0.000"));
     show(QStringLiteral("EditKrazv"), sample_ ? sample_->Krazv : 0, QStringLiteral("0.00"));
     main_->setChecked(sample_ && sample_->IsMain == 1);
+    MarkMainDate();
     busy_ = false;
     Recalculate(false);
 }
@@ -609,6 +628,7 @@ void TLVFidersForm::ToggleMain()
     }
     sample_->state = sample_->state == TRep_Data::RowState::New ? sample_->state : TRep_Data::RowState::Changed;
     main_->setChecked(sample_->IsMain == 1);
+    MarkMainDate();
     save_->setEnabled(true);
 }
 

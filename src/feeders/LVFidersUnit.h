@@ -51,6 +51,7 @@ public:
     void CopySample();
     // Marks the sample shown as the feeder's main one (or unmarks it); written by the next save.
     void ToggleMain();
+    void MarkMainDate();
     // Writes every change and commits; false when the database refused (nothing of it is kept then).
     bool SaveChanges();
     // Drops everything since the last save, in memory and in the transaction.

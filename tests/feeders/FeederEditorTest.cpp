@@ -3,6 +3,7 @@
 #include <QCalendarWidget>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFont>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -124,6 +125,17 @@ TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
     ASSERT_GT(form_->CurrentSample()->DP, 0);
     form_->ToggleMain();
     EXPECT_EQ(form_->CurrentSample()->IsMain, 1);
+    // The list of dates names the main sample and shows it in bold; the former main one is plain again.
+    auto* dates = form_->findChild<QComboBox*>("Date_CBox");
+    QStringList marked;
+    for (int i = 0; i < dates->count(); ++i)
+        if (dates->itemText(i).endsWith(" — основной")) {
+            marked << dates->itemText(i);
+            EXPECT_TRUE(dates->itemData(i, Qt::FontRole).value<QFont>().bold());
+        } else {
+            EXPECT_FALSE(dates->itemData(i, Qt::FontRole).value<QFont>().bold()) << dates->itemText(i).toStdString();
+        }
+    EXPECT_EQ(marked, QStringList({"15.03.2021 — основной"}));
     EXPECT_EQ(Db(mainRows), 1);  // the database changes only when the edits are saved
     form_->SaveChanges();
     EXPECT_EQ(Db(mainRows), 1);
