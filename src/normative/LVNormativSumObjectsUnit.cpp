@@ -59,7 +59,8 @@ TLVBResultsCommon::TLVBResultsCommon(const QString& name, TLVNormativSample0& e)
 {
     Wa = e.GetWa();
     Wa_bus = e.GetWa_bus();
-    DeltaWa = e.deltaWa();
+    // A loss the method would not save (100 % of the supply or more) is not summed.
+    DeltaWa = e.Classify() == TLVNormativSample0::Outcome::Saved ? e.deltaWa() : -1;
     Voltages = e.GetUnom() == 1 ? Voltage220 : Voltage400;
     T = single(e.GetT());
     NLines = single(e.GetNLines());

@@ -15,6 +15,7 @@
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "import/LVZamerSocial.h"
 #include "normative/LVNormativInputPage.h"
 #include "normative/LVNormativMethod04Unit.h"
 #include "normative/LVNormativReports.h"
@@ -187,6 +188,18 @@ TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
     EXPECT_DOUBLE_EQ(page_->Sample().GetWa_bus(), 12.5);
     EXPECT_EQ(told, "Трансформация в сеть: замеры W ТП, сумма за месяцы периода\n"
                     "Полезный отпуск с шин: замеры на шинах 0,4 кВ ТП за период");
+    // The generalised-data workbook fills the same energies for the substation.
+    TNodeSocialHigh rows;
+    rows.Open(*c_, tp, 5, year_);
+    rows.FillEnergies(*c_);
+    bool found = false;
+    for (int i = 0; i < rows.Count(); ++i)
+        if (rows.GetItem(i).GUID == tp) {
+            found = true;
+            EXPECT_DOUBLE_EQ(rows.GetItem(i).Data.Wa, 100.5);
+            EXPECT_DOUBLE_EQ(rows.GetItem(i).Data.Wa_bus, 12.5);
+        }
+    EXPECT_TRUE(found);
     Exec(*c_, QStringLiteral("delete from \"WLoads\" where guid=%1 and \"SampleIdent\"<>%2").arg(tp).arg(year_.Ident));
     told = fill();
     EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 500);

@@ -92,6 +92,18 @@ TEST(ResultTree, RewritingTakesTheSummedLengthsAndTheMeansOfWhatDiffers)
     EXPECT_NEAR(feeder.Lengths[30].upper, 1.4466 + 3.53, 1e-12);
     EXPECT_GT(element.deltaWa(), 0);
 
+    // A loss the method would not save is not summed; the element's energy still is.
+    S over = a;  // the same network carrying a thousand times the energy: the loss grows with its square
+    over.SetWa(100000);
+    over.SetWa_bus(-1);
+    ASSERT_EQ(over.Classify(), S::Outcome::Over100);
+    TLVBResultsCommon withOver("Ф-3");
+    withOver.AddChild(std::make_unique<TLVBResultsCommon>("ТП-1", a));
+    withOver.AddChild(std::make_unique<TLVBResultsCommon>("ТП-5", over));
+    withOver.CalcSums();
+    EXPECT_DOUBLE_EQ(withOver.DeltaWa, a.deltaWa());
+    EXPECT_DOUBLE_EQ(withOver.Wa, 100100);
+
     // Hours and voltages that differ keep the element's own; busbar supplies add up.
     S c = a, d = b;
     c.SetT(4380);
