@@ -12,6 +12,7 @@
 #include "host/Connection.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/WindowPlace.h"
 
 using namespace scheme;
 
@@ -38,7 +39,7 @@ ConductorDialog::ConductorDialog(ToznFDConnection& connection, QWidget* parent)
     host::KeepOpenOnEnter(*this);
     setObjectName(QStringLiteral("ConductorDialog"));
     setWindowTitle(QStringLiteral("Справочник проводов"));
-    resize(760, 520);
+    KeepWindowPlace(*this, QStringLiteral("ConductorDialog"), QSize(900, 560));
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(0, PColumns, this);
     table_->setObjectName(QStringLiteral("GridConductors"));

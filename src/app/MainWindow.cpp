@@ -27,6 +27,7 @@
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/WindowPlace.h"
 #include "host/WindowService.h"
 #include "host/fider/RegimeBatch.h"
 #include "host/scheme/SchemeBookFile.h"
@@ -57,7 +58,7 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
             RunRegime(maximum, item);
     });
     setWindowTitle(QStringLiteral("ОЗН 3 — %1").arg(database->ConnectionString()));
-    resize(1000, 700);
+    KeepWindowPlace(*this, QStringLiteral("MainWindow"), QSize(1280, 800));
     tree_ = new QTreeView(this);
     tree_->setObjectName(QStringLiteral("NetworkTree"));
     tree_->setModel(new TreeModel(database->GetTree(), tree_));

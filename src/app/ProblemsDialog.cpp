@@ -8,12 +8,14 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "host/WindowPlace.h"
+
 ProblemsDialog::ProblemsDialog(const QString& title, const QString& intro, const QStringList& lines, QWidget* parent)
     : QDialog(parent), lines_(lines)
 {
     setObjectName(QStringLiteral("ProblemsDialog"));
     setWindowTitle(title);
-    resize(720, 420);
+    KeepWindowPlace(*this, QStringLiteral("ProblemsDialog"), QSize(760, 440));
     auto* layout = new QVBoxLayout(this);
     auto* label = new QLabel(intro.isEmpty() ? QStringLiteral("Найдено ошибок: %1").arg(lines.size())
                                              : QStringLiteral("%1\nНайдено ошибок: %2").arg(intro).arg(lines.size()),

@@ -10,6 +10,7 @@
 
 #include "host/Connection.h"
 #include "host/Dialogs.h"
+#include "host/WindowPlace.h"
 
 namespace {
 const QStringList kRoles = {QString(), QStringLiteral("reader"), QStringLiteral("writer")};
@@ -27,7 +28,7 @@ QString RoleOf(const host::TUserInfo& u)
 RightsDialog::RightsDialog(ToznFDConnection& connection, QWidget* parent) : QDialog(parent), connection_(connection)
 {
     setWindowTitle(QStringLiteral("Пользователи и права"));
-    resize(820, 420);
+    KeepWindowPlace(*this, QStringLiteral("RightsDialog"), QSize(860, 460));
     QStringList headers{QStringLiteral("Пользователь"), QStringLiteral("Роль")};
     for (const host::TAppRight& r : host::AppRights())
         headers << QStringLiteral("%1 %2").arg(r.Number).arg(QString::fromUtf8(r.Name));

@@ -17,6 +17,7 @@
 
 #include "host/Connection.h"
 #include "host/Dialogs.h"
+#include "host/WindowPlace.h"
 #include "host/scheme/SchemeStore.h"
 
 using namespace scheme;
@@ -145,7 +146,7 @@ SchemeEditor::SchemeEditor(ToznFDConnection& connection, int fiderGuid, const QS
 {
     setObjectName(QStringLiteral("SchemeEditor"));
     setWindowTitle(QStringLiteral("Схема линии 0,4 кВ — %1").arg(fiderName_));
-    resize(1100, 700);
+    KeepWindowPlace(*this, QStringLiteral("SchemeEditor"), QSize(1200, 740));
     auto* layout = new QVBoxLayout(this);
     auto* splitter = new QSplitter(Qt::Vertical, this);
     layout->addWidget(splitter, 1);

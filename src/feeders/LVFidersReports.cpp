@@ -16,6 +16,7 @@
 #include "host/Connection.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/WindowPlace.h"
 #include "results/LVMeasuredLosses.h"
 
 namespace {
@@ -409,7 +410,7 @@ TfrmReportHTML::TfrmReportHTML(QWidget* owner, const QString& reportName, const 
 {
     setObjectName(reportName);
     setWindowTitle(title.isEmpty() ? reportName : title);
-    resize(1100, 650);
+    KeepWindowPlace(*this, QStringLiteral("Report"), QSize(1100, 700));
     auto* layout = new QVBoxLayout(this);
     view_ = new QTextBrowser(this);
     view_->setObjectName(QStringLiteral("Browser"));

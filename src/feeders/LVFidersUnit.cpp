@@ -23,6 +23,7 @@
 #include "host/LoadTypesEditor.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
+#include "host/WindowPlace.h"
 #include "normative/KrazvRefUnit.h"
 
 TLVFidersForm* LVFidersForm = nullptr;
@@ -46,7 +47,7 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     setObjectName(QStringLiteral("LVFidersForm"));
     setWindowTitle(QStringLiteral("Линии 0,38 кВ"));
     host::KeepOpenOnEnter(*this);
-    resize(980, 620);
+    KeepWindowPlace(*this, QStringLiteral("LVFidersForm"), QSize(1100, 700));
     auto* layout = new QVBoxLayout(this);
     auto* splitter = new QSplitter(this);
     layout->addWidget(splitter);

@@ -14,6 +14,7 @@
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
 #include "host/NumericHelpers.h"
+#include "host/WindowPlace.h"
 #include "host/XlsxFile.h"
 
 bool WriteExportTable(const TOExport& table, const QString& file, QString& error)
@@ -49,7 +50,7 @@ TExportTableDialog::TExportTableDialog(const TOExport& table, QWidget* owner) : 
 {
     setObjectName(QStringLiteral("ExportTable"));
     setWindowTitle(table.Title());
-    resize(800, 600);
+    KeepWindowPlace(*this, QStringLiteral("ExportTable"), QSize(900, 640));
     auto* layout = new QVBoxLayout(this);
     const auto& rows = table.Rows();
     // The first row is the header.
@@ -72,7 +73,8 @@ TExportTableDialog::TExportTableDialog(const TOExport& table, QWidget* owner) : 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     auto* copy = buttons->addButton(QStringLiteral("Копировать"), QDialogButtonBox::ActionRole);
     copy->setObjectName(QStringLiteral("btnCopy"));
-    auto* save = buttons->addButton(QStringLiteral("Сохранить в формате Microsoft Excel..."), QDialogButtonBox::ActionRole);
+    auto* save =
+        buttons->addButton(QStringLiteral("Сохранить в формате Microsoft Excel..."), QDialogButtonBox::ActionRole);
     save->setObjectName(QStringLiteral("btnSave"));
     connect(copy, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(Text()); });
     connect(save, &QPushButton::clicked, this, &TExportTableDialog::Save);
@@ -90,9 +92,9 @@ QString TExportTableDialog::Text() const
 
 void TExportTableDialog::Save()
 {
-    const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
-                                                      QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
-                                                      table_.Title());
+    const QString file =
+        host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                     QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), table_.Title());
     if (file.isEmpty())
         return;
     QString error;

@@ -21,6 +21,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
 #include "import/xlsLVZamerSocialDLL.h"
 
@@ -113,7 +114,7 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
 {
     setObjectName(QStringLiteral("xlsLVZamerSocialForm"));
     setWindowTitle(QStringLiteral("Оценка потерь электроэнергии по обобщенной информации о схемах и нагрузках сети"));
-    resize(1000, 650);
+    KeepWindowPlace(*this, QStringLiteral("LVZamerSocialForm"), QSize(1100, 700));
     auto* bar = new QHBoxLayout;
     levels_ = new QComboBox(this);
     levels_->setObjectName(QStringLiteral("ComboLevel"));

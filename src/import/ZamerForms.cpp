@@ -27,6 +27,7 @@
 #include "host/NumericHelpers.h"
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
+#include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
 #include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
@@ -47,7 +48,7 @@ TxlsLVZamerTmaxForm::TxlsLVZamerTmaxForm(QWidget* owner) : TxlsLVZamerForm(owner
 
 TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerShablonForm(owner), data_(kind)
 {
-    resize(1000, 650);
+    KeepWindowPlace(*this, QStringLiteral("LVZamerForm"), QSize(1100, 700));
     auto* bar = new QHBoxLayout;
     bar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
     intervals_ = new QComboBox(this);

@@ -14,6 +14,7 @@
 #include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/WindowPlace.h"
 #include "normative/LVNormativInputPage.h"
 
 TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* database)
@@ -21,7 +22,7 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
 {
     setObjectName(QStringLiteral("LVNormativMethodForm"));
     setWindowTitle(QStringLiteral("Оценка потерь электроэнергии по обобщенной информации о схемах и нагрузках сети"));
-    resize(1000, 650);
+    KeepWindowPlace(*this, QStringLiteral("LVNormativMethodForm"), QSize(1300, 740));
     host::KeepOpenOnEnter(*this);
     auto* layout = new QVBoxLayout(this);
     auto* toolbar = new QHBoxLayout;

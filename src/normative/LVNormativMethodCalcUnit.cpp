@@ -18,6 +18,7 @@
 #include "host/Dialogs.h"
 #include "host/OutputFiles.h"
 #include "host/Tree.h"
+#include "host/WindowPlace.h"
 #include "normative/LVNormativMethodDBUnit.h"
 
 namespace {
@@ -234,7 +235,7 @@ TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(o
 {
     setObjectName(QStringLiteral("LVNormativMethodCalcForm"));
     setWindowTitle(QStringLiteral("Расчет потерь электроэнергии"));
-    resize(700, 500);
+    KeepWindowPlace(*this, QStringLiteral("LVNormativMethodCalcForm"), QSize(760, 520));
     auto* layout = new QVBoxLayout(this);
     status_ = new QLabel(QStringLiteral("Инициализация расчета..."), this);
     status_->setObjectName(QStringLiteral("lblStatus"));

@@ -22,6 +22,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVMeasuredStore.h"
 #include "results/LVMeasuredXlsx.h"
@@ -45,7 +46,7 @@ TfrmLVduCalcMenu::TfrmLVduCalcMenu(QWidget* owner) : TxlsCustomMenuForm(owner)
 {
     setObjectName(QStringLiteral("frmLVduCalcMenu"));
     setWindowTitle(QStringLiteral("Расчет потерь в сетях 0,4 кВ"));
-    resize(1200, 700);
+    KeepWindowPlace(*this, QStringLiteral("LVduCalcMenu"), QSize(1300, 740));
     auto* splitter = new QSplitter(this);
     hierarchy_ = new QTreeView(splitter);
     hierarchy_->setObjectName(QStringLiteral("TreeView"));

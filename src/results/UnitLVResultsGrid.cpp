@@ -20,6 +20,7 @@
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
+#include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsModel.h"
@@ -46,7 +47,7 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
 {
     setObjectName(QStringLiteral("frmLVResultsGrid"));
     setWindowTitle(QStringLiteral("Потери эл. энергии по электрическим сетям"));
-    resize(1200, 700);
+    KeepWindowPlace(*this, QStringLiteral("LVResultsGrid"), QSize(1300, 740));
     visibleRows_.fill(true);
     auto* layout = new QVBoxLayout(this);
     auto* bar = new QToolBar(this);

@@ -13,6 +13,7 @@
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Spreadsheet.h"
+#include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsModel.h"
@@ -119,7 +120,7 @@ TfrmPesResultsLV::TfrmPesResultsLV(QWidget* owner, std::unique_ptr<TNodeLV> rows
     preview_->setModel(model_);
     Body()->insertLayout(0, bar);
     Body()->insertWidget(1, preview_, 1);
-    resize(1000, 600);
+    KeepWindowPlace(*this, QStringLiteral("PesResultsLV"), QSize(1200, 720));
 }
 
 void TfrmPesResultsLV::ShowPage()

@@ -4,9 +4,12 @@
 #include <QCalendarWidget>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
 #include <QPushButton>
+#include <QScreen>
+#include <QSplitter>
 #include <QTableWidget>
 #include <QTest>
 #include <QToolButton>
@@ -14,6 +17,7 @@
 
 #include "host/Dialogs.h"
 #include "host/Language.h"
+#include "host/WindowPlace.h"
 
 TEST(Language, CalendarsDatesNumbersAndStandardButtonsAreRussian)
 {
@@ -65,5 +69,44 @@ TEST(Dialogs, EnterInAFieldOrGridDoesNotCloseTheForm)
         buttons->button(QDialogButtonBox::Close)->setFocus();
         QTest::keyClick(buttons->button(QDialogButtonBox::Close), Qt::Key_Return);
         EXPECT_FALSE(dialog.isVisible());
+    }
+}
+
+TEST(WindowPlace, FormsFitTheScreenAndComeBackAsTheUserLeftThem)
+{
+    // A form wider than a small screen is cut to the screen's free area, less room for its frame.
+    EXPECT_EQ(FittedSize(QSize(1300, 740), QSize(1366, 728)), QSize(1300, 688));
+    EXPECT_EQ(FittedSize(QSize(1300, 740), QSize(1920, 1040)), QSize(1300, 740));
+    EXPECT_EQ(FittedSize(QSize(1300, 740), QSize(1024, 600)), QSize(1008, 560));
+    EXPECT_EQ(FittedSize(QSize(1300, 740), QSize()), QSize(1300, 740));
+
+    const QString name = QStringLiteral("PlaceTest");
+    auto open = [&](QWidget& window, QSplitter*& splitter) {
+        auto* layout = new QVBoxLayout(&window);
+        splitter = new QSplitter(&window);
+        splitter->addWidget(new QLabel("слева"));
+        splitter->addWidget(new QLabel("справа"));
+        layout->addWidget(splitter);
+        KeepWindowPlace(window, name, QSize(5000, 5000));
+        window.show();
+    };
+    QSize first;
+    {
+        QWidget window;
+        QSplitter* splitter = nullptr;
+        open(window, splitter);
+        const QSize screen = window.screen()->availableGeometry().size();
+        first = window.size();
+        EXPECT_EQ(first, FittedSize(QSize(5000, 5000), screen));
+        window.resize(420, 310);
+        splitter->setSizes({100, 300});
+        window.hide();
+    }
+    {
+        QWidget window;
+        QSplitter* splitter = nullptr;
+        open(window, splitter);
+        EXPECT_EQ(window.size(), QSize(420, 310));
+        EXPECT_NEAR(splitter->sizes().value(0), 100, 2);  // the handle takes its pixel
     }
 }
