@@ -4,10 +4,10 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
-#include <QToolBar>
 #include <QToolButton>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -50,32 +50,36 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
     KeepWindowPlace(*this, QStringLiteral("LVResultsGrid"), QSize(1300, 740));
     visibleRows_.fill(true);
     auto* layout = new QVBoxLayout(this);
-    auto* bar = new QToolBar(this);
-    layout->addWidget(bar);
-    auto tool = [this, bar](const QString& name, const QString& text) {
-        auto* b = new QToolButton(bar);
+    // Two rows of buttons rather than a tool bar: every command stays in sight on a narrow screen.
+    auto* top = new QHBoxLayout;
+    auto* commands = new QHBoxLayout;
+    layout->addLayout(top);
+    layout->addLayout(commands);
+    auto tool = [this](QHBoxLayout* row, const QString& name, const QString& text) {
+        auto* b = new QToolButton(this);
         b->setObjectName(name);
         b->setText(text);
-        bar->addWidget(b);
+        b->setAutoRaise(true);
+        row->addWidget(b);
         return b;
     };
-    energyButton_ = tool(QStringLiteral("btnEnergy"), QStringLiteral("Потери электроэнергии"));
-    powerButton_ = tool(QStringLiteral("btnPower"), QStringLiteral("Потери мощности"));
+    energyButton_ = tool(top, QStringLiteral("btnEnergy"), QStringLiteral("Потери электроэнергии"));
+    powerButton_ = tool(top, QStringLiteral("btnPower"), QStringLiteral("Потери мощности"));
     for (QToolButton* b : {energyButton_, powerButton_})
         b->setCheckable(true);
     auto* group = new QButtonGroup(this);
     group->addButton(energyButton_);
     group->addButton(powerButton_);
     energyButton_->setChecked(true);
-    bar->addSeparator();
-    bar->addWidget(new QLabel(QStringLiteral(" Расчетный период "), bar));
-    samples_ = new QComboBox(bar);
+    top->addSpacing(12);
+    top->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
+    samples_ = new QComboBox(this);
     samples_->setObjectName(QStringLiteral("cbSamples"));
-    bar->addWidget(samples_);
-    periods_ = new QComboBox(bar);
+    top->addWidget(samples_);
+    periods_ = new QComboBox(this);
     periods_->setObjectName(QStringLiteral("cbPeriods"));
-    bar->addWidget(periods_);
-    bar->addSeparator();
+    top->addWidget(periods_);
+    top->addStretch();
     const std::pair<const char*, const char*> actions[] = {{"btnReport", "Сводные результаты расчета"},
                                                            {"btnDelete", "Удалить выделенные"},
                                                            {"btnClear", "Очистить таблицу"},
@@ -86,8 +90,12 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
                                                            {"btnLegend", "Легенда цветов"},
                                                            {"btnExit", "Выход"}};
     std::vector<QToolButton*> buttons;
-    for (const auto& [name, text] : actions)
-        buttons.push_back(tool(QString::fromLatin1(name), QString::fromUtf8(text)));
+    for (const auto& [name, text] : actions) {
+        // The legend and the exit stand at the end of the first row.
+        const bool last = QByteArray(name) == "btnLegend" || QByteArray(name) == "btnExit";
+        buttons.push_back(tool(last ? top : commands, QString::fromLatin1(name), QString::fromUtf8(text)));
+    }
+    commands->addStretch();
     connect(buttons[0], &QToolButton::clicked, this, &TfrmLVResultsGrid::ShowRowReport);
     connect(buttons[1], &QToolButton::clicked, this, &TfrmLVResultsGrid::DeleteSelected);
     connect(buttons[2], &QToolButton::clicked, this, &TfrmLVResultsGrid::ClearTable);

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QComboBox>
+#include <QRegularExpression>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -55,6 +57,19 @@ TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
     EXPECT_EQ(m->index(0, 0).data().toString(), "АО «Облэнерго»");
     EXPECT_EQ(m->index(0, 2).data().toString(),
               FormatFloat("#,##0.000", grid.Tree()->Record().GetValue(bfWa_gen, VariantTotal)));
+
+    // On a 1366×768 screen every command is in sight, none behind an overflow.
+    grid.show();
+    grid.resize(1350, 700);
+    QApplication::processEvents();
+    const QList<QToolButton*> tools = grid.findChildren<QToolButton*>(QRegularExpression("^btn"));
+    EXPECT_GE(tools.size(), 11);
+    for (QToolButton* b : tools) {
+        EXPECT_TRUE(b->isVisible()) << b->objectName().toStdString();
+        EXPECT_TRUE(grid.rect().contains(QRect(b->mapTo(&grid, QPoint(0, 0)), b->size())))
+            << b->objectName().toStdString();
+        EXPECT_GE(b->width(), b->sizeHint().width()) << b->objectName().toStdString();  // the caption is whole
+    }
 
     grid.findChild<QToolButton*>("btnPower")->click();
     EXPECT_FALSE(grid.EnergyShown());
