@@ -101,8 +101,26 @@ QVariant TLVResultsModel::headerData(int section, Qt::Orientation orientation, i
     if (role == CaptionRole)
         return caption;
     if (role == Qt::DisplayRole)
-        return QString(caption).replace(QLatin1Char('|'), QLatin1Char('\n'));
+        return WrappedCaption(caption);
     return {};
+}
+
+QString TLVResultsModel::WrappedCaption(const QString& caption, int lineLength)
+{
+    // Each part of a caption on lines of its own, its words run on while they fit the line.
+    QStringList lines;
+    for (const QString& part : caption.split(QLatin1Char('|'))) {
+        QString line;
+        for (const QString& word : part.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            if (!line.isEmpty() && line.size() + 1 + word.size() > lineLength) {
+                lines << line;
+                line.clear();
+            }
+            line += (line.isEmpty() ? QString() : QStringLiteral(" ")) + word;
+        }
+        lines << line;
+    }
+    return lines.join(QLatin1Char('\n'));
 }
 
 bool TLVResultsModel::removeRows(int row, int count, const QModelIndex& parent)

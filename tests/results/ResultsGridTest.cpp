@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QHeaderView>
 #include <QRegularExpression>
 #include <QToolButton>
 #include <QTreeView>
@@ -57,6 +58,17 @@ TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
     EXPECT_EQ(m->index(0, 0).data().toString(), "АО «Облэнерго»");
     EXPECT_EQ(m->index(0, 2).data().toString(),
               FormatFloat("#,##0.000", grid.Tree()->Record().GetValue(bfWa_gen, VariantTotal)));
+
+    // Captions wrap at words, each column as wide as the lines of its caption.
+    EXPECT_EQ(m->headerData(2, Qt::Horizontal, Qt::DisplayRole).toString(),
+              "Прием\nэлектроэнергии в\nсеть\nтыс. кВт·ч");
+    auto* view = grid.findChild<QTreeView*>("Grid");
+    for (int c = 1; c < m->columnCount(); ++c) {
+        int widest = 0;
+        for (const QString& line : m->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString().split('\n'))
+            widest = std::max(widest, view->header()->fontMetrics().horizontalAdvance(line));
+        EXPECT_GE(view->columnWidth(c), widest) << grid.ColumnCaption(c).toStdString();
+    }
 
     // On a 1366×768 screen every command is in sight, none behind an overflow.
     grid.show();
