@@ -25,6 +25,7 @@
 #include "host/HostCommands.h"
 #include "host/HostObjects.h"
 #include "host/SamplePeriods.h"
+#include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "host/WindowPlace.h"
@@ -75,16 +76,15 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
 
     auto* toolbar = addToolBar(QStringLiteral("Период"));
     toolbar->addWidget(new QLabel(QStringLiteral(" Расчетный период: "), toolbar));
-    periods_ = new QComboBox(toolbar);
+    periods_ = new TSamplesTreeBox(toolbar);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
     periods_->setMinimumWidth(200);
-    int latestYear = periods_->count() - 1;
-    for (const TSamplePeriodInfo& info : database->GetSamplePeriods()->Items()) {
-        periods_->addItem(info.Name, info.Ident);
-        if (info.Period == 1)
-            latestYear = periods_->count() - 1;
-    }
-    periods_->setCurrentIndex(latestYear);
+    // The regimes are calculated for a year: the latest year that has begun.
+    const std::vector<TSamplePeriodInfo>& all = database->GetSamplePeriods()->Items();
+    std::vector<TSamplePeriodInfo> years;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(years), [](const auto& p) { return p.Period == 1; });
+    periods_->Fill(all);
+    periods_->SetCurrentIdent(DefaultPeriod(years.empty() ? all : years, {}));
     toolbar->addWidget(periods_);
 
     detail_ = new QDockWidget(QStringLiteral("Схема 0,38 кВ"), this);
@@ -123,7 +123,7 @@ ToznListItemCommon* MainWindow::OfType(ToznListItemCommon* item, int nodeType)
 
 ToznListItemCommon* MainWindow::SelectedOfType(int nodeType) const { return OfType(SelectedItem(), nodeType); }
 
-int MainWindow::SelectedPeriod() const { return periods_->currentData().toInt(); }
+int MainWindow::SelectedPeriod() const { return periods_->CurrentIdent(); }
 
 void MainWindow::BuildMenu()
 {

@@ -8,6 +8,7 @@ class TfdbDatabase;
 class ToznListItemCommon;
 class QTreeView;
 class QComboBox;
+class TSamplesTreeBox;
 class QDockWidget;
 class QAction;
 
@@ -49,7 +50,7 @@ private:
     TfdbDatabase* database_;
     Ozn32Plugin* plugin_;
     QTreeView* tree_;
-    QComboBox* periods_;
+    TSamplesTreeBox* periods_;
     QDockWidget* detail_;
     QAction* importScheme_ = nullptr;
     QAction* exportScheme_ = nullptr;

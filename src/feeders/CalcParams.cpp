@@ -3,6 +3,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QSignalBlocker>
 #include <QToolButton>
 
 #include "feeders/CalcParamsMax.h"
@@ -10,6 +11,7 @@
 #include "feeders/CalcParamsWaAdd.h"
 #include "host/Database.h"
 #include "host/SamplePeriods.h"
+#include "host/SamplesTreeBox.h"
 
 TWaAddPanelForm::TWaAddPanelForm(QWidget* owner, QWidget* panel) : QFrame(owner, Qt::Popup)
 {
@@ -41,7 +43,7 @@ TfrmCalcParamsPW::TfrmCalcParamsPW(QWidget* owner) : TfrmCalcParamsCustom(owner)
 {
     auto* row = new QHBoxLayout;
     row->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
-    periods_ = new QComboBox(this);
+    periods_ = new TSamplesTreeBox(this);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
     row->addWidget(periods_, 1);
     Body()->insertLayout(1, row);
@@ -85,26 +87,20 @@ bool TfrmCalcParamsPW::Prepare()
 {
     if (!TfrmCalcParamsCustom::Prepare() || !CurrentDatabase())
         return false;
-    periods_->clear();
-    int current = -1;
-    for (const TSamplePeriodInfo& info : CurrentDatabase()->GetSamplePeriods()->Items()) {
-        periods_->addItem(info.Name, info.Ident);
-        if (info.Ident == Params()->GetSamplePeriod())
-            current = periods_->count() - 1;
+    {
+        const QSignalBlocker blocker(periods_);
+        periods_->Fill(CurrentDatabase()->GetSamplePeriods()->Items());
+        if (!periods_->SetCurrentIdent(Params()->GetSamplePeriod()))
+            return false;
     }
-    periods_->setCurrentIndex(current);
-    if (current < 0)
-        return false;
-    Params()->SetSamplePeriod(periods_->currentData().toInt());
+    Params()->SetSamplePeriod(periods_->CurrentIdent());
     LoadStored();
-    connect(periods_, &QComboBox::currentIndexChanged, this, [this](int index) {
-        if (index < 0)
-            return;
+    connect(periods_, &TSamplesTreeBox::CurrentIdentChanged, this, [this](int ident) {
         // Each interval has values of its own: the former interval's current values do not carry over,
         // and an interval with none stored starts from its measurement.
         if (HasStorage())
             Params()->Values(TLVCalcLevel::Current) = TLVCalcValues();
-        Params()->SetSamplePeriod(periods_->itemData(index).toInt());
+        Params()->SetSamplePeriod(ident);
         LoadStored();
         RefreshBoxes();
     });

@@ -1,7 +1,7 @@
 #pragma once
 #include "feeders/CalcParamsCustom.h"
 
-class QComboBox;
+class TSamplesTreeBox;
 class QWidget;
 class TWaAddPanelForm;
 
@@ -12,13 +12,13 @@ public:
     explicit TfrmCalcParamsPW(QWidget* owner = nullptr);
     // Fills the period picker on the parameters' period; false when no period is current.
     bool Prepare() override;
-    QComboBox* PeriodBox() const { return periods_; }
+    TSamplesTreeBox* PeriodBox() const { return periods_; }
     // Opens the energy breakdown just under the energy box.
     void ShowWaAdd();
     TWaAddPanelForm* WaAdd() const { return waAdd_; }
 
 private:
-    QComboBox* periods_;
+    TSamplesTreeBox* periods_;
     QWidget* panel_;
     TWaAddPanelForm* waAdd_;
 };

@@ -20,6 +20,7 @@ public:
     int CurrentIdent() const { return current_; }
     // Chooses an interval; false (and nothing changes) when it is not in the box.
     bool SetCurrentIdent(int ident);
+    bool Contains(int ident) const { return ident != 0 && IndexOf(ident).isValid(); }
     // The years at the top, each with the idents of the intervals under it (for the views and tests).
     QList<QPair<int, QList<int>>> Shape() const;
     void showPopup() override;

@@ -18,12 +18,14 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/SamplesTreeBox.h"
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
 #include "import/xlsLVZamerSocialDLL.h"
+#include "normative/LVNormativReports.h"
 
 namespace workbookform {
 // The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
@@ -32,9 +34,8 @@ bool treeCanOpen()
     TCurrentDatabase* db = CurrentDatabase();
     return SetDataBaseName() && db->GetTree()->GetCount() > 0;
 }
-// Fills a workbook form's network tree and intervals once (the latest interval chosen); the callback gets the
-// object chosen in the tree. True when they were filled now.
-bool attachTreeAndIntervals(QTreeView* tree, QComboBox* intervals, QObject* context, std::function<void(int)> chosen)
+bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const QList<int>& withData, QObject* context,
+                            std::function<void(int)> chosen)
 {
     if (tree->model())
         return false;
@@ -45,9 +46,10 @@ bool attachTreeAndIntervals(QTreeView* tree, QComboBox* intervals, QObject* cont
                          ToznListItemCommon* item = TreeModel::Item(i);
                          chosen(item ? item->Target()->GetIdent() : 0);
                      });
-    for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
-        intervals->addItem(p.Name, p.Ident);
-    intervals->setCurrentIndex(intervals->count() - 1);
+    const QSignalBlocker blocker(intervals);
+    const std::vector<TSamplePeriodInfo>& periods = db->GetSamplePeriods()->Items();
+    intervals->Fill(periods);
+    intervals->SetCurrentIdent(DefaultPeriod(periods, withData));
     return true;
 }
 
@@ -120,7 +122,7 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
     levels_->setObjectName(QStringLiteral("ComboLevel"));
     levels_->addItems(TNodeSocialHigh::LevelNames());
     levels_->setCurrentIndex(5);
-    intervals_ = new QComboBox(this);
+    intervals_ = new TSamplesTreeBox(this);
     intervals_->setObjectName(QStringLiteral("ComboSamplesDates"));
     auto* energies = new QPushButton(QStringLiteral("Расчетная трансформация в сеть"), this);
     energies->setObjectName(QStringLiteral("btnWa"));
@@ -156,7 +158,7 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
         }
         Reload();
     });
-    connect(intervals_, &QComboBox::activated, this, [this] { SelectInterval(intervals_->currentData().toInt()); });
+    connect(intervals_, &TSamplesTreeBox::CurrentIdentChanged, this, &TxlsLVZamerSocialForm::SelectInterval);
     connect(energies, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::FillEnergies);
     connect(open, &QPushButton::clicked, this, [this] {
         // A workbook the user edited and did not read is read first, so that writing it anew loses nothing.
@@ -172,7 +174,9 @@ bool TxlsLVZamerSocialForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
-    attachTreeAndIntervals(tree_, intervals_, this, [this](int guid) {
+    const QList<int> withResults =
+        tree_->model() ? QList<int>() : PeriodsWithResults(*CurrentDatabase()->GetDefaultConnection());
+    attachTreeAndIntervals(tree_, intervals_, withResults, this, [this](int guid) {
         if (guid == object_)
             return;
         if (!ConfirmDiscard()) {
@@ -222,7 +226,7 @@ void TxlsLVZamerSocialForm::SelectLevel(int level)
 void TxlsLVZamerSocialForm::Reload()
 {
     const TSamplePeriodInfo* period =
-        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
+        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->CurrentIdent());
     if (!object_ || !period)
         return;
     try {
@@ -236,10 +240,13 @@ void TxlsLVZamerSocialForm::SelectInterval(int sampleIdent)
 {
     if (sampleIdent != rows_.Period().Ident && !rows_.Period().isEmpty() && !ConfirmDiscard()) {
         const QSignalBlocker blocker(intervals_);
-        intervals_->setCurrentIndex(intervals_->findData(rows_.Period().Ident));
+        intervals_->SetCurrentIdent(rows_.Period().Ident);
         return;
     }
-    intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+    {
+        const QSignalBlocker blocker(intervals_);
+        intervals_->SetCurrentIdent(sampleIdent);
+    }
     const TSamplePeriodInfo* period = CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sampleIdent);
     if (!period) {
         host::ShowWarning(QStringLiteral("Не найден SampleIdent"));

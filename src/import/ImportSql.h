@@ -52,6 +52,14 @@ inline constexpr const char* kStoredTmax =
     R"(select guid from "LVPTPInfo" where "SampleIdent"=:Ident union select guid from "LVPSamples" where
     "SampleIdent"=:Ident union select guid from "LVPLoads" where "SampleIdent"=:Ident)";
 
+// The intervals with measurements of each kind.
+inline constexpr const char* kPeriodsWithW =
+    R"(select "SampleIdent" from "WLoads" union select "SampleIdent" from "LVWTPInfo" union select "SampleIdent"
+    from "LVWSamples" union select "SampleIdent" from "LVWLoads")";
+inline constexpr const char* kPeriodsWithTmax =
+    R"(select "SampleIdent" from "LVPTPInfo" union select "SampleIdent" from "LVPSamples" union select
+    "SampleIdent" from "LVPLoads")";
+
 // The transformer of every substation: type and rated power.
 inline constexpr const char* kTransformerTypes =
     R"(select nod.guid, coalesce(t2."TypeTR", ts."TypeTR") || '-' ||

@@ -447,6 +447,19 @@ int TLVZamerData::SaveConsumers(ToznFDConnection& connection)
     return written;
 }
 
+QList<int> TLVZamerData::PeriodsWithData(ToznFDConnection& connection, TLVZamerKind kind)
+{
+    return GuardedRead(connection, [&] {
+        QList<int> periods;
+        auto q = connection.NewQuery();
+        q->SetSQLText(
+            QString::fromUtf8(kind == TLVZamerKind::W ? ImportSql::kPeriodsWithW : ImportSql::kPeriodsWithTmax));
+        for (q->Open(); !q->Eof(); q->Next())
+            periods << q->Int(QStringLiteral("SampleIdent"));
+        return periods;
+    });
+}
+
 QStringList TLVZamerData::StoredIn(ToznFDConnection& connection, int sampleIdent) const
 {
     const QSet<int> stored = GuardedRead(connection, [&] {

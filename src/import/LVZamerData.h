@@ -103,6 +103,8 @@ public:
     void ChangeInterval(int sampleIdent, int hours);
     // The objects of the table that already have stored values in an interval (what a move there would replace).
     QStringList StoredIn(ToznFDConnection& connection, int sampleIdent) const;
+    // The intervals that hold measurements of the kind, of any object.
+    static QList<int> PeriodsWithData(ToznFDConnection& connection, TLVZamerKind kind);
 
     QString ColumnCaption(int column) const;
     // The computed columns' values of a row, as the workbook caches them beside their formulas (empty where

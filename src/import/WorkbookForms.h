@@ -1,22 +1,24 @@
 #pragma once
 // What the workbook forms of the measurements and of the generalised data share: the network tree and the
 // intervals beside the workbook, the reading-back report and the question before edits are lost.
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <cstdint>
 #include <functional>
 
-class QComboBox;
 class QTreeView;
+class TSamplesTreeBox;
 class QObject;
 class TxlsZamerShablonForm;
 
 namespace workbookform {
 // The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
 bool treeCanOpen();
-// Fills a form's network tree and intervals once (the latest interval chosen); the callback gets the object
-// chosen in the tree. True when they were filled now.
-bool attachTreeAndIntervals(QTreeView* tree, QComboBox* intervals, QObject* context, std::function<void(int)> chosen);
+// Fills a form's network tree and intervals once, choosing the latest interval of those with data; the callback
+// gets the object chosen in the tree. True when they were filled now.
+bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const QList<int>& withData, QObject* context,
+                            std::function<void(int)> chosen);
 void selectInTree(QTreeView* tree, int guid);
 // The host hands over the object chosen in its own tree.
 void selectHandedObject(QTreeView* tree, intptr_t param);

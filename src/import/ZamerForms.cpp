@@ -25,6 +25,7 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/SamplesTreeBox.h"
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/WindowPlace.h"
@@ -51,7 +52,7 @@ TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerS
     KeepWindowPlace(*this, QStringLiteral("LVZamerForm"), QSize(1100, 700));
     auto* bar = new QHBoxLayout;
     bar->addWidget(new QLabel(QStringLiteral("Расчетный период"), this));
-    intervals_ = new QComboBox(this);
+    intervals_ = new TSamplesTreeBox(this);
     intervals_->setObjectName(QStringLiteral("ComboSamplesDates"));
     bar->addWidget(intervals_);
     const char* const captions[3] = {"ТП", "ТП и Линии", "Абоненты"};
@@ -99,7 +100,7 @@ TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerS
     });
     connect(read_, &QPushButton::clicked, this, &TxlsLVZamerForm::ReadWorkbook);
     connect(save_, &QPushButton::clicked, this, &TxlsLVZamerForm::Save);
-    connect(intervals_, &QComboBox::activated, this, &TxlsLVZamerForm::IntervalChosen);
+    connect(intervals_, &TSamplesTreeBox::CurrentIdentChanged, this, &TxlsLVZamerForm::IntervalChosen);
     UpdateButtons();
 }
 
@@ -109,7 +110,10 @@ bool TxlsLVZamerForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
-    if (attachTreeAndIntervals(tree_, intervals_, this, [this](int guid) {
+    const QList<int> withData =
+        tree_->model() ? QList<int>()
+                       : TLVZamerData::PeriodsWithData(*CurrentDatabase()->GetDefaultConnection(), data_.Kind());
+    if (attachTreeAndIntervals(tree_, intervals_, withData, this, [this](int guid) {
             if (guid == object_)
                 return;
             if (!ConfirmDiscard()) {
@@ -119,8 +123,9 @@ bool TxlsLVZamerForm::CanOpen()
             object_ = guid;
             Reload();
         })) {
-        const auto& periods = CurrentDatabase()->GetSamplePeriods()->Items();
-        interval_ = periods.empty() ? TSamplePeriodInfo() : periods.back();
+        const TSamplePeriodInfo* chosen =
+            CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->CurrentIdent());
+        interval_ = chosen ? *chosen : TSamplePeriodInfo();
     }
     for (int i = 0; i < 3; ++i)
         switchButtons_[i]->setChecked(switches_[i]);
@@ -163,19 +168,22 @@ void TxlsLVZamerForm::SelectObject(int guid) { selectInTree(tree_, guid); }
 
 void TxlsLVZamerForm::SelectInterval(int sampleIdent)
 {
-    intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+    {
+        const QSignalBlocker blocker(intervals_);
+        intervals_->SetCurrentIdent(sampleIdent);
+    }
     IntervalChosen();
 }
 
 void TxlsLVZamerForm::IntervalChosen()
 {
     const TSamplePeriodInfo* chosen =
-        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->currentData().toInt());
+        CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(intervals_->CurrentIdent());
     if (!chosen || chosen->Ident == interval_.Ident)
         return;
     if (!ConfirmDiscard()) {
         const QSignalBlocker blocker(intervals_);
-        intervals_->setCurrentIndex(intervals_->findData(interval_.Ident));
+        intervals_->SetCurrentIdent(interval_.Ident);
         return;
     }
     // Another interval shows what is stored for it.
@@ -194,12 +202,10 @@ int TxlsLVZamerForm::CreateInterval(int year, int month)
         return 0;
     }
     db->GetSamplePeriods()->Load(*db->GetDefaultConnection());
-    if (intervals_->findData(ident) < 0) {
+    if (!intervals_->Contains(ident)) {
         const QSignalBlocker blocker(intervals_);
-        intervals_->clear();
-        for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
-            intervals_->addItem(p.Name, p.Ident);
-        intervals_->setCurrentIndex(intervals_->findData(interval_.Ident));
+        intervals_->Fill(db->GetSamplePeriods()->Items());
+        intervals_->SetCurrentIdent(interval_.Ident);
         AddLog(QStringLiteral("Создан интервал %1").arg(SamplePeriodName(year, month)), 1, ident);
     }
     return ident;
@@ -223,7 +229,7 @@ bool TxlsLVZamerForm::MoveToInterval(int sampleIdent)
     interval_ = *target;
     {
         const QSignalBlocker blocker(intervals_);
-        intervals_->setCurrentIndex(intervals_->findData(sampleIdent));
+        intervals_->SetCurrentIdent(sampleIdent);
     }
     // The rows go over to the new interval with what they hold.
     data_.ChangeInterval(interval_.Ident, Hours());

@@ -6,6 +6,7 @@
 
 class QCheckBox;
 class QComboBox;
+class TSamplesTreeBox;
 class QPushButton;
 class QTreeView;
 
@@ -43,7 +44,7 @@ private:
     TNodeSocialHigh rows_;
     QTreeView* tree_ = nullptr;
     QComboBox* levels_ = nullptr;
-    QComboBox* intervals_ = nullptr;
+    TSamplesTreeBox* intervals_ = nullptr;
     QCheckBox* materials_ = nullptr;
     QCheckBox* inputs_ = nullptr;
     QCheckBox* captions_ = nullptr;

@@ -8,6 +8,7 @@
 #include "import/WorkbookWatch.h"
 
 class QComboBox;
+class TSamplesTreeBox;
 class QPushButton;
 class QTableWidget;
 class QToolButton;
@@ -66,7 +67,7 @@ private:
     std::array<bool, 3> switches_{true, true, false};
     std::array<QToolButton*, 3> switchButtons_{};
     QTreeView* tree_ = nullptr;
-    QComboBox* intervals_ = nullptr;
+    TSamplesTreeBox* intervals_ = nullptr;
     QTableWidget* grid_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* read_ = nullptr;

@@ -21,6 +21,7 @@
 #include "host/HostObjects.h"
 #include "host/InitOZN.h"
 #include "host/SamplePeriods.h"
+#include "host/SamplesTreeBox.h"
 #include "host/TemplateForms.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
@@ -225,9 +226,15 @@ TEST_F(Frames, RegimeDialogWithoutPeriodAndAfterCancelLeavesParametersAlone)
     params.SetSamplePeriod(year);
     int shownPeriod = 0;
     auto switchPeriod = [&](QDialog* d) {
-        auto* box = d->findChild<QComboBox*>("ComboSamplesDates");
-        shownPeriod = box->currentData().toInt();
-        box->setCurrentIndex(box->currentIndex() + 1);
+        auto* box = d->findChild<TSamplesTreeBox*>("ComboSamplesDates");
+        shownPeriod = box->CurrentIdent();
+        // Another interval of the tree: a month of the year shown when it has months.
+        QList<int> others;
+        for (const auto& [top, months] : box->Shape())
+            others << (top == shownPeriod ? months : QList<int>()) << top;
+        others.removeAll(shownPeriod);
+        ASSERT_FALSE(others.isEmpty());
+        box->SetCurrentIdent(others.first());
     };
     // Edits, a level copied in: all discarded by cancel.
     CloseNextModal(host::mrCancel, [&](QDialog* d) {

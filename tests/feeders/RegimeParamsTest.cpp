@@ -10,15 +10,16 @@
 #include <QTabBar>
 #include <cmath>
 
+#include "db/SchemaInstaller.h"
 #include "feeders/CalcParamsMax.h"
 #include "feeders/CalcParamsMiddle.h"
-#include "db/SchemaInstaller.h"
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
+#include "host/SamplesTreeBox.h"
 #include "host/SchemaUpgrade.h"
 #include "support/TestSupport.h"
 
@@ -298,7 +299,8 @@ TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
                       .arg(lineWa_)));
     ASSERT_GT(earlier, 0);
     const double earlierWa = Scalar(
-        c, QStringLiteral("select \"Wa\" from \"LVWSamples\" where GUID=%1 and \"SampleIdent\"=%2").arg(lv_).arg(earlier));
+        c,
+        QStringLiteral("select \"Wa\" from \"LVWSamples\" where GUID=%1 and \"SampleIdent\"=%2").arg(lv_).arg(earlier));
     // Values kept for the latest interval.
     {
         TWCalcTmaxHHParams stored;
@@ -325,10 +327,8 @@ TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
     EXPECT_EQ(form.Box("EditWa")->text(), "321,000");
 
     // Another interval: its measurement on both tabs, nothing of the latest one's.
-    QComboBox* periods = form.PeriodBox();
-    const int earlierIndex = periods->findData(earlier);
-    ASSERT_GE(earlierIndex, 0);
-    periods->setCurrentIndex(earlierIndex);
+    TSamplesTreeBox* periods = form.PeriodBox();
+    ASSERT_TRUE(periods->SetCurrentIdent(earlier));
     EXPECT_EQ(params.GetSamplePeriod(), earlier);
     EXPECT_EQ(form.Box("EditWa")->text(), FormatFloat("0.000", earlierWa));
     form.SetLevel(TLVCalcLevel::Current);
@@ -347,7 +347,7 @@ TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
     EXPECT_DOUBLE_EQ(Scalar(c, wa.arg(lv_).arg(period_)), 321);
 
     // Back on the latest interval its own values return.
-    periods->setCurrentIndex(periods->findData(period_));
+    periods->SetCurrentIdent(period_);
     EXPECT_EQ(form.Box("EditWa")->text(), "321,000");
     EXPECT_EQ(form.Box("EditTmax")->text(), "2900");
 }

@@ -7,9 +7,11 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/XlsxReader.h"
 #include "import/LVZamerData.h"
+#include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
 #include "support/TestSupport.h"
 
@@ -478,4 +480,54 @@ TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
     EXPECT_FALSE(button("itemNewDate")->isEnabled());
     EXPECT_TRUE(button("btnRead")->isEnabled());
     SetCurrentDatabase(nullptr);
+}
+
+TEST_F(Zamer, FormOpensOnTheLatestIntervalWithMeasurementsChosenFromATreeOfYears)
+{
+    SetCurrentDatabase(db_.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
+    const char* latestWithW = "select first 1 sd.\"Ident\" from \"SamplesDates\" sd where exists (select 1 from "
+                              "\"WLoads\" w where w.\"SampleIdent\"=sd.\"Ident\") or exists (select 1 from "
+                              "\"LVWSamples\" s where s.\"SampleIdent\"=sd.\"Ident\") order by sd.\"SampleDate1\" "
+                              "desc, sd.\"SampleDate2\" desc";
+    const int expected = static_cast<int>(Scalar(*c_, latestWithW));
+    ASSERT_GT(expected, 0);
+    {
+        TxlsLVZamerWForm form;
+        form.SetParam(tp_);
+        ASSERT_TRUE(form.CanOpen());
+        EXPECT_EQ(form.Interval(), expected);
+        auto* box = form.findChild<TSamplesTreeBox*>("ComboSamplesDates");
+        ASSERT_TRUE(box);
+        EXPECT_EQ(box->CurrentIdent(), expected);
+        // Years at the top with their months under them, not one flat list.
+        const auto shape = box->Shape();
+        const int years = static_cast<int>(Scalar(*c_, "select count(*) from \"SamplesDates\" where \"Period\"=1"));
+        EXPECT_EQ(std::count_if(shape.begin(), shape.end(), [](const auto& y) { return !y.second.isEmpty(); }), years);
+    }
+    // A measurement typed for a later month moves the default there; intervals without one do not count.
+    const int later = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"SamplesDates\"")) + 1;
+    Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
+                             "\"SampleDate2\") values (%1, 'Март 2030', 4, '2030-03-01', '2030-04-01')")
+                  .arg(later));
+    Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
+                             "\"SampleDate2\") values (%1, 'Апрель 2030', 4, '2030-04-01', '2030-05-01')")
+                  .arg(later + 1));
+    Exec(*c_, QStringLiteral("insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 5)")
+                  .arg(later)
+                  .arg(static_cast<int>(Scalar(
+                      *c_, QStringLiteral("select min(guid) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(tp_)))));
+    db_->GetSamplePeriods()->Load(*c_);
+    TxlsLVZamerWForm w;
+    w.SetParam(tp_);
+    ASSERT_TRUE(w.CanOpen());
+    EXPECT_EQ(w.Interval(), later);
+    TxlsLVZamerTmaxForm tmax;  // the maximum-load measurements are where they were
+    tmax.SetParam(tp_);
+    ASSERT_TRUE(tmax.CanOpen());
+    EXPECT_EQ(tmax.Interval(), static_cast<int>(Scalar(*c_, "select first 1 sd.\"Ident\" from \"SamplesDates\" sd "
+                                                            "where exists (select 1 from \"LVPSamples\" p where "
+                                                            "p.\"SampleIdent\"=sd.\"Ident\") order by "
+                                                            "sd.\"SampleDate1\" desc")));
 }
