@@ -173,11 +173,13 @@ void MainWindow::BuildMenu()
     menu->addAction(QStringLiteral("Недоотпуск по линиям 0,4 кВ..."), this,
                     [this, guid] { plugin_->ShowLVUndersupplyReport(guid()); });
     menu->addSeparator();
-    menu->addAction(QStringLiteral("Замеры &W (книга Excel)..."), this, [this] { plugin_->ShowSamplesWInput(u"", 0); });
+    // The workbook forms open on the object chosen in the tree.
+    menu->addAction(QStringLiteral("Замеры &W (книга Excel)..."), this,
+                    [this, guid] { plugin_->ShowSamplesWInput(u"", guid()); });
     menu->addAction(QStringLiteral("Замеры T&max (книга Excel)..."), this,
-                    [this] { plugin_->ShowSamplesTmaxInput(u"", 0); });
+                    [this, guid] { plugin_->ShowSamplesTmaxInput(u"", guid()); });
     menu->addAction(QStringLiteral("&Обобщенные данные нормативного метода (книга Excel)..."), this,
-                    [this] { plugin_->ShowLVNormativMethodInput(u"", 0); });
+                    [this, guid] { plugin_->ShowLVNormativMethodInput(u"", guid()); });
     QMenu* references = menuBar()->addMenu(QStringLiteral("Спр&авочники"));
     references->addAction(QStringLiteral("&Провода…"), this, &MainWindow::EditConductors);
     references->addAction(QStringLiteral("По&льзователи и права…"), this, [this] {

@@ -573,7 +573,8 @@ private:
 
     void Normative()
     {
-        // Inputs and results of the normative method for the first year, per substation.
+        // Inputs and results of the normative method for every year, per substation: one scheme shared by the
+        // years, the energy growing by 4 % a year.
         auto fb = W(QStringLiteral("LVFidersB"), {"Ident", "CosFi", "Unom", "F",    "NLines", "dp",    "kzap", "dn",
                                                   "Lma",   "Lms",   "Lmm",  "L23a", "L23s",   "L23m",  "L1a",  "L1s",
                                                   "L1m",   "L1ia",  "L1is", "L1im", "L23ia",  "L23is", "L23im"});
@@ -589,16 +590,19 @@ private:
             const double l23a = round3(rnd_.Uniform(0.1, 1.0)), l23ia = round3(rnd_.Uniform(0.02, 0.2));
             const double l1a = round3(rnd_.Uniform(0.05, 0.6)), l1ia = round3(rnd_.Uniform(0.02, 0.2));
             const double dp = round3(rnd_.Uniform(0.3, 0.9)), dn = 0.1, cos = 0.92, kzap = 0.5, f = 50;
-            const double wa = round3(rnd_.Uniform(150, 900)), waBus = round3(wa * 0.05);
+            const double firstWa = rnd_.Uniform(150, 900);
             fb.Row({ident, cos,  0,   f,    nLines, dp,   kzap, dn,   lma,   -1.0, lmm, l23a,
                     -1.0,  -1.0, l1a, -1.0, -1.0,   l1ia, -1.0, -1.0, l23ia, -1.0, -1.0});
             // The normative loss model: equivalent length, k0.4 and the loss of the year.
             const double lm = lma + 0.6 * std::max(lmm, 0.0);
             const double lekv = lm + 0.44 * (l23a + l23ia) + 0.22 * (l1a + l1ia);
             const double k038 = (7.78 - 2.67 * dp - 1.48 * dp * dp) * (1.25 + 0.14 * dp);
-            const double w = (wa - waBus) / nLines * (1 - dn);
-            const double dWa = k038 * w * w / (cos * cos) * lekv / (f * 8760 / 24.0) * (2 * kzap + 1) / (3 * kzap);
-            wb.Row({yearIdents_.front(), node.guid, wa, waBus, 8760, ident, lekv, 1.0, k038, dWa});
+            for (size_t y = 0; y < yearIdents_.size(); ++y) {
+                const double wa = round3(firstWa * (1 + 0.04 * static_cast<double>(y))), waBus = round3(wa * 0.05);
+                const double w = (wa - waBus) / nLines * (1 - dn);
+                const double dWa = k038 * w * w / (cos * cos) * lekv / (f * 8760 / 24.0) * (2 * kzap + 1) / (3 * kzap);
+                wb.Row({yearIdents_[y], node.guid, wa, waBus, 8760, ident, lekv, 1.0, k038, dWa});
+            }
         }
         SetGenerator("LVFidersBIdent", ident);
     }

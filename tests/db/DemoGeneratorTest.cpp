@@ -56,7 +56,10 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     // Measurements, results and normative inputs.
     EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), lvCount);
     EXPECT_EQ(Scalar(c, "select count(*) from \"LVPSamples\""), lvCount);
-    EXPECT_EQ(Scalar(c, "select count(distinct \"SampleIdent\") from \"LVWResultsB\""), 1);
+    // Normative inputs for every year, each substation's years sharing one scheme.
+    EXPECT_EQ(Scalar(c, "select count(distinct \"SampleIdent\") from \"LVWResultsB\""), s.years);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\""),
+              s.years * Scalar(c, "select count(*) from \"LVFidersB\""));
     EXPECT_EQ(Scalar(c, "select count(*) from \"LVWResultsB\" r left join \"LVFidersB\" f on f.\"Ident\"=r.\"Info\" "
                         "where f.\"Ident\" is null"),
               0);

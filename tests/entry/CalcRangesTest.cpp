@@ -56,6 +56,7 @@ TEST(CalcRanges, ANormativeElementThatOverflowsGetsAnErrorLineNotOverOneHundredP
         Answer(&normative::CalculateJsonLine, R"({"Wa":1e308,"F":50,"dp":0.5,"dn":0.1,"Lma":1e308})");
     EXPECT_EQ(overflow.value("Error").toString(), "Расчет невозможен: исходные данные вне допустимого диапазона");
     // Losses truly above the energy supplied are still reported as such.
-    const QJsonObject over = Answer(&normative::CalculateJsonLine, R"({"Wa":100,"F":1e-300,"dp":0.5,"dn":0.1,"Lma":1})");
+    const QJsonObject over =
+        Answer(&normative::CalculateJsonLine, R"({"Wa":100,"F":1e-300,"dp":0.5,"dn":0.1,"Lma":1})");
     EXPECT_EQ(over.value("Message").toString(), "Расчет не сохранен. Потери электроэнергии превышают 100%");
 }

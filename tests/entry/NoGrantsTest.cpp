@@ -47,7 +47,8 @@ TEST(NoGrants, EveryCommandAndTheWindowAnswerWithAMessage)
         const QString err = QString::fromUtf8(p.readAllStandardError());
         EXPECT_EQ(p.exitStatus(), QProcess::NormalExit) << args.join(' ').toStdString();
         EXPECT_EQ(p.exitCode(), 1) << args.join(' ').toStdString() << "\n" << err.toStdString();
-        EXPECT_TRUE(err.contains("Нет прав на чтение таблицы «")) << args.join(' ').toStdString() << "\n" << err.toStdString();
+        EXPECT_TRUE(err.contains("Нет прав на чтение таблицы «")) << args.join(' ').toStdString() << "\n"
+                                                                  << err.toStdString();
     }
 }
 
@@ -93,7 +94,8 @@ TEST(NoGrants, EveryExportAnswersAUserWhoMayReadOnlyTheTree)
         Exec(c, QStringLiteral("grant select on \"%1\" to TREEONLY").arg(QString::fromLatin1(table)));
     const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
     const int lv = static_cast<int>(Scalar(c, "select min(guid) from \"LVFiders\""));
-    const int tp = static_cast<int>(Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(lv)));
+    const int tp =
+        static_cast<int>(Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(lv)));
     if (c.inTransaction())
         c.Commit();
 
@@ -124,17 +126,17 @@ TEST(NoGrants, EveryExportAnswersAUserWhoMayReadOnlyTheTree)
         {"ShowLVNormativMethodInput",
          [&] { plugin.get<ozn32::ShowLVNormativMethodInput_t>("ShowLVNormativMethodInput")(u"", 0); }},
         {"ShowLVFiders", [&] { plugin.get<ozn32::ShowLVFiders_t>("ShowLVFiders")(0, &feeder); }},
-        {"RunLVNormativMethod", [&] { plugin.get<ozn32::RunLVNormativMethod_t>("RunLVNormativMethod")(session.get()); }},
+        {"RunLVNormativMethod",
+         [&] { plugin.get<ozn32::RunLVNormativMethod_t>("RunLVNormativMethod")(session.get()); }},
         {"RunLVNormativMethodResults",
          [&] { plugin.get<ozn32::RunLVNormativMethodResults_t>("RunLVNormativMethodResults")(session.get()); }},
         {"ShowLVPESResults", [&] { plugin.get<ozn32::ShowLVPESResults_t>("ShowLVPESResults")(session.get(), tp); }},
         {"ShowLVPESResultsAll", [&] { plugin.get<ozn32::ShowLVPESResultsAll_t>("ShowLVPESResultsAll")(); }},
         {"ShowLVResultsGrid", [&] { plugin.get<ozn32::ShowLVResultsGrid_t>("ShowLVResultsGrid")(session.get(), tp); }},
-        {"ShowLVUndersupplyReport", [&] { plugin.get<ozn32::ShowLVUndersupplyReport_t>("ShowLVUndersupplyReport")(year); }},
+        {"ShowLVUndersupplyReport",
+         [&] { plugin.get<ozn32::ShowLVUndersupplyReport_t>("ShowLVUndersupplyReport")(year); }},
         {"DetailFrameCreate",
-         [&] {
-             plugin.get<ozn32::DetailFrameCreate_t>("DetailFrameCreate")(&owner, session->GetTree()->Find(lv), 0);
-         }},
+         [&] { plugin.get<ozn32::DetailFrameCreate_t>("DetailFrameCreate")(&owner, session->GetTree()->Find(lv), 0); }},
         {"ShowFiderHHResults", [&] { plugin.get<ozn32::ShowFiderHHResults_t>("ShowFiderHHResults")(&fider, 0); }},
         {"BuildFiderHHResults",
          [&] { plugin.get<ozn32::BuildFiderHHResults_t>("BuildFiderHHResults")(&fider, &target); }},

@@ -94,8 +94,8 @@ TEST(SetupSafety, LogsAndWorkbooksAreNeverWrittenOverADeviceOrAPipe)
     const QString db = NewDemoDatabase(folder);
     const QString fifo = folder.Path("pipe");
     ASSERT_EQ(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
-    const QString substation =
-        QString::number(Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select first 1 \"OwnerGUID\" from \"LVFiders\""));
+    const QString substation = QString::number(
+        Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select first 1 \"OwnerGUID\" from \"LVFiders\""));
     const QString year = "1";
     const QList<QStringList> commands = {
         {"regime", "--db", db, "--node", substation, "--sample", year, "--middle", "--log"},
@@ -115,7 +115,9 @@ TEST(SetupSafety, LogsAndWorkbooksAreNeverWrittenOverADeviceOrAPipe)
 
 TEST(SetupSafety, AnAnswerThatCannotBeWrittenFailsTheCalculation)
 {
-    const Outcome o = Ozn3({"calc", "normative"}, "/dev/full", R"({"Wa":100,"F":50,"dp":0.5,"dn":0.1,"Lma":1})" "\n");
+    const Outcome o = Ozn3({"calc", "normative"}, "/dev/full",
+                           R"({"Wa":100,"F":50,"dp":0.5,"dn":0.1,"Lma":1})"
+                           "\n");
     EXPECT_EQ(o.code, 1);
     EXPECT_TRUE(o.err.contains("Не удалось записать результаты")) << o.err.toStdString();
 }

@@ -50,7 +50,8 @@ TEST(Users, TheOwnerGivesASecondUserAWorkingRightsLimitedSession)
 
     const Outcome granted = Ozn3({"users", "grant", "petrov", "--db", db, "--role", "reader", "--right", "12"});
     ASSERT_EQ(granted.code, 0) << granted.err.toStdString();
-    EXPECT_TRUE(granted.out.contains("PETROV: роли reader; права 12 (загрузка замеров W)")) << granted.out.toStdString();
+    EXPECT_TRUE(granted.out.contains("PETROV: роли reader; права 12 (загрузка замеров W)"))
+        << granted.out.toStdString();
     EXPECT_EQ(Ozn3({"stats", "--db", db}, "petrov").code, 0);
     const Outcome write = Ozn3({"substation", "add", "--db", db, "--name", "ТП-1"}, "petrov");
     EXPECT_EQ(write.code, 1);

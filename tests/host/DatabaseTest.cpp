@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <atomic>
 #include <thread>
-
-#include <QFile>
 
 #include "host/InitOZN.h"
 #include "support/TestSupport.h"

@@ -1,19 +1,19 @@
 // The workbook reader against damaged and hostile files: each refused with its part and cell, at a bounded cost.
+#include "host/XlsxReader.h"
+
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
 #include <zip.h>
 
-#include "host/XlsxReader.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
 
 namespace {
-const QByteArray kWorkbook =
-    R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" )"
-    R"(xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)"
-    R"(<sheet name="Участки" sheetId="1" r:id="rId7"/></sheets></workbook>)";
+const QByteArray kWorkbook = R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" )"
+                             R"(xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)"
+                             R"(<sheet name="Участки" sheetId="1" r:id="rId7"/></sheets></workbook>)";
 const QByteArray kRels =
     R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
     R"(<Relationship Id="rId7" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet" )"
@@ -53,8 +53,9 @@ TEST(XlsxReader, SheetsAreFoundThroughTheRelationshipsAndTheFormatsCornerIsTheLi
     TempFolder folder;
     TXlsxWorkbook book;
     QString error;
-    const QString path = Book(folder, "ok.xlsx", Sheet(R"(<c r="B1" t="s"><v>0</v></c><c r="XFD1048576"><v>2.5</v></c>)"),
-                              R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><si><t>ТП</t></si></sst>)");
+    const QString path =
+        Book(folder, "ok.xlsx", Sheet(R"(<c r="B1" t="s"><v>0</v></c><c r="XFD1048576"><v>2.5</v></c>)"),
+             R"(<sst xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><si><t>ТП</t></si></sst>)");
     ASSERT_TRUE(book.Open(path, error)) << error.toStdString();
     EXPECT_EQ(book.SheetNames(), QStringList{"Участки"});
     EXPECT_EQ(book.Cell(0, 1, 2).toString(), "ТП");
@@ -79,7 +80,8 @@ TEST(XlsxReader, DamagedAndHostileWorkbooksAreRefusedWithTheirPartAndCell)
         TXlsxWorkbook book;
         QString error;
         EXPECT_FALSE(book.Open(path, error));
-        EXPECT_TRUE(error.startsWith(QStringLiteral("Книга %1 не читается: ").arg(path) + expected)) << error.toStdString();
+        EXPECT_TRUE(error.startsWith(QStringLiteral("Книга %1 не читается: ").arg(path) + expected))
+            << error.toStdString();
         EXPECT_TRUE(book.SheetNames().isEmpty());
     }
     TXlsxWorkbook book;

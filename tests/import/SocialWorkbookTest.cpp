@@ -51,7 +51,11 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
     model.Setdp(d.dp);
     EXPECT_DOUBLE_EQ(d.k038(), model.k038());
 
-    // The next year has no result: the scheme carries over, the energies start empty.
+    // The later years without their results: the scheme carries over, the energies start empty.
+    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\" in (%2, %3)")
+                  .arg(tp_)
+                  .arg(years_[1].Ident)
+                  .arg(years_[2].Ident));
     TDataAnaliz next;
     ASSERT_TRUE(next.ReadRecord(*c_, tp_, years_[1]));
     EXPECT_EQ(next.Info, info);

@@ -159,9 +159,10 @@ TEST_F(Batch, SavesWhatItCalculatesAndOverwritesOnRepeat)
     EXPECT_EQ(again.log, run.log);
     EXPECT_EQ(Scalar(*c_, rows.arg(firstYear_.Ident)), before);
 
-    // The next year has no energies: the earlier schemes are found, nothing is saved.
+    // The next year without energies: the earlier schemes are found, nothing is saved.
     const TSamplePeriodInfo nextYear = Year("2024г.");
     ASSERT_EQ(nextYear.Period, 1);
+    Exec(*c_, rows.arg(nextYear.Ident).replace("select count(*)", "delete"));
     const BatchRun next = runBatch(*db_, root_, 7, nextYear);
     QSet<QString> missing;
     for (const QString& line : next.log.filter(" - Расчет не выполнен. Отсутствует отпуск в сеть"))

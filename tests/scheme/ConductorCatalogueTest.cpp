@@ -1,4 +1,6 @@
 // The conductor catalogue: the brands a new database has, its workbook, and storing with the places in use.
+#include "host/scheme/ConductorCatalogue.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,7 +8,6 @@
 
 #include "host/Connection.h"
 #include "host/Database.h"
-#include "host/scheme/ConductorCatalogue.h"
 #include "host/scheme/SchemeStore.h"
 #include "support/TestSupport.h"
 
@@ -81,8 +82,8 @@ TEST_F(ConductorCatalogueTest, AWorkbookIsCheckedWholeThenAddsAndUpdatesBrands)
                              {"АС", "95", "-1", "0.3", "может", "0.38"}}),
                       problems);
     EXPECT_EQ(ProblemTexts(problems), (QStringList{"Провода!E4: «может»: ожидается «да» или «нет»",
-                                                    "Провода!A3: провод «а-150» 0.38 кВ уже есть в строке 2",
-                                                    "Провода!C4: r0 должно быть больше 0"}));
+                                                   "Провода!A3: провод «а-150» 0.38 кВ уже есть в строке 2",
+                                                   "Провода!C4: r0 должно быть больше 0"}));
     EXPECT_EQ(Q("select count(*) from \"Provods\""), before);
 
     problems.clear();
@@ -121,7 +122,8 @@ TEST_F(ConductorCatalogueTest, AConductorInUseIsNotDeletedAndTheMessageSaysWhere
 {
     Exec(*c_, "insert into \"Nodes\" (guid, \"Name\") values (10, 'ТП-5')");
     Exec(*c_, "insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\") values (11, 'Л-1', 10)");
-    Exec(*c_, "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"ProvodPhase\", \"ProvodNull\") "
+    Exec(*c_, "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"ProvodPhase\", "
+              "\"ProvodNull\") "
               "values (12, 11, 11, 13, 'Пролет 1', 645, 641)");
     TConductorStore store(*c_);
     EXPECT_EQ(store.Usage(641), QStringList{"линия «Л-1» ТП «ТП-5», участок «Пролет 1»"});
@@ -132,7 +134,8 @@ TEST_F(ConductorCatalogueTest, AConductorInUseIsNotDeletedAndTheMessageSaysWhere
     EXPECT_EQ(Q("select count(*) from \"Provods\""), before);  // the unused one of the same save stays too
 
     std::vector<TCatalogueRow> rows = store.Read();
-    rows.erase(std::remove_if(rows.begin(), rows.end(), [](const TCatalogueRow& r) { return r.Ident == 643; }), rows.end());
+    rows.erase(std::remove_if(rows.begin(), rows.end(), [](const TCatalogueRow& r) { return r.Ident == 643; }),
+               rows.end());
     TCatalogueRow added;
     added.Marka = "А";
     added.F = 185;

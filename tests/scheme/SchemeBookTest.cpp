@@ -1,8 +1,9 @@
 // The checks of the scheme workbook and the way back from a stored scheme to rows, without a database.
+#include "host/scheme/SchemeBook.h"
+
 #include <gtest/gtest.h>
 
 #include "host/NumericHelpers.h"
-#include "host/scheme/SchemeBook.h"
 #include "scheme/SchemeTestBooks.h"
 #include "support/TestSupport.h"
 
@@ -100,20 +101,29 @@ TEST(SchemeBook, EveryFaultIsNamedWithItsCellAndOtherRowsAreNotBlamed)
          "Участки!D5: Длина «тридцать» не число"},
         {"unknown phase letter", [](Book& b) { b.book.Sections[4].Cells[SPhases] = "D"; },
          "Участки!G6: фазы «D» неизвестны; допустимо: ABC, AB, BC, CA, A, B, C"},
-        {"node fed twice", [](Book& b) { b.S({"Л-1", "2", "4", "0.01", "А-35", "", "B", "", "", "", ""}); },
+        {"node fed twice",
+         [](Book& b) {
+             b.S({"Л-1", "2", "4", "0.01", "А-35", "", "B", "", "", "", ""});
+         },
          "Участки!C8: узел «4» уже есть в строке 6: узел питается дважды"},
         {"missing start node", [](Book& b) { b.book.Sections[0].Cells[SFrom] = "22"; },
          "Участки!B2: узел начала «22» не найден среди узлов конца линии «Л-1» и не ТП"},
         {"loop", [](Book& b) { b.book.Sections[3].Cells[SFrom] = "3"; },
          "Участки!B2: петля: узлы «2» → «3» → «2» не связаны с ТП"},
         {"section phase the near node lacks",
-         [](Book& b) { b.S({"Л-1", "4", "6", "0.01", "А-35", "", "A", "", "", "", ""}); },
+         [](Book& b) {
+             b.S({"Л-1", "4", "6", "0.01", "А-35", "", "A", "", "", "", ""});
+         },
          "Участки!G8: фазы «A» не подведены к узлу «4»: участок строки 6 несёт «B»"},
         {"consumer on a phase its section lacks", [](Book& b) { b.book.Consumers[0].Cells[CPhase] = "C"; },
          "Абоненты!D2: фаза «C» не подведена к узлу «4»: участок строки 6 несёт «B»"},
         {"consumer phase unknown", [](Book& b) { b.book.Consumers[1].Cells[CPhase] = "AB"; },
          "Абоненты!D3: фаза «AB» неизвестна; допустимо: A, B, C, ABC"},
-        {"two consumers on one node", [](Book& b) { b.book.Consumers[1].Cells[CNode] = "4"; b.book.Consumers[1].Cells[CPhase] = "B"; },
+        {"two consumers on one node",
+         [](Book& b) {
+             b.book.Consumers[1].Cells[CNode] = "4";
+             b.book.Consumers[1].Cells[CPhase] = "B";
+         },
          "Абоненты!B3: к узлу «4» уже подключен абонент строки 2; у каждого абонента свой узел (ввод)"},
         {"consumer on an unknown node", [](Book& b) { b.book.Consumers[0].Cells[CNode] = "44"; },
          "Абоненты!B2: узла «44» нет среди узлов конца линии «Л-1»"},
@@ -128,7 +138,11 @@ TEST(SchemeBook, EveryFaultIsNamedWithItsCellAndOtherRowsAreNotBlamed)
          "Участки!E2: не указана марка провода (без провода бывает только соединительная линия)"},
         {"supply centre as a far node", [](Book& b) { b.book.Sections[2].Cells[STo] = "ТП"; },
          "Участки!C4: «ТП» — центр питания линии, он не может быть узлом конца"},
-        {"consumer at a switching device", [](Book& b) { b.book.Consumers[0].Cells[CNode] = "2"; b.book.Consumers[0].Cells[CPhase] = "A"; },
+        {"consumer at a switching device",
+         [](Book& b) {
+             b.book.Consumers[0].Cells[CNode] = "2";
+             b.book.Consumers[0].Cells[CPhase] = "A";
+         },
          "Абоненты!B2: в узле «2» коммутационный аппарат; абонента подключите к узлу за ним"},
     };
     for (const Case& c : cases) {
@@ -167,7 +181,8 @@ TEST(SchemeBook, StoredSchemeComesBackAsRowsThatCheckToTheSameScheme)
     TConductor a35 = a50;
     a35.Ident = 2;
     a35.F = 35;
-    const auto line = [&](int n1, int n2, double length, TConductor phase, TConductor neutral, fider::TPhaseSet phases) {
+    const auto line = [&](int n1, int n2, double length, TConductor phase, TConductor neutral,
+                          fider::TPhaseSet phases) {
         fider::TLine038 l;
         l.Guid = 200 + static_cast<int>(f.Lines.size());
         l.Node1 = n1;
@@ -201,8 +216,7 @@ TEST(SchemeBook, StoredSchemeComesBackAsRowsThatCheckToTheSameScheme)
     EXPECT_EQ(rows, (QStringList{"ТП|Опора|0.05|А-50||ABC|Воздушная линия",
                                  "Опора|Опора [102]|0.04|А-50|А-35|ABC|Воздушная линия",
                                  "Опора [102]|ТП [103]|0.03|А-35||CA|Воздушная линия",
-                                 "ТП [103]|Р-1|0|А-35||CA|Воздушная линия",
-                                 "Р-1|Ввод|0.02|А-35||C|Воздушная линия"}));
+                                 "ТП [103]|Р-1|0|А-35||CA|Воздушная линия", "Р-1|Ввод|0.02|А-35||C|Воздушная линия"}));
     EXPECT_EQ(book.Sections[3].Cell(SDevice), "Отключен");
     EXPECT_EQ(book.Sections[4].Cell(SOwner), "Потребителя");
     ASSERT_EQ(book.Consumers.size(), 1u);

@@ -1,4 +1,6 @@
 // Scheme workbooks into and out of a real embedded database.
+#include "host/scheme/SchemeStore.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,7 +12,6 @@
 #include "host/fider/RegimeStore.h"
 #include "host/fider/Topology038.h"
 #include "host/scheme/SchemeBookFile.h"
-#include "host/scheme/SchemeStore.h"
 #include "host/scheme/Substations.h"
 #include "scheme/SchemeTestBooks.h"
 #include "support/TestSupport.h"
@@ -70,9 +71,10 @@ protected:
     }
     int NodeGuid(const QString& name)
     {
-        return static_cast<int>(Q(QStringLiteral("select n.guid from \"LVNodes\" n join \"LVFiders\" f on f.guid=n.\"OwnerGUID\" "
-                                                 "where f.\"Name\"='Л-1' and n.\"Name\"='%1'")
-                                      .arg(name)));
+        return static_cast<int>(
+            Q(QStringLiteral("select n.guid from \"LVNodes\" n join \"LVFiders\" f on f.guid=n.\"OwnerGUID\" "
+                             "where f.\"Name\"='Л-1' and n.\"Name\"='%1'")
+                  .arg(name)));
     }
 
     TempFolder folder_;
@@ -86,7 +88,8 @@ protected:
 TEST_F(SchemeStoreTest, ABlankDatabaseTakesAWorkbookThatTheCalculationAndTheTreeThenSee)
 {
     ASSERT_TRUE(Import(GoodBook().book, 1, false));
-    EXPECT_EQ(summary_.ToString(), "Загружено: линий 2 (новых 2), узлов 6, участков 6, абонентов 2, нагрузок интервала 1");
+    EXPECT_EQ(summary_.ToString(),
+              "Загружено: линий 2 (новых 2), узлов 6, участков 6, абонентов 2, нагрузок интервала 1");
 
     const QString line = "select %1 from \"LVLines\" l join \"LVNodes\" n on n.guid=l.\"Node2\" where n.\"Name\"='%2'";
     EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(tp_)), 2);
@@ -107,9 +110,12 @@ TEST_F(SchemeStoreTest, ABlankDatabaseTakesAWorkbookThatTheCalculationAndTheTree
     EXPECT_EQ(Q(node.arg("\"Kind\"", "4")), 2);
     EXPECT_EQ(Q(node.arg("\"Kind\"", "3")), 4);
     EXPECT_EQ(Q(node.arg("\"Owner\"", "5")), 1);  // "Не на балансе"
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w where w.\"SampleIdent\"=1 and w.guid=%1").arg(NodeGuid("4"))),
+    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w where w.\"SampleIdent\"=1 and w.guid=%1")
+                           .arg(NodeGuid("4"))),
                      3.5005);  // 3500.5 kWh in thousand kWh
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select \"Pust\" from \"LVConsumers\" where \"SampleIdent\"=1 and guid=%1").arg(NodeGuid("4"))), 12);
+    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select \"Pust\" from \"LVConsumers\" where \"SampleIdent\"=1 and guid=%1")
+                           .arg(NodeGuid("4"))),
+                     12);
 
     // The regime calculation reads what was stored as a tree with its consumers.
     fider::TRegimeRequest request;
@@ -148,10 +154,11 @@ TEST_F(SchemeStoreTest, AnyProblemStoresNothingAndAStoredSchemeIsReplacedOnlyWhe
     EXPECT_EQ(Counts(), before);
 
     EXPECT_FALSE(Import(GoodBook().book, 1, false, &problems));
-    EXPECT_EQ(problems, (QStringList{"Участки!A2: у линии «Л-1» уже есть схема в базе (участков: 5); она не заменяется без "
-                                     "согласия на замену",
-                                     "Участки!A4: у линии «Л-2» уже есть схема в базе (участков: 1); она не заменяется без "
-                                     "согласия на замену"}));
+    EXPECT_EQ(problems,
+              (QStringList{"Участки!A2: у линии «Л-1» уже есть схема в базе (участков: 5); она не заменяется без "
+                           "согласия на замену",
+                           "Участки!A4: у линии «Л-2» уже есть схема в базе (участков: 1); она не заменяется без "
+                           "согласия на замену"}));
     EXPECT_EQ(TSchemeStore(*c_).FidersWithSchemes(GoodBook().book, tp_), (QStringList{"Л-1", "Л-2"}));
     EXPECT_FALSE(Import(GoodBook().book, 99, true, &problems));
     EXPECT_EQ(problems, QStringList{"Интервал 99 не найден"});
@@ -159,8 +166,10 @@ TEST_F(SchemeStoreTest, AnyProblemStoresNothingAndAStoredSchemeIsReplacedOnlyWhe
 
     // Another interval's energies of the consumers at "4" and "5"; then "5" leaves the scheme and "6" comes.
     const int node4 = NodeGuid("4"), node5 = NodeGuid("5");
-    Exec(*c_, QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 2.5)").arg(node4));
-    Exec(*c_, QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 7.5)").arg(node5));
+    Exec(*c_,
+         QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 2.5)").arg(node4));
+    Exec(*c_,
+         QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 7.5)").arg(node5));
     Book changed;
     changed.S({"Л-1", "ТП", "1", "0.06", "А-50", "", "", "", "", "", ""})
         .S({"Л-1", "1", "4", "0.02", "А-35", "", "B", "", "", "", ""})
@@ -171,10 +180,16 @@ TEST_F(SchemeStoreTest, AnyProblemStoresNothingAndAStoredSchemeIsReplacedOnlyWhe
     EXPECT_EQ(NodeGuid("4"), node4);  // a node that stays keeps its key
     EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVNodes\" where guid=%1").arg(node5)), 0);
     EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVWLoads\" where guid=%1").arg(node5)), 0);
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=2 and guid=%1").arg(node4)), 2.5);
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and guid=%1").arg(node4)), 4.0);
-    EXPECT_EQ(Q("select count(*) from \"LVLines\" l join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" where f.\"Name\"='Л-1'"), 3);
-    EXPECT_EQ(Q("select count(*) from \"LVLines\" l join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" where f.\"Name\"='Л-2'"), 1);
+    EXPECT_DOUBLE_EQ(
+        Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=2 and guid=%1").arg(node4)), 2.5);
+    EXPECT_DOUBLE_EQ(
+        Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and guid=%1").arg(node4)), 4.0);
+    EXPECT_EQ(
+        Q("select count(*) from \"LVLines\" l join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" where f.\"Name\"='Л-1'"),
+        3);
+    EXPECT_EQ(
+        Q("select count(*) from \"LVLines\" l join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" where f.\"Name\"='Л-2'"),
+        1);
 }
 
 TEST_F(SchemeStoreTest, ADemoSubstationExportedAndLoadedElsewhereGivesTheSameWorkbook)
@@ -183,19 +198,24 @@ TEST_F(SchemeStoreTest, ADemoSubstationExportedAndLoadedElsewhereGivesTheSameWor
     auto demo = OpenDatabase(NewDemoDatabase(demoFolder));
     ToznFDConnection& d = *demo->GetDefaultConnection();
     // The substation with the most sections, and the latest year.
-    const int tp = static_cast<int>(Scalar(d, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
-                                              "lf.guid=l.\"OwnerGUID\" group by lf.\"OwnerGUID\" order by count(*) desc"));
+    const int tp =
+        static_cast<int>(Scalar(d, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
+                                   "lf.guid=l.\"OwnerGUID\" group by lf.\"OwnerGUID\" order by count(*) desc"));
     const int year = static_cast<int>(Scalar(d, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
     TSchemeBook first, second;
     QString error;
     ASSERT_TRUE(TSchemeStore(d).Export(tp, year, first, error)) << error.toStdString();
-    const int sections = static_cast<int>(Scalar(d, QStringLiteral("select count(*) from \"LVLines\" l join \"LVFiders\" lf on "
-                                                                   "lf.guid=l.\"OwnerGUID\" where lf.\"OwnerGUID\"=%1").arg(tp)));
+    const int sections =
+        static_cast<int>(Scalar(d, QStringLiteral("select count(*) from \"LVLines\" l join \"LVFiders\" lf on "
+                                                  "lf.guid=l.\"OwnerGUID\" where lf.\"OwnerGUID\"=%1")
+                                       .arg(tp)));
     ASSERT_EQ(static_cast<int>(first.Sections.size()), sections);
     ASSERT_FALSE(first.Consumers.empty());
 
-    Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
-                             "values (%1, 'Год', 1, '2023-01-01', '2024-01-01')").arg(year));
+    Exec(*c_, QStringLiteral(
+                  "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+                  "values (%1, 'Год', 1, '2023-01-01', '2024-01-01')")
+                  .arg(year));
     ASSERT_TRUE(Import(first, year, false));
     EXPECT_EQ(summary_.Sections, sections);
     ASSERT_TRUE(TSchemeStore(*c_).Export(tp_, year, second, error)) << error.toStdString();

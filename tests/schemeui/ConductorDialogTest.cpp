@@ -1,10 +1,11 @@
 // The conductor catalogue dialog offscreen: a conductor a scheme uses is not deleted, the rows are checked
 // before anything is stored, and the database changes only on "Сохранить".
+#include "app/ConductorDialog.h"
+
 #include <QListWidget>
 #include <QPushButton>
 #include <algorithm>
 
-#include "app/ConductorDialog.h"
 #include "host/Dialogs.h"
 #include "schemeui/SchemeUiFixture.h"
 

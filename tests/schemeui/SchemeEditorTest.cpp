@@ -1,6 +1,8 @@
 // The scheme editor of one LV feeder driven offscreen on a database of its own: what it shows of the
 // stored scheme, edits that the checks refuse (nothing is stored), edits that replace the stored scheme,
 // closing that never writes, and the regime calculation that offers to save first.
+#include "app/SchemeEditor.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QListWidget>
@@ -8,7 +10,6 @@
 #include <QPushButton>
 #include <algorithm>
 
-#include "app/SchemeEditor.h"
 #include "host/Dialogs.h"
 #include "schemeui/SchemeUiFixture.h"
 
@@ -69,7 +70,8 @@ TEST_F(SchemeEditorUi, ShowsTheStoredSchemeWithListsForTheCodedColumns)
     ASSERT_EQ(sections->rowCount(), 3);
     const struct {
         const char *to, *from, *length, *conductor;
-    } expected[] = {{"Опора 1", "ТП", "0.05", "АСт-50"}, {"Опора 2", "Опора 1", "0.04", "АСт-35"},
+    } expected[] = {{"Опора 1", "ТП", "0.05", "АСт-50"},
+                    {"Опора 2", "Опора 1", "0.04", "АСт-35"},
                     {"Ввод 1", "Опора 1", "0.02", "АСт-35"}};
     for (const auto& e : expected) {
         const int r = RowOf(sections, kTo, e.to);
@@ -197,8 +199,8 @@ TEST_F(SchemeEditorUi, AValidSaveReplacesTheStoredScheme)
     EXPECT_EQ(Db("select count(*) from \"LVLines\" where \"OwnerGUID\"=300"), 4);
     EXPECT_EQ(Db("select count(*) from \"LVNodes\" where \"OwnerGUID\"=300"), 4);
     // Nodes whose names stay keep their keys; the new node hangs off "Опора 2".
-    const int opora3 = static_cast<int>(
-        Db("select \"GUID\" from \"LVNodes\" where \"OwnerGUID\"=300 and \"Name\"='Опора 3'"));
+    const int opora3 =
+        static_cast<int>(Db("select \"GUID\" from \"LVNodes\" where \"OwnerGUID\"=300 and \"Name\"='Опора 3'"));
     EXPECT_EQ(Db(QStringLiteral("select \"Node1\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), kOpora2);
     EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"LineLength\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), 0.03);
     EXPECT_EQ(Db(QStringLiteral("select \"ProvodPhase\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), kA35);
@@ -208,12 +210,11 @@ TEST_F(SchemeEditorUi, AValidSaveReplacesTheStoredScheme)
     EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVNodes\" where \"GUID\"=%1 and \"ConsumerName\"='Петров'")
                      .arg(opora3)),
               1);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1")
-                            .arg(opora3)),
-                     2.5);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"CosFi\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1")
-                            .arg(opora3)),
-                     0.9);
+    EXPECT_DOUBLE_EQ(
+        Db(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1").arg(opora3)), 2.5);
+    EXPECT_DOUBLE_EQ(
+        Db(QStringLiteral("select \"CosFi\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1").arg(opora3)),
+        0.9);
     EXPECT_DOUBLE_EQ(Db("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=303"), 1.2);
     // The tables show the stored scheme.
     EXPECT_EQ(sections->rowCount(), 4);
@@ -306,7 +307,8 @@ TEST_F(SchemeEditorUi, DeletingEverySectionRemovesTheSchemeOnlyWhenTheUserAgrees
     }
     // A consumer with no section to hang on is not saved, and nothing is asked.
     EXPECT_FALSE(editor->Save());
-    EXPECT_EQ(editor->Problems(), QStringList{"Абоненты: абоненты без участков не сохраняются: удалите их или добавьте участки"});
+    EXPECT_EQ(editor->Problems(),
+              QStringList{"Абоненты: абоненты без участков не сохраняются: удалите их или добавьте участки"});
     const QString before = Stored(kFider);
     EXPECT_EQ(before, "3 nodes, 3 lines, 0.11 km");
 

@@ -1,11 +1,6 @@
 #include "support/TestServer.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <QDir>
@@ -13,6 +8,11 @@
 #include <QFileInfo>
 #include <QThread>
 #include <QUuid>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
 
 namespace testing_support {
 
@@ -108,15 +108,14 @@ bool TestServer::Launch(QString& error)
     QFile::remove(dir + QStringLiteral("/security.fdb"));
     QFile::link(message, dir + QStringLiteral("/firebird.msg"));
     const bool configured =
-        WriteText(dir + QStringLiteral("/firebird.conf"),
-                  QStringLiteral("RemoteBindAddress = 127.0.0.1\n"
-                                 "RemoteServicePort = %1\n"
-                                 "SecurityDatabase = %2/security.fdb\n"
-                                 "AuthServer = Srp\n"
-                                 "UserManager = Srp\n"
-                                 "ServerMode = Super\n")
-                      .arg(port_)
-                      .arg(dir)) &&
+        WriteText(dir + QStringLiteral("/firebird.conf"), QStringLiteral("RemoteBindAddress = 127.0.0.1\n"
+                                                                         "RemoteServicePort = %1\n"
+                                                                         "SecurityDatabase = %2/security.fdb\n"
+                                                                         "AuthServer = Srp\n"
+                                                                         "UserManager = Srp\n"
+                                                                         "ServerMode = Super\n")
+                                                              .arg(port_)
+                                                              .arg(dir)) &&
         WriteText(dir + QStringLiteral("/databases.conf"), QString()) &&
         WriteText(dir + QStringLiteral("/plugins.conf"), QString());
     if (!configured) {
