@@ -206,7 +206,11 @@ void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
     if (frame) {
         detail_->setWidget(frame);
         delete old;
-        detail_->show();
+        // Shown first, the scheme takes the larger part of the window: its table has many columns.
+        if (detail_->isHidden()) {
+            detail_->show();
+            resizeDocks({detail_}, {width() * 3 / 5}, Qt::Horizontal);
+        }
     }
 }
 

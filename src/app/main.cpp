@@ -3,10 +3,14 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QInputDialog>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMessageBox>
 #include <cstdio>
 
 #include "app/CliJobs.h"
+#include "app/GuideShots.h"
 #include "app/MainWindow.h"
 #include "app/PluginLoader.h"
 #include "app/QuitOnSignals.h"
@@ -19,7 +23,7 @@
 namespace {
 bool hasDisplay()
 {
-    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM").section(QLatin1Char(':'), 0, 0);
     if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
         return true;
     if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
@@ -122,6 +126,53 @@ int runWindow(int argc, char** argv, const QString& connection)
 }
 }  // namespace
 
+namespace {
+QJsonArray sizeJson(const QSize& size) { return QJsonArray{size.width(), size.height()}; }
+
+// The pictures of the user's guide, taken on the main window of a database; one JSON line per picture
+// and per problem.
+int runGuideShots(int argc, char** argv, const QStringList& args)
+{
+    const QString folder = cli::Option(args, QStringLiteral("--out"));
+    const QString connection = cli::Option(args, QStringLiteral("--db"));
+    if (folder.isEmpty() || connection.isEmpty()) {
+        std::fprintf(stderr, "Укажите --db и --out\n");
+        return 2;
+    }
+    if (!hasDisplay()) {
+        std::fprintf(stderr, "Нет дисплея: задайте QT_QPA_PLATFORM=offscreen\n");
+        return 2;
+    }
+    Application app(argc, argv);
+    UseRussianLanguage();
+    QString error;
+    std::unique_ptr<TfdbDatabase> database = TfdbDatabase::Open(connection, error);
+    Ozn32Plugin plugin;
+    if (!database || !plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
+        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        return 1;
+    }
+    SetCurrentDatabase(database.get());
+    TGuideShots shots;
+    {
+        MainWindow window(database.get(), &plugin);
+        shots = TakeGuideShots(window, folder);
+    }
+    for (const TGuideShot& shot : shots.Shots) {
+        const QJsonObject line{{"file", shot.File},
+                               {"title", shot.Title},
+                               {"window", sizeJson(shot.Window)},
+                               {"content", sizeJson(shot.Content)},
+                               {"texts", QJsonArray::fromStringList(shot.Texts)}};
+        std::printf("%s\n", QJsonDocument(line).toJson(QJsonDocument::Compact).constData());
+    }
+    for (const QString& problem : shots.Problems)
+        std::printf("%s\n",
+                    QJsonDocument(QJsonObject{{"problem", problem}}).toJson(QJsonDocument::Compact).constData());
+    return shots.Problems.isEmpty() ? 0 : 1;
+}
+}  // namespace
+
 int runCommand(int argc, char** argv)
 {
     QStringList args;
@@ -132,6 +183,8 @@ int runCommand(int argc, char** argv)
         std::fputs(cli::HelpText().toUtf8().constData(), stdout);
         return 0;
     }
+    if (command == QLatin1String("guide-shots"))
+        return runGuideShots(argc, argv, args);
     // Command-line jobs need no display.
     if (command == QLatin1String("calc")) {
         QCoreApplication app(argc, argv);

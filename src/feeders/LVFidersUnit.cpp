@@ -83,10 +83,6 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     main_ =
         button(QStringLiteral("btnMain"), QStringLiteral("Пометить как основной"), toolbar, &TLVFidersForm::ToggleMain);
     main_->setCheckable(true);
-    reportLine_ = button(QStringLiteral("btnReportLine"), QStringLiteral("Вывести отчет по текущей линии"), toolbar,
-                         &TLVFidersForm::ShowLineReport);
-    reportTP_ = button(QStringLiteral("btnReportTP"), QStringLiteral("Вывести отчет по ТП"), toolbar,
-                       &TLVFidersForm::ShowTPReport);
     rightLayout->addLayout(toolbar);
     pages_ = new QTabWidget(right);
     pages_->setObjectName(QStringLiteral("PageControl"));
@@ -99,7 +95,12 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     rightLayout->addWidget(pages_);
     splitter->setStretchFactor(1, 3);
 
+    // The reports stand at the bottom, so that the row of the samples fits a 1366-pixel screen.
     auto* bottom = new QHBoxLayout;
+    reportLine_ = button(QStringLiteral("btnReportLine"), QStringLiteral("Вывести отчет по текущей линии"), bottom,
+                         &TLVFidersForm::ShowLineReport);
+    reportTP_ = button(QStringLiteral("btnReportTP"), QStringLiteral("Вывести отчет по ТП"), bottom,
+                       &TLVFidersForm::ShowTPReport);
     bottom->addStretch();
     save_ = button(QStringLiteral("btnSave"), QStringLiteral("Сохранить"), bottom, &TLVFidersForm::SaveChanges);
     cancel_ = button(QStringLiteral("btnCancel"), QStringLiteral("Отмена"), bottom, &TLVFidersForm::CancelChanges);

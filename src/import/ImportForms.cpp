@@ -140,15 +140,21 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
     read_->setObjectName(QStringLiteral("btnRead"));
     save_ = new QPushButton(QStringLiteral("Сохранить"), this);
     save_->setObjectName(QStringLiteral("itemSave"));
-    for (QWidget* w : std::initializer_list<QWidget*>{levels_, intervals_, energies, materials_, inputs_, captions_})
+    // Two rows, so that the form fits a 1366-pixel screen: the object, interval and workbook; then the options.
+    for (QWidget* w : std::initializer_list<QWidget*>{levels_, intervals_, energies})
         bar->addWidget(w);
     bar->addStretch();
     for (QPushButton* b : {open, read_, save_})
         bar->addWidget(b);
+    auto* options = new QHBoxLayout;
+    for (QCheckBox* box : {materials_, inputs_, captions_})
+        options->addWidget(box);
+    options->addStretch();
     Body()->insertLayout(0, bar);
+    Body()->insertLayout(1, options);
     tree_ = new QTreeView(this);
     tree_->setObjectName(QStringLiteral("TreeView"));
-    Body()->insertWidget(1, tree_, 1);
+    Body()->insertWidget(2, tree_, 1);
     connect(levels_, &QComboBox::activated, this, [this](int level) {
         if (level == rows_.Level())
             return;

@@ -1,6 +1,7 @@
 #include "results/LVResultsModel.h"
 
 #include <QBrush>
+#include <QTreeView>
 
 #include "host/NumericHelpers.h"
 #include "results/LVResultsColumns.h"
@@ -103,6 +104,13 @@ QVariant TLVResultsModel::headerData(int section, Qt::Orientation orientation, i
     if (role == Qt::DisplayRole)
         return WrappedCaption(caption);
     return {};
+}
+
+void TLVResultsModel::FitColumns(QTreeView& view, int nameWidth)
+{
+    for (int c = 1; c < view.model()->columnCount(); ++c)
+        view.resizeColumnToContents(c);
+    view.setColumnWidth(0, nameWidth);
 }
 
 QString TLVResultsModel::WrappedCaption(const QString& caption, int lineLength)

@@ -90,6 +90,7 @@ TfrmLVduCalcMenu::TfrmLVduCalcMenu(QWidget* owner) : TxlsCustomMenuForm(owner)
     new QHBoxLayout(group);
     column->addWidget(group);
     splitter->setStretchFactor(1, 3);
+    splitter->setSizes({260, 1040});  // the tree wide enough for the names of the utility and its networks
     Body()->insertWidget(0, splitter, 1);
 
     connect(yearBox_, &QComboBox::activated, this, [this] { SelectYear(yearBox_->currentData().toInt()); });

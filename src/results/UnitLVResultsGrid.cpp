@@ -240,10 +240,7 @@ void TfrmLVResultsGrid::FillTable()
     model_->Reset(tree_.get(), Columns(), visibleRows_, [this](int level) { return LevelColor(level); });
     // A whole utility has tens of thousands of rows: only the upper levels open at first.
     view_->expandToDepth(2);
-    // Each column as wide as its values and the lines of its caption.
-    for (int c = 1; c < model_->columnCount(); ++c)
-        view_->resizeColumnToContents(c);
-    view_->setColumnWidth(0, 320);
+    TLVResultsModel::FitColumns(*view_, 320);
 }
 
 QColor TfrmLVResultsGrid::LevelColor(int level) const { return ColorsLVResult::LevelColor(level); }

@@ -132,7 +132,7 @@ void TfrmPesResultsLV::ShowPage()
     model_->Reset(tree_.get(), rows_->Columns(pages_->currentIndex()), visible,
                   [](int level) { return ColorsLVResult::LevelColor(level); });
     preview_->expandToDepth(1);
-    preview_->setColumnWidth(0, 300);
+    TLVResultsModel::FitColumns(*preview_, 300);
 }
 
 TfrmPesResultsLV::~TfrmPesResultsLV() = default;
