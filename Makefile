@@ -4,7 +4,7 @@ JOBS ?= 2
 DATA_DIR ?= $(or $(OZN3_DATA_DIR),$(or $(XDG_DATA_HOME),$(HOME)/.local/share)/ozn3)
 DEMO_DB := $(DATA_DIR)/ozn3.fdb
 
-.PHONY: all build bootstrap check demo bench clean
+.PHONY: all build bootstrap check demo bench docs clean
 
 all: build
 
@@ -30,6 +30,11 @@ demo: bootstrap
 bench: bootstrap
 	$(MAKE) build
 	scripts/bench $(BUILD)
+
+# The pictures of the user's guide (docs/guide.md), taken from the running application on the demo network.
+docs: bootstrap
+	$(MAKE) build
+	scripts/docs $(BUILD)
 
 clean:
 	rm -rf $(BUILD)

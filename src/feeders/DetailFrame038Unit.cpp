@@ -11,6 +11,7 @@
 #include <QTableWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "host/ColourLegend.h"
 #include "host/Connection.h"
@@ -173,6 +174,10 @@ void TDetail038Frame::ApplyPreset(Preset preset, bool hideRepeated)
     }
 }
 
+namespace {
+constexpr int kWidestColumn = 260;
+}
+
 void TDetail038Frame::ApplySettings()
 {
     host::Progress& progress = host::progress();
@@ -195,8 +200,14 @@ void TDetail038Frame::ApplySettings()
         for (size_t c = 0; c < Columns(t).size(); ++c) {
             const QString& field = Columns(t)[c].Field;
             const int width = init->LoadStrParam(kSettingsName, ColumnKey(t, field, "Width")).toInt();
-            if (width > 0)
+            if (width > 0) {
                 grids_[t]->setColumnWidth(static_cast<int>(c), width);
+            } else {
+                // Unless the user set it, a column is as wide as its caption and values, within reason.
+                grids_[t]->resizeColumnToContents(static_cast<int>(c));
+                grids_[t]->setColumnWidth(static_cast<int>(c),
+                                          std::min(grids_[t]->columnWidth(static_cast<int>(c)), kWidestColumn));
+            }
             bool ok = false;
             const int order = init->LoadStrParam(kSettingsName, ColumnKey(t, field, "Order")).toInt(&ok);
             if (ok && order >= 0 && order < header->count())
