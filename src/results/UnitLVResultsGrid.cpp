@@ -393,6 +393,9 @@ void TfrmLVResultsGrid::SetUpColumns()
         item->setCheckState(hiddenColumns_.contains(c->Field) ? Qt::Unchecked : Qt::Checked);
     }
     layout->addWidget(list);
+    // Every caption whole: the list as wide as its longest one, the dialog at the size the user left it.
+    list->setMinimumWidth(list->sizeHintForColumn(0) + 2 * list->frameWidth() + 24);
+    KeepWindowPlace(dialog, QStringLiteral("ResultsColumnsSetup"), QSize(list->minimumWidth() + 40, 640));
     if (!RunOkCancel(dialog, layout))
         return;
     hiddenColumns_.clear();

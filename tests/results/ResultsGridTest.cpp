@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QHeaderView>
+#include <QListWidget>
 #include <QRegularExpression>
 #include <QToolButton>
 #include <QTreeView>
@@ -82,6 +83,19 @@ TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
             << b->objectName().toStdString();
         EXPECT_GE(b->width(), b->sizeHint().width()) << b->objectName().toStdString();  // the caption is whole
     }
+
+    // The column set-up shows every caption whole.
+    bool whole = false;
+    CloseNextModal(QDialog::Rejected, [&](QDialog* d) {
+        auto* list = d->findChild<QListWidget*>();
+        ASSERT_NE(list, nullptr);
+        int widest = 0;
+        for (int i = 0; i < list->count(); ++i)
+            widest = std::max(widest, list->fontMetrics().horizontalAdvance(list->item(i)->text()));
+        whole = list->viewport()->width() >= widest && d->width() <= 1366 && d->height() <= 768;
+    });
+    grid.findChild<QToolButton*>("btnColumns")->click();
+    EXPECT_TRUE(whole);
 
     grid.findChild<QToolButton*>("btnPower")->click();
     EXPECT_FALSE(grid.EnergyShown());
