@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
+#include <QResizeEvent>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QTreeView>
@@ -212,6 +213,16 @@ void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
             resizeDocks({detail_}, {width() * 3 / 5}, Qt::Horizontal);
         }
     }
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event)
+{
+    // The layout has given the window's new width to the tree alone; the dock's share is restored.
+    const int before = event->oldSize().width();
+    const int dockWidth = detail_->width();
+    QMainWindow::resizeEvent(event);
+    if (before > 0 && detail_->isVisible() && !detail_->isFloating() && width() != before)
+        resizeDocks({detail_}, {dockWidth * width() / before}, Qt::Horizontal);
 }
 
 void MainWindow::RunRegime(bool maximum, ToznListItemCommon* target)

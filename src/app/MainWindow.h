@@ -25,6 +25,10 @@ public:
     // user cancels. The host's file dialogs unless replaced.
     std::function<QString(bool save, const QString& suggested)> ChooseBookFile;
 
+protected:
+    // The scheme beside the tree keeps its share of the window's width as the window changes size.
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void BuildMenu();
     // The selected item of the given node type, or its nearest owner of that type.

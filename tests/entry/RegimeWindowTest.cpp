@@ -129,6 +129,15 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
         withVoltage += nodes->item(r, u)->data(Qt::DisplayRole).typeId() == QMetaType::Double ? 1 : 0;
     EXPECT_EQ(withVoltage,
               1 + Scalar(c, QStringLiteral("select count(*) from \"LVPResultsN\" where \"Ident\"=%1").arg(ident)));
+
+    // The scheme opens on the larger part of the window and keeps its share as the window widens.
+    window.resize(1000, 700);
+    QApplication::processEvents();
+    const double share = static_cast<double>(dock->width()) / window.width();
+    EXPECT_GT(share, 0.5);
+    window.resize(1300, 700);
+    QApplication::processEvents();
+    EXPECT_NEAR(static_cast<double>(dock->width()) / window.width(), share, 0.02);
 }
 
 TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefused)
