@@ -148,9 +148,10 @@ TEST(Balance, TheIdentitiesHoldOnEveryNodeOfTheDemoNetwork)
                                                {"dWa", "dWa_P"}})
                 ofSupply(field, share);
             const double imbalance = Column(e, "dW", r), allowed = Known(Column(e, "dWdop", r));
-            if (!isEmptyFloat(imbalance))
+            if (!isEmptyFloat(imbalance)) {
                 EXPECT_NEAR(nonTechnical, std::max(0.0, imbalance - allowed),
                             1e-9 * std::max(1.0, std::fabs(imbalance)));
+            }
         });
         EXPECT_GT(nodes, 10) << year.Name.toStdString();
         EXPECT_GT(withLosses, 10) << year.Name.toStdString();
