@@ -278,5 +278,7 @@ TGuideShots TakeGuideShots(MainWindow& window, const QString& folder)
     taker.Run(window, QStringLiteral("Результаты по электрическим сетям..."),
               {E{QStringLiteral("09-results-report.png")}});
     taker.Run(window, QStringLiteral("Расчеты сети 0,4 кВ..."), {E{QStringLiteral("10-calculation-menu.png")}});
+    select(example.Feeder);
+    taker.Run(window, QStringLiteral("Схема линии 0,4 кВ"), {E{QStringLiteral("11-scheme-editor.png")}});
     return out;
 }

@@ -17,6 +17,7 @@
 
 #include "host/Connection.h"
 #include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
 #include "host/WindowPlace.h"
 #include "host/scheme/SchemeStore.h"
 
@@ -258,8 +259,15 @@ void SchemeEditor::Fill(QTableWidget* table, const std::vector<TBookRow>& rows)
 {
     filling_ = true;
     table->setRowCount(0);
-    for (const TBookRow& row : rows)
-        InsertRow(table, table->rowCount(), row.Cells.mid(kFirstColumn));
+    // Numbers read with the decimal comma; either separator is taken back.
+    const QList<int> numeric = table == sections_ ? QList<int>{SLength} : QList<int>{CPust, CEnergy, CCosFi};
+    for (const TBookRow& row : rows) {
+        QStringList cells = row.Cells;
+        for (int column : numeric)
+            if (column < cells.size())
+                cells[column].replace(QLatin1Char('.'), DecimalSeparator());
+        InsertRow(table, table->rowCount(), cells.mid(kFirstColumn));
+    }
     table->resizeColumnsToContents();
     filling_ = false;
 }

@@ -70,9 +70,9 @@ TEST_F(SchemeEditorUi, ShowsTheStoredSchemeWithListsForTheCodedColumns)
     ASSERT_EQ(sections->rowCount(), 3);
     const struct {
         const char *to, *from, *length, *conductor;
-    } expected[] = {{"Опора 1", "ТП", "0.05", "АСт-50"},
-                    {"Опора 2", "Опора 1", "0.04", "АСт-35"},
-                    {"Ввод 1", "Опора 1", "0.02", "АСт-35"}};
+    } expected[] = {{"Опора 1", "ТП", "0,05", "АСт-50"},  // numbers with the decimal comma
+                    {"Опора 2", "Опора 1", "0,04", "АСт-35"},
+                    {"Ввод 1", "Опора 1", "0,02", "АСт-35"}};
     for (const auto& e : expected) {
         const int r = RowOf(sections, kTo, e.to);
         ASSERT_GE(r, 0) << e.to;
@@ -88,7 +88,7 @@ TEST_F(SchemeEditorUi, ShowsTheStoredSchemeWithListsForTheCodedColumns)
     EXPECT_EQ(Text(consumers, 0, "Фаза"), "A");
     EXPECT_EQ(Text(consumers, 0, "Установленная мощность, кВт"), "5");
     EXPECT_EQ(Text(consumers, 0, "Электроэнергия, кВт·ч"), "1200");
-    EXPECT_EQ(Text(consumers, 0, "cos φ"), "0.95");
+    EXPECT_EQ(Text(consumers, 0, "cos φ"), "0,95");
 
     // The conductor list: an empty choice first, then the catalogue's 0.38 kV conductors.
     const int r = RowOf(sections, kTo, "Опора 2");
@@ -181,7 +181,7 @@ TEST_F(SchemeEditorUi, AValidSaveReplacesTheStoredScheme)
     EXPECT_EQ(Text(sections, added, kConductor), "АСт-35");
     SetText(sections, added, kTo, "Опора 3");
     SetText(sections, added, kLength, "0.03");
-    SetText(sections, RowOf(sections, kTo, "Опора 1"), kLength, "0.06");
+    SetText(sections, RowOf(sections, kTo, "Опора 1"), kLength, "0,06");  // either separator is taken
     editor->AddConsumer();
     const int consumer = consumers->currentRow();
     ASSERT_GE(consumer, 0);
@@ -205,6 +205,7 @@ TEST_F(SchemeEditorUi, AValidSaveReplacesTheStoredScheme)
     EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"LineLength\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), 0.03);
     EXPECT_EQ(Db(QStringLiteral("select \"ProvodPhase\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), kA35);
     EXPECT_DOUBLE_EQ(Db("select \"LineLength\" from \"LVLines\" where \"Node2\"=301"), 0.06);
+    EXPECT_DOUBLE_EQ(Db("select \"LineLength\" from \"LVLines\" where \"Node2\"=302"), 0.04);  // shown as 0,04
     EXPECT_EQ(Db("select \"Node1\" from \"LVLines\" where \"Node2\"=303"), kOpora1);
     // The new consumer with its energy of the interval (thousand kWh), and the old one as it was.
     EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVNodes\" where \"GUID\"=%1 and \"ConsumerName\"='Петров'")
