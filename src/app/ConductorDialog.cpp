@@ -23,6 +23,11 @@ QString Sheet() { return QString::fromUtf8(kConductorsSheet); }
 constexpr int kIdentRole = Qt::UserRole + 1;
 
 QTableWidgetItem* TextItem(const QString& text) { return new QTableWidgetItem(text); }
+// A number as people read it, with the decimal comma; either separator is read back.
+QTableWidgetItem* NumberItem(double value)
+{
+    return TextItem(dotFloatToStr(value).replace(QLatin1Char('.'), DecimalSeparator()));
+}
 
 QPushButton* Button(QWidget* parent, const QString& text, const QString& name)
 {
@@ -100,14 +105,14 @@ void ConductorDialog::AppendRow(const TCatalogueRow& row)
     auto* marka = TextItem(row.Marka);
     marka->setData(kIdentRole, row.Ident);
     table_->setItem(r, PMarka, marka);
-    table_->setItem(r, PF, TextItem(dotFloatToStr(row.F)));
-    table_->setItem(r, PR0, TextItem(dotFloatToStr(row.R0)));
-    table_->setItem(r, PX0, TextItem(dotFloatToStr(row.X0)));
+    table_->setItem(r, PF, NumberItem(row.F));
+    table_->setItem(r, PR0, NumberItem(row.R0));
+    table_->setItem(r, PX0, NumberItem(row.X0));
     auto* cable = new QTableWidgetItem;
     cable->setFlags((cable->flags() | Qt::ItemIsUserCheckable) & ~Qt::ItemIsEditable);
     cable->setCheckState(row.Cable ? Qt::Checked : Qt::Unchecked);
     table_->setItem(r, PCable, cable);
-    table_->setItem(r, PUnom, TextItem(dotFloatToStr(row.Unom)));
+    table_->setItem(r, PUnom, NumberItem(row.Unom));
 }
 
 void ConductorDialog::AddConductor()

@@ -280,5 +280,8 @@ TGuideShots TakeGuideShots(MainWindow& window, const QString& folder)
     taker.Run(window, QStringLiteral("Расчеты сети 0,4 кВ..."), {E{QStringLiteral("10-calculation-menu.png")}});
     select(example.Feeder);
     taker.Run(window, QStringLiteral("Схема линии 0,4 кВ"), {E{QStringLiteral("11-scheme-editor.png")}});
+    select(example.District);
+    taker.Run(window, QStringLiteral("Недоотпуск по линиям 0,4 кВ..."), {E{QStringLiteral("12-undersupply.png")}});
+    taker.Run(window, QStringLiteral("Провода…"), {E{QStringLiteral("13-conductors.png")}});
     return out;
 }

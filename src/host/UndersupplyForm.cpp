@@ -1,14 +1,19 @@
 #include "host/UndersupplyForm.h"
 
-#include <cmath>
-
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
+#include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <cmath>
 #include <xlsxwriter.h>
 
 #include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
+#include "host/WindowPlace.h"
 #include "host/XlsxFile.h"
 
 TfrmMVUndersupplyCommon::TfrmMVUndersupplyCommon(QWidget* owner) : QDialog(owner)
@@ -20,8 +25,62 @@ TfrmMVUndersupplyCommon::TfrmMVUndersupplyCommon(QWidget* owner) : QDialog(owner
     buttons->addButton(QStringLiteral("Закрыть"), QDialogButtonBox::RejectRole);
     connect(make, &QPushButton::clicked, this, &TfrmMVUndersupplyCommon::MakeReport);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    layout->addStretch();
+    // The report as it will be written, so that the user sees what the workbook will hold.
+    title_ = new QLabel(this);
+    title_->setObjectName(QStringLiteral("lblTitle"));
+    title_->setWordWrap(true);
+    preview_ = new QTableWidget(this);
+    preview_->setObjectName(QStringLiteral("GridReport"));
+    preview_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    preview_->horizontalHeader()->setDefaultAlignment(Qt::AlignCenter);
+    preview_->setWordWrap(true);
+    layout->addWidget(title_);
+    layout->addWidget(preview_, 1);
     layout->addWidget(buttons);
+    KeepWindowPlace(*this, QStringLiteral("UndersupplyReport"), QSize(1100, 600));
+}
+
+void TfrmMVUndersupplyCommon::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (!previewed_) {
+        previewed_ = true;
+        Preview();
+    }
+}
+
+void TfrmMVUndersupplyCommon::Preview()
+{
+    QString title, error;
+    QStringList captions;
+    std::vector<std::vector<Cell>> rows;
+    preview_->clear();
+    if (!FillReport(title, captions, rows, error)) {
+        title_->setText(error.isEmpty() ? QStringLiteral("Отчет не сформирован") : error);
+        preview_->setRowCount(0);
+        preview_->setColumnCount(0);
+        return;
+    }
+    title_->setText(title);
+    preview_->setColumnCount(static_cast<int>(captions.size()));
+    QStringList wrapped;
+    for (const QString& caption : captions)
+        wrapped << WrappedCaption(QString(caption).replace(QStringLiteral(", "), QStringLiteral("|")), 22);
+    preview_->setHorizontalHeaderLabels(wrapped);
+    preview_->setRowCount(static_cast<int>(rows.size()));
+    for (size_t r = 0; r < rows.size(); ++r)
+        for (size_t c = 0; c < rows[r].size(); ++c) {
+            const Cell& cell = rows[r][c];
+            const bool number = !cell.format.isEmpty();
+            auto* item = new QTableWidgetItem(
+                number ? FormatFloat(cell.format, std::isfinite(cell.number) ? cell.number : EmptyFloat()) : cell.text);
+            if (number)
+                item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            preview_->setItem(static_cast<int>(r), static_cast<int>(c), item);
+        }
+    preview_->resizeColumnsToContents();
+    for (int c = 0; c < preview_->columnCount(); ++c)
+        preview_->setColumnWidth(c, std::min(preview_->columnWidth(c), 260));
 }
 
 bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& error)

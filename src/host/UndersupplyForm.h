@@ -7,6 +7,9 @@
 
 #include "host/HostApi.h"
 
+class QLabel;
+class QTableWidget;
+
 // Base of the undersupply reports: the report's rows are filled by the subclass, the base writes them as
 // a workbook (text cells and numbers with their formats).
 class OZN3HOST_API TfrmMVUndersupplyCommon : public QDialog {
@@ -29,7 +32,16 @@ public:
     // The report's worksheet name.
     virtual QString SheetName() const { return QStringLiteral("Недоотпуск электроэнергии"); }
 
+    // Fills the report and shows it in the window, or why it cannot be made.
+    void Preview();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void MakeReport();
     intptr_t param_ = 0;
+    bool previewed_ = false;
+    QLabel* title_;
+    QTableWidget* preview_;
 };

@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QScreen>
 #include <QSplitter>
+#include <QStringList>
 #include <QWidget>
 #include <algorithm>
 
@@ -89,4 +90,21 @@ void KeepWindowPlace(QWidget& window, const QString& name, QSize preferred)
 {
     window.resize(preferred);
     new PlaceKeeper(window, name, preferred);
+}
+
+QString WrappedCaption(const QString& caption, int lineLength)
+{
+    QStringList lines;
+    for (const QString& part : caption.split(QLatin1Char('|'))) {
+        QString line;
+        for (const QString& word : part.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            if (!line.isEmpty() && line.size() + 1 + word.size() > lineLength) {
+                lines << line;
+                line.clear();
+            }
+            line += (line.isEmpty() ? QString() : QStringLiteral(" ")) + word;
+        }
+        lines << line;
+    }
+    return lines.join(QLatin1Char('\n'));
 }

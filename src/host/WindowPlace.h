@@ -13,3 +13,7 @@ OZN3HOST_API void KeepWindowPlace(QWidget& window, const QString& name, QSize pr
 
 // The size a window opens at on a screen with the free area given: the wanted size, cut to the area.
 OZN3HOST_API QSize FittedSize(QSize wanted, QSize available);
+
+// A column caption on lines that keep its column narrow: each part ('|' between parts) on lines of its own,
+// its words run on while they fit the line.
+OZN3HOST_API QString WrappedCaption(const QString& caption, int lineLength = 16);

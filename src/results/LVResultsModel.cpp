@@ -4,6 +4,7 @@
 #include <QTreeView>
 
 #include "host/NumericHelpers.h"
+#include "host/WindowPlace.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 
@@ -102,7 +103,7 @@ QVariant TLVResultsModel::headerData(int section, Qt::Orientation orientation, i
     if (role == CaptionRole)
         return caption;
     if (role == Qt::DisplayRole)
-        return WrappedCaption(caption);
+        return ::WrappedCaption(caption);
     return {};
 }
 
@@ -111,24 +112,6 @@ void TLVResultsModel::FitColumns(QTreeView& view, int nameWidth)
     for (int c = 1; c < view.model()->columnCount(); ++c)
         view.resizeColumnToContents(c);
     view.setColumnWidth(0, nameWidth);
-}
-
-QString TLVResultsModel::WrappedCaption(const QString& caption, int lineLength)
-{
-    // Each part of a caption on lines of its own, its words run on while they fit the line.
-    QStringList lines;
-    for (const QString& part : caption.split(QLatin1Char('|'))) {
-        QString line;
-        for (const QString& word : part.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-            if (!line.isEmpty() && line.size() + 1 + word.size() > lineLength) {
-                lines << line;
-                line.clear();
-            }
-            line += (line.isEmpty() ? QString() : QStringLiteral(" ")) + word;
-        }
-        lines << line;
-    }
-    return lines.join(QLatin1Char('\n'));
 }
 
 bool TLVResultsModel::removeRows(int row, int count, const QModelIndex& parent)

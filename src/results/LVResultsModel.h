@@ -27,10 +27,9 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
-    // A caption as the header shows it: its parts ("|") on lines of their own, long parts wrapped at words.
     // Each value column as wide as its values and the lines of its caption; the names as wide as given.
     static void FitColumns(QTreeView& view, int nameWidth);
-    static QString WrappedCaption(const QString& caption, int lineLength = 16);
+    // A caption as the header shows it: its parts ("|") on lines of their own, long parts wrapped at words.
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     bool removeRows(int row, int count, const QModelIndex& parent = {}) override;
 

@@ -36,7 +36,8 @@ TEST(GuideShots, EveryEverydayWindowFitsA1366x768ScreenAndSpeaksRussian)
     const QStringList expected{
         "01-main.png",           "02-feeders.png",           "03-measurements-w.png", "04-generalised-data.png",
         "05-normative.png",      "06-regime-parameters.png", "07-balance.png",        "08-results-grid.png",
-        "09-results-report.png", "10-calculation-menu.png",  "11-scheme-editor.png"};
+        "09-results-report.png", "10-calculation-menu.png",  "11-scheme-editor.png",  "12-undersupply.png",
+        "13-conductors.png"};
     const QRegularExpression toolkitEnglish(
         "\\b(Cancel|Close|Open|Save|Apply|Yes|No|Help|Discard|Reset|Abort|Retry|Ignore|January|Monday)\\b");
     QStringList files;

@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 #include <QRegularExpression>
 #include <QSet>
+#include <QTableWidget>
 #include <QTreeView>
 #include <cmath>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/NumericHelpers.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/LVResultsUndersupplyUnit.h"
@@ -274,5 +278,25 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
                                      "and wa.\"Wafakt\" is not null")
                                      .arg(node)
                                      .arg(sample))));
+
+    // The window shows the report before it is written: a row per line, the same undersupply in total,
+    // the empty cells empty.
+    undersupply.show();
+    QApplication::processEvents();
+    auto* grid = undersupply.findChild<QTableWidget*>("GridReport");
+    ASSERT_NE(grid, nullptr);
+    ASSERT_EQ(grid->rowCount(), lines);
+    double shown = 0;
+    int blank = 0;
+    for (int r = 0; r < lines; ++r) {
+        double v = 0;
+        if (ParseFloat(grid->item(r, 6)->text(), v))
+            shown += v;
+        else
+            blank += grid->item(r, 6)->text().isEmpty() ? 1 : 0;
+    }
+    EXPECT_NEAR(shown, expected, 1e-3 * lines);  // shown with three decimals
+    EXPECT_EQ(blank, empty);
+    EXPECT_TRUE(undersupply.findChild<QLabel*>("lblTitle")->text().startsWith("Недоотпуск электроэнергии по линиям"));
     SetCurrentDatabase(nullptr);
 }

@@ -60,8 +60,8 @@ TEST_F(ConductorDialogUi, AConductorInUseStaysAndDeletionsWaitForSave)
               QStringList({"Марка", "Сечение, мм²", "r0, Ом/км", "x0, Ом/км", "Кабель", "Напряжение, кВ"}));
     const int used = Row("АСт", "50");
     ASSERT_GE(used, 0);
-    EXPECT_EQ(Text(table_, used, kR0), "0.6");
-    EXPECT_EQ(Text(table_, used, kUnom), "0.38");
+    EXPECT_EQ(Text(table_, used, kR0), "0,6");
+    EXPECT_EQ(Text(table_, used, kUnom), "0,38");
     const int rows = table_->rowCount();
 
     // АСт-50 feeds "Опора 1" of Л-1: refused at once, with the place named.
@@ -98,7 +98,7 @@ TEST_F(ConductorDialogUi, ProblemsOfTheRowsBlockSavingAndNothingIsStored)
 {
     const double count = Db("select count(*) from \"Provods\"");
     // A valid correction, and a new row that repeats АСт-50 with an r0 that is not a number.
-    SetText(table_, Row("АСт", "35"), kR0, "0.9");
+    SetText(table_, Row("АСт", "35"), kR0, "0,9");
     Click("ButtonAdd");
     const int added = table_->rowCount() - 1;
     EXPECT_EQ(table_->currentRow(), added);
@@ -106,7 +106,7 @@ TEST_F(ConductorDialogUi, ProblemsOfTheRowsBlockSavingAndNothingIsStored)
     SetText(table_, added, kF, "50");
     SetText(table_, added, kR0, "абв");
     SetText(table_, added, kX0, "0.3");
-    EXPECT_EQ(Text(table_, added, kUnom), "0.38");
+    EXPECT_EQ(Text(table_, added, kUnom), "0,38");
 
     EXPECT_FALSE(dialog_->Save());
     // Cells are named by the table's rows, counted from 1: column A the brand, C the r0.
