@@ -321,3 +321,23 @@ TEST_F(Batch, NormativeFormOffersTheLevelMenuOnlyWhenEditing)
     EXPECT_EQ(TLVNormativMethodForm2::MenuLevel(section->Parent()), 4);
     EXPECT_EQ(TLVNormativMethodForm2::MenuLevel(section->GetItems(0)), 6);
 }
+
+// On a fresh demo network the form proposes a period whose batch finds the energies of the substations that
+// have a scheme: none of them is refused for a missing supply.
+TEST_F(Batch, ThePeriodTheFormProposesHasTheEnergiesItsBatchNeeds)
+{
+    std::unique_ptr<TLVNormativMethodForm4> form(
+        TLVNormativMethodForm1::CreateForm<TLVNormativMethodForm4>(nullptr, db_.get()));
+    const TSamplePeriodInfo proposed = form->Period();
+    ASSERT_FALSE(proposed.isEmpty());
+    const BatchRun run = runBatch(*db_, root_, 7, proposed);
+    ASSERT_TRUE(run.error.isEmpty()) << run.error.toStdString();
+    EXPECT_TRUE(run.log.filter(" - Расчет не выполнен. Отсутствует отпуск в сеть").isEmpty())
+        << run.log.filter("Отсутствует").join('\n').toStdString();
+    // Every substation with stored inputs for the period is calculated again.
+    const int withInputs = static_cast<int>(
+        Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and \"Wa\">0")
+                        .arg(proposed.Ident)));
+    EXPECT_GE(savedElements(run.log), withInputs * 9 / 10);
+    EXPECT_GT(withInputs, 100);
+}
