@@ -8,6 +8,7 @@
 #include "app/CliOutput.h"
 #include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
+#include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
@@ -266,7 +267,17 @@ int DemoDb(const QStringList& args)
             db::DemoGenerator(connection).Generate(db::DemoShape::For(size), [&](int rows, const QString& stage) {
                 bar.SetText(QStringLiteral("%1 (%2 строк)").arg(stage).arg(rows));
             });
+        // The samples of the feeder editor hold what the editor calculates from their currents and voltages.
+        feeders::TSamplesRecalculation samples;
+        if (size == db::DemoSize::Small)
+            samples = feeders::RecalculateStoredSamples(connection, [&](int done, int total) {
+                bar.SetText(QStringLiteral("Расчет замеров линий: ТП %1 из %2").arg(done).arg(total));
+            });
         bar.Finish();
+        if (samples.Samples > 0)
+            out(QStringLiteral("Замеры линий рассчитаны: %1, записаны изменившиеся: %2")
+                    .arg(samples.Samples)
+                    .arg(samples.Changed));
         out(QStringLiteral("Сформировано: ТП %1, линий 0,4 кВ %2, строк %3 за %4 с")
                 .arg(counts.nodes)
                 .arg(counts.lvFiders)

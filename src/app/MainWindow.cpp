@@ -13,6 +13,7 @@
 #include <QToolBar>
 #include <QTreeView>
 #include <algorithm>
+#include <cstdlib>
 
 #include "app/ConductorDialog.h"
 #include "app/ProblemsDialog.h"
@@ -210,19 +211,28 @@ void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
         // Shown first, the scheme takes the larger part of the window: its table has many columns.
         if (detail_->isHidden()) {
             detail_->show();
-            resizeDocks({detail_}, {width() * 3 / 5}, Qt::Horizontal);
+            PlaceDetail();
         }
     }
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event)
 {
-    // The layout has given the window's new width to the tree alone; the dock's share is restored.
-    const int before = event->oldSize().width();
-    const int dockWidth = detail_->width();
     QMainWindow::resizeEvent(event);
-    if (before > 0 && detail_->isVisible() && !detail_->isFloating() && width() != before)
-        resizeDocks({detail_}, {dockWidth * width() / before}, Qt::Horizontal);
+    const int before = event->oldSize().width();
+    if (before <= 0 || !detail_->isVisible() || detail_->isFloating())
+        return;
+    // A width the dock did not get from here was drawn by the user: that share is kept from now on. The
+    // layout may round the placed width by a pixel or two.
+    if (std::abs(detail_->width() - placedDetailWidth_) > 2)
+        detailShare_ = static_cast<double>(detail_->width()) / before;
+    PlaceDetail();
+}
+
+void MainWindow::PlaceDetail()
+{
+    placedDetailWidth_ = qRound(detailShare_ * width());
+    resizeDocks({detail_}, {placedDetailWidth_}, Qt::Horizontal);
 }
 
 void MainWindow::RunRegime(bool maximum, ToznListItemCommon* target)

@@ -36,6 +36,8 @@ private:
     void ShowDetail();
     // Shows the scheme of an LV feeder with one stored run (0: the latest).
     void ShowDetailOf(ToznListItemCommon* lv, int runIdent);
+    // Gives the dock its share of the window's width.
+    void PlaceDetail();
     // The regime of the selected element, or of the given one.
     void RunRegime(bool maximum, ToznListItemCommon* target = nullptr);
     // The item or its nearest owner of a node type, links aside.
@@ -59,4 +61,7 @@ private:
     QAction* importScheme_ = nullptr;
     QAction* exportScheme_ = nullptr;
     QAction* editScheme_ = nullptr;
+    // The scheme's share of the window's width: the larger part at first, then as the user draws it.
+    double detailShare_ = 0.6;
+    int placedDetailWidth_ = 0;
 };

@@ -291,6 +291,22 @@ TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int guid, cons
     return calc.Calculate(in, flags);
 }
 
+void ApplySampleResult(TRep_Data::Sample& sample, const TLVFiderSampleCalc::Result& result)
+{
+    if (result.status != Calc::Status::Done)
+        return;
+    sample.P = result.P;
+    sample.Wa = result.Wa;
+    sample.Tmax = result.Tmax;
+    sample.Krazv = result.Krazv;
+    sample.Knm = result.Knm;
+    sample.DP = result.DP;
+    if (!isEmptyFloat(result.DW))
+        sample.DW = result.DW;
+    if (sample.state != TRep_Data::RowState::New)
+        sample.state = TRep_Data::RowState::Changed;
+}
+
 TRep_Data::Sample* MainSampleOf(TRep_Data& data, int guid)
 {
     TRep_Data::Sample* main = nullptr;

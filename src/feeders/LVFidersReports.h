@@ -39,6 +39,9 @@ TFeederImpedance FeederImpedance(const TProvod038& provods, const TRep_Data::Fid
 // entered: P from the currents, Wa, dP and dW from P; the sample's Tmax, Krazv and Knm are taken as stored
 // (looked up or defaulted when unset, as the editor does). Nothing is written to the sample.
 TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int fiderGuid, const TRep_Data::Sample& sample);
+// Puts a calculation's values into the sample as the editor keeps them (dW only when calculated) and marks it
+// changed; nothing when the calculation was not done.
+void ApplySampleResult(TRep_Data::Sample& sample, const TLVFiderSampleCalc::Result& result);
 // The main sample of a line: the latest one marked as main; null when none is.
 TRep_Data::Sample* MainSampleOf(TRep_Data& data, int fiderGuid);
 

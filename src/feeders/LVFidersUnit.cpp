@@ -563,15 +563,7 @@ void TLVFidersForm::Recalculate(bool apply)
     }
     if (done && apply) {
         flags_ = flags;
-        sample_->P = result_.P;
-        sample_->Wa = result_.Wa;
-        sample_->Tmax = result_.Tmax;
-        sample_->Krazv = result_.Krazv;
-        sample_->Knm = result_.Knm;
-        sample_->DP = result_.DP;
-        if (!isEmptyFloat(result_.DW))
-            sample_->DW = result_.DW;
-        sample_->state = sample_->state == TRep_Data::RowState::New ? sample_->state : TRep_Data::RowState::Changed;
+        ApplySampleResult(*sample_, result_);
         save_->setEnabled(true);
         busy_ = true;
         auto update = [this](const QString& box, double v, const QString& pattern) {

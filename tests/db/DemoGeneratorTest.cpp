@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "db/SchemaInstaller.h"
+#include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Tree.h"
 #include "results/UnitLVResults.h"
@@ -125,6 +126,7 @@ TEST(DemoNetwork, GenerationIsDeterministic)
     auto second = OpenDatabase(again);
     const db::DemoCounts counts =
         db::DemoGenerator(*second->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
+    feeders::RecalculateStoredSamples(*second->GetDefaultConnection());  // as `ozn3 demo-db` does
     auto first = OpenDatabase(NewDemoDatabase(folder));
     EXPECT_EQ(counts.lvFiders, first->GetTree()->CountOfType(NodeType::LVFiders));
     for (const char* sql : {"select sum(\"P\") from \"LVPResultsA\"", "select sum(\"deltaWa\") from \"LVWResultsB\"",

@@ -138,6 +138,16 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     window.resize(1300, 700);
     QApplication::processEvents();
     EXPECT_NEAR(static_cast<double>(dock->width()) / window.width(), share, 0.02);
+    // Drawn by the user to 700 px, it keeps that share, also through a slow drag of the window's edge.
+    window.resizeDocks({dock}, {700}, Qt::Horizontal);
+    QApplication::processEvents();
+    const double drawn = static_cast<double>(dock->width()) / window.width();
+    EXPECT_NEAR(drawn, 700.0 / 1300, 0.02);
+    for (int w = 1301; w <= 1600; ++w) {
+        window.resize(w, 700);
+        QApplication::processEvents();
+    }
+    EXPECT_NEAR(static_cast<double>(dock->width()) / window.width(), drawn, 0.01);
 }
 
 TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefused)

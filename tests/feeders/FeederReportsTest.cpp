@@ -14,6 +14,7 @@
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersReports.h"
 #include "feeders/LVFidersUnit.h"
+#include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
@@ -391,4 +392,38 @@ TEST_F(Reports, TheViewersAreTitledInRussianAndSaveTheReportAsPdf)
     EXPECT_EQ(OpenSubstationReport(nullptr, *c_, 999), 0);
     guard.stop();
     EXPECT_FALSE(opened);
+}
+
+// The demo network's samples hold what the editor calculates: a second pass changes nothing, and a sample
+// spoiled in the database gets back the editor's values, its year mirror too.
+TEST(StoredSamples, RecalculationGivesTheEditorsValuesAndKeepsThem)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    const feeders::TSamplesRecalculation again = feeders::RecalculateStoredSamples(c);
+    EXPECT_GT(again.Samples, 500);
+    EXPECT_EQ(again.Changed, 0);
+
+    const int guid = static_cast<int>(Scalar(c, "select first 1 guid from \"LVPResultsA\" where \"IsMain\"=1 "
+                                                "order by guid"));
+    const QString row = QStringLiteral(" from \"LVPResultsA\" where guid=%1 and \"IsMain\"=1").arg(guid);
+    const double dp = Scalar(c, "select \"dP\"" + row), wa = Scalar(c, "select \"Wa\"" + row);
+    const QString mirror = QStringLiteral("select first 1 \"Wa\" from \"LVPSamples\" where guid=%1 order by "
+                                          "\"SampleIdent\" desc")
+                               .arg(guid);
+    EXPECT_NEAR(Scalar(c, mirror), wa, 1e-9);
+    // P by hand: the phase powers U·I·cos φ summed, in kW.
+    const double p = Scalar(c, QStringLiteral("select (a.\"UA\"*a.\"IA\"+a.\"UB\"*a.\"IB\"+a.\"UC\"*a.\"IC\")"
+                                              "*fa.\"CosFi\"/1000 from \"LVPResultsA\" a join \"LVFidersA\" fa on "
+                                              "fa.guid=a.guid where a.guid=%1 and a.\"IsMain\"=1")
+                                   .arg(guid));
+    EXPECT_NEAR(Scalar(c, "select \"P\"" + row), p, 1e-6 * p);
+    Exec(c, "update \"LVPResultsA\" set \"dP\"=999, \"Wa\"=1" + row.section(" from \"LVPResultsA\"", 1));
+    Exec(c, QStringLiteral("update \"LVPSamples\" set \"Wa\"=1 where guid=%1").arg(guid));
+    const feeders::TSamplesRecalculation repaired = feeders::RecalculateStoredSamples(c);
+    EXPECT_EQ(repaired.Changed, 1);
+    EXPECT_NEAR(Scalar(c, "select \"dP\"" + row), dp, 1e-9);
+    EXPECT_NEAR(Scalar(c, "select \"Wa\"" + row), wa, 1e-9);
+    EXPECT_NEAR(Scalar(c, mirror), wa, 1e-9);
 }

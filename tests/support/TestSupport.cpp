@@ -14,6 +14,7 @@
 
 #include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
+#include "feeders/StoredSamples.h"
 #include "host/Database.h"
 
 namespace testing_support {
@@ -39,6 +40,7 @@ QString makeTemplate(const QString& name, bool demo)
         if (!database)
             qFatal("template database: %s", qPrintable(error));
         db::DemoGenerator(*database->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
+        feeders::RecalculateStoredSamples(*database->GetDefaultConnection());  // as `ozn3 demo-db` does
     }
     return path;
 }
