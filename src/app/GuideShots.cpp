@@ -24,8 +24,9 @@
 #include "host/TreeModel.h"
 
 namespace {
-constexpr int kSettleMs = 400;        // a window is pictured once it has stood this long
-constexpr int kWindowWaitMs = 60000;  // a command whose window does not come in this time has failed
+constexpr int kSettleMs = 400;           // a window is pictured once it has stood this long
+constexpr int kWindowWaitMs = 60000;     // a command whose window does not come in this time has failed
+constexpr int kCommandLimitMs = 180000;  // a command still running after this is stopped
 
 QString plain(QString caption) { return caption.remove(QLatin1Char('&')); }
 
@@ -103,6 +104,15 @@ void pause(int ms)
     loop.exec();
 }
 
+// Closes a window as OK (accept) or as Escape; a window that is not a dialog is closed.
+void close(QWidget* window, bool accept)
+{
+    if (auto* dialog = qobject_cast<QDialog*>(window))
+        accept ? dialog->done(QDialog::Accepted) : dialog->reject();
+    else if (window)
+        window->close();
+}
+
 class ShotTaker {
 public:
     ShotTaker(const QString& folder, TGuideShots& out) : folder_(folder), out_(out) {}
@@ -128,7 +138,9 @@ public:
         std::function<void(QWidget*)> Prepare = {};  // what the user does in the window before the picture
     };
 
-    // Runs a command of the main window and pictures the windows it opens, in order.
+    // Runs a command of the main window and pictures the windows it opens, in order. A window beyond those
+    // expected, or a message in place of one, is a problem and is closed; so is everything still open when the
+    // command has run too long.
     void Run(QMainWindow& main, const QString& command, QList<Expected> expected)
     {
         QAction* action = menuCommand(main, command);
@@ -139,39 +151,59 @@ public:
         QList<QPointer<QWidget>> before;
         for (QWidget* w : openWindows())
             before << w;
+        auto isNew = [&](QWidget* w) { return !before.contains(w); };
         QEventLoop loop;
         QPointer<QWidget> current;
-        QElapsedTimer seen, waited;
+        QElapsedTimer seen, waited, total;
         waited.start();
+        total.start();
+        bool returned = false, givenUp = false;
         QTimer poll;
         poll.setInterval(50);
         QObject::connect(&poll, &QTimer::timeout, [&] {
-            if (expected.isEmpty()) {
+            if (total.hasExpired(kCommandLimitMs) && !givenUp) {
+                givenUp = true;
+                out_.Problems << QStringLiteral("«%1»: команда не завершилась, окна закрыты").arg(command);
+                expected.clear();
+                for (QWidget* w : openWindows())
+                    if (isNew(w))
+                        close(w, false);
+            }
+            if (givenUp && total.hasExpired(2 * kCommandLimitMs)) {
                 loop.quit();
                 return;
             }
-            if (!current) {
+            if (!current)
                 for (QWidget* w : openWindows())
-                    if (!before.contains(w)) {
+                    if (isNew(w)) {
                         current = w;
                         seen.start();
+                        break;
                     }
-                if (!current && waited.hasExpired(kWindowWaitMs)) {
+            if (!current) {
+                if (!expected.isEmpty() && waited.hasExpired(kWindowWaitMs)) {
                     out_.Problems << QStringLiteral("«%1»: окно %2 не открылось").arg(command, expected.first().File);
                     expected.clear();
                 }
+                if (expected.isEmpty() && returned)
+                    loop.quit();
                 return;
             }
             if (seen.elapsed() < kSettleMs)
                 return;
-            QWidget* window = current;
+            const QPointer<QWidget> window = current;
             current = nullptr;
             before << window;
             waited.restart();
-            if (auto* box = qobject_cast<QMessageBox*>(window)) {
+            if (auto* box = qobject_cast<QMessageBox*>(window.data())) {
                 // A message in place of the window: the command failed where the user would see why.
                 out_.Problems << QStringLiteral("«%1»: сообщение «%2»").arg(command, box->text());
-                box->done(QMessageBox::Cancel);
+                close(box, false);
+                return;
+            }
+            if (expected.isEmpty()) {
+                out_.Problems << QStringLiteral("«%1»: лишнее окно «%2»").arg(command, window->windowTitle());
+                close(window, false);
                 return;
             }
             const Expected next = expected.takeFirst();
@@ -179,15 +211,19 @@ public:
                 next.Prepare(window);
                 pause(kSettleMs);
             }
+            if (!window) {
+                out_.Problems << QStringLiteral("«%1»: окно %2 закрылось само").arg(command, next.File);
+                return;
+            }
             Picture(window, next.File);
-            if (auto* dialog = qobject_cast<QDialog*>(window))
-                next.Accept ? dialog->done(QDialog::Accepted) : dialog->reject();
-            else
-                window->close();
+            close(window, next.Accept);
         });
         poll.start();
         // The command runs inside the loop, so that the modal windows it opens run their own loops in it.
-        QTimer::singleShot(0, action, &QAction::trigger);
+        QTimer::singleShot(0, &loop, [&] {
+            action->trigger();
+            returned = true;
+        });
         loop.exec();
         poll.stop();
         pause(100);

@@ -146,7 +146,12 @@ int runGuideShots(int argc, char** argv, const QStringList& args)
     Application app(argc, argv);
     UseRussianLanguage();
     QString error;
-    std::unique_ptr<TfdbDatabase> database = TfdbDatabase::Open(connection, error);
+    std::unique_ptr<TfdbDatabase> database;
+    try {
+        database = TfdbDatabase::Open(connection, error);
+    } catch (const std::exception& e) {
+        error = QString::fromUtf8(e.what());
+    }
     Ozn32Plugin plugin;
     if (!database || !plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
         std::fprintf(stderr, "%s\n", error.toUtf8().constData());

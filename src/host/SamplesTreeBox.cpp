@@ -1,8 +1,10 @@
 #include "host/SamplesTreeBox.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QStandardItemModel>
 #include <QTreeView>
+#include <QWheelEvent>
 #include <algorithm>
 
 namespace {
@@ -19,8 +21,9 @@ TSamplesTreeBox::TSamplesTreeBox(QWidget* parent)
     : QComboBox(parent), model_(new QStandardItemModel(this)), view_(new QTreeView(this))
 {
     view_->header()->hide();
-    view_->setRootIsDecorated(true);
-    view_->setItemsExpandable(true);
+    // The tree is always open: months stand indented under their years, with no arrow to click by mistake.
+    view_->setRootIsDecorated(false);
+    view_->setItemsExpandable(false);
     setModel(model_);
     setView(view_);
     // The popup chooses any item of the tree, a month under its year too; the box keeps the item itself.
@@ -119,6 +122,50 @@ void TSamplesTreeBox::showPopup()
     const QModelIndex index = IndexOf(current_);
     if (index.isValid())
         view_->setCurrentIndex(index);
+}
+
+QList<int> TSamplesTreeBox::Ordered() const
+{
+    QList<int> ordered;
+    for (const auto& [top, under] : Shape())
+        ordered << top << under;
+    return ordered;
+}
+
+void TSamplesTreeBox::Step(int delta)
+{
+    const QList<int> ordered = Ordered();
+    if (ordered.isEmpty())
+        return;
+    const int at = static_cast<int>(ordered.indexOf(current_));
+    const int next = at < 0 ? 0 : std::clamp(at + delta, 0, static_cast<int>(ordered.size()) - 1);
+    if (next != at)
+        SetCurrentIdent(ordered[next]);
+}
+
+void TSamplesTreeBox::keyPressEvent(QKeyEvent* event)
+{
+    if (!(event->modifiers() & Qt::AltModifier)) {
+        const int size = static_cast<int>(Ordered().size());
+        switch (event->key()) {
+        case Qt::Key_Up: Step(-1); return;
+        case Qt::Key_Down: Step(1); return;
+        case Qt::Key_PageUp:
+        case Qt::Key_Home: Step(-size); return;
+        case Qt::Key_PageDown:
+        case Qt::Key_End: Step(size); return;
+        default: break;
+        }
+    }
+    QComboBox::keyPressEvent(event);
+}
+
+void TSamplesTreeBox::wheelEvent(QWheelEvent* event)
+{
+    const int dy = event->angleDelta().y();
+    if (dy != 0)
+        Step(dy > 0 ? -1 : 1);
+    event->accept();
 }
 
 QList<QPair<int, QList<int>>> TSamplesTreeBox::Shape() const

@@ -24,12 +24,20 @@ public:
     // The years at the top, each with the idents of the intervals under it (for the views and tests).
     QList<QPair<int, QList<int>>> Shape() const;
     void showPopup() override;
+    // The intervals in the order of the tree: each year, then those under it.
+    QList<int> Ordered() const;
+
+protected:
+    // The arrows and the wheel on the closed box step through the tree's order, months within their years.
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 signals:
     void CurrentIdentChanged(int ident);
 
 private:
     QModelIndex IndexOf(int ident) const;
+    void Step(int delta);
     void Choose(const QModelIndex& index);
     QStandardItemModel* model_;
     QTreeView* view_;

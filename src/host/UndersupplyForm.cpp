@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -45,7 +46,9 @@ void TfrmMVUndersupplyCommon::showEvent(QShowEvent* event)
     QDialog::showEvent(event);
     if (!previewed_) {
         previewed_ = true;
-        Preview();
+        // Filled once the window stands, so that it appears at once with its title.
+        title_->setText(QStringLiteral("Формирование отчета..."));
+        QTimer::singleShot(0, this, &TfrmMVUndersupplyCommon::Preview);
     }
 }
 
@@ -55,7 +58,13 @@ void TfrmMVUndersupplyCommon::Preview()
     QStringList captions;
     std::vector<std::vector<Cell>> rows;
     preview_->clear();
-    if (!FillReport(title, captions, rows, error)) {
+    bool filled = false;
+    try {
+        filled = FillReport(title, captions, rows, error);
+    } catch (const std::exception& e) {
+        error = QString::fromUtf8(e.what());
+    }
+    if (!filled) {
         title_->setText(error.isEmpty() ? QStringLiteral("Отчет не сформирован") : error);
         preview_->setRowCount(0);
         preview_->setColumnCount(0);

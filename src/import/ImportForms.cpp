@@ -53,6 +53,15 @@ bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const Q
     return true;
 }
 
+QList<int> periodsWithData(const std::function<QList<int>()>& read)
+{
+    try {
+        return read();
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
 void selectInTree(QTreeView* tree, int guid)
 {
     auto* model = static_cast<TreeModel*>(tree->model());
@@ -181,7 +190,8 @@ bool TxlsLVZamerSocialForm::CanOpen()
     if (!treeCanOpen())
         return false;
     const QList<int> withResults =
-        tree_->model() ? QList<int>() : PeriodsWithResults(*CurrentDatabase()->GetDefaultConnection());
+        tree_->model() ? QList<int>()
+                       : periodsWithData([] { return PeriodsWithResults(*CurrentDatabase()->GetDefaultConnection()); });
     attachTreeAndIntervals(tree_, intervals_, withResults, this, [this](int guid) {
         if (guid == object_)
             return;

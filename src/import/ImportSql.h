@@ -52,13 +52,18 @@ inline constexpr const char* kStoredTmax =
     R"(select guid from "LVPTPInfo" where "SampleIdent"=:Ident union select guid from "LVPSamples" where
     "SampleIdent"=:Ident union select guid from "LVPLoads" where "SampleIdent"=:Ident)";
 
-// The intervals with measurements of each kind.
+// The intervals with measurements of each kind: one look-up by key per interval and table.
 inline constexpr const char* kPeriodsWithW =
-    R"(select "SampleIdent" from "WLoads" union select "SampleIdent" from "LVWTPInfo" union select "SampleIdent"
-    from "LVWSamples" union select "SampleIdent" from "LVWLoads")";
+    R"(select sd."Ident" as "SampleIdent" from "SamplesDates" sd where
+    exists (select 1 from "WLoads" x where x."SampleIdent"=sd."Ident") or
+    exists (select 1 from "LVWTPInfo" x where x."SampleIdent"=sd."Ident") or
+    exists (select 1 from "LVWSamples" x where x."SampleIdent"=sd."Ident") or
+    exists (select 1 from "LVWLoads" x where x."SampleIdent"=sd."Ident"))";
 inline constexpr const char* kPeriodsWithTmax =
-    R"(select "SampleIdent" from "LVPTPInfo" union select "SampleIdent" from "LVPSamples" union select
-    "SampleIdent" from "LVPLoads")";
+    R"(select sd."Ident" as "SampleIdent" from "SamplesDates" sd where
+    exists (select 1 from "LVPTPInfo" x where x."SampleIdent"=sd."Ident") or
+    exists (select 1 from "LVPSamples" x where x."SampleIdent"=sd."Ident") or
+    exists (select 1 from "LVPLoads" x where x."SampleIdent"=sd."Ident"))";
 
 // The transformer of every substation: type and rated power.
 inline constexpr const char* kTransformerTypes =

@@ -20,6 +20,9 @@ bool treeCanOpen();
 bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const QList<int>& withData, QObject* context,
                             std::function<void(int)> chosen);
 void selectInTree(QTreeView* tree, int guid);
+// The intervals with data as read; none when they cannot be read, so that the form opens on the latest interval
+// that has begun instead of not opening.
+QList<int> periodsWithData(const std::function<QList<int>()>& read);
 // The host hands over the object chosen in its own tree.
 void selectHandedObject(QTreeView* tree, intptr_t param);
 // Logs how many rows a reading of the workbook changed and what it did not take as typed, or shows why it could

@@ -110,9 +110,9 @@ bool TxlsLVZamerForm::CanOpen()
 {
     if (!treeCanOpen())
         return false;
-    const QList<int> withData =
-        tree_->model() ? QList<int>()
-                       : TLVZamerData::PeriodsWithData(*CurrentDatabase()->GetDefaultConnection(), data_.Kind());
+    const QList<int> withData = tree_->model() ? QList<int>() : periodsWithData([this] {
+        return TLVZamerData::PeriodsWithData(*CurrentDatabase()->GetDefaultConnection(), data_.Kind());
+    });
     if (attachTreeAndIntervals(tree_, intervals_, withData, this, [this](int guid) {
             if (guid == object_)
                 return;

@@ -109,6 +109,14 @@ QVariant TLVResultsModel::headerData(int section, Qt::Orientation orientation, i
 
 void TLVResultsModel::FitColumns(QTreeView& view, int nameWidth)
 {
+    // The same columns again (a refresh, another period) keep the widths the user may have set.
+    QStringList columns;
+    for (int c = 0; c < view.model()->columnCount(); ++c)
+        columns << view.model()->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
+    const char* fitted = "fittedColumns";
+    if (view.property(fitted).toStringList() == columns)
+        return;
+    view.setProperty(fitted, columns);
     for (int c = 1; c < view.model()->columnCount(); ++c)
         view.resizeColumnToContents(c);
     view.setColumnWidth(0, nameWidth);

@@ -27,7 +27,8 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
-    // Each value column as wide as its values and the lines of its caption; the names as wide as given.
+    // Each value column as wide as its values and the lines of its caption, the names as wide as given; done
+    // again only when the columns change.
     static void FitColumns(QTreeView& view, int nameWidth);
     // A caption as the header shows it: its parts ("|") on lines of their own, long parts wrapped at words.
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;

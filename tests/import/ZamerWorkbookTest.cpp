@@ -529,5 +529,5 @@ TEST_F(Zamer, FormOpensOnTheLatestIntervalWithMeasurementsChosenFromATreeOfYears
     EXPECT_EQ(tmax.Interval(), static_cast<int>(Scalar(*c_, "select first 1 sd.\"Ident\" from \"SamplesDates\" sd "
                                                             "where exists (select 1 from \"LVPSamples\" p where "
                                                             "p.\"SampleIdent\"=sd.\"Ident\") order by "
-                                                            "sd.\"SampleDate1\" desc")));
+                                                            "sd.\"SampleDate1\" desc, sd.\"SampleDate2\" desc")));
 }

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QRegularExpression>
 #include <QSet>
@@ -282,9 +283,12 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     // The window shows the report before it is written: a row per line, the same undersupply in total,
     // the empty cells empty.
     undersupply.show();
-    QApplication::processEvents();
     auto* grid = undersupply.findChild<QTableWidget*>("GridReport");
     ASSERT_NE(grid, nullptr);
+    QElapsedTimer waited;
+    waited.start();
+    while (grid->rowCount() == 0 && waited.elapsed() < 10000)
+        QApplication::processEvents();
     ASSERT_EQ(grid->rowCount(), lines);
     double shown = 0;
     int blank = 0;

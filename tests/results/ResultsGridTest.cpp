@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QListWidget>
 #include <QRegularExpression>
+#include <QStyleOptionViewItem>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -89,9 +90,14 @@ TEST_F(Grid, ColumnsCaptionsAndTheTwoColumnSets)
     CloseNextModal(QDialog::Rejected, [&](QDialog* d) {
         auto* list = d->findChild<QListWidget*>();
         ASSERT_NE(list, nullptr);
+        // What an item needs: its check box and its caption, as the list's delegate measures them.
         int widest = 0;
-        for (int i = 0; i < list->count(); ++i)
-            widest = std::max(widest, list->fontMetrics().horizontalAdvance(list->item(i)->text()));
+        for (int i = 0; i < list->count(); ++i) {
+            QStyleOptionViewItem option;
+            option.initFrom(list);
+            option.features |= QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
+            widest = std::max(widest, list->itemDelegate()->sizeHint(option, list->model()->index(i, 0)).width());
+        }
         whole = list->viewport()->width() >= widest && d->width() <= 1366 && d->height() <= 768;
     });
     grid.findChild<QToolButton*>("btnColumns")->click();
