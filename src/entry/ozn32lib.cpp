@@ -272,13 +272,14 @@ int32_t ShowLVPESResults(TfdbDatabase* ADataBase, int32_t AIdent)
 }
 
 namespace {
-// The report of the menu's object: of a substation with its lines, or of one line with its samples.
-void openMeasuredReport(QWidget* owner, ToznFDConnection& connection, int guid)
+// The report of the menu's object: of a substation with its lines' main samples of the menu's year, or of one
+// line with its samples.
+void openMeasuredReport(QWidget* owner, ToznFDConnection& connection, int guid, int year)
 {
     ToznListItemCommon* item = CurrentDatabase()->GetTree()->Find(guid);
     const int type = item ? item->Target()->GetNodeType() : 0;
     if (type == NodeType::Nodes)
-        OpenSubstationReport(owner, connection, item->Target()->GetIdent());
+        OpenSubstationReport(owner, connection, item->Target()->GetIdent(), year);
     else if (type == NodeType::LVFiders)
         OpenLineReport(owner, connection, guid);
     else
@@ -306,7 +307,7 @@ void ShowLVPESResultsAll()
             {QStringLiteral("btnSocial"), QStringLiteral("Обобщенные данные..."),
              [](int guid) { ShowLVNormativMethodInput(u"", guid); }},
             {QStringLiteral("btnReport"), QStringLiteral("Отчет..."),
-             [menu = form.get(), &connection](int guid) { openMeasuredReport(menu, connection, guid); }},
+             [menu = form.get(), &connection](int guid) { openMeasuredReport(menu, connection, guid, menu->Year()); }},
         });
         hideMainBesideExcel(*form);
         if (form->CanOpen())

@@ -307,11 +307,11 @@ void ApplySampleResult(TRep_Data::Sample& sample, const TLVFiderSampleCalc::Resu
         sample.state = TRep_Data::RowState::Changed;
 }
 
-TRep_Data::Sample* MainSampleOf(TRep_Data& data, int guid)
+TRep_Data::Sample* MainSampleOf(TRep_Data& data, int guid, int year)
 {
     TRep_Data::Sample* main = nullptr;
     for (TRep_Data::Sample* s : data.SamplesOf(guid))  // in date order
-        if (s->IsMain == 1)
+        if (s->IsMain == 1 && (year <= 0 || s->SampleDate.year() == year))
             main = s;
     return main;
 }
@@ -326,7 +326,7 @@ QString LineReportHtml(TRep_Data& data, int guid)
                     lineHeader(data, *fider, node) + samplesTable(data, *fider) + yearTable(data, guid));
 }
 
-QString SubstationReportHtml(TRep_Data& data, const QString& title)
+QString SubstationReportHtml(TRep_Data& data, const QString& title, int year)
 {
     const TRep_Data::Substation node = data.ReadSubstation();
     TMeasuredAccumulator totals;
@@ -338,7 +338,7 @@ QString SubstationReportHtml(TRep_Data& data, const QString& title)
             continue;
         ++lines;
         rows += QStringLiteral("<tr>") + td(esc(fider.Name), false, "left");
-        const TRep_Data::Sample* main = MainSampleOf(data, fider.GUID);
+        const TRep_Data::Sample* main = MainSampleOf(data, fider.GUID, year);
         if (!main) {
             totals.AddNotMeasured();
             rows += QStringLiteral("<td colspan='%1'>нет замера</td></tr>").arg(kValueColumns + 1);
@@ -361,9 +361,10 @@ QString SubstationReportHtml(TRep_Data& data, const QString& title)
 
     QString html = substationInfo(node, t, load, lines);
 
-    html += QStringLiteral("<h3>Основные замеры линий</h3>") + tableStart() + QStringLiteral("<tr>") +
-            th(QStringLiteral("Линия")) + th(QStringLiteral("Дата замера")) + valueHeader() + QStringLiteral("</tr>") +
-            rows + QStringLiteral("</table>") + notes;
+    html += (year > 0 ? QStringLiteral("<h3>Основные замеры линий за %1 год</h3>").arg(year)
+                      : QStringLiteral("<h3>Основные замеры линий</h3>")) +
+            tableStart() + QStringLiteral("<tr>") + th(QStringLiteral("Линия")) + th(QStringLiteral("Дата замера")) +
+            valueHeader() + QStringLiteral("</tr>") + rows + QStringLiteral("</table>") + notes;
 
     html += totalsHtml(t);
     return document(title.isEmpty() ? SubstationReportTitle(node.Name) : title, html);
@@ -406,7 +407,7 @@ int OpenLineReport(QWidget* owner, ToznFDConnection& connection, int guid)
     return html.isEmpty() ? 0 : TfrmReportHTML::Show(owner, QString::fromLatin1(kLineReportName), html, title);
 }
 
-int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid)
+int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid, int year)
 {
     QString title;
     const QString html = GuardedRead(connection, [&] {
@@ -416,7 +417,7 @@ int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeG
         if (!node.Found)
             return QString();
         title = SubstationReportTitle(node.Name);
-        return SubstationReportHtml(data);
+        return SubstationReportHtml(data, {}, year);
     });
     return html.isEmpty() ? 0 : TfrmReportHTML::Show(owner, QString::fromLatin1(kSubstationReportName), html, title);
 }

@@ -42,8 +42,8 @@ TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int fiderGuid,
 // Puts a calculation's values into the sample as the editor keeps them (dW only when calculated) and marks it
 // changed; nothing when the calculation was not done.
 void ApplySampleResult(TRep_Data::Sample& sample, const TLVFiderSampleCalc::Result& result);
-// The main sample of a line: the latest one marked as main; null when none is.
-TRep_Data::Sample* MainSampleOf(TRep_Data& data, int fiderGuid);
+// The main sample of a line: the latest one marked as main (of the year given, when one is); null when none is.
+TRep_Data::Sample* MainSampleOf(TRep_Data& data, int fiderGuid, int year = 0);
 
 // The report of a line: its substation, load kind, conductor, length and design cos φ; its samples (the main
 // one in bold) with their calculated values; its year samples. Empty when the line is not in the data.
@@ -52,8 +52,8 @@ QString LineReportHtml(TRep_Data& data, int fiderGuid);
 // ("нет замера" for a line without one) and the totals of the substation (TMeasuredAccumulator). The load in
 // kV·A is Σ P / cos φ over the lines measured, i.e. Σ P divided by the power factor weighted by each line's
 // apparent power, and the transformer's load is that in per cent of its rated power. The heading is the
-// report's title unless one is given.
-QString SubstationReportHtml(TRep_Data& data, const QString& title = {});
+// report's title unless one is given. With a year, the main samples of that year.
+QString SubstationReportHtml(TRep_Data& data, const QString& title = {}, int year = 0);
 
 // Shows the report of a line or of the opened substation in a viewer; the modal result, 0 when the line is
 // not in the data.
@@ -63,7 +63,7 @@ int OpenSubstationReport(QWidget* owner, TRep_Data& data);
 // connection has none open. 0 when the line or the substation does not exist. Database errors are thrown
 // (EDatabaseError).
 int OpenLineReport(QWidget* owner, ToznFDConnection& connection, int fiderGuid);
-int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid);
+int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid, int year = 0);
 
 // A viewer of an HTML report that prints it and saves it as PDF. The report name is the object name of the
 // window and the default name of its PDF file; the title, when given, is shown instead of it.

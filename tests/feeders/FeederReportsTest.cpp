@@ -315,6 +315,19 @@ TEST_F(Reports, TheSubstationSumsTheMainSamplesOfItsLines)
     }
     // Phase A by hand: (230·100·0.9 + 229·50·0.8) / (23000 + 11450) = 29860/34450 = 0.8668; 229.5 V; 150 A.
     EXPECT_EQ(RowOf(phases, "А").cells, QStringList({"А", "229,50", "150", "0,867"}));
+
+    // For a year (from the calculation menu): the main samples of that year only.
+    const QString of2023 = SubstationReportHtml(*data_, {}, 2023);
+    EXPECT_TRUE(of2023.contains("<h3>Основные замеры линий за 2023 год</h3>"));
+    const QList<Row> ofYear = TableRows(of2023, linesHeader);
+    ASSERT_EQ(ofYear.size(), lines.size());
+    for (int r = 0; r < lines.size(); ++r)
+        EXPECT_EQ(ofYear[r].cells, lines[r].cells);
+    const QString of2022 = SubstationReportHtml(*data_, {}, 2022);
+    const QList<Row> none = TableRows(of2022, linesHeader);
+    ASSERT_EQ(none.size(), 4);
+    for (const Row& r : none)
+        EXPECT_EQ(r.cells.value(1), "нет замера") << r.cells.value(0).toStdString();
 }
 
 TEST_F(Reports, TheViewersAreTitledInRussianAndSaveTheReportAsPdf)
