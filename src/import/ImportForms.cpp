@@ -277,8 +277,15 @@ void TxlsLVZamerSocialForm::SelectInterval(int sampleIdent)
 
 void TxlsLVZamerSocialForm::FillEnergies()
 {
-    rows_.FillEnergies(*CurrentDatabase()->GetDefaultConnection());
+    const QStringList sources =
+        rows_.FillEnergies(*CurrentDatabase()->GetDefaultConnection(), *CurrentDatabase()->GetTree());
     AddLog(QStringLiteral("Расчетная трансформация в сеть: строк %1").arg(rows_.Count()), 1, rows_.Count());
+    for (const QString& line : sources)
+        AddLog(line, 1, 0);
+    // What each energy was taken from, as the normative form's energy button says it.
+    host::ShowInformation(sources.isEmpty()
+                              ? QStringLiteral("Нет замеров и результатов расчета за выбранный период")
+                              : QStringLiteral("Строк заполнено по источникам:\n") + sources.join(QLatin1Char('\n')));
 }
 
 bool TxlsLVZamerSocialForm::WriteWorkbook()

@@ -1,12 +1,14 @@
 #include "import/LVZamerSocial.h"
 
 #include <QHash>
+#include <QMap>
 #include <cmath>
 #include <stdexcept>
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
+#include "host/Tree.h"
 #include "import/ImportSql.h"
 #include "normative/ElementEnergies.h"
 #include "normative/LVNormativMethodDBUnit.h"
@@ -276,13 +278,16 @@ void TNodeSocialHigh::ChangePeriod(ToznFDConnection& connection, const TSamplePe
     ReadData(connection);
 }
 
-void TNodeSocialHigh::FillEnergies(ToznFDConnection& connection)
+QStringList TNodeSocialHigh::FillEnergies(ToznFDConnection& connection, const TfdbTree& tree)
 {
     const int hours = static_cast<int>(std::lround(period_.SampleDate1.secsTo(period_.SampleDate2) / 3600.0));
+    QMap<QString, int> sources;
     GuardedRead(connection, [&] {
         for (int i = 0; i < Count(); ++i) {
             TNodeSocial& n = GetItem(i);
-            const TElementEnergies energies = ReadElementEnergies(connection, level_, n.GUID, period_);
+            ToznListItemCommon* element = tree.Find(n.GUID);
+            const TElementEnergies energies = element ? ReadEnergiesOfElement(connection, element, period_)
+                                                      : ReadElementEnergies(connection, level_, n.GUID, period_);
             if (energies.isEmpty())
                 continue;
             n.Data.Wa = energies.Wa;
@@ -291,8 +296,16 @@ void TNodeSocialHigh::FillEnergies(ToznFDConnection& connection)
                 n.Data.T = hours;
             n.Data.Calculate();
             n.Edited = true;
+            if (!isEmptyFloat(energies.Wa))
+                ++sources[QStringLiteral("Трансформация в сеть: ") + energies.WaSource];
+            if (!isEmptyFloat(energies.Wa_bus))
+                ++sources[QStringLiteral("Полезный отпуск с шин: ") + energies.BusSource];
         }
     });
+    QStringList told;
+    for (auto it = sources.cbegin(); it != sources.cend(); ++it)
+        told << QStringLiteral("%1: %2").arg(it.key()).arg(it.value());
+    return told;
 }
 
 int TNodeSocialHigh::Pending() const

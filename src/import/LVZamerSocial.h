@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <QStringList>
 #include <array>
 #include <memory>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "host/SamplePeriods.h"
 
 class ToznFDConnection;
+class TfdbTree;
 class TFDQuery;
 class TLVNormativSample0;
 
@@ -90,8 +92,10 @@ public:
     void Open(ToznFDConnection& connection, int startGuid, int level, const TSamplePeriodInfo& period);
     // The same rows for another period; "Не найден SampleIdent" when the period has no sample row.
     void ChangePeriod(ToznFDConnection& connection, const TSamplePeriodInfo& period);
-    // Energies of every row from the measurements and calculations of the period.
-    void FillEnergies(ToznFDConnection& connection);
+    // Energies of every row from the measurements and calculations of the period, as the normative form's
+    // energy button takes them (the rows found in the network tree given). Answers how many rows took each
+    // energy from each source ("Трансформация в сеть: <source>: N").
+    QStringList FillEnergies(ToznFDConnection& connection, const TfdbTree& tree);
     int Level() const { return level_; }
     // Rows marked to be saved.
     int Pending() const;

@@ -1,7 +1,11 @@
 #include "normative/ElementEnergies.h"
 
+#include <QList>
+#include <functional>
+
 #include "host/Connection.h"
 #include "host/Tree.h"
+#include "normative/NormativeSql.h"
 
 namespace {
 QString sumQuery(const QString& sumOf, const QString& from, const QString& filter)
@@ -117,5 +121,50 @@ TElementEnergies ReadElementEnergies(ToznFDConnection& connection, int level, in
         energies.Wa = first(EnergySources(level, false), energies.WaSource);
         energies.Wa_bus = first(EnergySources(level, true), energies.BusSource);
     });
+    return energies;
+}
+
+namespace {
+// What the LV regime calculation of the lines under an element received in the period; empty when none was run.
+double regimeEnergyBelow(ToznFDConnection& connection, ToznListItemCommon* element, const TSamplePeriodInfo& period)
+{
+    QList<int> lines;
+    std::function<void(ToznListItemCommon*)> walk = [&](ToznListItemCommon* item) {
+        if (item->isLink())
+            return;
+        if (item->GetNodeType() == NodeType::LVFiders)
+            lines.append(item->GetIdent());
+        for (int i = 0; i < item->GetCount(); ++i)
+            walk(item->GetItems(i));
+    };
+    walk(element);
+    double sum = EmptyFloat();
+    GuardedRead(connection, [&] {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QString::fromUtf8(NormativeSql::kCalculatedTransformation));
+        q->ParamByName(QStringLiteral("SampleIdent"), period.Ident);
+        for (int guid : lines) {
+            q->ParamByName(QStringLiteral("GUID"), guid);
+            q->Open();
+            if (!q->Eof())
+                sum = AC_SumFloat(sum, q->Float(QStringLiteral("Wa")));
+        }
+    });
+    return sum;
+}
+}  // namespace
+
+TElementEnergies ReadEnergiesOfElement(ToznFDConnection& connection, ToznListItemCommon* element,
+                                       const TSamplePeriodInfo& period)
+{
+    if (!element)
+        return {};
+    const int level = EnergyLevelOfNodeType(element->GetNodeType());
+    TElementEnergies energies = ReadElementEnergies(connection, level, element->GetIdent(), period);
+    if (isEmptyFloat(energies.Wa) && level >= 0 && level != 6) {
+        energies.Wa = regimeEnergyBelow(connection, element, period);
+        if (!isEmptyFloat(energies.Wa))
+            energies.WaSource = QStringLiteral("расчет режима линий 0,4 кВ элемента за период");
+    }
     return energies;
 }

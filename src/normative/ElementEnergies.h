@@ -6,6 +6,7 @@
 #include "host/SamplePeriods.h"
 
 class ToznFDConnection;
+class ToznListItemCommon;
 
 // The energy transformed into an element's 0.4 kV network ("Wa") and the useful supply from its busbars
 // ("Wa_bus") for a period, each from the first of its sources that has a value: for every source the sum over
@@ -35,3 +36,10 @@ struct TElementEnergies {
 // Reads both energies; in a read transaction of its own when the connection has none.
 TElementEnergies ReadElementEnergies(ToznFDConnection& connection, int level, int guid,
                                      const TSamplePeriodInfo& period);
+
+// The energies of an element of the network tree, as both energy buttons fill them (the normative form's and
+// the generalised-data workbook's): ReadElementEnergies at the level of its node type; when none of those
+// sources gives Wa, what the LV regime calculation of the lines under the element received in the period
+// (each line once, links aside; an LV line has its regime results as its first source already).
+TElementEnergies ReadEnergiesOfElement(ToznFDConnection& connection, ToznListItemCommon* element,
+                                       const TSamplePeriodInfo& period);

@@ -483,13 +483,7 @@ void TLVNormativInputPage::FillCalculatedWa()
 {
     if (!element_ || period_.isEmpty())
         return;
-    const int level = EnergyLevelOfNodeType(element_->GetNodeType());
-    TElementEnergies energies = ReadElementEnergies(connection_, level, element_->GetIdent(), period_);
-    if (isEmptyFloat(energies.Wa) && level != 6) {
-        // Else what the regime calculation of the LV lines below received in the period.
-        energies.Wa = RegimeEnergyBelow();
-        energies.WaSource = QStringLiteral("расчет режима линий 0,4 кВ элемента за период");
-    }
+    const TElementEnergies energies = ReadEnergiesOfElement(connection_, element_, period_);
     if (energies.isEmpty()) {
         host::ShowInformation(QStringLiteral("Нет замеров и результатов расчета за выбранный период"));
         return;
@@ -504,32 +498,4 @@ void TLVNormativInputPage::FillCalculatedWa()
     host::ShowInformation(
         QStringLiteral("Трансформация в сеть: %1\nПолезный отпуск с шин: %2")
             .arg(source(energies.Wa, energies.WaSource), source(energies.Wa_bus, energies.BusSource)));
-}
-
-double TLVNormativInputPage::RegimeEnergyBelow() const
-{
-    // The LV lines under the element, each once: a substation shown again under another feeder is not.
-    QList<int> feeders;
-    std::function<void(ToznListItemCommon*)> walk = [&](ToznListItemCommon* item) {
-        if (item->isLink())
-            return;
-        if (item->GetNodeType() == NodeType::LVFiders)
-            feeders.append(item->GetIdent());
-        for (int i = 0; i < item->GetCount(); ++i)
-            walk(item->GetItems(i));
-    };
-    walk(element_);
-    double sum = EmptyFloat();
-    GuardedRead(connection_, [&] {
-        auto q = connection_.NewQuery();
-        q->SetSQLText(QString::fromUtf8(NormativeSql::kCalculatedTransformation));
-        q->ParamByName(QStringLiteral("SampleIdent"), period_.Ident);
-        for (int guid : feeders) {
-            q->ParamByName(QStringLiteral("GUID"), guid);
-            q->Open();
-            if (!q->Eof())
-                sum = AC_SumFloat(sum, q->Float(QStringLiteral("Wa")));
-        }
-    });
-    return sum;
 }

@@ -63,7 +63,6 @@ public:
 
 private:
     friend class TLVNormativSample;
-    double RegimeEnergyBelow() const;
     QLineEdit* AddEditor(class QFormLayout* form, const QString& name, const QString& caption, bool readOnly = false);
     QGroupBox* AddLengthGroup(const QString& caption, int group);
     void Edited(QLineEdit* editor);

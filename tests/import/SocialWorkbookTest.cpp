@@ -155,7 +155,7 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_THROW(high.ChangePeriod(*c_, TSamplePeriodInfo{987654, "нет", 1, {}, {}, {}}), std::runtime_error);
 
     // Energies of a substation: no monthly values in the demo, the year's own medium-voltage result answers.
-    high.FillEnergies(*c_);
+    high.FillEnergies(*c_, *db_->GetTree());
     const TNodeSocial& first = high.GetItem(0);
     const double wn = Scalar(*c_, QStringLiteral("select sum(wn.\"Wa\") from \"WResultsN\" wn join \"MVResults\" mv on "
                                                  "mv.\"Ident\"=wn.\"Ident\" where wn.guid=%1 and mv.\"SampleIdent\"=%2")
@@ -232,6 +232,8 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
 TEST_F(Social, FormOfTheWorkbook)
 {
     SetCurrentDatabase(db_.get());
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scope(&dialogs);
     const int fider =
         static_cast<int>(Scalar(*c_, QStringLiteral("select \"OwnerGUID\" from \"Nodes\" where guid=%1").arg(tp_)));
     TxlsLVZamerSocialForm form;
@@ -242,6 +244,10 @@ TEST_F(Social, FormOfTheWorkbook)
     ASSERT_GT(form.Rows().Count(), 1);
     EXPECT_EQ(form.Rows().Level(), 5);
     form.FillEnergies();
+    // The user is told where the energies came from.
+    ASSERT_FALSE(dialogs.Texts().isEmpty());
+    EXPECT_TRUE(dialogs.Texts().last().startsWith("Строк заполнено по источникам:\nТрансформация в сеть: "))
+        << dialogs.Texts().last().toStdString();
     ASSERT_TRUE(form.WriteWorkbook());
     const QString captionsRow = QStringLiteral("<row r=\"1\" spans=\"1:51\" ht=\"90\" hidden=\"1\"");
     EXPECT_FALSE(
@@ -260,8 +266,6 @@ TEST_F(Social, FormOfTheWorkbook)
 
     // The user saves an edit in the spreadsheet: another level is shown only after a question, and
     // "Сохранить" reads the workbook before storing.
-    host::ScriptedDialogs dialogs;
-    host::ScopedDialogs scope(&dialogs);
     TNodeSocialHigh edited;
     edited.Open(*c_, fider, 5, years_[0]);
     edited.GetItem(0).Data.dp = 0.35;
