@@ -262,13 +262,10 @@ TFeederImpedance FeederImpedance(const TProvod038& provods, const TRep_Data::Fid
     return z;
 }
 
-TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int guid, const TRep_Data::Sample& sample)
+TLVFiderSampleCalc::Result CalculateSample(TRep_Data& data, int typeLoad, const TRep_Data::Sample& sample, double cosFi,
+                                           const TFeederImpedance& z, Calc::Flags& flags)
 {
-    const TRep_Data::Fider* fider = data.FindFider(guid);
-    const TRep_Data::FiderA* a = data.FindAttributes(guid);
-    const TFeederImpedance z = FeederImpedance(data.Provods(), a);
     Calc calc;
-    const int typeLoad = fider ? fider->TypeLoad : 0;
     calc.TmaxLookup = [&data, typeLoad](double pmin) { return data.TmaxLookup(typeLoad, pmin); };
     calc.CosLookup = [&data, typeLoad] { return data.CosOfTypeLoad(typeLoad); };
     Calc::Input in;
@@ -277,7 +274,7 @@ TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int guid, cons
         in.U[p] = sample.U[p];
         in.U2[p] = sample.U2[p];
     }
-    in.CosFi = a ? a->CosFi : EmptyFloat();
+    in.CosFi = cosFi;
     in.Rf = z.Rf;
     in.Xf = z.Xf;
     in.Rn = z.Rn;
@@ -286,9 +283,17 @@ TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int guid, cons
     in.Krazv = sample.Krazv;
     in.Knm = sample.Knm;
     in.DP = sample.DP;
+    return calc.Calculate(in, flags);
+}
+
+TLVFiderSampleCalc::Result CalculateStoredSample(TRep_Data& data, int guid, const TRep_Data::Sample& sample)
+{
+    const TRep_Data::Fider* fider = data.FindFider(guid);
+    const TRep_Data::FiderA* a = data.FindAttributes(guid);
     Calc::Flags flags;
     flags.currentsChanged = true;
-    return calc.Calculate(in, flags);
+    return CalculateSample(data, fider ? fider->TypeLoad : 0, sample, a ? a->CosFi : EmptyFloat(),
+                           FeederImpedance(data.Provods(), a), flags);
 }
 
 void ApplySampleResult(TRep_Data::Sample& sample, const TLVFiderSampleCalc::Result& result)

@@ -35,6 +35,10 @@ struct TFeederImpedance {
 };
 TFeederImpedance FeederImpedance(const TProvod038& provods, const TRep_Data::FiderA* attributes);
 
+// The editor's sample calculation of one sample of a line of the load kind given, with the line's design cos φ
+// and impedance; the reference look-ups come from the data. The flags are those of the editor.
+TLVFiderSampleCalc::Result CalculateSample(TRep_Data& data, int typeLoad, const TRep_Data::Sample& sample, double cosFi,
+                                           const TFeederImpedance& z, TLVFiderSampleCalc::Flags& flags);
 // A stored sample calculated by the editor's sample calculation as if its currents and voltages had just been
 // entered: P from the currents, Wa, dP and dW from P; the sample's Tmax, Krazv and Knm are taken as stored
 // (looked up or defaulted when unset, as the editor does). Nothing is written to the sample.

@@ -531,29 +531,10 @@ void TLVFidersForm::Recalculate(bool apply)
         typeLoad_->setCurrentIndex(0);
         fider->state = fider->state == TRep_Data::RowState::New ? fider->state : TRep_Data::RowState::Changed;
     }
-    TLVFiderSampleCalc calc;
-    const int typeLoad = fider->TypeLoad;
-    calc.TmaxLookup = [this, typeLoad](double pmin) { return repData_->TmaxLookup(typeLoad, pmin); };
-    calc.CosLookup = [this, typeLoad] { return repData_->CosOfTypeLoad(typeLoad); };
-    TLVFiderSampleCalc::Input in;
-    for (int p = 0; p < 3; ++p) {
-        in.I[p] = sample_->I[p];
-        in.U[p] = sample_->U[p];
-        in.U2[p] = sample_->U2[p];
-    }
-    in.CosFi = a->CosFi;
-    in.Rf = rf_;
-    in.Xf = xf_;
-    in.Rn = rn_;
-    in.P = sample_->P;
-    in.Tmax = sample_->Tmax;
-    in.Krazv = sample_->Krazv;
-    in.Knm = sample_->Knm;
-    in.DP = sample_->DP;
     TLVFiderSampleCalc::Flags flags = flags_;
     if (!apply)
         flags = {};  // a sample shown as stored: results only, nothing written
-    result_ = calc.Calculate(in, flags);
+    result_ = CalculateSample(*repData_, fider->TypeLoad, *sample_, a->CosFi, {rf_, xf_, rn_}, flags);
     const bool done = result_.status == TLVFiderSampleCalc::Status::Done;
     reportLine_->setEnabled(result_.status != TLVFiderSampleCalc::Status::Incomplete);
     reportTP_->setEnabled(reportLine_->isEnabled());
