@@ -24,6 +24,7 @@ check: bootstrap
 # The main window on the embedded default database, generated on first use.
 demo: bootstrap
 	$(MAKE) build
+	mkdir -p "$(DATA_DIR)"
 	test -f "$(DEMO_DB)" || $(BUILD)/bin/ozn3 demo-db "$(DEMO_DB)" --size small
 	OZN3_DATA_DIR="$(DATA_DIR)" $(BUILD)/bin/ozn3
 

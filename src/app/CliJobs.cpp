@@ -5,10 +5,12 @@
 #include <QFileInfo>
 #include <cstdio>
 
+#include "app/CliArgs.h"
 #include "app/CliOutput.h"
 #include "db/DemoGenerator.h"
 #include "db/SchemaInstaller.h"
 #include "feeders/StoredSamples.h"
+#include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
@@ -170,54 +172,79 @@ std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int peri
     return database;
 }
 
-QString Option(const QStringList& args, const QString& name)
-{
-    const int i = args.indexOf(name);
-    return i >= 0 && i + 1 < args.size() ? args.at(i + 1) : QString();
-}
-
-QString Positional(const QStringList& args, const QStringList& valued, int first)
-{
-    for (int i = first; i < args.size(); ++i) {
-        if (valued.contains(args.at(i))) {
-            ++i;
-            continue;
-        }
-        if (!args.at(i).startsWith(QLatin1String("--")))
-            return args.at(i);
-    }
-    return {};
-}
-
 int InitDb(const QStringList& args)
 {
-    if (args.size() < 2) {
-        err(QStringLiteral("Укажите путь к файлу базы данных: ozn3 init-db PATH"));
+    TArgs a;
+    QString error;
+    if (!a.Parse(args, 1, {{}, {}, {}, 1}, error) || a.PositionalCount() != 1) {
+        err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) +
+            QStringLiteral("Укажите путь к файлу базы данных: ozn3 init-db PATH"));
         return 2;
     }
-    QString error;
-    if (!db::CreateDatabase(args.at(1), error)) {
+    if (!db::CreateDatabase(a.Positional(0), error)) {
         err(error);
         return 1;
     }
-    out(QStringLiteral("База данных создана: %1").arg(args.at(1)));
+    out(QStringLiteral("База данных создана: %1").arg(a.Positional(0)));
     return 0;
 }
 
+namespace {
+// A database of a server is filled where it is: made when it is missing, given the tables when it is empty.
+// False with the reason when it cannot take the demo network.
+bool PrepareServerDatabase(const DatabaseAddress& address, const QString& path, QString& error)
+{
+    std::unique_ptr<ToznFDConnection> connection;
+    try {
+        connection =
+            std::make_unique<ToznFDConnection>(nullptr, address.attachName(), FirebirdUser(), FirebirdPassword());
+    } catch (const EDatabaseError& e) {
+        if (e.Kind() == host::TEngineErrorKind::Missing)
+            return db::CreateDatabase(path, error);
+        error = QStringLiteral("Не удалось открыть базу данных %1: %2").arg(path, e.Text());
+        return false;
+    }
+    try {
+        const auto [ours, others] = GuardedRead(*connection, [&] {
+            auto q = connection->NewQuery();
+            q->SetSQLText(QStringLiteral(
+                "select sum(iif(rdb$relation_name in ('LVFiders', 'Nodes', 'SamplesDates'), 1, 0)), count(*) "
+                "from rdb$relations where coalesce(rdb$system_flag, 0) = 0"));
+            q->Open();
+            return std::pair<int, int>(q->Value(0).toInt(), q->Value(1).toInt());
+        });
+        if (ours == 3)
+            return true;
+        if (others > 0) {
+            error = QStringLiteral("База данных %1 не пуста, но таблиц ОЗН 3 в ней нет: демонстрационная сеть в неё не "
+                                   "добавлена")
+                        .arg(path);
+            return false;
+        }
+        return db::InstallSchema(*connection, error);
+    } catch (const EDatabaseError& e) {
+        error = e.Text();
+        return false;
+    }
+}
+}  // namespace
+
 int DemoDb(const QStringList& args)
 {
-    if (args.size() < 2 || args.at(1).startsWith(QLatin1String("--"))) {
-        err(QStringLiteral("Укажите путь к файлу базы данных: ozn3 demo-db PATH [--size small|large]"));
+    TArgs a;
+    QString error;
+    if (!a.Parse(args, 1, {{"--size"}, {}, {}, 1}, error) || a.PositionalCount() != 1) {
+        err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) +
+            QStringLiteral("Укажите путь к файлу базы данных: ozn3 demo-db PATH [--size small|large]"));
         return 2;
     }
-    const QString path = args.at(1);
+    const QString path = a.Positional(0);
     db::DemoSize size = db::DemoSize::Small;
-    const QString sizeText = Option(args, QStringLiteral("--size"));
-    if (!sizeText.isEmpty() && !db::ParseDemoSize(sizeText, size)) {
+    const QString sizeText = a.Value(QStringLiteral("--size"));
+    if (a.Has(QStringLiteral("--size")) && !db::ParseDemoSize(sizeText, size)) {
         err(QStringLiteral("Неверный размер сети: %1 (small или large)").arg(sizeText));
         return 2;
     }
-    QString error;
     DatabaseAddress address;
     if (!DatabaseAddress::parse(path, address, error)) {
         err(error);
@@ -229,13 +256,18 @@ int DemoDb(const QStringList& args)
     const bool newFile = !address.isServer() && !QFileInfo::exists(address.path);
     const bool aside = !address.isServer();
     const QString target = aside ? db::PartialPath(address.path) : path;
+    if (aside && !newFile && !QFileInfo(address.path).isFile()) {
+        err(QStringLiteral("%1 — не файл базы данных").arg(address.path));
+        return 1;
+    }
     if (aside)
         QFile::remove(target);
     if (aside && !newFile && !QFile::copy(address.path, target)) {
         err(QStringLiteral("Не удалось скопировать базу данных %1 в %2").arg(address.path, target));
         return 1;
     }
-    if ((newFile || address.isServer()) && !db::CreateDatabase(target, error)) {
+    if ((newFile && !db::CreateDatabase(target, error)) ||
+        (address.isServer() && !PrepareServerDatabase(address, path, error))) {
         err(error);
         return 1;
     }
@@ -298,6 +330,17 @@ int DemoDb(const QStringList& args)
         return 1;
     }
     return 0;
+}
+
+int Stats(const QStringList& args)
+{
+    TArgs a;
+    QString error;
+    if (!a.Parse(args, 1, {{"--db"}, {}, {}, 0}, error)) {
+        err(error + QStringLiteral("\nИспользование: ozn3 stats [--db CONNECTION]"));
+        return 2;
+    }
+    return Stats(a.Has(QStringLiteral("--db")) ? a.Value(QStringLiteral("--db")) : DefaultDatabasePath());
 }
 
 int Stats(const QString& connection)

@@ -12,6 +12,7 @@ int InitDb(const QStringList& args);
 int DemoDb(const QStringList& args);
 // Counts of the network per level: the headless job on a database.
 int Stats(const QString& connection);
+int Stats(const QStringList& args);
 // A calculation on JSON Lines from standard input: one answer line per input line.
 int CalcLines(QByteArray (*calculate)(const QByteArray&));
 // The batch normative calculation without a window.
@@ -30,8 +31,4 @@ int WorkbookJob(const QStringList& args);
 int Users(const QStringList& args);
 // Opens a database and finds a period of it; on failure prints why and returns null.
 std::unique_ptr<TfdbDatabase> OpenWithPeriod(const QString& connection, int period, const TSamplePeriodInfo*& info);
-// The value after an option ("--db X"), empty when absent.
-QString Option(const QStringList& args, const QString& name);
-// The first argument from `first` on that is neither an option nor the value of one of `valued`.
-QString Positional(const QStringList& args, const QStringList& valued, int first);
 }  // namespace cli

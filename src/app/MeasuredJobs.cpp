@@ -4,10 +4,12 @@
 #include <cstdio>
 #include <string>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Database.h"
 #include "host/JsonLines.h"
+#include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "results/LVMeasuredStore.h"
 #include "results/LVMeasuredXlsx.h"
@@ -23,6 +25,17 @@ void writeNumber(std::string& line, double v)
     }
     char buffer[32];
     line.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, v).ptr);
+}
+
+constexpr int kFirstYear = 1900, kLastYear = 2200;
+
+// A year the database knows: an interval of it, or a sample of one of the feeders taken in it.
+bool KnownYear(TfdbDatabase& db, const std::vector<int>& feeders, int year)
+{
+    for (const TSamplePeriodInfo& p : db.GetSamplePeriods()->Items())
+        if (p.SampleDate1.date().year() == year)
+            return true;
+    return MeasuredYears(*db.GetDefaultConnection(), feeders).contains(year);
 }
 
 void writeJson(const TMeasuredNode& tree)
@@ -44,16 +57,22 @@ void writeJson(const TMeasuredNode& tree)
 
 int Measured(const QStringList& args)
 {
-    const QString connection = Option(args, QStringLiteral("--db")), xlsx = Option(args, QStringLiteral("--xlsx"));
-    bool okNode = false, okYear = false;
-    const int node = Option(args, QStringLiteral("--node")).toInt(&okNode);
-    const int year = Option(args, QStringLiteral("--year")).toInt(&okYear);
-    if (connection.isEmpty() || !okNode || !okYear || (xlsx.isEmpty() && !args.contains(QStringLiteral("--json")))) {
-        err(QStringLiteral(
-            "Использование: ozn3 measured --db CONNECTION --node IDENT --year YYYY (--json | --xlsx FILE)"));
+    const char* const usage =
+        "Использование: ozn3 measured --db CONNECTION --node IDENT --year YYYY (--json | --xlsx FILE)";
+    TArgs a;
+    QString error;
+    int node = 0, year = 0;
+    if (!a.Parse(args, 1, {{"--db", "--node", "--year", "--xlsx"}, {}, {"--json"}, 0}, error) ||
+        !a.Int(QStringLiteral("--node"), true, node, error) || !a.Int(QStringLiteral("--year"), true, year, error) ||
+        !a.Has(QStringLiteral("--db")) || (!a.Has(QStringLiteral("--xlsx")) && !a.Has(QStringLiteral("--json")))) {
+        err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(usage));
         return 2;
     }
-    QString error;
+    if (year < kFirstYear || year > kLastYear) {
+        err(QStringLiteral("Неверный год %1: от %2 до %3").arg(year).arg(kFirstYear).arg(kLastYear));
+        return 2;
+    }
+    const QString connection = a.Value(QStringLiteral("--db")), xlsx = a.Value(QStringLiteral("--xlsx"));
     auto db = TfdbDatabase::Open(connection, error);
     if (!db) {
         err(error);
@@ -66,6 +85,12 @@ int Measured(const QStringList& args)
     }
     try {
         const std::vector<int> feeders = FeedersUnder(item);
+        if (!KnownYear(*db, feeders, year)) {
+            err(QStringLiteral("За %1 год в базе данных нет ни интервалов, ни замеров линий «%2»")
+                    .arg(year)
+                    .arg(item->GetText()));
+            return 1;
+        }
         auto tree = BuildMeasuredTree(item, MeasuredSamples(*db->GetDefaultConnection(), feeders, year));
         if (!xlsx.isEmpty() &&
             !WriteMeasuredXlsx(
@@ -74,7 +99,7 @@ int Measured(const QStringList& args)
             err(error);
             return 1;
         }
-        if (args.contains(QStringLiteral("--json")))
+        if (a.Has(QStringLiteral("--json")))
             writeJson(*tree);
     } catch (const std::exception& e) {
         err(QString::fromUtf8(e.what()));

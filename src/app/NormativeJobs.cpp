@@ -8,6 +8,7 @@
 #include <iostream>
 #include <string>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Database.h"
@@ -24,14 +25,6 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 void onInterrupt(int) { g_interrupted = true; }
 
-bool intOption(const QStringList& args, const QString& name, int& value)
-{
-    bool ok = false;
-    value = Option(args, name).toInt(&ok);
-    if (!ok)
-        err(QStringLiteral("Укажите %1 целым числом").arg(name));
-    return ok;
-}
 }  // namespace
 
 int CalcLines(QByteArray (*calculate)(const QByteArray&))
@@ -54,15 +47,19 @@ int CalcLines(QByteArray (*calculate)(const QByteArray&))
 
 int NormativeBatch(const QStringList& args)
 {
+    const char* const usage =
+        "Использование: ozn3 normative --db CONNECTION --node GUID --level CODE --period IDENT [--log FILE]";
+    TArgs a;
+    QString error;
     int node = 0, level = 0, period = 0;
-    const QString connection = Option(args, QStringLiteral("--db"));
-    if (connection.isEmpty()) {
-        err(QStringLiteral("Укажите базу данных: --db CONNECTION"));
+    if (!a.Parse(args, 1, {{"--db", "--node", "--level", "--period", "--log"}, {}, {}, 0}, error) ||
+        !a.Int(QStringLiteral("--node"), true, node, error) || !a.Int(QStringLiteral("--level"), true, level, error) ||
+        !a.Int(QStringLiteral("--period"), true, period, error) || !a.Has(QStringLiteral("--db"))) {
+        err((error.isEmpty() ? QStringLiteral("Укажите базу данных: --db CONNECTION") : error) + QLatin1Char('\n') +
+            QString::fromUtf8(usage));
         return 2;
     }
-    if (!intOption(args, QStringLiteral("--node"), node) || !intOption(args, QStringLiteral("--level"), level) ||
-        !intOption(args, QStringLiteral("--period"), period))
-        return 2;
+    const QString connection = a.Value(QStringLiteral("--db"));
     if (TCalcThread::NodeTypeOfLevel(level) == 0) {
         err(QStringLiteral("Неверный уровень расчета %1 (1, 2, 3, 4, 6 или 7)").arg(level));
         return 2;
@@ -78,7 +75,7 @@ int NormativeBatch(const QStringList& args)
 
     // The log is written as the run goes, so that a stopped or killed run keeps what it saved.
     host::TLogFile logFile;
-    const QString logPath = Option(args, QStringLiteral("--log"));
+    const QString logPath = a.Value(QStringLiteral("--log"));
     QString logError;
     if (!logPath.isEmpty() && !logFile.Open(logPath, logError)) {
         err(logError);

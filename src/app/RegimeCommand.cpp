@@ -32,6 +32,9 @@ RegimeOutcome RunRegimeCommand(TfdbDatabase& database, const QList<int>& fiders,
         outcome.LastIdent = ident;
         progress.SetText(job.Fider.Name);
     };
+    events.NotStored = [&](const fider::TFiderJob& job, const QString& reason) {
+        outcome.Problems << job.Fider.Name + QStringLiteral(" - ") + reason;
+    };
     events.Cancelled = [&] { return progress.Cancelled(); };
     const fider::TRegimeBatchResult result = fider::RunRegimeBatch(database, fiders, request, events);
     progress.Finish();
@@ -39,7 +42,7 @@ RegimeOutcome RunRegimeCommand(TfdbDatabase& database, const QList<int>& fiders,
     outcome.Refused = result.Refused;
     outcome.Total = result.Total;
     outcome.Cancelled = result.Cancelled;
-    outcome.Failure = result.Failure;
+    outcome.Failure = result.Failure.isEmpty() ? QString() : fider::FailureSummary(result);
     return outcome;
 }
 
@@ -50,7 +53,7 @@ QString RegimeSummary(const RegimeOutcome& outcome)
     if (outcome.Cancelled)
         text += QStringLiteral("\nРасчет прерван; рассчитанные линии сохранены.");
     if (!outcome.Failure.isEmpty())
-        text += QStringLiteral("\nОшибка базы данных: ") + outcome.Failure;
+        text += QLatin1Char('\n') + outcome.Failure;
     constexpr int kShown = 12;
     for (int i = 0; i < std::min<int>(kShown, outcome.Problems.size()); ++i)
         text += QLatin1Char('\n') + outcome.Problems[i];

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Database.h"
@@ -44,25 +45,32 @@ QString fiderTitle(const fider::TFiderJob& job)
 
 int Regime(const QStringList& args)
 {
-    const QString connection = Option(args, QStringLiteral("--db"));
-    bool okNode = false, okSample = false, okType = true;
-    const int node = Option(args, QStringLiteral("--node")).toInt(&okNode);
-    const int sample = Option(args, QStringLiteral("--sample")).toInt(&okSample);
-    const QString typeText = Option(args, QStringLiteral("--calc-type"));
-    const int calcType = typeText.isEmpty() ? 0 : typeText.toInt(&okType);
-    const bool middle = args.contains(QStringLiteral("--middle")), maximum = args.contains(QStringLiteral("--max"));
+    TArgs a;
+    QString error;
+    int node = 0, sample = 0, calcType = 0;
     fider::TRegimeRequest request;
-    const QString modeText = Option(args, QStringLiteral("--mode"));
     fider::TLoadMode mode = fider::TLoadMode::Loads;
-    if (connection.isEmpty() || !okNode || !okSample || !okType || middle == maximum ||
-        (args.contains(QStringLiteral("--mode")) && !parseMode(modeText, mode))) {
-        err(QString::fromUtf8(kUsage));
+    const bool parsed =
+        a.Parse(
+            args, 1,
+            {{"--db", "--node", "--sample", "--mode", "--calc-type", "--log"}, {}, {"--middle", "--max", "--json"}, 0},
+            error) &&
+        a.Int(QStringLiteral("--node"), true, node, error) && a.Int(QStringLiteral("--sample"), true, sample, error) &&
+        a.Int(QStringLiteral("--calc-type"), false, calcType, error) &&
+        a.OneOf({QStringLiteral("--middle"), QStringLiteral("--max")}, error);
+    const QString modeText = a.Value(QStringLiteral("--mode"));
+    const bool middle = a.Has(QStringLiteral("--middle")), maximum = a.Has(QStringLiteral("--max"));
+    if (parsed && a.Has(QStringLiteral("--mode")) && !parseMode(modeText, mode))
+        error = QStringLiteral("Неизвестный режим --mode %1 (loads, currents или energy)").arg(modeText);
+    if (!parsed || !error.isEmpty() || !a.Has(QStringLiteral("--db")) || middle == maximum) {
+        err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(kUsage));
         return 2;
     }
+    const QString connection = a.Value(QStringLiteral("--db"));
     request.Regime = maximum ? fider::TRegimeKind::Maximum : fider::TRegimeKind::Middle;
     request.SampleIdent = sample;
     request.CalcType = calcType;
-    if (!modeText.isEmpty())
+    if (a.Has(QStringLiteral("--mode")))
         request.Mode = mode;
     if (request.Regime == fider::TRegimeKind::Maximum && request.Mode == fider::TLoadMode::Energy) {
         err(QStringLiteral("Расчет по отпуску электроэнергии возможен только в режиме средних нагрузок (--middle)"));
@@ -84,13 +92,13 @@ int Regime(const QStringList& args)
 
     // The log is written as the run goes, so that a stopped or killed run keeps what it saved and refused.
     host::TLogFile log;
-    const QString logFile = Option(args, QStringLiteral("--log"));
+    const QString logFile = a.Value(QStringLiteral("--log"));
     QString logError;
     if (!logFile.isEmpty() && !log.Open(logFile, logError)) {
         err(logError);
         return 1;
     }
-    const bool json = args.contains(QStringLiteral("--json"));
+    const bool json = a.Has(QStringLiteral("--json"));
     host::TerminalProgress bar;
     bar.Start(QStringLiteral("Расчет режимов 0,4 кВ: %1").arg(info->Name), 0);
     fider::TRegimeBatchEvents events;
@@ -115,6 +123,9 @@ int Regime(const QStringList& args)
             std::fwrite(line.constData(), 1, line.size(), stdout);
         }
     };
+    events.NotStored = [&](const fider::TFiderJob& job, const QString& reason) {
+        log.Line(fiderTitle(job) + QStringLiteral(" - ") + reason);
+    };
     events.Cancelled = [] { return g_stop.load(); };
     events.StopWaiting = [] { return g_stop.load(); };
     // Ctrl-C stops after the feeder being written; what is stored stays stored.
@@ -135,14 +146,19 @@ int Regime(const QStringList& args)
         err(summary);
     else
         std::printf("%s\n", summary.toUtf8().constData());
+    if (!result.Failure.isEmpty()) {
+        // The log ends with what the database holds, so that the user knows where to start again.
+        log.Line(result.LastStored.isEmpty()
+                     ? QStringLiteral("Ошибка базы данных: ни одна линия не сохранена")
+                     : QStringLiteral("Ошибка базы данных: последняя сохраненная линия %1").arg(result.LastStored));
+        err(fider::FailureSummary(result));
+    }
     if (!log.Ok()) {
         err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
         return 1;
     }
-    if (!result.Failure.isEmpty()) {
-        err(QStringLiteral("Ошибка базы данных: %1").arg(result.Failure));
+    if (!result.Failure.isEmpty())
         return 1;
-    }
     if (result.Cancelled) {
         err(QStringLiteral("Расчет остановлен; сохранено линий: %1").arg(result.Calculated));
         return 130;

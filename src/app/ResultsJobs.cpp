@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Database.h"
@@ -72,26 +73,30 @@ private:
 
 int Results(const QStringList& args)
 {
-    const QString connection = Option(args, QStringLiteral("--db"));
-    bool okGuid = false, okSample = false, okType = true, okPeriod = true;
-    const int guid = Option(args, QStringLiteral("--guid")).toInt(&okGuid);
-    const int sample = Option(args, QStringLiteral("--sample")).toInt(&okSample);
-    const QString typeText = Option(args, QStringLiteral("--calc-type"));
-    const int calcType = typeText.isEmpty() ? 0 : typeText.toInt(&okType);
-    const QString periodText = Option(args, QStringLiteral("--period"));
-    int period = periodText.isEmpty() ? 0 : periodText.toInt(&okPeriod);
-    const QString xlsx = Option(args, QStringLiteral("--xlsx"));
-    if (connection.isEmpty() || !okGuid || !okSample || !okType || !okPeriod ||
-        (!args.contains(QStringLiteral("--json")) && xlsx.isEmpty())) {
-        err(QStringLiteral("Использование: ozn3 results --db CONNECTION --guid GUID [--calc-type N] --sample IDENT "
-                           "[--period IDENT] (--json | --xlsx FILE)"));
+    const char* const usage = "Использование: ozn3 results --db CONNECTION --guid GUID [--calc-type N] --sample IDENT "
+                              "[--period IDENT] (--json | --xlsx FILE)";
+    TArgs a;
+    QString error;
+    int guid = 0, sample = 0, calcType = 0, period = 0;
+    if (!a.Parse(args, 1, {{"--db", "--guid", "--sample", "--calc-type", "--period", "--xlsx"}, {}, {"--json"}, 0},
+                 error) ||
+        !a.Int(QStringLiteral("--guid"), true, guid, error) ||
+        !a.Int(QStringLiteral("--sample"), true, sample, error) ||
+        !a.Int(QStringLiteral("--calc-type"), false, calcType, error) ||
+        !a.Int(QStringLiteral("--period"), false, period, error) || !a.Has(QStringLiteral("--db")) ||
+        (!a.Has(QStringLiteral("--json")) && !a.Has(QStringLiteral("--xlsx")))) {
+        err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(usage));
         return 2;
     }
+    const QString connection = a.Value(QStringLiteral("--db")), xlsx = a.Value(QStringLiteral("--xlsx"));
     const TSamplePeriodInfo* info = nullptr;
     auto database = OpenWithPeriod(connection, sample, info);
     if (!database)
         return 1;
-    QString error;
+    if (a.Has(QStringLiteral("--period")) && PeriodKindName(*database->GetDefaultConnection(), period).isEmpty()) {
+        err(QStringLiteral("Неизвестный вид периода %1: его нет в справочнике видов периодов базы данных").arg(period));
+        return 1;
+    }
     if (period == 0)
         period = info->Period;
     TPesResultsLV tree(0, guid, QString(), nullptr);
@@ -109,7 +114,7 @@ int Results(const QStringList& args)
             return 1;
         }
     }
-    if (args.contains(QStringLiteral("--json")))
+    if (a.Has(QStringLiteral("--json")))
         JsonTreeWriter(columns).Write(tree);
     std::fflush(stdout);
     return 0;

@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QInputDialog>
+#include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
@@ -13,16 +14,11 @@
 #include "host/WindowPlace.h"
 
 namespace {
-const QStringList kRoles = {QString(), QStringLiteral("reader"), QStringLiteral("writer")};
+const QStringList kRoles = {QString(), QStringLiteral("reader"), QStringLiteral("writer"), QStringLiteral("admin")};
 constexpr int kNameColumn = 0, kRoleColumn = 1, kFirstRight = 2;
 
-// The strongest role a user holds, as the list offers it.
-QString RoleOf(const host::TUserInfo& u)
-{
-    return u.Roles.contains(QStringLiteral("writer")) ? QStringLiteral("writer")
-           : u.Roles.isEmpty()                        ? QString()
-                                                      : QStringLiteral("reader");
-}
+// The strongest role a user holds, as the list offers it (the list of a user comes strongest first).
+QString RoleOf(const host::TUserInfo& u) { return u.Roles.value(0); }
 }  // namespace
 
 RightsDialog::RightsDialog(ToznFDConnection& connection, QWidget* parent) : QDialog(parent), connection_(connection)
@@ -51,12 +47,28 @@ RightsDialog::RightsDialog(ToznFDConnection& connection, QWidget* parent) : QDia
             host::ShowInformation(QStringLiteral("Права пользователей сохранены"));
     });
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    try {
+        manager_ = host::IsAdministrator(connection_, connection_.UserName());
+    } catch (const EDatabaseError&) {
+        manager_ = false;
+    }
+    // Others see who may do what, and why they cannot change it.
+    auto* note = new QLabel(this);
+    note->setObjectName(QStringLiteral("LabelRightsNote"));
+    note->setWordWrap(true);
+    note->setText(QStringLiteral("%1: права пользователей дают и отнимают владелец базы данных, SYSDBA и "
+                                 "администраторы (роль admin)")
+                      .arg(QString::fromUtf8(host::kNoUserManagement)));
+    note->setVisible(!manager_);
+    add->setEnabled(manager_);
+    save->setEnabled(manager_);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(add);
     buttons->addStretch();
     buttons->addWidget(save);
     buttons->addWidget(close);
     auto* layout = new QVBoxLayout(this);
+    layout->addWidget(note);
     layout->addWidget(table_);
     layout->addLayout(buttons);
     Fill();
@@ -74,6 +86,12 @@ void RightsDialog::Fill()
     for (const host::TUserInfo& u : stored_) {
         AddUser(u.Name);
         const int row = table_->rowCount() - 1;
+        if (u.Owner) {
+            QFont bold = table_->item(row, kNameColumn)->font();
+            bold.setBold(true);
+            table_->item(row, kNameColumn)->setFont(bold);
+            table_->item(row, kNameColumn)->setToolTip(QStringLiteral("Владелец базы данных"));
+        }
         qobject_cast<QComboBox*>(table_->cellWidget(row, kRoleColumn))->setCurrentText(RoleOf(u));
         for (size_t r = 0; r < host::AppRights().size(); ++r)
             table_->item(row, kFirstRight + static_cast<int>(r))
@@ -90,10 +108,11 @@ void RightsDialog::AddUser(const QString& name)
     table_->setItem(row, kNameColumn, item);
     auto* role = new QComboBox(table_);
     role->addItems(kRoles);
+    role->setEnabled(manager_);
     table_->setCellWidget(row, kRoleColumn, role);
     for (size_t r = 0; r < host::AppRights().size(); ++r) {
         auto* right = new QTableWidgetItem;
-        right->setFlags(Qt::ItemIsUserCheckable | Qt::ItemIsEnabled);
+        right->setFlags(manager_ ? Qt::ItemIsUserCheckable | Qt::ItemIsEnabled : Qt::ItemIsUserCheckable);
         right->setCheckState(Qt::Unchecked);
         table_->setItem(row, kFirstRight + static_cast<int>(r), right);
     }
@@ -101,6 +120,10 @@ void RightsDialog::AddUser(const QString& name)
 
 bool RightsDialog::Save()
 {
+    if (!manager_) {
+        host::ShowWarning(QString::fromUtf8(host::kNoUserManagement));
+        return false;
+    }
     for (int row = 0; row < table_->rowCount(); ++row) {
         const QString name = table_->item(row, kNameColumn)->text();
         const auto before =

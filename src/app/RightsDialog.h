@@ -1,6 +1,7 @@
 #pragma once
-// "Пользователи и права": the owner's view of who may do what — each user's role (reader or writer) and the
-// forms' rights. The database changes only on "Сохранить".
+// "Пользователи и права": who may do what — each user's role (reader, writer or admin) and the forms' rights.
+// The database changes only on "Сохранить", and only for an administrator; others see the table without
+// changing it.
 #include <QDialog>
 #include <vector>
 
@@ -24,4 +25,5 @@ private:
     ToznFDConnection& connection_;
     QTableWidget* table_;
     std::vector<host::TUserInfo> stored_;
+    bool manager_ = false;  // the user may give and take rights
 };

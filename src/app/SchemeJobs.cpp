@@ -2,10 +2,13 @@
 // without a window.
 #include <cstdio>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Connection.h"
 #include "host/Database.h"
+#include "host/SamplePeriods.h"
+#include "host/TextLimits.h"
 #include "host/scheme/ConductorCatalogue.h"
 #include "host/scheme/SchemeBookFile.h"
 #include "host/scheme/SchemeStore.h"
@@ -14,6 +17,11 @@
 namespace cli {
 
 namespace {
+const char* const kImportUsage =
+    "Использование: ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]";
+const char* const kExportUsage = "Использование: ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]";
+const char* const kConductorsUsage = "Использование: ozn3 conductors import|export FILE --db CONNECTION";
+const char* const kSubstationUsage = "Использование: ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 const char* const kUsage = "Использование:\n"
                            "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
                            "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
@@ -21,37 +29,17 @@ const char* const kUsage = "Использование:\n"
                            "  ozn3 conductors export FILE --db CONNECTION\n"
                            "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 
-const QStringList kValued = {"--db", "--node", "--sample", "--name", "--owner"};
-
-// The first argument after the command words that is neither an option nor an option's value.
-QString FileArgument(const QStringList& args) { return Positional(args, kValued, 2); }
-
-// An integer option; false (with a message) when it is given but not a number, or required and missing.
-bool IntOption(const QStringList& args, const QString& name, bool required, int& value)
+// A refusal of the command's words: the reason, then the usage of that command.
+int Usage(const QString& error, const char* usage)
 {
-    const QString text = Option(args, name);
-    value = 0;
-    if (text.isEmpty()) {
-        if (required)
-            err(QStringLiteral("Не указан %1\n%2").arg(name, QString::fromUtf8(kUsage)));
-        return !required;
-    }
-    bool ok = false;
-    value = text.toInt(&ok);
-    if (!ok)
-        err(QStringLiteral("%1: «%2» не число").arg(name, text));
-    return ok;
+    err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(usage));
+    return 2;
 }
 
-std::unique_ptr<TfdbDatabase> Open(const QStringList& args)
+std::unique_ptr<TfdbDatabase> Open(const TArgs& a)
 {
-    const QString connection = Option(args, QStringLiteral("--db"));
-    if (connection.isEmpty()) {
-        err(QStringLiteral("Не указана база данных (--db)\n%1").arg(QString::fromUtf8(kUsage)));
-        return nullptr;
-    }
     QString error;
-    auto database = TfdbDatabase::Open(connection, error);
+    auto database = TfdbDatabase::Open(a.Value(QStringLiteral("--db")), error);
     if (!database)
         err(error);
     return database;
@@ -70,26 +58,35 @@ void PrintRefusal(const std::vector<scheme::TBookProblem>& problems, const QStri
 struct SchemeCommand {
     QString file;
     int node = 0, sample = 0;
+    TArgs args;
     std::unique_ptr<TfdbDatabase> database;
-    int Parse(const QStringList& args, bool scheme = true)
+    int Parse(const QStringList& words, const TOptionSpec& spec, const char* usage, bool scheme = true)
     {
-        file = FileArgument(args);
-        if (file.isEmpty()) {
-            err(QString::fromUtf8(kUsage));
-            return 2;
-        }
-        if (scheme && (!IntOption(args, QStringLiteral("--node"), true, node) ||
-                       !IntOption(args, QStringLiteral("--sample"), false, sample)))
-            return 2;
+        QString error;
+        if (!args.Parse(words, 2, spec, error) || args.PositionalCount() != 1 || !args.Has(QStringLiteral("--db")))
+            return Usage(error.isEmpty() && !args.Has(QStringLiteral("--db")) && args.PositionalCount() == 1
+                             ? QStringLiteral("Не указана база данных (--db)")
+                             : error,
+                         usage);
+        file = args.Positional(0);
+        if (scheme && (!args.Int(QStringLiteral("--node"), true, node, error) ||
+                       !args.Int(QStringLiteral("--sample"), false, sample, error)))
+            return Usage(error, usage);
         database = Open(args);
-        return database ? 0 : 1;
+        if (!database)
+            return 1;
+        if (sample && !database->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample)) {
+            err(QStringLiteral("Интервал %1 не найден в базе данных").arg(sample));
+            return 1;
+        }
+        return 0;
     }
 };
 
 int SchemeImport(const QStringList& args)
 {
     SchemeCommand command;
-    if (const int code = command.Parse(args))
+    if (const int code = command.Parse(args, {{"--db", "--node", "--sample"}, {}, {"--replace"}, 1}, kImportUsage))
         return code;
     const QString& file = command.file;
     const int node = command.node;
@@ -98,7 +95,7 @@ int SchemeImport(const QStringList& args)
     std::vector<scheme::TBookProblem> problems;
     const scheme::TSchemeBook book = scheme::ReadSchemeBookFile(file, problems);
     scheme::TImportSummary summary;
-    const scheme::TImportOptions options{node, sample, args.contains(QStringLiteral("--replace"))};
+    const scheme::TImportOptions options{node, sample, command.args.Has(QStringLiteral("--replace"))};
     if (problems.empty())
         scheme::TSchemeStore(*database->GetDefaultConnection()).Import(book, options, summary, problems);
     if (!problems.empty()) {
@@ -115,7 +112,7 @@ int SchemeImport(const QStringList& args)
 int SchemeExport(const QStringList& args)
 {
     SchemeCommand command;
-    if (const int code = command.Parse(args))
+    if (const int code = command.Parse(args, {{"--db", "--node", "--sample"}, {}, {}, 1}, kExportUsage))
         return code;
     const QString& file = command.file;
     const int node = command.node, sample = command.sample;
@@ -137,7 +134,7 @@ int SchemeExport(const QStringList& args)
 int ConductorsImport(const QStringList& args)
 {
     SchemeCommand command;
-    if (const int code = command.Parse(args, false))
+    if (const int code = command.Parse(args, {{"--db"}, {}, {}, 1}, kConductorsUsage, false))
         return code;
     const QString& file = command.file;
     auto& database = command.database;
@@ -160,7 +157,7 @@ int ConductorsImport(const QStringList& args)
 int ConductorsExport(const QStringList& args)
 {
     SchemeCommand command;
-    if (const int code = command.Parse(args, false))
+    if (const int code = command.Parse(args, {{"--db"}, {}, {}, 1}, kConductorsUsage, false))
         return code;
     const QString& file = command.file;
     auto& database = command.database;
@@ -176,18 +173,24 @@ int ConductorsExport(const QStringList& args)
 
 int SubstationAdd(const QStringList& args)
 {
+    TArgs a;
+    QString error;
     int owner = 0;
-    const QString name = Option(args, QStringLiteral("--name"));
-    if (name.isEmpty()) {
-        err(QStringLiteral("Не указано имя ТП (--name)\n%1").arg(QString::fromUtf8(kUsage)));
+    if (!a.Parse(args, 2, {{"--db", "--name", "--owner"}, {}, {}, 0}, error) ||
+        !a.Int(QStringLiteral("--owner"), false, owner, error))
+        return Usage(error, kSubstationUsage);
+    const QString name = a.Value(QStringLiteral("--name")).simplified();
+    if (name.isEmpty())
+        return Usage(QStringLiteral("Не указано имя ТП (--name)"), kSubstationUsage);
+    if (!a.Has(QStringLiteral("--db")))
+        return Usage(QStringLiteral("Не указана база данных (--db)"), kSubstationUsage);
+    if (!host::CheckText(name, host::kSubstationName, QStringLiteral("--name"), error)) {
+        err(error);
         return 2;
     }
-    if (!IntOption(args, QStringLiteral("--owner"), false, owner))
-        return 2;
-    auto database = Open(args);
+    auto database = Open(a);
     if (!database)
         return 1;
-    QString error;
     const int guid = scheme::AddSubstation(*database->GetDefaultConnection(), name, owner, error);
     if (!guid) {
         err(error);
@@ -209,8 +212,12 @@ int Dispatch(const QStringList& args)
         return ConductorsExport(args);
     if (object == QLatin1String("substation") && action == QLatin1String("add"))
         return SubstationAdd(args);
-    err(QString::fromUtf8(kUsage));
-    return 2;
+    const QString unknown = QStringLiteral("Неизвестное действие: %1 %2").arg(object, action);
+    if (object == QLatin1String("substation"))
+        return Usage(unknown, kSubstationUsage);
+    if (object == QLatin1String("conductors"))
+        return Usage(unknown, kConductorsUsage);
+    return Usage(unknown, kUsage);
 }
 }  // namespace
 

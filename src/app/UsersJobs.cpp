@@ -1,6 +1,7 @@
 // Users of a shared database, their roles and the application's rights, without a window.
 #include <cstdio>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Connection.h"
@@ -13,8 +14,8 @@ namespace {
 const char* const kUsage =
     "Использование:\n"
     "  ozn3 users --db CONNECTION\n"
-    "  ozn3 users grant USER --db CONNECTION [--role reader|writer] [--right N ...] [--password PASSWORD]\n"
-    "  ozn3 users revoke USER --db CONNECTION [--role reader|writer] [--right N ...]";
+    "  ozn3 users grant USER --db CONNECTION [--role reader|writer|admin] [--right N ...] [--password PASSWORD]\n"
+    "  ozn3 users revoke USER --db CONNECTION [--role reader|writer|admin] [--right N ...]";
 
 QString RightName(int number)
 {
@@ -24,18 +25,17 @@ QString RightName(int number)
     return {};
 }
 
-// Every "--right N" of the command; false when one is not a number.
-bool Rights(const QStringList& args, QList<int>& rights)
+// Every value of "--right"; false when one is not a number.
+bool Rights(const QStringList& values, QList<int>& rights)
 {
-    for (int i = 0; i + 1 < args.size(); ++i)
-        if (args.at(i) == QLatin1String("--right")) {
-            bool ok = false;
-            rights << args.at(i + 1).toInt(&ok);
-            if (!ok) {
-                err(QStringLiteral("--right: «%1» не число").arg(args.at(i + 1)));
-                return false;
-            }
+    for (const QString& v : values) {
+        bool ok = false;
+        rights << v.toInt(&ok);
+        if (!ok) {
+            err(QStringLiteral("--right: «%1» не число").arg(v));
+            return false;
         }
+    }
     return true;
 }
 
@@ -45,8 +45,9 @@ int List(ToznFDConnection& c)
         QStringList rights;
         for (int r : u.Rights)
             rights << QStringLiteral("%1 (%2)").arg(r).arg(RightName(r));
-        out(QStringLiteral("%1: роли %2; права %3")
-                .arg(u.Name, u.Roles.isEmpty() ? QStringLiteral("нет") : u.Roles.join(QStringLiteral(", ")),
+        out(QStringLiteral("%1%2: роли %3; права %4")
+                .arg(u.Name, u.Owner ? QStringLiteral(" (владелец)") : QString(),
+                     u.Roles.isEmpty() ? QStringLiteral("нет") : u.Roles.join(QStringLiteral(", ")),
                      rights.isEmpty() ? QStringLiteral("нет") : rights.join(QStringLiteral(", "))));
     }
     return 0;
@@ -56,18 +57,32 @@ int List(ToznFDConnection& c)
 int Users(const QStringList& args)
 {
     const QString action = args.value(1);
-    const QString connection = Option(args, QStringLiteral("--db"));
-    if (connection.isEmpty() ||
-        (action != QLatin1String("--db") && action != QLatin1String("grant") && action != QLatin1String("revoke"))) {
-        err(QString::fromUtf8(kUsage));
+    const bool list = action.startsWith(QLatin1String("--")) || action.isEmpty();
+    if (!list && action != QLatin1String("grant") && action != QLatin1String("revoke")) {
+        err(QStringLiteral("Неизвестное действие: %1\n%2").arg(action, QString::fromUtf8(kUsage)));
         return 2;
     }
-    const QString user = action.startsWith(QLatin1String("--")) ? QString() : args.value(2);
-    const QString role = Option(args, QStringLiteral("--role"));
-    QList<int> rights;
-    if (!Rights(args, rights))
+    TArgs a;
+    QString parseError;
+    const TOptionSpec spec = list ? TOptionSpec{{"--db"}, {}, {}, 0}
+                             : action == QLatin1String("grant")
+                                 ? TOptionSpec{{"--db", "--role", "--password"}, {"--right"}, {}, 1}
+                                 : TOptionSpec{{"--db", "--role"}, {"--right"}, {}, 1};
+    if (!a.Parse(args, list ? 1 : 2, spec, parseError)) {
+        err(parseError + QLatin1Char('\n') + QString::fromUtf8(kUsage));
         return 2;
-    if (!action.startsWith(QLatin1String("--")) && (user.isEmpty() || user.startsWith(QLatin1String("--")))) {
+    }
+    const QString connection = a.Value(QStringLiteral("--db"));
+    if (connection.isEmpty()) {
+        err(QStringLiteral("Не указана база данных (--db)\n%1").arg(QString::fromUtf8(kUsage)));
+        return 2;
+    }
+    const QString user = a.Positional(0);
+    const QString role = a.Value(QStringLiteral("--role"));
+    QList<int> rights;
+    if (!Rights(a.Values(QStringLiteral("--right")), rights))
+        return 2;
+    if (!list && user.isEmpty()) {
         err(QStringLiteral("Не указан пользователь\n%1").arg(QString::fromUtf8(kUsage)));
         return 2;
     }
@@ -84,10 +99,10 @@ int Users(const QStringList& args)
             return 1;
         }
         ToznFDConnection& c = *database->GetDefaultConnection();
-        if (action.startsWith(QLatin1String("--")))
+        if (list)
             return List(c);
         const bool ok = action == QLatin1String("grant")
-                            ? host::GrantUser(c, user, role, rights, Option(args, QStringLiteral("--password")), error)
+                            ? host::GrantUser(c, user, role, rights, a.Value(QStringLiteral("--password")), error)
                             : host::RevokeUser(c, user, role, rights, error);
         if (!ok) {
             err(error);

@@ -1,7 +1,9 @@
 // The measurement (W, Tmax) and generalised-data workbooks without a window: written as the forms write them,
 // read back with every problem named by its cell, and stored on request.
 #include <cmath>
+#include <iterator>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/CliOutput.h"
 #include "host/Connection.h"
@@ -22,21 +24,27 @@ namespace {
 const char* const kUsage =
     "Использование:\n"
     "  ozn3 workbook write (w | tmax | social) --db CONNECTION --node IDENT --sample IDENT FILE\n"
-    "                      [--consumers] [--tp-only] [--level CODE]\n"
+    "                      [--consumers | --tp-only] [--level CODE]\n"
     "  ozn3 workbook read (w | tmax | social) --db CONNECTION FILE [--save]";
-const QStringList kValued = {"--db", "--node", "--sample", "--level"};
 // The rights of the forms: W and Tmax measurements, generalised data.
 constexpr int kRightW = 12, kRightTmax = 13, kRightSocial = 14;
+// The levels of the generalised-data workbook, by code.
+const char* const kSocialLevels[] = {"АО энерго", "ПЭС", "РЭС", "ЦП", "Фидер", "ТП", "Линии 0.4 кв"};
 
-QString fileArgument(const QStringList& args) { return Positional(args, kValued, 3); }
-
-bool intOption(const QStringList& args, const QString& name, int& value)
+int usage(const QString& error)
 {
-    bool ok = false;
-    value = Option(args, name).toInt(&ok);
-    if (!ok)
-        err(QStringLiteral("%1: нужно целое число\n%2").arg(name, QString::fromUtf8(kUsage)));
-    return ok;
+    err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(kUsage));
+    return 2;
+}
+
+// What a kind of workbook holds, in the users' words.
+QString kindName(const QString& kind)
+{
+    if (kind == QLatin1String("w"))
+        return QStringLiteral("книга замеров W");
+    if (kind == QLatin1String("tmax"))
+        return QStringLiteral("книга замеров Tmax");
+    return QStringLiteral("книга обобщенных данных нормативного метода");
 }
 
 QString shown(double v) { return isEmptyFloat(v) ? QStringLiteral("пусто") : QString::number(v, 'g', 15); }
@@ -128,11 +136,13 @@ template <class Store> int saveIfAsked(TfdbDatabase& db, bool save, int right, i
     return 0;
 }
 
-int writeBook(const QStringList& args, const QString& kind, TfdbDatabase& db, const QString& file)
+int writeBook(const TArgs& args, const QString& kind, TfdbDatabase& db, const QString& file)
 {
     int node = 0, sample = 0;
-    if (!intOption(args, QStringLiteral("--node"), node) || !intOption(args, QStringLiteral("--sample"), sample))
-        return 2;
+    QString error;
+    if (!args.Int(QStringLiteral("--node"), true, node, error) ||
+        !args.Int(QStringLiteral("--sample"), true, sample, error))
+        return usage(error);
     const TSamplePeriodInfo* period = db.GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample);
     if (!period) {
         err(QStringLiteral("Интервал %1 не найден").arg(sample));
@@ -143,11 +153,10 @@ int writeBook(const QStringList& args, const QString& kind, TfdbDatabase& db, co
         err(QStringLiteral("Объект %1 не найден в дереве сети").arg(node));
         return 1;
     }
-    QString error;
     if (kind == QLatin1String("social")) {
         int level = 5;
-        if (!Option(args, QStringLiteral("--level")).isEmpty() && !intOption(args, QStringLiteral("--level"), level))
-            return 2;
+        if (!args.Int(QStringLiteral("--level"), false, level, error))
+            return usage(error);
         TNodeSocialHigh rows;
         try {
             rows.Open(*db.GetDefaultConnection(), node, level, *period);
@@ -164,8 +173,8 @@ int writeBook(const QStringList& args, const QString& kind, TfdbDatabase& db, co
     }
     TLVZamerData data(kind == QLatin1String("w") ? TLVZamerKind::W : TLVZamerKind::Tmax);
     // The switches of the form: substations with their lines, or with their consumers, or alone.
-    const bool consumers = args.contains(QStringLiteral("--consumers"));
-    const bool lines = !consumers && !args.contains(QStringLiteral("--tp-only"));
+    const bool consumers = args.Has(QStringLiteral("--consumers"));
+    const bool lines = !consumers && !args.Has(QStringLiteral("--tp-only"));
     data.Load(*db.GetDefaultConnection(), item, sample, hoursOf(*period), lines, consumers);
     if (!data.WriteWorkbook(file, error)) {
         err(error);
@@ -178,7 +187,7 @@ int writeBook(const QStringList& args, const QString& kind, TfdbDatabase& db, co
     return 0;
 }
 
-int readBook(const QStringList& args, const QString& kind, TfdbDatabase& db, const QString& file)
+int readBook(const TArgs& args, const QString& kind, TfdbDatabase& db, const QString& file)
 {
     QString error;
     TXlsxWorkbook book;
@@ -187,9 +196,14 @@ int readBook(const QStringList& args, const QString& kind, TfdbDatabase& db, con
         err(error);
         return 1;
     }
-    if (!ReadWorkbookIdentity(book, id) || id.Kind != kind) {
+    if (!ReadWorkbookIdentity(book, id)) {
         err(QStringLiteral("Книга %1 не записана командой workbook write %2 (нет листа \"%3\" с ее параметрами)")
                 .arg(file, kind, QString::fromUtf8(kIdentitySheet)));
+        return 1;
+    }
+    if (id.Kind != kind) {
+        err(QStringLiteral("Книга %1 — %2, а не %3: прочитайте её командой workbook read %4")
+                .arg(file, kindName(id.Kind), kindName(kind), id.Kind));
         return 1;
     }
     const TSamplePeriodInfo* period = db.GetSamplePeriods()->GetPSamplePeriodInfoByIdent(id.Sample);
@@ -201,7 +215,7 @@ int readBook(const QStringList& args, const QString& kind, TfdbDatabase& db, con
                 .arg(id.Sample));
         return 1;
     }
-    const bool save = args.contains(QStringLiteral("--save"));
+    const bool save = args.Has(QStringLiteral("--save"));
     ToznFDConnection& connection = *db.GetDefaultConnection();
     if (kind == QLatin1String("social")) {
         TNodeSocialHigh rows;
@@ -236,19 +250,44 @@ int readBook(const QStringList& args, const QString& kind, TfdbDatabase& db, con
 int WorkbookJob(const QStringList& args)
 {
     const QString verb = args.value(1), kind = args.value(2);
-    const QString file = fileArgument(args), connection = Option(args, QStringLiteral("--db"));
     if ((verb != QLatin1String("write") && verb != QLatin1String("read")) ||
-        !QStringList({"w", "tmax", "social"}).contains(kind) || file.isEmpty() || connection.isEmpty()) {
-        err(QString::fromUtf8(kUsage));
-        return 2;
-    }
+        !QStringList({"w", "tmax", "social"}).contains(kind))
+        return usage({});
+    const bool write = verb == QLatin1String("write");
+    TArgs a;
     QString error;
-    auto db = TfdbDatabase::Open(connection, error);
+    const TOptionSpec spec =
+        write ? TOptionSpec{{"--db", "--node", "--sample", "--level"}, {}, {"--consumers", "--tp-only"}, 1}
+              : TOptionSpec{{"--db"}, {}, {"--save"}, 1};
+    if (!a.Parse(args, 3, spec, error) || !a.OneOf({QStringLiteral("--consumers"), QStringLiteral("--tp-only")}, error))
+        return usage(error);
+    if (a.PositionalCount() != 1 || !a.Has(QStringLiteral("--db")))
+        return usage(a.PositionalCount() != 1 ? QStringLiteral("Не указан файл книги")
+                                              : QStringLiteral("Не указана база данных (--db)"));
+    const bool social = kind == QLatin1String("social");
+    if (social && (a.Has(QStringLiteral("--consumers")) || a.Has(QStringLiteral("--tp-only"))))
+        return usage(QStringLiteral("--consumers и --tp-only — параметры книг замеров W и Tmax, не книги social"));
+    if (!social && a.Has(QStringLiteral("--level")))
+        return usage(QStringLiteral("--level — параметр книги social, не книг замеров W и Tmax"));
+    if (social && a.Has(QStringLiteral("--level"))) {
+        int level = 0;
+        if (!a.Int(QStringLiteral("--level"), false, level, error))
+            return usage(error);
+        if (level < 0 || level >= static_cast<int>(std::size(kSocialLevels))) {
+            QStringList levels;
+            for (size_t i = 0; i < std::size(kSocialLevels); ++i)
+                levels << QStringLiteral("%1 %2").arg(i).arg(QString::fromUtf8(kSocialLevels[i]));
+            return usage(
+                QStringLiteral("Неверный уровень %1; допустимо: %2").arg(level).arg(levels.join(QStringLiteral(", "))));
+        }
+    }
+    auto db = TfdbDatabase::Open(a.Value(QStringLiteral("--db")), error);
     if (!db) {
         err(error);
         return 1;
     }
-    return verb == QLatin1String("write") ? writeBook(args, kind, *db, file) : readBook(args, kind, *db, file);
+    const QString file = a.Positional(0);
+    return write ? writeBook(a, kind, *db, file) : readBook(a, kind, *db, file);
 }
 
 }  // namespace cli

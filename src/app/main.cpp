@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <cstdio>
 
+#include "app/CliArgs.h"
 #include "app/CliJobs.h"
 #include "app/GuideShots.h"
 #include "app/MainWindow.h"
@@ -133,12 +134,14 @@ QJsonArray sizeJson(const QSize& size) { return QJsonArray{size.width(), size.he
 // and per problem.
 int runGuideShots(int argc, char** argv, const QStringList& args)
 {
-    const QString folder = cli::Option(args, QStringLiteral("--out"));
-    const QString connection = cli::Option(args, QStringLiteral("--db"));
-    if (folder.isEmpty() || connection.isEmpty()) {
-        std::fprintf(stderr, "Укажите --db и --out\n");
+    cli::TArgs a;
+    QString parseError;
+    if (!a.Parse(args, 1, {{"--db", "--out"}, {}, {}, 0}, parseError) || !a.Has(QStringLiteral("--db")) ||
+        !a.Has(QStringLiteral("--out"))) {
+        std::fprintf(stderr, "%s\nУкажите --db и --out\n", parseError.toUtf8().constData());
         return 2;
     }
+    const QString folder = a.Value(QStringLiteral("--out")), connection = a.Value(QStringLiteral("--db"));
     if (!hasDisplay()) {
         std::fprintf(stderr, "Нет дисплея: задайте QT_QPA_PLATFORM=offscreen\n");
         return 2;
@@ -193,6 +196,12 @@ int runCommand(int argc, char** argv)
     // Command-line jobs need no display.
     if (command == QLatin1String("calc")) {
         QCoreApplication app(argc, argv);
+        if (args.size() > 2) {
+            std::fprintf(stderr,
+                         "Лишний аргумент: %s\nИспользование: ozn3 calc normative|feeder-sample < входные строки\n",
+                         args.at(2).toUtf8().constData());
+            return 2;
+        }
         if (args.value(1) == QLatin1String("normative"))
             return cli::CalcLines(&normative::CalculateJsonLine);
         if (args.value(1) == QLatin1String("feeder-sample"))
@@ -236,20 +245,20 @@ int runCommand(int argc, char** argv)
             return cli::InitDb(args);
         if (command == QLatin1String("demo-db"))
             return cli::DemoDb(args);
-        const QString db = cli::Option(args, QStringLiteral("--db"));
-        return cli::Stats(db.isEmpty() ? DefaultDatabasePath() : db);
+        return cli::Stats(args);
     }
     if (!command.isEmpty() && command != QLatin1String("--db")) {
         std::fprintf(stderr, "Неизвестная команда: %s\n\n%s", argv[1], cli::HelpText().toUtf8().constData());
         return 2;
     }
-    QString connection = cli::Option(args, QStringLiteral("--db"));
-    if (command == QLatin1String("--db") && connection.isEmpty()) {
-        std::fprintf(stderr, "Укажите базу данных после --db\n");
+    cli::TArgs window;
+    QString error;
+    if (!window.Parse(args, 0, {{"--db"}, {}, {}, 0}, error)) {
+        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
         return 2;
     }
-    if (connection.isEmpty())
-        connection = DefaultDatabasePath();
+    const QString connection =
+        window.Has(QStringLiteral("--db")) ? window.Value(QStringLiteral("--db")) : DefaultDatabasePath();
     if (!hasDisplay()) {
         std::fprintf(stderr, "Нет дисплея: главное окно не открыть. Сводка по базе данных:\n");
         QCoreApplication app(argc, argv);

@@ -177,8 +177,10 @@ create table "LVResults" ("Ident" integer not null primary key,
   "dWdop" double precision,          /* thousand kWh, admissible imbalance of energy */
   "sqrKfg" double precision,         /* squared shape factor; null for a maximum-load run */
   "Regime" smallint,                 /* 0 mean loads, 1 maximum load */
-  "LoadMode" smallint);              /* 0 given loads, 1 head currents, 2 energy supplied */
-create index "LVResults_GUID" on "LVResults" ("GUID");
+  "LoadMode" smallint,               /* 0 given loads, 1 head currents, 2 energy supplied */
+  /* A feeder has at most one run of an interval and calculation type: a second writer replaces the first
+     one's run instead of adding its own beside it, or every sum over the network would count the feeder twice. */
+  constraint "LVResults_Run" unique ("GUID", "SampleIdent", "CalcType"));
 create index "LVResults_Sample" on "LVResults" ("SampleIdent", "CalcType");
 /* One row per (district, balance kind 0 or 4) of a run: kW, kvar, km. */
 create table "LVPResultsAdd" ("Ident" integer not null, "RES" integer not null, "Balance" integer not null,
@@ -294,6 +296,9 @@ create trigger "MVResults_Key" for "MVResults" before insert as
 begin if (new."Ident" is null) then new."Ident" = gen_id("IdentGen", 1); end^
 create trigger "LVResults_Key" for "LVResults" before insert as
 begin if (new."Ident" is null) then new."Ident" = gen_id("IdentGen", 1); end^
+/* The ordinary run is "CalcType" 0 whether written as 0 or as null, so that the unique key holds for it. */
+create trigger "LVResults_CalcType" for "LVResults" before insert or update as
+begin if (new."CalcType" is null) then new."CalcType" = 0; end^
 set term ; ^
 
 /* ---------------- fixed reference rows ---------------- */

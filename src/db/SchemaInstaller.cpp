@@ -68,7 +68,7 @@ bool createEmpty(const DatabaseAddress& address, QString& error)
     isc_db_handle db = 0;
     isc_tr_handle tr = 0;
     if (isc_dsql_execute_immediate(status, &db, &tr, 0, bytes.constData(), 3, nullptr)) {
-        error = statusText(status);
+        error = EngineError(statusText(status), QStringLiteral("create database %1").arg(address.attachName())).Text();
         return false;
     }
     isc_detach_database(status, &db);
@@ -77,7 +77,8 @@ bool createEmpty(const DatabaseAddress& address, QString& error)
 }  // namespace
 
 namespace {
-bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error, const QString& script);
+bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error,
+                   const QString& script);
 }
 
 bool CreateDatabase(const QString& connectionString, QString& error)
@@ -92,7 +93,8 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
         return false;
     if (address.isServer()) {
         if (!HasServerCredentials()) {
-            error = QStringLiteral("Для создания базы данных на сервере %1 задайте ISC_USER и ISC_PASSWORD").arg(address.host);
+            error = QStringLiteral("Для создания базы данных на сервере %1 задайте ISC_USER и ISC_PASSWORD")
+                        .arg(address.host);
             return false;
         }
         return CreateInPlace(address, connectionString, error, script);
@@ -101,9 +103,10 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
         error = QStringLiteral("Файл уже существует: %1").arg(address.path);
         return false;
     }
+    // A mistyped folder is refused rather than made: the database would end up where nobody looks for it.
     const QString dir = QFileInfo(address.path).absolutePath();
-    if (!QDir().mkpath(dir)) {
-        error = QStringLiteral("Не удалось создать папку %1").arg(dir);
+    if (!QFileInfo(dir).isDir()) {
+        error = QStringLiteral("Папка %1 не найдена: создайте её или укажите другой путь к файлу базы данных").arg(dir);
         return false;
     }
     // Built beside its place and moved there only when whole: an interrupted creation leaves no file that
@@ -125,24 +128,14 @@ bool CreateDatabase(const QString& connectionString, QString& error, const QStri
 
 QString PartialPath(const QString& path) { return path + QStringLiteral(".part"); }
 
-namespace {
-bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error, const QString& script)
+bool InstallSchema(ToznFDConnection& connection, QString& error, const QString& script)
 {
-    if (!createEmpty(address, error)) {
-        error = QStringLiteral("Не удалось создать базу данных %1: %2").arg(connectionString, error);
-        return false;
-    }
     try {
-        ToznFDConnection connection(nullptr, address.attachName(), FirebirdUser(), FirebirdPassword());
         auto q = connection.NewQuery();
         // Each statement commits on its own: later statements use the tables made by earlier ones.
         for (const QString& statement : SplitScript(script)) {
-            try {
-                q->SetSQLText(statement);
-                q->ExecSQL();
-            } catch (const EDatabaseError& e) {
-                throw EDatabaseError(e.Text() + QStringLiteral("\n") + statement.left(200));
-            }
+            q->SetSQLText(statement);
+            q->ExecSQL();
         }
         // The creator owns the database: every right of the application is theirs, and the roles are
         // there to give others.
@@ -155,6 +148,23 @@ bool CreateInPlace(const DatabaseAddress& address, const QString& connectionStri
         return false;
     }
     return true;
+}
+
+namespace {
+bool CreateInPlace(const DatabaseAddress& address, const QString& connectionString, QString& error,
+                   const QString& script)
+{
+    if (!createEmpty(address, error)) {
+        error = QStringLiteral("Не удалось создать базу данных %1: %2").arg(connectionString, error);
+        return false;
+    }
+    try {
+        ToznFDConnection connection(nullptr, address.attachName(), FirebirdUser(), FirebirdPassword());
+        return InstallSchema(connection, error, script);
+    } catch (const EDatabaseError& e) {
+        error = QStringLiteral("Ошибка при создании схемы базы данных: %1").arg(e.Text());
+        return false;
+    }
 }
 }  // namespace
 

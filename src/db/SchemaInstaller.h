@@ -2,6 +2,8 @@
 #include <QString>
 #include <QStringList>
 
+class ToznFDConnection;
+
 namespace db {
 
 // The schema script as it ships with the application.
@@ -16,5 +18,7 @@ bool CreateDatabase(const QString& connectionString, QString& error);
 QString PartialPath(const QString& path);
 // The same with another schema script (a former version's, to test the upgrade of old databases).
 bool CreateDatabase(const QString& connectionString, QString& error, const QString& script);
+// Runs the schema in an empty database and makes the connection's user its owner with every right.
+bool InstallSchema(ToznFDConnection& connection, QString& error, const QString& script = SchemaScript());
 
 }  // namespace db

@@ -9,17 +9,18 @@
 #include <QSqlError>
 #include <QSqlRecord>
 
+#include "host/AppLog.h"
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
 #include "host/StatementWatch.h"
 
 namespace {
-QString errorText(const QSqlError& error)
+EDatabaseError driverError(const QSqlError& error, const QString& context = {})
 {
     QString text = error.databaseText().trimmed();
     if (text.isEmpty())
         text = error.text().trimmed();
-    return PermissionText(text);
+    return EngineError(text, context);
 }
 
 QString uniqueConnectionName()
@@ -42,10 +43,11 @@ ToznFDConnection::ToznFDConnection(TfdbDatabase* database, const QString& databa
     db_.setConnectOptions(role.isEmpty() ? QStringLiteral("ISC_DPB_LC_CTYPE=UTF8")
                                          : QStringLiteral("ISC_DPB_LC_CTYPE=UTF8;ISC_DPB_SQL_ROLE_NAME=%1").arg(role));
     if (!db_.open()) {
-        const QString text = errorText(db_.lastError());
+        const EDatabaseError error =
+            driverError(db_.lastError(), QStringLiteral("attach %1 as %2").arg(databaseName, user));
         db_ = QSqlDatabase();
         QSqlDatabase::removeDatabase(name_);
-        throw EDatabaseError(text);
+        throw error;
     }
 }
 
@@ -74,18 +76,31 @@ void ToznFDConnection::SetLockTimeout(int milliseconds, std::function<bool()> st
             isc_db_handle copy = attachment;
             ISC_STATUS_ARRAY status{};
             fb_cancel_operation(status, &copy, fb_cancel_raise);
-
         });
     }
 }
 
+EDatabaseError EngineError(const QString& engineText, const QString& context)
+{
+    const host::TEngineError translated = host::TranslateEngineError(engineText);
+    host::LogLine(QStringLiteral("Firebird: %1%2")
+                      .arg(QString(engineText).replace(QLatin1Char('\n'), QStringLiteral(" | ")),
+                           context.isEmpty() ? QString() : QStringLiteral(" <- ") + context.simplified().left(300)));
+    if (!translated.Text.isEmpty())
+        return EDatabaseError(translated.Text, translated.Kind);
+    return EDatabaseError(QStringLiteral("Ошибка базы данных; сообщение сервера записано в журнал программы %1")
+                              .arg(host::ApplicationLogPath()),
+                          translated.Kind);
+}
+
 bool IsConflict(const EDatabaseError& error)
 {
-    if (dynamic_cast<const ELockTimeout*>(&error))
-        return true;
-    const QString text = error.Text();
-    return text.contains(QLatin1String("update conflicts with concurrent update")) ||
-           text.contains(QLatin1String("deadlock")) || text.contains(QLatin1String("lock conflict"));
+    return error.Kind() == host::TEngineErrorKind::Conflict || error.Kind() == host::TEngineErrorKind::UniqueKey;
+}
+
+bool IsFatal(const EDatabaseError& error)
+{
+    return error.Kind() == host::TEngineErrorKind::ConnectionLost || error.Kind() == host::TEngineErrorKind::DiskFull;
 }
 
 void ToznFDConnection::StartTransaction(bool /*readOnly*/)
@@ -94,7 +109,7 @@ void ToznFDConnection::StartTransaction(bool /*readOnly*/)
         throw EDatabaseError(QStringLiteral("Транзакция уже открыта"));
     ++generation_;
     if (!db_.transaction())
-        throw EDatabaseError(errorText(db_.lastError()));
+        throw driverError(db_.lastError(), QStringLiteral("start transaction"));
     inTransaction_ = true;
 }
 
@@ -105,7 +120,7 @@ void ToznFDConnection::Commit()
     inTransaction_ = false;
     ++generation_;
     if (!db_.commit())
-        throw EDatabaseError(errorText(db_.lastError()));
+        throw driverError(db_.lastError(), QStringLiteral("commit"));
 }
 
 void ToznFDConnection::Rollback()
@@ -115,7 +130,7 @@ void ToznFDConnection::Rollback()
     inTransaction_ = false;
     ++generation_;
     if (!db_.rollback())
-        throw EDatabaseError(errorText(db_.lastError()));
+        throw driverError(db_.lastError(), QStringLiteral("rollback"));
 }
 
 void ToznFDConnection::CommitRetaining()
@@ -166,7 +181,7 @@ void TFDQuery::Prepare()
     // The driver ties a prepared statement to the transaction it was prepared in.
     generation_ = connection_.Generation();
     if (!query_.prepare(sql_))
-        throw EDatabaseError(errorText(query_.lastError()) + QStringLiteral("\n") + sql_);
+        throw driverError(query_.lastError(), sql_);
 }
 
 TFDQuery& TFDQuery::ParamByName(const QString& name, const QVariant& value)
@@ -207,7 +222,7 @@ void TFDQuery::Exec()
     if (late)
         throw ELockTimeout(QStringLiteral("Данные заняты другим пользователем: ожидание дольше %1 с прервано")
                                .arg(connection_.lockTimeoutMs_ / 1000.0));
-    throw EDatabaseError(errorText(query_.lastError()));
+    throw driverError(query_.lastError(), sql_);
 }
 
 void TFDQuery::Open()
@@ -278,30 +293,4 @@ void TFDStoredProc::ExecProc()
 {
     query_.SetSQLText(QStringLiteral("EXECUTE PROCEDURE \"%1\"").arg(name_));
     query_.Open();
-}
-
-QString PermissionText(const QString& engineText)
-{
-    static const QRegularExpression denied(
-        QStringLiteral("no permission for (\\w+) access to (\\w+) \"?([^\\s\"]+)\"?"));
-    const auto m = denied.match(engineText);
-    if (!m.hasMatch())
-        return engineText;
-    static const QHash<QString, QString> actions{{"SELECT", "чтение"},
-                                                {"INSERT", "добавление строк"},
-                                                {"UPDATE", "изменение"},
-                                                {"DELETE", "удаление строк"},
-                                                {"EXECUTE", "выполнение"},
-                                                {"USAGE", "использование"},
-                                                {"REFERENCES", "ссылки на строки"}};
-    static const QHash<QString, QString> objects{{"TABLE", "таблицы"},
-                                                {"VIEW", "представления"},
-                                                {"PROCEDURE", "процедуры"},
-                                                {"GENERATOR", "генератора"},
-                                                {"SEQUENCE", "генератора"},
-                                                {"COLUMN", "поля"}};
-    const QString action = actions.value(m.captured(1).toUpper(), m.captured(1));
-    const QString object = objects.value(m.captured(2).toUpper(), m.captured(2));
-    return QStringLiteral("Нет прав на %1 %2 «%3»: обратитесь к владельцу базы данных (%4)")
-        .arg(action, object, m.captured(3), engineText);
 }

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QVariant>
 #include <functional>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "host/HostApi.h"
@@ -16,29 +16,42 @@ class TFDQuery;
 class TFDStoredProc;
 class TStatementWatch;
 
-// A database error with the engine's text; it reaches the form that started the operation.
+#include "host/EngineErrors.h"
+
+// A database error in the users' words; it reaches the form that started the operation. An error the engine
+// raised keeps its kind (a conflict with another user, a full disk, …); the engine's own text goes to the
+// application's log when the error is made.
 class OZN3HOST_API EDatabaseError : public std::runtime_error {
 public:
-    explicit EDatabaseError(const QString& text) : std::runtime_error(text.toStdString()) {}
+    explicit EDatabaseError(const QString& text, host::TEngineErrorKind kind = host::TEngineErrorKind::Other)
+        : std::runtime_error(text.toStdString()), kind_(kind)
+    {
+    }
     QString Text() const { return QString::fromStdString(what()); }
+    host::TEngineErrorKind Kind() const { return kind_; }
+
+private:
+    host::TEngineErrorKind kind_;
 };
 // A statement that waited past the connection's lock timeout for data another user holds.
 class OZN3HOST_API ELockTimeout : public EDatabaseError {
 public:
-    using EDatabaseError::EDatabaseError;
+    explicit ELockTimeout(const QString& text) : EDatabaseError(text, host::TEngineErrorKind::Conflict) {}
 };
 // A statement the user stopped while it waited.
 class OZN3HOST_API EStopped : public EDatabaseError {
 public:
     using EDatabaseError::EDatabaseError;
 };
+// The error of an engine's text: translated for the user, the engine's text written to the application's log
+// with what was being done (`context`, an SQL text or an operation).
+OZN3HOST_API EDatabaseError EngineError(const QString& engineText, const QString& context = {});
 // Whether an error is one that a later attempt may not meet: another user's change of the same rows, a
-// deadlock, or a wait past the lock timeout.
+// deadlock, a wait past the lock timeout, or a row with the same key that another user wrote meanwhile.
 OZN3HOST_API bool IsConflict(const EDatabaseError& error);
-
-// The engine's text of a refused access in the users' words ("Нет прав на чтение таблицы «…»"), the
-// engine's own text kept after it; any other text as it is.
-OZN3HOST_API QString PermissionText(const QString& engineText);
+// Whether the database could not be reached or written at all (connection lost, disk full): nothing more of a
+// batch can be stored.
+OZN3HOST_API bool IsFatal(const EDatabaseError& error);
 
 // One attachment to the database with its transaction.
 // The transaction operations keep the host's order: StartTransaction, then Commit (second)

@@ -22,7 +22,7 @@ namespace {
     char buffer[1024];
     while (fb_interpret(buffer, sizeof buffer, &vector) > 0)
         text += (text.isEmpty() ? QString() : QStringLiteral("\n")) + QString::fromUtf8(buffer);
-    throw EDatabaseError(PermissionText(text.isEmpty() ? what : text));
+    throw EngineError(text.isEmpty() ? what : text, what);
 }
 
 // A described column or parameter with the buffer it is read from or bound to.

@@ -101,3 +101,14 @@ const TSamplePeriodInfo* TSamplePeriodsList::GetPSamplePeriodInfoByIdent(int ide
             return &item;
     return nullptr;
 }
+
+QString PeriodKindName(ToznFDConnection& connection, int code)
+{
+    return GuardedRead(connection, [&] {
+        auto q = connection.NewQuery();
+        q->SetSQLText(QStringLiteral("select \"Name\" from \"Periods\" where \"Ident\"=:Ident"));
+        q->ParamByName(QStringLiteral("Ident"), code);
+        q->Open();
+        return q->Eof() ? QString() : q->Str(QStringLiteral("Name"));
+    });
+}

@@ -34,6 +34,10 @@ OZN3HOST_API QString SamplePeriodName(int year, int month);
 // "SamplesDates" committed at once. Its ident; 0 with a reason when it cannot be made.
 OZN3HOST_API int CreateSamplePeriod(ToznFDConnection& connection, int year, int month, QString& error);
 
+// The name of a kind of interval (a row of "Periods": 1 year, 4 month, …); empty when the database has no such
+// kind.
+OZN3HOST_API QString PeriodKindName(ToznFDConnection& connection, int code);
+
 // The catalogue of intervals, ordered by start.
 class OZN3HOST_API TSamplePeriodsList {
 public:

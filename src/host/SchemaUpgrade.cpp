@@ -99,6 +99,61 @@ void upgradeCalcParamsKey(TFDQuery& q, ToznFDConnection& connection)
         q.ExecSQL();
     }
 }
+
+// A feeder has at most one run of an interval and calculation type ("LVResults_Run"). A database of an earlier
+// version may hold several, left by two batches that ran at once: the newest (the largest "Ident", keys come
+// from one generator) stays, the others go with their rows (the child tables cascade). Null calculation types
+// become 0, and a trigger keeps them so, for the key to cover the ordinary run however it is written.
+bool hasConstraint(TFDQuery& q, ToznFDConnection& connection, const char* name)
+{
+    return GuardedRead(connection, [&] {
+        q.SetSQLText(QStringLiteral("select count(*) from rdb$relation_constraints where rdb$constraint_name = '%1'")
+                         .arg(QString::fromLatin1(name)));
+        q.Open();
+        const bool found = q.Value(0).toInt() > 0;
+        q.Close();
+        return found;
+    });
+}
+
+bool hasTrigger(TFDQuery& q, ToznFDConnection& connection, const char* name)
+{
+    return GuardedRead(connection, [&] {
+        q.SetSQLText(QStringLiteral("select count(*) from rdb$triggers where rdb$trigger_name = '%1'")
+                         .arg(QString::fromLatin1(name)));
+        q.Open();
+        const bool found = q.Value(0).toInt() > 0;
+        q.Close();
+        return found;
+    });
+}
+
+int upgradeRunKey(TFDQuery& q, ToznFDConnection& connection)
+{
+    if (hasConstraint(q, connection, "LVResults_Run"))
+        return 0;
+    if (!hasTrigger(q, connection, "LVResults_CalcType")) {
+        q.SetSQLText(
+            QStringLiteral("create trigger \"LVResults_CalcType\" for \"LVResults\" before insert or update as "
+                           "begin if (new.\"CalcType\" is null) then new.\"CalcType\" = 0; end"));
+        q.ExecSQL();
+    }
+    // The collapse and the key in one go: a run written between them by a writer of an earlier version
+    // would stop the key, and the next opening tries again.
+    GuardedWrite(connection, [&] {
+        q.SetSQLText(QStringLiteral(
+            "delete from \"LVResults\" r where exists (select 1 from \"LVResults\" n where n.\"GUID\" = r.\"GUID\" "
+            "and n.\"SampleIdent\" = r.\"SampleIdent\" and coalesce(n.\"CalcType\", 0) = coalesce(r.\"CalcType\", 0) "
+            "and n.\"Ident\" > r.\"Ident\")"));
+        q.ExecSQL();
+        q.SetSQLText(QStringLiteral("update \"LVResults\" set \"CalcType\" = 0 where \"CalcType\" is null"));
+        q.ExecSQL();
+    });
+    q.SetSQLText(QStringLiteral("alter table \"LVResults\" add constraint \"LVResults_Run\" "
+                                "unique (\"GUID\", \"SampleIdent\", \"CalcType\")"));
+    q.ExecSQL();
+    return 1;
+}
 }  // namespace
 
 int UpgradeSchema(ToznFDConnection& connection)
@@ -135,5 +190,6 @@ int UpgradeSchema(ToznFDConnection& connection)
         ++added;
     }
     upgradeCalcParamsKey(*q, connection);
+    added += upgradeRunKey(*q, connection);
     return added;
 }

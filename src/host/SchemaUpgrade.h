@@ -5,7 +5,7 @@
 
 class ToznFDConnection;
 
-// Brings a database made by an earlier version up to the present tables: adds the columns it lacks and
-// keys the regime parameters by interval, keeping every row. Returns the number of columns added; raises
-// EDatabaseError when it cannot.
+// Brings a database made by an earlier version up to the present tables: adds the tables and columns it lacks,
+// keys the regime parameters by interval, and keeps one run per feeder, interval and calculation type (the
+// newest of several). Returns the number of changes made; raises EDatabaseError when it cannot.
 OZN3HOST_API int UpgradeSchema(ToznFDConnection& connection);

@@ -148,19 +148,50 @@ void TCalcThread::run()
 {
     QString error;
     std::unique_ptr<ToznFDConnection> connection;
-    QList<QPair<QString, QString>> lines;
+    // Lines since the last commit; `saved` marks the elements whose results are in them.
+    struct Line {
+        QString element, message;
+        bool saved;
+    };
+    QList<Line> lines;
+    int stored = 0;
+    QString lastStored;
     QElapsedTimer sincePost;
     sincePost.start();
     auto postLines = [&] {
         if (lines.isEmpty())
             return;
-        Post([log = events_.Log, lines] {
+        QList<QPair<QString, QString>> packet;
+        for (const Line& l : lines) {
+            packet.append({l.element, l.message});
+            if (l.saved) {
+                ++stored;
+                lastStored = l.element;
+            }
+        }
+        Post([log = events_.Log, packet] {
             if (log)
-                for (const auto& [element, message] : lines)
+                for (const auto& [element, message] : packet)
                     log(element, message);
         });
         lines.clear();
         sincePost.restart();
+    };
+    // The commit first, the lines after it, the next transaction last: a line never claims what a failed
+    // commit lost, and a failure to start the next transaction keeps the lines of what is committed.
+    bool commitFailed = false;
+    auto commit = [&] {
+        try {
+            connection->Commit();
+        } catch (...) {
+            commitFailed = true;
+            throw;
+        }
+    };
+    auto commitAndPost = [&] {
+        commit();
+        postLines();
+        connection->StartTransaction(false);
     };
     try {
         Post([e = events_] {
@@ -192,6 +223,7 @@ void TCalcThread::run()
                 store.Load(sample, ident, period_);
                 const auto outcome = sample.Classify();
                 QString message = TLVNormativSample0::OutcomeMessage(outcome);
+                bool saved = false;
                 if (outcome == TLVNormativSample0::Outcome::Saved) {
                     bool stopped = false;
                     const QString failure = SaveElement(
@@ -201,26 +233,38 @@ void TCalcThread::run()
                         break;
                     if (!failure.isEmpty())
                         message = failure;
+                    saved = failure.isEmpty();
                 }
-                lines.append({text, message});
+                lines.append({text, message, saved});
                 ++processed_;
-                if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs) {
-                    connection->CommitRetaining();
-                    postLines();
-                }
+                if (lines.size() >= kLinesPerPost || sincePost.elapsed() >= kPostEveryMs)
+                    commitAndPost();
             }
-            connection->Commit();
+            commit();
             postLines();
         }
     } catch (const std::exception& e) {
         error = QString::fromUtf8(e.what());
-        // What was saved before the error is kept; lines of a commit that failed are not posted as saved.
+        // What was saved before the error is kept when the database takes the commit; when it does not, the
+        // lines since the last commit say that their elements are not saved.
+        bool committed = !commitFailed;
         try {
-            if (connection && connection->inTransaction())
+            if (committed && connection && connection->inTransaction())
                 connection->Commit();
         } catch (const std::exception&) {
-            lines.clear();
+            committed = false;
         }
+        if (!committed)
+            for (Line& l : lines)
+                if (l.saved) {
+                    l.saved = false;
+                    l.message = QStringLiteral("Не сохранено: ошибка базы данных");
+                }
+        postLines();
+        error +=
+            lastStored.isEmpty()
+                ? QStringLiteral("\nСохранено элементов: 0")
+                : QStringLiteral("\nСохранено элементов: %1; последний сохраненный: %2").arg(stored).arg(lastStored);
     }
     postLines();
     connection.reset();

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <cmath>
 
+#include "host/AppLog.h"
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/NumericHelpers.h"
@@ -75,12 +77,15 @@ TEST(FastQuery, ReadsWhatTheConnectionReadsAndRefusesAsItDoes)
     EXPECT_EQ(inside[0], (QStringList{"7001", "Март 2026", "0.925", "5"}));
     EXPECT_EQ(outside[1], inside[1]);
 
-    // A statement the engine refuses raises the connection's error with the engine's words.
+    // A statement the engine refuses raises the connection's error, the engine's words in the application's log.
     TFastQuery wrong(c, "select \"NoSuchColumn\" from \"SamplesDates\"");
     try {
         wrong.Open();
         FAIL() << "the engine refuses an unknown column";
     } catch (const EDatabaseError& e) {
-        EXPECT_TRUE(e.Text().contains("NoSuchColumn")) << e.Text().toStdString();
+        EXPECT_TRUE(e.Text().startsWith("Ошибка базы данных")) << e.Text().toStdString();
+        QFile log(host::ApplicationLogPath());
+        ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+        EXPECT_TRUE(log.readAll().contains("NoSuchColumn"));
     }
 }

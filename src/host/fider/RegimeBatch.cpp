@@ -2,6 +2,7 @@
 
 #include <QElapsedTimer>
 #include <QSet>
+#include <algorithm>
 #include <deque>
 #include <future>
 
@@ -75,6 +76,59 @@ TRegimeBatchResult RunRegimeBatch(TfdbDatabase& database, const QList<int>& fide
     return RunRegimeBatch(*connection, init->GetDefaultKzap(), init->GetDefaultCosFi(), fiders, request, events);
 }
 
+namespace {
+// Which of the runs are in the database: asked on the batch's own connection once its transaction is gone, else
+// on a fresh one; false when neither can answer.
+bool StoredRuns(ToznFDConnection& connection, const std::vector<int>& idents, QSet<int>& stored)
+{
+    if (idents.empty())
+        return true;
+    const auto [lowest, highest] = std::minmax_element(idents.begin(), idents.end());
+    auto ask = [&](ToznFDConnection& c) {
+        GuardedRead(c, [&] {
+            auto q = c.NewQuery();
+            q->SetSQLText(QStringLiteral(R"(select "Ident" from "LVResults" where "Ident" between :Low and :High)"));
+            q->ParamByName(QStringLiteral("Low"), *lowest).ParamByName(QStringLiteral("High"), *highest);
+            for (q->Open(); !q->Eof(); q->Next())
+                stored.insert(q->Value(0).toInt());
+        });
+    };
+    try {
+        ask(connection);
+        return true;
+    } catch (const EDatabaseError&) {
+    }
+    try {
+        if (TfdbDatabase* database = connection.GetDataBase()) {
+            ask(*database->NewConnection());
+            return true;
+        }
+    } catch (const EDatabaseError&) {
+    }
+    return false;
+}
+
+QString Title(const TFiderJob& job) { return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid); }
+}  // namespace
+
+QString FailureSummary(const TRegimeBatchResult& r)
+{
+    QString text = QStringLiteral("Ошибка базы данных: %1\nСохранено линий: %2, не сохранено из-за ошибки: %3, "
+                                  "отказано: %4, не рассчитано: %5 из %6")
+                       .arg(r.Failure)
+                       .arg(r.Calculated)
+                       .arg(r.NotStored)
+                       .arg(r.Refused)
+                       .arg(r.NotReached())
+                       .arg(r.Total);
+    text += r.LastStored.isEmpty() ? QStringLiteral("\nНи одна линия не сохранена")
+                                   : QStringLiteral("\nПоследняя сохраненная линия: %1").arg(r.LastStored);
+    if (!r.Verified)
+        text += QStringLiteral("\nБаза данных недоступна: сохраненное не удалось проверить, несохраненными "
+                               "названы линии, запись которых не подтверждена");
+    return text;
+}
+
 TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKzap, double defaultCosFi,
                                   const QList<int>& fiders, const TRegimeRequest& request,
                                   const TRegimeBatchEvents& events)
@@ -125,29 +179,40 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
     QElapsedTimer sinceCommit;
     sinceCommit.start();
     int reported = 0;
-    TRegimeWriter* writer = nullptr;
-    auto commitAndReport = [&] {
-        writer->Commit();
-        for (const Outcome& o : unreported) {
-            const TFiderJob& job = jobs[o.job];
-            if (!o.run->Ok()) {
-                ++result.Refused;
-                if (events.Refused)
-                    events.Refused(job, o.run->Problems);
-            } else if (!o.error.isEmpty()) {
-                ++result.Refused;
-                if (events.Refused)
-                    events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + o.error});
-            } else {
-                ++result.Calculated;
-                if (events.Stored)
-                    events.Stored(job, *o.run, o.ident);
-            }
-            if (events.Progress)
-                events.Progress(++reported, result.Total);
+    auto report = [&](const Outcome& o, bool stored, const QString& lost) {
+        const TFiderJob& job = jobs[o.job];
+        if (!o.run->Ok()) {
+            ++result.Refused;
+            if (events.Refused)
+                events.Refused(job, o.run->Problems);
+        } else if (!o.error.isEmpty()) {
+            ++result.Refused;
+            if (events.Refused)
+                events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + o.error});
+        } else if (stored) {
+            ++result.Calculated;
+            result.LastStored = Title(job);
+            if (events.Stored)
+                events.Stored(job, *o.run, o.ident);
+        } else {
+            ++result.NotStored;
+            if (events.NotStored)
+                events.NotStored(job, lost);
         }
+        if (events.Progress)
+            events.Progress(++reported, result.Total);
+    };
+    TRegimeWriter* writer = nullptr;
+    // The commit first, the reports after it, the next transaction last: a failure to start that one must not
+    // keep back the reports of what is committed.
+    auto commitAndReport = [&] {
+        connection.Commit();
+        writer->Committed();
+        for (const Outcome& o : unreported)
+            report(o, true, {});
         unreported.clear();
         uncommittedRuns.clear();
+        connection.StartTransaction(false);
         sinceCommit.restart();
     };
     try {
@@ -161,21 +226,20 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
                 next = launch(first + kChunk);
             // The chunk's calculated feeders are written as one group; a stop asked for in the middle
             // still writes what is calculated before it.
-            std::vector<int> idents(runs.size(), 0);
-            size_t count = 0;
-            for (; count < runs.size(); ++count) {
-                if (runs[count].Ok())
-                    idents[count] = writer->Add(jobs[first + count].Fider, runs[count]);
+            const size_t firstOutcome = unreported.size();
+            for (size_t i = 0; i < runs.size(); ++i) {
+                unreported.push_back(
+                    {first + i, &runs[i], runs[i].Ok() ? writer->Add(jobs[first + i].Fider, runs[i]) : 0, {}});
                 if (events.Cancelled && events.Cancelled()) {
                     result.Cancelled = true;
-                    ++count;
                     break;
                 }
             }
             const QStringList errors = writer->Write();
             int written = 0;
-            for (size_t i = 0; i < count; ++i)
-                unreported.push_back({first + i, &runs[i], idents[i], runs[i].Ok() ? errors.value(written++) : QString()});
+            for (size_t i = firstOutcome; i < unreported.size(); ++i)
+                if (unreported[i].run->Ok())
+                    unreported[i].error = errors.value(written++);
             // A stop asked for while the chunk waited for another user's rows ends the run here.
             if (events.Cancelled && events.Cancelled())
                 result.Cancelled = true;
@@ -191,10 +255,31 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
         if (next.valid())
             next.wait();
         result.Failure = e.Text();
+        // What was written before the failing group is kept when the database still takes a commit (a full
+        // disk often does: the rows are on pages it already has).
+        bool committed = false;
         try {
-            connection.Rollback();
+            if (connection.inTransaction()) {
+                connection.Commit();
+                committed = true;
+            }
         } catch (const EDatabaseError&) {
         }
+        try {
+            if (!committed)
+                connection.Rollback();
+        } catch (const EDatabaseError&) {
+        }
+        // What the database holds decides: a retry inside the writer may have committed runs not yet
+        // reported, and a commit whose answer was lost may have stored them.
+        std::vector<int> idents;
+        for (const Outcome& o : unreported)
+            if (o.run->Ok() && o.error.isEmpty())
+                idents.push_back(o.ident);
+        QSet<int> stored;
+        result.Verified = StoredRuns(connection, idents, stored);
+        for (const Outcome& o : unreported)
+            report(o, stored.contains(o.ident), QStringLiteral("Не сохранена: ") + result.Failure);
     }
     result.Seconds = timer.elapsed() / 1000.0;
     return result;

@@ -72,13 +72,11 @@ inline constexpr int kWBlockIntegers = 3;
 inline constexpr const char* kNodeColumns[] = {"Ident", "GUID", "U", "UA", "UB", "UC", "dU"};
 inline constexpr const char* kSectionColumns[] = {"Ident", "GUID", "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ"};
 inline constexpr int kElementIntegers = 2;
-// The feeders that have a run of the interval and calculation type when a batch starts.
-inline constexpr const char* kFidersWithRuns =
-    R"(select distinct "GUID" from "LVResults" where "SampleIdent"=:SampleIdent and coalesce("CalcType", 0)=:CalcType)";
-// A feeder's former runs go after its new one is written. "+0" keeps the engine on the feeder's index: the
-// index of the interval holds every feeder's run of it, and joining the two would scan it per feeder.
+// A feeder's former run of the interval and calculation type goes before its new one is written: the unique
+// key "LVResults_Run" allows one. Another user's run that is not committed yet makes the statement wait, and
+// one committed meanwhile makes it fail; the writer then tries the feeder again in a fresh transaction.
 inline constexpr const char* kDeleteFormerRuns =
-    R"(delete from "LVResults" where "GUID"=%1 and "SampleIdent"+0=%2 and coalesce("CalcType", 0)=%3 and "Ident"<>%4)";
+    R"(delete from "LVResults" where "GUID"=%1 and "SampleIdent"=%2 and "CalcType"=%3)";
 // A group of feeders is written all or nothing.
 inline constexpr const char* kSavepoint = "savepoint \"RegimeGroup\"";
 inline constexpr const char* kReleaseSavepoint = "release savepoint \"RegimeGroup\" only";

@@ -102,17 +102,12 @@ TRegimeWriter::TRegimeWriter(ToznFDConnection& connection, int sampleIdent, int 
     : connection_(connection), sampleIdent_(sampleIdent), calcType_(calcType)
 {
     using namespace RegimeSql;
-    auto q = connection_.NewQuery();
-    q->SetSQLText(QString::fromUtf8(kFidersWithRuns));
-    q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("CalcType"), calcType);
-    for (q->Open(); !q->Eof(); q->Next())
-        withRuns_.insert(q->Int(QStringLiteral("GUID")));
     runs_ = inserter(connection_, "LVResults", kRunColumns, kRunIntegers, kRunsPerStatement);
     pBlocks_ = inserter(connection_, "LVPResultsAdd", kPBlockColumns, kPBlockIntegers, kBlocksPerStatement);
     wBlocks_ = inserter(connection_, "LVWResultsAdd", kWBlockColumns, kWBlockIntegers, kBlocksPerStatement);
     nodes_ = inserter(connection_, "LVPResultsN", kNodeColumns, kElementIntegers, kElementsPerStatement);
     sections_ = inserter(connection_, "LVPResultsL", kSectionColumns, kElementIntegers, kElementsPerStatement);
-    deleteFormer_ = std::make_unique<TBlockStatement>(connection_, QString::fromUtf8(kDeleteFormerRuns), types(4, 4),
+    deleteFormer_ = std::make_unique<TBlockStatement>(connection_, QString::fromUtf8(kDeleteFormerRuns), types(3, 3),
                                                       kDeletesPerStatement);
     auto prepare = [&](std::unique_ptr<TFDQuery>& query, const char* sql) {
         query = connection_.NewQuery();
@@ -171,7 +166,6 @@ QStringList TRegimeWriter::Write()
                     break;
                 }
                 Commit();
-                withRuns_.insert(group[i].fider->Guid);
             }
     }
     if (sinceCommit_ >= 20000)
@@ -188,6 +182,17 @@ bool TRegimeWriter::TryGroup(const std::vector<Pending>& group)
         release_->ExecSQL();
         return true;
     } catch (const EDatabaseError& e) {
+        // Nothing more can be written when the database is gone or full: the group is taken back, so that
+        // what was written before it can still be committed, and the batch stops and says what it stored.
+        if (IsFatal(e)) {
+            ClearBuffers();
+            try {
+                undo_->ExecSQL();
+                release_->ExecSQL();
+            } catch (const EDatabaseError&) {
+            }
+            throw;
+        }
         lastError_ = e.Text();
         lastConflict_ = IsConflict(e) && !dynamic_cast<const EStopped*>(&e);
         ClearBuffers();
@@ -199,15 +204,12 @@ bool TRegimeWriter::TryGroup(const std::vector<Pending>& group)
 
 void TRegimeWriter::WriteGroup(const std::vector<Pending>& group)
 {
-    for (const Pending& p : group)
+    for (const Pending& p : group) {
+        deleteFormer_->Add({p.fider->Guid, sampleIdent_, calcType_});
         Buffer(p);
-    const int rows = runs_->Flush() + pBlocks_->Flush() + wBlocks_->Flush() + nodes_->Flush() + sections_->Flush();
-    for (const Pending& p : group)
-        if (withRuns_.contains(p.fider->Guid))
-            deleteFormer_->Add({p.fider->Guid, sampleIdent_, calcType_, p.ident});
+    }
     deleteFormer_->Flush();
-    for (const Pending& p : group)
-        withRuns_.insert(p.fider->Guid);
+    const int rows = runs_->Flush() + pBlocks_->Flush() + wBlocks_->Flush() + nodes_->Flush() + sections_->Flush();
     rows_ += rows;
     sinceCommit_ += rows;
 }

@@ -41,9 +41,10 @@ private:
 // run replaces its former run of the interval and calculation type, or nothing changes for it.
 class OZN3HOST_API TRegimeWriter {
 public:
-    // Attempts at a feeder on its own when another user changed or holds its rows: the second one in a fresh
-    // transaction. Each may wait the connection's lock timeout.
-    static constexpr int kWriteAttempts = 2;
+    // Attempts at a feeder on its own when another user changed or holds its rows, or wrote its run meanwhile:
+    // each one after the first in a fresh transaction, which sees the other user's run and replaces it. Each
+    // may wait the connection's lock timeout.
+    static constexpr int kWriteAttempts = 3;
     TRegimeWriter(ToznFDConnection& connection, int sampleIdent, int calcType);
     ~TRegimeWriter();
     // Adds a feeder's run to the group to write; the objects stay alive until Write. Returns its "Ident".
@@ -54,6 +55,8 @@ public:
     QStringList Write();
     // Commits what is written (the transaction stays open).
     void Commit();
+    // Tells the writer that its connection's transaction was committed by its owner.
+    void Committed() { sinceCommit_ = 0; }
     int Rows() const { return rows_; }
 
 private:
@@ -70,7 +73,6 @@ private:
     void ClearBuffers();
     ToznFDConnection& connection_;
     int sampleIdent_, calcType_;
-    QSet<int> withRuns_;  // feeders that had a run of the interval and calculation type
     std::unique_ptr<TFDQuery> reserve_, savepoint_, release_, undo_;
     std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_;
     QString lastError_;

@@ -6,6 +6,7 @@
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
+#include "host/TextLimits.h"
 #include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 
@@ -17,9 +18,11 @@ const char* const kCaptions[PColumns] = {"Марка", "Сечение, мм²",
 const char* kRead = R"(select p."Ident", p."Marka", p."F", p."R0", p."X0", coalesce(t."CableFlags", 0) as "CableFlags",
     t."Unom" from "Provods" p left join "ProvodTypes" t on t."Ident"=p."ProvodType"
     order by t."Unom", p."Marka", p."F", p."Ident")";
-const char* kKinds = R"(select "Ident", "Unom", coalesce("CableFlags", 0) as "CableFlags" from "ProvodTypes" order by "Ident")";
+const char* kKinds =
+    R"(select "Ident", "Unom", coalesce("CableFlags", 0) as "CableFlags" from "ProvodTypes" order by "Ident")";
 const char* kNewKindIdent = R"(select coalesce(max("Ident"), 0) + 1 from "ProvodTypes")";
-const char* kNewKind = R"(insert into "ProvodTypes" ("Ident", "Unom", "Name", "CableFlags") values (:Ident, :Unom, :Name, :Cable))";
+const char* kNewKind =
+    R"(insert into "ProvodTypes" ("Ident", "Unom", "Name", "CableFlags") values (:Ident, :Unom, :Name, :Cable))";
 const char* kNewIdent = R"(select coalesce(max("Ident"), 0) + 1 from "Provods")";
 const char* kWrite = R"(update or insert into "Provods" ("Ident", "Marka", "F", "R0", "X0", "ProvodType")
     values (:Ident, :Marka, :F, :R0, :X0, :Kind) matching ("Ident"))";
@@ -69,9 +72,13 @@ std::vector<TBookProblem> CheckConductors(const std::vector<TCatalogueRow>& rows
     std::vector<TBookProblem> problems;
     for (size_t i = 0; i < rows.size(); ++i) {
         const TCatalogueRow& r = rows[i];
-        const auto problem = [&](int column, const QString& text) { problems.push_back({sheet, r.Row, column + 1, text}); };
+        const auto problem = [&](int column, const QString& text) {
+            problems.push_back({sheet, r.Row, column + 1, text});
+        };
         if (r.Marka.trimmed().isEmpty())
             problem(PMarka, QStringLiteral("не указана марка"));
+        else if (const QString tooLong = host::TextProblem(r.Marka, host::kConductorMarka); !tooLong.isEmpty())
+            problem(PMarka, tooLong);
         if (!isEmptyFloat(r.F) && !(r.F > 0))
             problem(PF, QStringLiteral("сечение должно быть больше 0"));
         if (!(r.R0 > 0))
@@ -128,7 +135,8 @@ std::vector<TCatalogueRow> ReadConductorBook(const QString& file, std::vector<TB
         number(PX0, row.X0, 0);
         number(PUnom, row.Unom, EmptyFloat());
         if (!YesNo(cells[PCable], row.Cable))
-            problems.push_back({sheet, r, PCable + 1, QStringLiteral("«%1»: ожидается «да» или «нет»").arg(cells[PCable])});
+            problems.push_back(
+                {sheet, r, PCable + 1, QStringLiteral("«%1»: ожидается «да» или «нет»").arg(cells[PCable])});
         rows.push_back(row);
     }
     const auto more = CheckConductors(rows, sheet);
@@ -192,7 +200,8 @@ int TConductorStore::KindOf(const TCatalogueRow& row)
     auto q = connection_.NewQuery();
     q->SetSQLText(S(kKinds));
     for (q->Open(); !q->Eof(); q->Next())
-        if (SameVoltage(q->Float(QStringLiteral("Unom")), row.Unom) && (q->Int(QStringLiteral("CableFlags")) != 0) == row.Cable)
+        if (SameVoltage(q->Float(QStringLiteral("Unom")), row.Unom) &&
+            (q->Int(QStringLiteral("CableFlags")) != 0) == row.Cable)
             return q->Int(QStringLiteral("Ident"));
     q->SetSQLText(S(kNewKindIdent));
     q->Open();
@@ -240,7 +249,8 @@ bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added,
     int a = 0, u = 0;
     const bool ok = TryWrite(connection_, QStringLiteral("Справочник проводов не сохранен: %1"), error, [&] {
         for (const TCatalogueRow& row : rows) {
-            const auto same = std::find_if(stored.begin(), stored.end(), [&](const TCatalogueRow& s) { return SameConductor(s, row); });
+            const auto same = std::find_if(stored.begin(), stored.end(),
+                                           [&](const TCatalogueRow& s) { return SameConductor(s, row); });
             if (same != stored.end()) {
                 Write(row, same->Ident);
                 ++u;
@@ -265,9 +275,11 @@ QStringList TConductorStore::Usage(int ident, int limit)
         q->SetSQLText(S(kUsage).arg(limit));
         q->ParamByName(QStringLiteral("Ident"), ident);
         for (q->Open(); !q->Eof() && places.size() < limit; q->Next()) {
-            QString place = QStringLiteral("линия «%1» ТП «%2»").arg(q->Str(QStringLiteral("Fider")), q->Str(QStringLiteral("Node")));
+            QString place = QStringLiteral("линия «%1» ТП «%2»")
+                                .arg(q->Str(QStringLiteral("Fider")), q->Str(QStringLiteral("Node")));
             const QString section = q->Str(QStringLiteral("Section"));
-            place += section.isEmpty() ? QStringLiteral(", расчет без схемы") : QStringLiteral(", участок «%1»").arg(section);
+            place += section.isEmpty() ? QStringLiteral(", расчет без схемы")
+                                       : QStringLiteral(", участок «%1»").arg(section);
             places << place;
         }
         return places;

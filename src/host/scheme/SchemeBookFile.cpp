@@ -27,8 +27,8 @@ std::vector<TBookRow> ReadSheet(const TXlsxWorkbook& workbook, const QString& na
     for (int c = 0; c < required; ++c) {
         const QString found = CellText(workbook.Cell(sheet, 1, c + 1)).simplified();
         if (found != caption(c))
-            problems.push_back({name, 1, c + 1,
-                                QStringLiteral("ожидается заголовок «%1», а не «%2»").arg(caption(c), found)});
+            problems.push_back(
+                {name, 1, c + 1, QStringLiteral("ожидается заголовок «%1», а не «%2»").arg(caption(c), found)});
     }
     for (int r : workbook.RowNumbers(sheet)) {
         if (r < 2)

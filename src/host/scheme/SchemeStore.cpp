@@ -15,7 +15,8 @@ namespace scheme {
 using namespace fider;
 
 namespace {
-const char* kCatalogue = R"(select p."Ident", p."Marka", p."F", p."R0", p."X0", coalesce(t."CableFlags", 0) as "CableFlags"
+const char* kCatalogue =
+    R"(select p."Ident", p."Marka", p."F", p."R0", p."X0", coalesce(t."CableFlags", 0) as "CableFlags"
     from "Provods" p join "ProvodTypes" t on t."Ident"=p."ProvodType" where t."Unom" between 0.379 and 0.381)";
 const char* kSubstation = R"(select nod."Name", coalesce(t2."UnomH", ts."UnomH1") as "UnomH" from "Nodes" nod
     left join "Transforms2" t2 on t2."Ident"=nod."Transf" left join "TransformsSS" ts on ts."Ident"=nod."Transf"
@@ -25,7 +26,8 @@ const char* kFiders = R"(select lf."GUID", lf."Name",
     (select count(*) from "LVLines" l where l."OwnerGUID"=lf."GUID") as "Sections"
     from "LVFiders" lf where lf."OwnerGUID"=:GUID order by lf."GUID")";
 const char* kNewGuids = R"(select gen_id("GUIDGen", %1) from rdb$database)";
-const char* kInsertFider = R"(insert into "LVFiders" ("GUID", "Name", "OwnerGUID", "Unom") values (:GUID, :Name, :Owner, :Unom))";
+const char* kInsertFider =
+    R"(insert into "LVFiders" ("GUID", "Name", "OwnerGUID", "Unom") values (:GUID, :Name, :Owner, :Unom))";
 const char* kOldNodes = R"(select n."GUID", n."Name", n."Kind" from "LVNodes" n where n."OwnerGUID"=:GUID)";
 const char* kOldLines = R"(select l."GUID", l."Node2", l."Info" from "LVLines" l where l."OwnerGUID"=:GUID)";
 const char* kDeleteLines = R"(delete from "LVLines" where "OwnerGUID"=:GUID)";
@@ -40,7 +42,8 @@ const char* kDeleteNodeData[] = {R"(delete from "LVConsumers" where "GUID"=:GUID
                                  R"(delete from "LVPLoads" where "GUID"=:GUID)"};
 const char* kInsertNode = R"(insert into "LVNodes" ("GUID", "Name", "OwnerGUID", "TabOrder", "Kind", "State", "Phases",
     "ConsumerName", "Owner") values (:GUID, :Name, :Owner, :TabOrder, :Kind, :State, :Phases, :ConsumerName, :Balance))";
-const char* kInsertLine = R"(insert into "LVLines" ("GUID", "OwnerGUID", "Node1", "Node2", "Info", "LineLength", "Phase",
+const char* kInsertLine =
+    R"(insert into "LVLines" ("GUID", "OwnerGUID", "Node1", "Node2", "Info", "LineLength", "Phase",
     "ProvodPhase", "TabOrder", "Kind", "Phases", "ProvodNull", "State", "Owner")
     values (:GUID, :Owner, :Node1, :Node2, :Info, :LineLength, :Phase, :ProvodPhase, :TabOrder, :Kind, :Phases,
     :ProvodNull, :State, :Balance))";
@@ -49,7 +52,8 @@ const char* kStoreConsumer = R"(update or insert into "LVConsumers" ("SampleIden
 const char* kStoreLoad = R"(update or insert into "LVWLoads" ("SampleIdent", "GUID", "Wa", "CosFi")
     values (:SampleIdent, :GUID, :Wa, :CosFi) matching ("SampleIdent", "GUID"))";
 const char* kDeleteLoad = R"(delete from "LVWLoads" where "SampleIdent"=:SampleIdent and "GUID"=:GUID)";
-const char* kLVFidersOf = R"(select lf."GUID" from "LVFiders" lf where lf."OwnerGUID"=:GUID order by lf."Name", lf."GUID")";
+const char* kLVFidersOf =
+    R"(select lf."GUID" from "LVFiders" lf where lf."OwnerGUID"=:GUID order by lf."Name", lf."GUID")";
 const char* kIsLVFider = R"(select lf."GUID" from "LVFiders" lf where lf."GUID"=:GUID)";
 
 QString S(const char* sql) { return QString::fromUtf8(sql); }
@@ -80,7 +84,8 @@ public:
         q->ParamByName(QStringLiteral("GUID"), o_.NodeGuid);
         q->Open();
         if (q->Eof()) {
-            problems.push_back({QString(), 0, 0, QStringLiteral("ТП с идентификатором %1 не найдена").arg(o_.NodeGuid)});
+            problems.push_back(
+                {QString(), 0, 0, QStringLiteral("ТП с идентификатором %1 не найдена").arg(o_.NodeGuid)});
             return;
         }
         const double unomH = q->Float(QStringLiteral("UnomH"));
@@ -185,7 +190,8 @@ private:
         q->SetSQLText(S(kOldLines));
         q->ParamByName(QStringLiteral("GUID"), fider);
         for (q->Open(); !q->Eof(); q->Next())
-            oldLines.insert(q->Int(QStringLiteral("Node2")), {q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Info"))});
+            oldLines.insert(q->Int(QStringLiteral("Node2")),
+                            {q->Int(QStringLiteral("GUID")), q->Str(QStringLiteral("Info"))});
         Exec(kDeleteLines, {{"GUID", fider}});
         Exec(kDeleteNodes, {{"GUID", fider}});
 
@@ -206,10 +212,10 @@ private:
                 reused.insert(node);
             guids.insert(key, node);
             const TSchemeConsumer* a = consumers.value(key);
-            TNodeKind kind = s.Device              ? TNodeKind::SwitchGear
-                             : a                   ? TNodeKind::Consumer
-                             : children[key] >= 2  ? TNodeKind::TapPoint
-                                                   : TNodeKind::Plain;
+            TNodeKind kind = s.Device             ? TNodeKind::SwitchGear
+                             : a                  ? TNodeKind::Consumer
+                             : children[key] >= 2 ? TNodeKind::TapPoint
+                                                  : TNodeKind::Plain;
             ++order;
             Exec(kInsertNode, {{"GUID", node},
                                {"Name", s.To},
@@ -227,20 +233,21 @@ private:
             }
             const auto old = oldLines.take(node);
             const QString info = old.first ? old.second : QStringLiteral("%1 - %2").arg(s.From, s.To);
-            Exec(kInsertLine, {{"GUID", old.first ? old.first : NewGuid()},
-                               {"Owner", fider},
-                               {"Node1", guids.value(NameKey(s.From))},
-                               {"Node2", node},
-                               {"Info", info},
-                               {"LineLength", s.Length},
-                               {"Phase", PhaseCount(s.Phases)},
-                               {"ProvodPhase", s.Phase},
-                               {"TabOrder", order},
-                               {"Kind", static_cast<int>(s.Kind)},
-                               {"Phases", PhasesText(s.Phases)},
-                               {"ProvodNull", s.Neutral ? QVariant(s.Neutral) : Null()},
-                               {"State", s.SwitchedOn ? 1 : 0},
-                               {"Balance", s.Owner == TBalanceOwner::OnBalance ? Null() : QVariant(static_cast<int>(s.Owner))}});
+            Exec(kInsertLine,
+                 {{"GUID", old.first ? old.first : NewGuid()},
+                  {"Owner", fider},
+                  {"Node1", guids.value(NameKey(s.From))},
+                  {"Node2", node},
+                  {"Info", info},
+                  {"LineLength", s.Length},
+                  {"Phase", PhaseCount(s.Phases)},
+                  {"ProvodPhase", s.Phase},
+                  {"TabOrder", order},
+                  {"Kind", static_cast<int>(s.Kind)},
+                  {"Phases", PhasesText(s.Phases)},
+                  {"ProvodNull", s.Neutral ? QVariant(s.Neutral) : Null()},
+                  {"State", s.SwitchedOn ? 1 : 0},
+                  {"Balance", s.Owner == TBalanceOwner::OnBalance ? Null() : QVariant(static_cast<int>(s.Owner))}});
             ++summary_.Sections;
         }
         // Nodes that left the scheme take their consumers' data of every interval with them; so do those
@@ -268,7 +275,9 @@ private:
             Exec(kDeleteLoad, {{"SampleIdent", o_.SampleIdent}, {"GUID", node}});
             return;
         }
-        const auto value = [](double v) { return isEmptyFloat(v) ? QVariant(QMetaType(QMetaType::Double)) : QVariant(v); };
+        const auto value = [](double v) {
+            return isEmptyFloat(v) ? QVariant(QMetaType(QMetaType::Double)) : QVariant(v);
+        };
         Exec(kStoreLoad, {{"SampleIdent", o_.SampleIdent},
                           {"GUID", node},
                           {"Wa", value(isEmptyFloat(a.Energy) ? EmptyFloat() : a.Energy / 1000.0)},
@@ -323,8 +332,8 @@ bool TSchemeStore::Import(const TSchemeBook& book, const TImportOptions& options
     problems.insert(problems.end(), checked.Problems.begin(), checked.Problems.end());
     if (!problems.empty())
         return false;
-    if (!options.SampleIdent && std::any_of(checked.Fiders.begin(), checked.Fiders.end(),
-                                            [](const TFiderScheme& f) { return f.HasLoads(); }))
+    if (!options.SampleIdent &&
+        std::any_of(checked.Fiders.begin(), checked.Fiders.end(), [](const TFiderScheme& f) { return f.HasLoads(); }))
         summary.Warnings << QStringLiteral("Мощности, энергии и cos φ абонентов не сохранены: не указан интервал");
     Importer importer(connection_, options, summary);
     bool started = false;  // a transaction of the caller's is not ours to end

@@ -1,6 +1,7 @@
 #include "host/scheme/Substations.h"
 
 #include "host/Connection.h"
+#include "host/TextLimits.h"
 
 namespace scheme {
 
@@ -21,7 +22,8 @@ int Insert(ToznFDConnection& c, const QString& table, const QString& name, int o
 {
     const int guid = Scalar(c, S(R"(select gen_id("GUIDGen", 1) from rdb$database)"));
     auto q = c.NewQuery();
-    q->SetSQLText(QStringLiteral(R"(insert into "%1" ("GUID", "Name", "OwnerGUID") values (:GUID, :Name, :Owner))").arg(table));
+    q->SetSQLText(
+        QStringLiteral(R"(insert into "%1" ("GUID", "Name", "OwnerGUID") values (:GUID, :Name, :Owner))").arg(table));
     q->ParamByName(QStringLiteral("GUID"), guid);
     q->ParamByName(QStringLiteral("Name"), name);
     q->ParamByName(QStringLiteral("Owner"), owner ? QVariant(owner) : QVariant(QMetaType(QMetaType::Int)));
@@ -47,11 +49,13 @@ int PlaceholderFider(ToznFDConnection& c)
 // A 10/0.4 kV transformer of the catalogue, added when there is none.
 int LowVoltageTransformer(ToznFDConnection& c)
 {
-    if (const int t = Scalar(c, S(R"(select first 1 "Ident" from "Transforms2" where "UnomH" between 0.3 and 0.5 order by "Ident")")))
+    if (const int t = Scalar(
+            c, S(R"(select first 1 "Ident" from "Transforms2" where "UnomH" between 0.3 and 0.5 order by "Ident")")))
         return t;
     const int ident = Scalar(c, S(R"(select coalesce(max("Ident"), 0) + 1 from "Transforms2")"));
     auto q = c.NewQuery();
-    q->SetSQLText(S(R"(insert into "Transforms2" ("Ident", "TypeTR", "Snom", "UnomH", "AddStr") values (:Ident, 'ТМ', 250, 0.4, '10/0,4'))"));
+    q->SetSQLText(S(
+        R"(insert into "Transforms2" ("Ident", "TypeTR", "Snom", "UnomH", "AddStr") values (:Ident, 'ТМ', 250, 0.4, '10/0,4'))"));
     q->ParamByName(QStringLiteral("Ident"), ident);
     q->ExecSQL();
     return ident;
@@ -64,6 +68,8 @@ int AddSubstation(ToznFDConnection& connection, const QString& name, int fider, 
         error = QStringLiteral("Не указано имя ТП");
         return 0;
     }
+    if (!host::CheckText(name.simplified(), host::kSubstationName, QStringLiteral("Имя ТП"), error))
+        return 0;
     TScopedLockTimeout limit(connection);
     connection.StartTransaction();
     try {
@@ -80,8 +86,10 @@ int AddSubstation(ToznFDConnection& connection, const QString& name, int fider, 
             }
             fider = PlaceholderFider(connection);
         }
-        const int res = Scalar(connection, S(R"(select c."OwnerGUID" from "Fiders" f join "Sections" s on s."GUID"=f."OwnerGUID"
-            join "Centers" c on c."GUID"=s."OwnerGUID" where f."GUID"=:GUID)"), fider);
+        const int res =
+            Scalar(connection, S(R"(select c."OwnerGUID" from "Fiders" f join "Sections" s on s."GUID"=f."OwnerGUID"
+            join "Centers" c on c."GUID"=s."OwnerGUID" where f."GUID"=:GUID)"),
+                   fider);
         const int transformer = LowVoltageTransformer(connection);
         const int guid = Insert(connection, QStringLiteral("Nodes"), name.simplified(), fider);
         auto q = connection.NewQuery();
