@@ -48,6 +48,8 @@ create table "Periods" ("Ident" integer not null primary key, "Name" varchar(50)
 create table "SamplesDates" ("Ident" integer not null primary key, "Name" varchar(50), "Period" integer,
   "SampleDate1" timestamp, "SampleDate2" timestamp);
 create index "SamplesDates_Date1" on "SamplesDates" ("SampleDate1");
+/* An interval is made on demand by whoever needs it first: two users at once make one, not two. */
+create unique index "SamplesDates_Dates" on "SamplesDates" ("Period", "SampleDate1", "SampleDate2");
 create index "SamplesDates_Period" on "SamplesDates" ("Period");
 
 /* ---------------- users' rights ---------------- */
@@ -85,6 +87,8 @@ create table "LVPResultsA" ("GUID" integer not null, "SampleDate" date not null,
   "Tmax" integer, "Krazv" double precision, "Knm" double precision,
   "P" double precision, "Wa" double precision, "dP" double precision, "dW" double precision,
   primary key ("GUID", "SampleDate"));
+/* At most one main sample per feeder, also when two editors mark different samples at once. */
+create unique index "LVPResultsA_Main" on "LVPResultsA" computed by (iif("IsMain" = 1, "GUID", null));
 create table "LVTmxRef" ("TypeLoad" integer not null, "Pmin" double precision not null, "Tmax" integer,
   primary key ("TypeLoad", "Pmin"));
 

@@ -224,7 +224,13 @@ int TRep_Data::YearSampleIdent(int year)
         q->ParamByName(QStringLiteral("Name"), QStringLiteral("%1г.").arg(year));
         q->ParamByName(QStringLiteral("Date1"), date1);
         q->ParamByName(QStringLiteral("Date2"), QDateTime(QDate(year + 1, 1, 1), QTime(0, 0)));
-        q->ExecSQL();
+        try {
+            q->ExecSQL();
+        } catch (const EDatabaseError& e) {
+            // Another user made the year's interval meanwhile: that one serves.
+            if (e.Kind() != host::TEngineErrorKind::UniqueKey)
+                throw;
+        }
         ident = find();
     }
     return ident;
@@ -342,7 +348,16 @@ void TRep_Data::Save()
         q->ParamByName(QStringLiteral("SwitchGName"), a.SwitchGName);
         q->ExecSQL();
     }
-    for (const auto& s : samples_) {
+    // Samples that are not main go first: a feeder has at most one main sample at any moment (a unique key), so
+    // the former main one is written before the new one.
+    std::vector<const Sample*> order;
+    for (const auto& s : samples_)
+        if (s->IsMain != 1)
+            order.push_back(s.get());
+    for (const auto& s : samples_)
+        if (s->IsMain == 1)
+            order.push_back(s.get());
+    for (const Sample* s : order) {
         if (s->state == RowState::Stored || (s->state == RowState::Deleted && !FindFider(s->GUID)))
             continue;
         if (s->state == RowState::Deleted) {

@@ -27,6 +27,37 @@ QString SamplePeriodName(int year, int month)
     return QStringLiteral("%1 %2").arg(QString::fromUtf8(months[month - 1])).arg(year);
 }
 
+namespace {
+// The interval of a kind and dates: the stored one, else a new row; its ident.
+int FindOrInsertInterval(ToznFDConnection& connection, int period, const QDateTime& d1, const QDateTime& d2,
+                         const QString& name)
+{
+    auto q = connection.NewQuery();
+    q->SetSQLText(QStringLiteral(
+        R"(select "Ident" from "SamplesDates" where "Period"=:Period and "SampleDate1"=:d1 and "SampleDate2"=:d2)"));
+    q->ParamByName(QStringLiteral("Period"), period)
+        .ParamByName(QStringLiteral("d1"), d1)
+        .ParamByName(QStringLiteral("d2"), d2);
+    q->Open();
+    if (!q->Eof())
+        return q->Int(QStringLiteral("Ident"));
+    q->Close();
+    q->SetSQLText(QStringLiteral(R"(select gen_id("IdentGen", 1) from rdb$database)"));
+    q->Open();
+    const int next = q->Value(0).toInt();
+    q->Close();
+    q->SetSQLText(QStringLiteral(R"(insert into "SamplesDates" ("Ident", "Name", "Period", "SampleDate1",
+        "SampleDate2") values (:Ident, :Name, :Period, :d1, :d2))"));
+    q->ParamByName(QStringLiteral("Ident"), next)
+        .ParamByName(QStringLiteral("Name"), name)
+        .ParamByName(QStringLiteral("Period"), period)
+        .ParamByName(QStringLiteral("d1"), d1)
+        .ParamByName(QStringLiteral("d2"), d2);
+    q->ExecSQL();
+    return next;
+}
+}  // namespace
+
 int CreateSamplePeriod(ToznFDConnection& connection, int year, int month, QString& error)
 {
     if (year < 1900 || year > 2200 || month < 0 || month > 12) {
@@ -37,34 +68,19 @@ int CreateSamplePeriod(ToznFDConnection& connection, int year, int month, QStrin
     const QDateTime d1(start, QTime(0, 0)), d2(month == 0 ? start.addYears(1) : start.addMonths(1), QTime(0, 0));
     const int period = month == 0 ? 1 : 4;
     int ident = 0;
+    auto make = [&] {
+        GuardedWrite(connection,
+                     [&] { ident = FindOrInsertInterval(connection, period, d1, d2, SamplePeriodName(year, month)); });
+    };
     try {
-        GuardedWrite(connection, [&] {
-            auto q = connection.NewQuery();
-            q->SetSQLText(QStringLiteral(R"(select "Ident" from "SamplesDates" where "Period"=:Period and
-                "SampleDate1"=:d1 and "SampleDate2"=:d2)"));
-            q->ParamByName(QStringLiteral("Period"), period)
-                .ParamByName(QStringLiteral("d1"), d1)
-                .ParamByName(QStringLiteral("d2"), d2);
-            q->Open();
-            if (!q->Eof()) {
-                ident = q->Int(QStringLiteral("Ident"));
-                return;
-            }
-            q->Close();
-            q->SetSQLText(QStringLiteral(R"(select gen_id("IdentGen", 1) from rdb$database)"));
-            q->Open();
-            const int next = q->Value(0).toInt();
-            q->Close();
-            q->SetSQLText(QStringLiteral(R"(insert into "SamplesDates" ("Ident", "Name", "Period", "SampleDate1",
-                "SampleDate2") values (:Ident, :Name, :Period, :d1, :d2))"));
-            q->ParamByName(QStringLiteral("Ident"), next)
-                .ParamByName(QStringLiteral("Name"), SamplePeriodName(year, month))
-                .ParamByName(QStringLiteral("Period"), period)
-                .ParamByName(QStringLiteral("d1"), d1)
-                .ParamByName(QStringLiteral("d2"), d2);
-            q->ExecSQL();
-            ident = next;
-        });
+        try {
+            make();
+        } catch (const EDatabaseError& e) {
+            // Another user made the same interval meanwhile: the second look finds theirs.
+            if (e.Kind() != host::TEngineErrorKind::UniqueKey || connection.inTransaction())
+                throw;
+            make();
+        }
     } catch (const EDatabaseError& e) {
         error = QStringLiteral("Интервал %1 не создан: %2").arg(SamplePeriodName(year, month), e.Text());
         return 0;

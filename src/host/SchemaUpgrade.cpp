@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <algorithm>
 
+#include "host/AppLog.h"
 #include "host/Connection.h"
 #include "host/Roles.h"
 
@@ -154,6 +155,64 @@ int upgradeRunKey(TFDQuery& q, ToznFDConnection& connection)
     q.ExecSQL();
     return 1;
 }
+
+bool hasIndex(TFDQuery& q, ToznFDConnection& connection, const char* name)
+{
+    return GuardedRead(connection, [&] {
+        q.SetSQLText(QStringLiteral("select count(*) from rdb$indices where rdb$index_name = '%1'")
+                         .arg(QString::fromLatin1(name)));
+        q.Open();
+        const bool found = q.Value(0).toInt() > 0;
+        q.Close();
+        return found;
+    });
+}
+
+// At most one main sample per feeder ("LVPResultsA_Main"): of several, the latest stays main.
+int upgradeMainSampleKey(TFDQuery& q, ToznFDConnection& connection)
+{
+    if (hasIndex(q, connection, "LVPResultsA_Main"))
+        return 0;
+    GuardedWrite(connection, [&] {
+        q.SetSQLText(QStringLiteral(
+            "update \"LVPResultsA\" a set \"IsMain\" = 0 where \"IsMain\" = 1 and exists (select 1 from "
+            "\"LVPResultsA\" b "
+            "where b.\"GUID\" = a.\"GUID\" and b.\"IsMain\" = 1 and b.\"SampleDate\" > a.\"SampleDate\")"));
+        q.ExecSQL();
+    });
+    q.SetSQLText(QStringLiteral("create unique index \"LVPResultsA_Main\" on \"LVPResultsA\" computed by "
+                                "(iif(\"IsMain\" = 1, \"GUID\", null))"));
+    q.ExecSQL();
+    return 1;
+}
+
+// One interval per kind and dates ("SamplesDates_Dates"). Intervals that a database holds twice are the host's
+// data, referred to from many tables: the key then waits until they are merged, and the application's log says
+// so.
+int upgradeIntervalKey(TFDQuery& q, ToznFDConnection& connection)
+{
+    if (hasIndex(q, connection, "SamplesDates_Dates"))
+        return 0;
+    const int twice = GuardedRead(connection, [&] {
+        q.SetSQLText(
+            QStringLiteral("select count(*) from (select 1 as \"One\" from \"SamplesDates\" group by \"Period\", "
+                           "\"SampleDate1\", \"SampleDate2\" having count(*) > 1)"));
+        q.Open();
+        const int n = q.Value(0).toInt();
+        q.Close();
+        return n;
+    });
+    if (twice > 0) {
+        host::LogLine(QStringLiteral("Интервалы с одинаковыми датами (%1): уникальный ключ \"SamplesDates_Dates\" не "
+                                     "добавлен")
+                          .arg(twice));
+        return 0;
+    }
+    q.SetSQLText(QStringLiteral("create unique index \"SamplesDates_Dates\" on \"SamplesDates\" (\"Period\", "
+                                "\"SampleDate1\", \"SampleDate2\")"));
+    q.ExecSQL();
+    return 1;
+}
 }  // namespace
 
 int UpgradeSchema(ToznFDConnection& connection)
@@ -191,5 +250,7 @@ int UpgradeSchema(ToznFDConnection& connection)
     }
     upgradeCalcParamsKey(*q, connection);
     added += upgradeRunKey(*q, connection);
+    added += upgradeMainSampleKey(*q, connection);
+    added += upgradeIntervalKey(*q, connection);
     return added;
 }

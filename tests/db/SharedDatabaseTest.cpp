@@ -10,6 +10,7 @@
 #include "host/AppLog.h"
 #include "host/Connection.h"
 #include "host/Database.h"
+#include "host/SamplePeriods.h"
 #include "host/TextLimits.h"
 #include "support/TestSupport.h"
 
@@ -54,7 +55,11 @@ TEST(SharedDatabase, DuplicateRunsOfAnOldDatabaseCollapseToTheNewestAndNoSecondO
               "insert into \"LVPResultsN\" (\"Ident\", guid, \"U\") values (205, 12, 225)",
               "insert into \"LVPResultsN\" (\"Ident\", guid, \"U\") values (150, 12, 223)",
               "insert into \"LVWResultsAdd\" (\"Ident\", \"RES\", \"Balance\", \"Wa_gen\") values (101, 3, 0, 1)",
-              "insert into \"LVWResultsAdd\" (\"Ident\", \"RES\", \"Balance\", \"Wa_gen\") values (205, 3, 0, 2)"})
+              "insert into \"LVWResultsAdd\" (\"Ident\", \"RES\", \"Balance\", \"Wa_gen\") values (205, 3, 0, 2)",
+              // Two editors marked different samples of one feeder as its main one.
+              "insert into \"LVPResultsA\" (guid, \"SampleDate\", \"IsMain\") values (10, '2024-03-01', 1)",
+              "insert into \"LVPResultsA\" (guid, \"SampleDate\", \"IsMain\") values (10, '2024-06-01', 1)",
+              "insert into \"LVPResultsA\" (guid, \"SampleDate\", \"IsMain\") values (11, '2024-03-01', 1)"})
             Exec(old, QString::fromUtf8(sql));
     }
     auto db = OpenDatabase(path);
@@ -81,6 +86,22 @@ TEST(SharedDatabase, DuplicateRunsOfAnOldDatabaseCollapseToTheNewestAndNoSecondO
         EXPECT_TRUE(IsConflict(e)) << "another writer's run: worth another attempt";
     }
     EXPECT_TRUE(LogText().contains("violation of PRIMARY or UNIQUE KEY constraint \"LVResults_Run\""));
+    // Of two main samples the later one stays main, and a second main sample does not get in.
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1"), 2);
+    EXPECT_EQ(Scalar(c, "select count(*) from \"LVPResultsA\" where \"IsMain\"=1 and guid=10 and "
+                        "\"SampleDate\"='2024-06-01'"),
+              1);
+    EXPECT_EQ(ErrorOf(c, "update \"LVPResultsA\" set \"IsMain\"=1 where guid=10").Kind(),
+              host::TEngineErrorKind::UniqueKey);
+    // One interval of a kind and dates, however many users make it at once.
+    Exec(c, "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+            "values (1, '2024г.', 1, '2024-01-01', '2025-01-01')");
+    EXPECT_EQ(ErrorOf(c, "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
+                         "\"SampleDate2\") values (2, '2024г.', 1, '2024-01-01', '2025-01-01')")
+                  .Kind(),
+              host::TEngineErrorKind::UniqueKey);
+    QString error;
+    EXPECT_EQ(CreateSamplePeriod(c, 2024, 0, error), 1) << error.toStdString();
     // An upgraded database and a new one have the same key.
     EXPECT_EQ(Scalar(c, "select count(*) from rdb$relation_constraints where rdb$constraint_name='LVResults_Run'"), 1);
     auto fresh = OpenDatabase(NewSchemaDatabase(folder, "fresh.fdb"));

@@ -110,6 +110,7 @@ TEST(WorkbookCommand, WritesReadsReportsAndStoresOnlyWhenAskedAndAllowed)
     EXPECT_EQ(Ozn3({"workbook", "read", "social", "--db", path, social}).code, 0);
     const Outcome wrongKind = Ozn3({"workbook", "read", "tmax", "--db", path, social});
     EXPECT_EQ(wrongKind.code, 1);
-    EXPECT_TRUE(wrongKind.err.contains("не записана командой workbook write tmax")) << wrongKind.err.toStdString();
+    EXPECT_TRUE(wrongKind.err.contains("— книга обобщенных данных нормативного метода, а не книга замеров Tmax"))
+        << wrongKind.err.toStdString();
     EXPECT_EQ(Ozn3({"workbook", "read", "w", "--db", path}).code, 2);  // no file: the usage
 }

@@ -17,6 +17,7 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/Tree.h"
+#include "host/fider/RegimeWriter.h"
 #include "support/TestServer.h"
 #include "support/TestSupport.h"
 
@@ -114,8 +115,8 @@ TEST_F(OnServer, InitDbThenGrantGivesASecondUserAWorkingRightsLimitedSession)
     const QString db = server_->Address(folder_.Path("team.fdb"));
     ASSERT_EQ(Ozn3({"init-db", db}, admin_).code, 0);
     EXPECT_EQ(Ozn3({"users", "--db", db}, admin_).out,
-              "SYSDBA: роли нет; права 12 (загрузка замеров W), 13 (загрузка замеров Tmax), 14 (загрузка обобщенных "
-              "данных)\n");
+              "SYSDBA (владелец): роли нет; права 12 (загрузка замеров W), 13 (загрузка замеров Tmax), 14 (загрузка "
+              "обобщенных данных)\n");
     // The owner creates the server's user together with the grant.
     const Outcome granted = Ozn3(
         {"users", "grant", "ivanov", "--db", db, "--role", "reader", "--right", "12", "--password", "Pass-1"}, admin_);
@@ -267,7 +268,8 @@ TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
     const qint64 waited = timer.elapsed();
     EXPECT_EQ(second.code, 0) << second.err.toStdString();
     EXPECT_TRUE(second.out.contains(QStringLiteral("отказано: 1 из %1").arg(feeders))) << second.out.toStdString();
-    EXPECT_GE(waited, 3 * 5000 - 1000);  // the group's wait, then the feeder's own two
+    EXPECT_GE(waited,
+              (1 + fider::TRegimeWriter::kWriteAttempts) * 5000 - 1000);  // the group's wait, then the feeder's own
     EXPECT_LT(waited, 60000);
     const QStringList lines = Lines(log);
     EXPECT_EQ(lines.size(), feeders);
@@ -457,4 +459,129 @@ TEST_F(OnServer, ASchemeImportWaitsAFewSecondsForRowsAnotherUserHoldsAndThenChan
     EXPECT_EQ(Scalar(c, sections), stored);
     const Outcome free = Ozn3({"scheme", "import", book, "--db", db, "--node", tp, "--replace"}, admin_);
     EXPECT_EQ(free.code, 0) << free.err.toStdString();
+}
+
+namespace {
+// The energy received by every run of an interval, and the runs and feeders that carry it.
+struct RunTotals {
+    double received = 0;
+    int runs = 0, feeders = 0;
+};
+RunTotals Totals(ToznFDConnection& c, int sample)
+{
+    const QString of = QStringLiteral(" from \"LVResults\" r where r.\"SampleIdent\"=%1").arg(sample);
+    return {Scalar(c, QStringLiteral("select sum(w.\"Wa_gen\") from \"LVWResultsAdd\" w join \"LVResults\" r on "
+                                     "r.\"Ident\"=w.\"Ident\" where r.\"SampleIdent\"=%1")
+                          .arg(sample)),
+            static_cast<int>(Scalar(c, "select count(*)" + of)),
+            static_cast<int>(Scalar(c, "select count(distinct r.guid)" + of))};
+}
+}  // namespace
+
+TEST_F(OnServer, TwoWritersOnOverlappingNodesLeaveOneRunPerFeederAndTheSumsOfOneBatch)
+{
+    const QString db = DemoOnServer();
+    for (const char* user : {"writer1", "writer2"})
+        ASSERT_EQ(Ozn3({"users", "grant", user, "--db", db, "--role", "writer", "--password", "w"}, admin_).code, 0);
+    int enterprise = 0, district = 0, year = 0;
+    {
+        auto database = OpenDatabase(db);
+        ToznListItemCommon* pes = database->GetTree()->GetItems(0)->GetItems(0);
+        enterprise = pes->GetIdent();
+        district = pes->GetItems(0)->GetIdent();
+        year = static_cast<int>(Scalar(*database->GetDefaultConnection(),
+                                       "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    }
+    auto database = OpenDatabase(db);
+    ToznFDConnection& c = *database->GetDefaultConnection();
+    Exec(c, QStringLiteral("delete from \"LVResults\" where \"SampleIdent\"=%1").arg(year));
+    auto regime = [&](int node) {
+        return QStringList{"regime",  "--db", db, "--node", QString::number(node), "--sample", QString::number(year),
+                           "--middle"};
+    };
+    for (int round = 0; round < 3; ++round) {
+        QProcess one, two;
+        Start(one, regime(district), server_->Environment("writer1", "w"));
+        Start(two, regime(enterprise), server_->Environment("writer2", "w"));
+        const Outcome a = Finish(one), b = Finish(two);
+        EXPECT_EQ(a.code, 0) << a.err.toStdString();
+        EXPECT_EQ(b.code, 0) << b.err.toStdString();
+        const RunTotals t = Totals(c, year);
+        EXPECT_EQ(t.runs, t.feeders) << "round " << round;
+        EXPECT_TRUE(b.out.contains(QStringLiteral("Рассчитано линий: %1,").arg(t.runs))) << b.out.toStdString();
+    }
+    const RunTotals together = Totals(c, year);
+    // One batch alone gives the same sums.
+    ASSERT_EQ(Ozn3(regime(enterprise), server_->Environment("writer2", "w")).code, 0);
+    const RunTotals alone = Totals(c, year);
+    EXPECT_EQ(alone.runs, together.runs);
+    EXPECT_NEAR(together.received, alone.received, 1e-9 * alone.received);
+    EXPECT_GT(alone.received, 0);
+}
+
+TEST_F(OnServer, AWriterGivesItselfNoRightsAndTakesNoneOfTheOwnersAnAdministratorDoes)
+{
+    const QString db = DemoOnServer();
+    ASSERT_EQ(Ozn3({"users", "grant", "writer2", "--db", db, "--role", "writer", "--password", "w"}, admin_).code, 0);
+    const QProcessEnvironment writer = server_->Environment("writer2", "w");
+    const QString before = Ozn3({"users", "--db", db}, admin_).out;
+    for (const QStringList& args :
+         {QStringList{"users", "grant", "WRITER2", "--db", db, "--right", "12", "13", "14", "0"},
+          QStringList{"users", "revoke", "SYSDBA", "--db", db, "--right", "12"}}) {
+        const Outcome o = Ozn3(args, writer);
+        EXPECT_EQ(o.code, 1) << args.join(' ').toStdString();
+        EXPECT_TRUE(o.err.startsWith("Нет прав на управление пользователями")) << o.err.toStdString();
+    }
+    EXPECT_EQ(Ozn3({"users", "--db", db}, admin_).out, before);
+    // Without the right the W workbook is not saved either.
+    const QString book = folder_.Path("w.xlsx");
+    const QString tp = QString::number(
+        Scalar(*OpenDatabase(db)->GetDefaultConnection(), "select min(\"OwnerGUID\") from \"LVFiders\""));
+    ASSERT_EQ(Ozn3({"workbook", "write", "w", "--db", db, "--node", tp, "--sample", "1", book}, writer).code, 0);
+    const Outcome save = Ozn3({"workbook", "read", "w", "--db", db, book, "--save"}, writer);
+    EXPECT_TRUE((save.out + save.err).contains("Нет права на загрузку этой книги (право 12)") ||
+                (save.out + save.err).contains("Нет изменений"))
+        << (save.out + save.err).toStdString();
+
+    // An administrator the owner names gives the writer the right over the wire, and still not the owner's.
+    ASSERT_EQ(Ozn3({"users", "grant", "adm", "--db", db, "--role", "admin", "--password", "a"}, admin_).code, 0);
+    const QProcessEnvironment adm = server_->Environment("adm", "a");
+    const Outcome given = Ozn3({"users", "grant", "writer2", "--db", db, "--right", "12"}, adm);
+    EXPECT_EQ(given.code, 0) << given.err.toStdString();
+    EXPECT_TRUE(given.out.contains("WRITER2: роли writer; права 12")) << given.out.toStdString();
+    const Outcome role = Ozn3({"users", "grant", "reader9", "--db", db, "--role", "reader"}, adm);
+    EXPECT_EQ(role.code, 0) << role.err.toStdString();
+    EXPECT_EQ(Ozn3({"users", "revoke", "SYSDBA", "--db", db, "--right", "12"}, adm).code, 1);
+    EXPECT_TRUE(Ozn3({"users", "--db", db}, admin_).out.contains("ADM: роли admin, writer, reader"));
+}
+
+TEST_F(OnServer, DemoDbFillsAnExistingEmptyServerDatabaseAndRefusesAForeignOne)
+{
+    // Made by init-db: it takes the demo network.
+    const QString initialised = server_->Address(folder_.Path("init.fdb"));
+    ASSERT_EQ(Ozn3({"init-db", initialised}, admin_).code, 0);
+    const Outcome filled = Ozn3({"demo-db", initialised}, admin_);
+    EXPECT_EQ(filled.code, 0) << filled.err.toStdString();
+    EXPECT_TRUE(Ozn3({"stats", "--db", initialised}, admin_).out.contains("6 ТП: 192"));
+    // Made by the engine's own tool: a bare one is given the tables and filled, one with tables of another
+    // application is left alone.
+    const QString bare = folder_.Path("bare.fdb"), foreign = folder_.Path("foreign.fdb");
+    for (const QString& path : {bare, foreign}) {
+        QProcess isql;
+        isql.setProcessEnvironment(admin_);
+        isql.start("isql-fb", {"-q"});
+        isql.write(QStringLiteral("create database '%1' default character set UTF8;\n%2commit;\n")
+                       .arg(server_->Address(path), path == foreign ? "create table t (id integer);\n" : "")
+                       .toUtf8());
+        isql.closeWriteChannel();
+        ASSERT_TRUE(isql.waitForFinished(60000));
+        ASSERT_EQ(isql.exitCode(), 0) << isql.readAllStandardError().toStdString();
+    }
+    const Outcome given = Ozn3({"demo-db", server_->Address(bare)}, admin_);
+    EXPECT_EQ(given.code, 0) << given.err.toStdString();
+    EXPECT_TRUE(Ozn3({"stats", "--db", server_->Address(bare)}, admin_).out.contains("6 ТП: 192"));
+    EXPECT_TRUE(Ozn3({"users", "--db", server_->Address(bare)}, admin_).out.startsWith("SYSDBA (владелец)"));
+    const Outcome refused = Ozn3({"demo-db", server_->Address(foreign)}, admin_);
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(refused.err.contains("не пуста, но таблиц ОЗН 3 в ней нет")) << refused.err.toStdString();
 }
