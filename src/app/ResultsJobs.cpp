@@ -13,9 +13,11 @@
 #include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
+#include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
+#include "results/UnitPesResultsLV.h"
 
 namespace cli {
 
@@ -43,6 +45,8 @@ public:
             line_ += "null";
         line_ += ",\"Text\":";
         line_ += host::JsonString(node.Text()).toStdString();
+        line_ += ",\"Note\":";
+        line_ += host::JsonString(node.Note()).toStdString();
         for (size_t i = 0; i < columns_.size(); ++i) {
             line_ += keys_[i];
             Number(columns_[i]->Value(node.Record()));
@@ -107,9 +111,18 @@ int Results(const QStringList& args)
     }
     const std::vector<const TLVResultColumn*> columns = AllColumns();
     if (!xlsx.isEmpty()) {
+        // The summary workbook the results form writes: energy and power in one sheet, every level's rows with
+        // live formulas over the rows below.
         const QString title =
             QStringLiteral("Сводные результаты расчета  \"%1\" за %2").arg(tree.Text(), info->GetName());
-        if (!WriteResultsXlsx(xlsx, tree, columns, title, error)) {
+        const TNodeLV32 layout;
+        std::vector<const TLVResultColumn*> shown;
+        const QStringList hidden = ColorsLVResult::HiddenColumns();
+        for (const TLVResultColumn* c : layout.Columns(0))
+            if (!hidden.contains(c->Field))
+                shown.push_back(c);
+        if (!WriteResultsSummaryXlsx(xlsx, tree, shown, layout.SheetName(0), title, ColorsLVResult::VisibleRows(),
+                                     error)) {
             err(error);
             return 1;
         }

@@ -182,6 +182,9 @@ create table "LVResults" ("Ident" integer not null primary key,
   "sqrKfg" double precision,         /* squared shape factor; null for a maximum-load run */
   "Regime" smallint,                 /* 0 mean loads, 1 maximum load */
   "LoadMode" smallint,               /* 0 given loads, 1 head currents, 2 energy supplied */
+  "Kzap" double precision,           /* fill factor of the load curve the energy was computed with */
+  "Tau" double precision,            /* relative hours of greatest losses of that curve */
+  "Tmax" double precision,           /* hours of greatest load of that curve */
   /* A feeder has at most one run of an interval and calculation type: a second writer replaces the first
      one's run instead of adding its own beside it, or every sum over the network would count the feeder twice. */
   constraint "LVResults_Run" unique ("GUID", "SampleIdent", "CalcType"));

@@ -255,9 +255,8 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
         s.Values.insert(QStringLiteral("NodeK"), nameOf.value(l.Node2));
         s.Values.insert(QStringLiteral("SortIndexN"), sortOf.value(l.Node1));
         s.Values.insert(QStringLiteral("SortIndexK"), sortOf.value(l.Node2));
-        const bool connecting = l.Kind == TSectionKind::Connecting;
-        s.Values.insert(QStringLiteral("Marka"), connecting ? QString() : markaOf(l.Phase));
-        s.Values.insert(QStringLiteral("MarkaN"), connecting ? QString() : markaOf(l.Neutral));
+        s.Values.insert(QStringLiteral("Marka"), l.IsLink() ? QString() : markaOf(l.Phase));
+        s.Values.insert(QStringLiteral("MarkaN"), l.IsLink() ? QString() : markaOf(l.Neutral));
         s.Values.insert(QStringLiteral("Cable"),
                         l.Kind == TSectionKind::Cable ? QStringLiteral("Да") : QStringLiteral("Нет"));
         s.Values.insert(QStringLiteral("Phases"), PhasesText(l.Phases));

@@ -42,6 +42,10 @@ const AddedColumn kAdded[] = {
     {"LVPResultsL", "IC", "double precision"},
     {"LVPResultsL", "IN", "double precision"},
     {"LVPResultsL", "dQ", "double precision"},
+    // The load curve a run's energy was computed with.
+    {"LVResults", "Kzap", "double precision"},
+    {"LVResults", "Tau", "double precision"},
+    {"LVResults", "Tmax", "double precision"},
 };
 
 // Tables added since the first version, with the statement that creates each. The schema script creates them

@@ -22,13 +22,25 @@ int Consumption(Measure m, Basis b, Part p)
 }
 // Both known, or empty.
 double Minus(double a, double b) { return isEmptyFloat(a) || isEmptyFloat(b) ? EmptyFloat() : a - b; }
+
+// A value of a balance variant that the holder has no block of: 0, not unknown (a part without sections on the
+// utility's balance feeds no consumer of it and loses nothing in it).
+double ZeroIfAbsent(const TLVResultCustom& r, int variant, double value)
+{
+    return isEmptyFloat(value) && !r.HasBlocks(variant) && r.HasBlocks(VariantTotal) ? 0 : value;
+}
 }  // namespace
+
+double BlockValue(const TLVResultCustom& r, int field, int variant)
+{
+    return ZeroIfAbsent(r, variant, r.GetValue(field, variant));
+}
 
 double Receipt(const TLVResultCustom& r, Measure m, Part p) { return r.GetValue(FieldsOf(m, p).gen, VariantTotal); }
 
 double OutflowConsumption(const TLVResultCustom& r, Measure m, Basis b, Part p)
 {
-    return r.GetValue(Consumption(m, b, p), VariantOffBalance);
+    return ZeroIfAbsent(r, VariantOffBalance, r.GetValue(Consumption(m, b, p), VariantOffBalance));
 }
 
 double Outflow(const TLVResultCustom& r, Measure m, Basis b, Part p)
@@ -45,21 +57,27 @@ double Supply(const TLVResultCustom& r, Measure m, Basis b, Part p)
 
 double Useful(const TLVResultCustom& r, Measure m, Basis b, Part p)
 {
-    return r.GetValue(Consumption(m, b, p), VariantOnBalance);
+    return ZeroIfAbsent(r, VariantOnBalance, r.GetValue(Consumption(m, b, p), VariantOnBalance));
 }
 
 double LoadLosses(const TLVResultCustom& r, Measure m, int variant, Part p)
 {
-    return r.GetValue(FieldsOf(m, p).loss, variant);
+    return ZeroIfAbsent(r, variant, r.GetValue(FieldsOf(m, p).loss, variant));
 }
 
 double ActualLosses(const TLVResultCustom& r, Measure m, Part p)
 {
+    if (p == Part::Active)
+        if (const auto summed = r.Summed(m == Measure::Energy ? dvActualW : dvActualP))
+            return *summed;
     return Minus(Supply(r, m, Basis::Given, p), Useful(r, m, Basis::Given, p));
 }
 
 double Imbalance(const TLVResultCustom& r, Measure m, Part p)
 {
+    if (p == Part::Active)
+        if (const auto summed = r.Summed(m == Measure::Energy ? dvImbalanceW : dvImbalanceP))
+            return *summed;
     const double onBalance = LoadLosses(r, m, VariantOnBalance, p);
     return Minus(ActualLosses(r, m, p), isEmptyFloat(onBalance) ? 0 : onBalance);
 }
@@ -71,6 +89,8 @@ double AllowedImbalance(const TLVResultCustom& r, Measure m)
 
 double NonTechnical(const TLVResultCustom& r, Measure m)
 {
+    if (const auto summed = r.Summed(m == Measure::Energy ? dvNonTechnicalW : dvNonTechnicalP))
+        return *summed;
     const double imbalance = Imbalance(r, m), allowed = AllowedImbalance(r, m);
     if (isEmptyFloat(imbalance))
         return EmptyFloat();

@@ -10,7 +10,8 @@
 //   Фактический небаланс  Фактические потери − the load losses on the utility's balance
 //   Нетехнические потери  Фактический небаланс − Допустимый небаланс, when positive, else 0
 // Percentages are of Отпуск в сеть (given). So for every feeder and every sum: Прием = Отдача + Отпуск and
-// Отпуск = Полезный отпуск + Фактические потери.
+// Отпуск = Полезный отпуск + Фактические потери. The actual losses, the imbalance and the non-technical losses of
+// a sum of results are the sums of the results' own (each result's worked out from its blocks).
 #include "results/UnitLVResultsTree.h"
 
 namespace lvbalance {
@@ -19,6 +20,8 @@ enum class Measure { Energy, Power };  // thousand kWh over the interval, or kW 
 enum class Part { Active, Reactive };
 enum class Basis { Given, Calculated };  // consumption as metered, or as the regime calculated it
 
+// A block field of a balance variant; 0 where the holder has blocks but none of the variant (zero, not unknown).
+double BlockValue(const TLVResultCustom& r, int field, int variant);
 double Receipt(const TLVResultCustom& r, Measure m, Part p = Part::Active);
 // The consumption of the consumers behind the parts of other owners.
 double OutflowConsumption(const TLVResultCustom& r, Measure m, Basis b, Part p = Part::Active);

@@ -17,15 +17,8 @@ constexpr Measure kE = Measure::Energy, kP = Measure::Power;
 constexpr Part kR = Part::Reactive;
 constexpr Basis kGiven = Basis::Given, kCalc = Basis::Calculated;
 
-double V(R r, int field, int variant) { return r.GetValue(field, variant); }
+double V(R r, int field, int variant) { return BlockValue(r, field, variant); }
 double sum(double a, double b) { return AC_SumFloat(a, b); }
-
-// The power received by the whole balance over the head-section power by the measured phase values.
-double ksv(R r)
-{
-    const double received = deltaPgen(r, VariantTotal), reference = r.ReferencePower();
-    return isEmptyFloat(received) || isEmptyFloat(reference) || reference == 0 ? EmptyFloat() : received / reference;
-}
 
 void abonents(std::vector<TLVResultColumn>& c)
 {
@@ -65,7 +58,7 @@ void phases(std::vector<TLVResultColumn>& c, bool withKdp)
             {"Kdp", "Коэффициент дополнительных потерь|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKdp); }});
     c.push_back({"dUmax", "Максимальные потери напряжения|%", kValue, [](R r) { return r.dUmax(); }});
     c.push_back({"Krazv", "Коэффициент разветвления|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKrazv); }});
-    c.push_back({"Ksv", "Коэффициент Кн/м|о.е.", kValue, ksv});
+    c.push_back({"Ksv", "Коэффициент Кн/м|о.е.", kValue, [](R r) { return r.GetValueLVResult(rfKsv); }});
 }
 
 // The losses of one kind ("a" active / "r" reactive) per balance, with the active share in per cent.

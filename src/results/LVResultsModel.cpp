@@ -77,7 +77,9 @@ QVariant TLVResultsModel::data(const QModelIndex& index, int role) const
         return node->Level();
     if (index.column() == 0) {
         if (role == Qt::DisplayRole)
-            return node->Text();
+            return node->Caption();
+        if (role == Qt::ToolTipRole && !node->Note().isEmpty())
+            return node->Note();
         if (role == Qt::BackgroundRole && node->Level() < 7 && levelColor_)
             return QBrush(levelColor_(node->Level()));
         return {};

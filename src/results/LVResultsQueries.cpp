@@ -118,37 +118,63 @@ QString PeriodsWithResults(int level)
 
 // The rows of the stored results of an interval, one per balance row, with the result's values and the
 // balance row's power and energy: read from the interval's results only, the hierarchy being joined in
-// memory. The second text starts from the balance rows of one district (by its index), for the objects of a
-// district and below.
-#define OZN3_RESULT_ROWS(FROM)                                                                                         \
+// memory. The second text starts from the balance rows of one district (by its index); the third from an object
+// of a supply centre or below, through every LV feeder it owns.
+#define OZN3_RESULT_COLUMNS                                                                                            \
     "select mv.\"Ident\", mv.guid, pa.res, pa.\"Balance\", "                                                           \
     "mv.\"T\", mv.\"UA\", mv.\"UB\", mv.\"UC\", mv.\"IA\", mv.\"IB\", mv.\"IC\", "                                     \
     "mv.\"ImaxA\", mv.\"ImaxB\", mv.\"ImaxC\", mv.\"CosFiA\", mv.\"CosFiB\", mv.\"CosFiC\", mv.\"Temperature\", "      \
     "mv.\"U2A\", mv.\"U2B\", mv.\"U2C\", mv.\"Lm\", mv.\"L23\", mv.\"L1\", mv.\"Kdp\", mv.\"sqrKfg\", "                \
     "mv.\"Krazv\", mv.\"HeadEndSize\", mv.\"HeadEndLength\", mv.\"dWdop\", mv.\"dPdop\", "                             \
+    "mv.\"Kzap\", mv.\"Tau\", mv.\"Tmax\", "                                                                           \
     "wa.\"Wa_gen\", wa.\"Wr_gen\", wa.\"Wafakt\", wa.\"Wrfakt\", wa.\"Wacalc\", wa.\"Wrcalc\", wa.\"dWa\", "           \
     "wa.\"dWr\", pa.\"Pgen\", pa.\"Qgen\", pa.\"dP\", pa.\"dQ\", pa.\"Pfakt\", pa.\"Qfakt\", pa.\"Pcalc\", "           \
     "pa.\"Qcalc\", pa.\"LsumP\", pa.\"LsumC\", pa.\"LsumP_off\", pa.\"LsumC_off\", pa.\"NLineP\", pa.\"NLineC\", "     \
-    "pa.\"NLineP_off\", pa.\"NLineC_off\", pa.\"NAbonents\" " FROM                                                     \
+    "pa.\"NLineP_off\", pa.\"NLineC_off\", pa.\"NAbonents\" "
+#define OZN3_RESULT_TAIL                                                                                               \
     " join \"Periods\" per on per.\"Ident\"=sd.\"Period\" "                                                            \
     "join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" "                                                          \
     "left join \"LVWResultsAdd\" wa on wa.\"Ident\"=pa.\"Ident\" and wa.\"Balance\"=pa.\"Balance\" and wa.res=pa.res " \
     "where sd.\"SampleDate1\">=:sd1 and sd.\"SampleDate2\"<=:sd2 and sd.\"Period\"=:Period"
-const char* const sResultRows =
-    OZN3_RESULT_ROWS(" from \"SamplesDates\" sd join \"LVResults\" mv on mv.\"SampleIdent\"=sd.\"Ident\" "
-                     "and coalesce(mv.\"CalcType\", 0)=:CalcType");
-// For a district and below, the owners of each feeder come with its rows: the whole hierarchy is not read.
-const char* const sResultRowsOfRES = OZN3_RESULT_ROWS(
-    ", lf.guid, lf.\"OwnerGUID\", lf.\"Name\", nod.guid, nod.\"OwnerGUID\", nod.\"Name\", "
-    "f.guid, f.\"OwnerGUID\", f.\"Name\", s.guid, s.\"OwnerGUID\", s.\"Name\", c.guid, c.\"OwnerGUID\", "
+// The owners of each feeder that come with its rows, for a district and below: the whole hierarchy is not read.
+#define OZN3_FEEDER_OWNERS                                                                                             \
+    ", lf.guid, lf.\"OwnerGUID\", lf.\"Name\", nod.guid, nod.\"OwnerGUID\", nod.\"Name\", "                            \
+    "f.guid, f.\"OwnerGUID\", f.\"Name\", s.guid, s.\"OwnerGUID\", s.\"Name\", c.guid, c.\"OwnerGUID\", "              \
     "c.\"Name\", s.\"Unom\", nod.\"Transf\" "
+const char* const sResultRows = OZN3_RESULT_COLUMNS " from \"SamplesDates\" sd join \"LVResults\" mv on "
+                                                    "mv.\"SampleIdent\"=sd.\"Ident\" and coalesce(mv.\"CalcType\", 0)="
+                                                    ":CalcType" OZN3_RESULT_TAIL;
+const char* const sResultRowsOfRES = OZN3_RESULT_COLUMNS OZN3_FEEDER_OWNERS
     "from (select distinct pb.\"Ident\" from \"LVPResultsAdd\" pb where pb.res=:rGUID) sel "
     "join \"LVResults\" mv on mv.\"Ident\"=sel.\"Ident\" and coalesce(mv.\"CalcType\", 0)=:CalcType "
     "join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\" "
     "left join \"LVFiders\" lf on lf.guid=mv.guid left join \"Nodes\" nod on nod.guid=lf.\"OwnerGUID\" "
     "left join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" left join \"Sections\" s on "
-    "s.guid=f.\"OwnerGUID\" left join \"Centers\" c on c.guid=s.\"OwnerGUID\"");
-#undef OZN3_RESULT_ROWS
+    "s.guid=f.\"OwnerGUID\" left join \"Centers\" c on c.guid=s.\"OwnerGUID\"" OZN3_RESULT_TAIL;
+
+QString ResultRowsUnderObject(int level)
+{
+    // From the object down its ownership to its LV feeders (an LV feeder: itself), up to its supply centre for
+    // the owners' columns, then the feeders' results: every district's blocks of them.
+    static const char* const alias[8] = {"e", "p", "r", "c", "s", "f", "nod", "lf"};
+    static const char* const table[8] = {"\"AOEnergo\"", "pes",        "res",       "\"Centers\"",
+                                         "\"Sections\"", "\"Fiders\"", "\"Nodes\"", "\"LVFiders\""};
+    QString sql = QStringLiteral(OZN3_RESULT_COLUMNS OZN3_FEEDER_OWNERS "from %1 %2")
+                      .arg(QLatin1String(table[level]), QLatin1String(alias[level]));
+    for (int l = level + 1; l <= 7; ++l)
+        sql += QStringLiteral(" join %1 %2 on %2.\"OwnerGUID\"=%3.guid")
+                   .arg(QLatin1String(table[l]), QLatin1String(alias[l]), QLatin1String(alias[l - 1]));
+    for (int l = level - 1; l >= 3; --l)
+        sql += QStringLiteral(" join %1 %2 on %2.guid=%3.\"OwnerGUID\"")
+                   .arg(QLatin1String(table[l]), QLatin1String(alias[l]), QLatin1String(alias[l + 1]));
+    sql += QStringLiteral(" join \"LVResults\" mv on mv.guid=lf.guid and coalesce(mv.\"CalcType\", 0)=:CalcType and "
+                          "%1.guid=:GUID join \"SamplesDates\" sd on sd.\"Ident\"=mv.\"SampleIdent\"")
+               .arg(QLatin1String(alias[level]));
+    return sql + QStringLiteral(OZN3_RESULT_TAIL);
+}
+#undef OZN3_RESULT_COLUMNS
+#undef OZN3_RESULT_TAIL
+#undef OZN3_FEEDER_OWNERS
 
 // The top of the hierarchy: the utility, its enterprises and districts (few rows).
 const char* const sHierarchyTop = "select 0 as \"L\", guid, \"Name\", \"OwnerGUID\" from \"AOEnergo\" "

@@ -71,7 +71,7 @@ struct ResultRows {
 // the feeder's owners (ident, owner and name of the feeder, substation, 6-10 kV feeder, section and supply
 // centre), the section's voltage and the substation's transformer.
 constexpr int kIdentColumn = 0, kGuidColumn = 1, kResColumn = 2, kBalanceColumn = 3, kFirstValue = 4;
-constexpr int kFirstOwner = kFirstValue + ResultFieldCount + BlockFieldCount;
+constexpr int kFirstOwner = kFirstValue + ResultReadCount + BlockFieldCount;
 constexpr int kSectionUnom = kFirstOwner + 15, kTransformer = kSectionUnom + 1;
 
 // The owners of a row's feeder that the district query brings with it.
@@ -90,19 +90,24 @@ void addOwners(const TRows& q, TLVHierarchy& h)
     }
 }
 
-// The rows of the interval's results, gathered by result.
-std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int rGuid, int calcType, const QDateTime& sd1,
+// The rows of the interval's results, gathered by result: of every district for the utility and an enterprise,
+// of the results with a block of the district for a district, of every feeder the object owns below it.
+std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int guid, int calcType, const QDateTime& sd1,
                                  const QDateTime& sd2, int period, TLVHierarchy& h)
 {
     host::Progress& progress = host::progress();
     std::vector<ResultRows> results;
     progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
-    TRows q(connection, QString::fromUtf8(level >= 2 ? LVResultsSql::sResultRowsOfRES : LVResultsSql::sResultRows));
+    TRows q(connection, level >= 3   ? LVResultsSql::ResultRowsUnderObject(level)
+                        : level == 2 ? QString::fromUtf8(LVResultsSql::sResultRowsOfRES)
+                                     : QString::fromUtf8(LVResultsSql::sResultRows));
     q.Param(QStringLiteral("CalcType"), calcType);
     q.Param(QStringLiteral("sd1"), sd1).Param(QStringLiteral("sd2"), sd2);
     q.Param(QStringLiteral("Period"), period);
-    if (level >= 2)
-        q.Param(QStringLiteral("rGUID"), rGuid);
+    if (level == 2)
+        q.Param(QStringLiteral("rGUID"), guid);
+    if (level >= 3)
+        q.Param(QStringLiteral("GUID"), guid);
     progress.SetText(QStringLiteral("2.Основной SQl"));
     q.Open();
     progress.SetText(QStringLiteral("Чтение данных "));
@@ -122,10 +127,10 @@ std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int rG
         row.Ident = ident;
         row.RES = q.Int(kResColumn);
         row.Balance = q.Int(kBalanceColumn);
-        for (int f = 0; f < ResultFieldCount; ++f)
+        for (int f = 0; f < ResultReadCount; ++f)
             row.Result[f] = q.Float(kFirstValue + f);
         for (int f = 0; f < BlockFieldCount; ++f)
-            row.Block[f] = q.Float(kFirstValue + ResultFieldCount + f);
+            row.Block[f] = q.Float(kFirstValue + ResultReadCount + f);
     }
     return results;
 }
@@ -143,17 +148,15 @@ bool chainOf(const TLVHierarchy& h, int feeder, std::array<int, 8>& path)
     return h.Has(3, path[3]);
 }
 
-// Whether a balance row is of the object: the district's enterprise of the utility, the enterprise, the
-// district, or the object's district for an object below it that owns the feeder.
-bool rowOfObject(const TLVHierarchy& h, int level, int guid, int rGuid, const std::array<int, 8>& chain,
-                 const TLVResultRow& row)
+// Whether a district's blocks are under the object: the district's enterprise of the utility, the enterprise,
+// the district itself.
+bool districtUnder(const TLVHierarchy& h, int level, int guid, int res)
 {
-    const int pes = h.Owner(2, row.RES);
+    const int pes = h.Owner(2, res);
     switch (level) {
     case 0: return h.Owner(1, pes) == guid;
     case 1: return pes == guid;
-    case 2: return row.RES == guid;
-    default: return row.RES == rGuid && std::find(chain.begin() + 3, chain.end(), guid) != chain.end();
+    default: return res == guid;
     }
 }
 }  // namespace
@@ -166,7 +169,6 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
     TLVHierarchy h;
     // The utility and its enterprises need every object; a district and what it holds, only the owners of the
     // feeders its results name (brought by the query), itself and its district.
-    int rGuid = guid;
     QString name;
     if (level <= 1) {
         h.Read(connection);
@@ -175,13 +177,10 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
         TRows q(connection, QString::fromUtf8(LVResultsSql::sObjectWithDistrict[level]));
         q.Param(QStringLiteral("GUID"), guid);
         q.Open();
-        rGuid = 0;
-        if (q.Next()) {
+        if (q.Next())
             name = q.Str(0);
-            rGuid = q.Int(1);
-        }
     }
-    std::vector<ResultRows> read = readRows(connection, level, rGuid, calcType, sd1, sd2, period, h);
+    std::vector<ResultRows> read = readRows(connection, level, guid, calcType, sd1, sd2, period, h);
     // Results in the order of their feeders and idents; a result's rows by district, then balance kind.
     std::sort(read.begin(), read.end(), [](const ResultRows& a, const ResultRows& b) {
         return std::tie(a.feeder, a.ident) < std::tie(b.feeder, b.ident);
@@ -194,31 +193,53 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
         // Balance rows of a district or enterprise missing from the hierarchy are not the result's.
         std::erase_if(r.rows,
                       [&](const TLVResultRow& row) { return !h.Has(2, row.RES) || !h.Has(1, h.Owner(2, row.RES)); });
-        if (std::none_of(r.rows.begin(), r.rows.end(),
-                         [&](const TLVResultRow& row) { return rowOfObject(h, level, guid, rGuid, path, row); }))
+        if (r.rows.empty())
             continue;
         std::sort(r.rows.begin(), r.rows.end(), [](const TLVResultRow& a, const TLVResultRow& b) {
             return std::tie(a.RES, a.Balance) < std::tie(b.RES, b.Balance);
         });
-        // Above the supply centre the path follows the first balance row.
-        const int firstRes = r.rows.front().RES;
-        path[2] = firstRes;
-        path[1] = level <= 1 ? h.Owner(2, firstRes) : 0;
-        path[0] = level == 0 ? h.Owner(1, path[1]) : 0;
-        TLVPendingResult& pending = reading.Results.emplace_back();
-        pending.ident = r.ident;
-        pending.path = path;
         const QString typeTR = h.TransformerOf(path[6]);
         const double unom = h.SectionUnom(path[4]);
+        TLVResultRecord whole;
         for (TLVResultRow& row : r.rows) {
             ++reading.RowCount;
             row.NodGuid = path[6];
             row.TypeTR = typeTR;
             row.Unom = unom;
-            pending.record.ReadRow(row, r.ident != 0 && pending.record.ResultCount() == 0);
+            whole.ReadRow(row, r.ident != 0 && whole.ResultCount() == 0);
         }
-        pending.lastRow = reading.RowCount;
         std::vector<TLVResultRow>().swap(r.rows);  // the rows are in the record now
+        // The feeder's own district (by its supply centre) carries the run's values; the others their blocks.
+        const int ownerRes = h.Owner(3, path[3]);
+        whole.FinishResult(ownerRes);
+        const QList<int> districts = whole.Districts();
+        const int mainRes = districts.contains(ownerRes) ? ownerRes : districts.value(0);
+        if (level >= 3) {
+            // An object below a district shows its feeders whole, every district's part of them.
+            TLVPendingResult& pending = reading.Results.emplace_back();
+            pending.ident = r.ident;
+            pending.path = path;
+            pending.districts = districts;
+            pending.ownerRes = ownerRes;
+            pending.record = std::move(whole);
+            pending.lastRow = reading.RowCount;
+            continue;
+        }
+        // Above it, each district's blocks count in that district, wherever the feeder stands by ownership.
+        for (int res : districts) {
+            if (!districtUnder(h, level, guid, res))
+                continue;
+            TLVPendingResult& pending = reading.Results.emplace_back();
+            pending.ident = r.ident;
+            pending.path = path;
+            pending.path[2] = res;
+            pending.path[1] = level <= 1 ? h.Owner(2, res) : 0;
+            pending.path[0] = level == 0 ? h.Owner(1, pending.path[1]) : 0;
+            pending.districts = districts;
+            pending.ownerRes = ownerRes;
+            pending.record = whole.PartOfDistrict(res, res == mainRes);
+            pending.lastRow = reading.RowCount;
+        }
     }
     reading.Names = h.Names();
     if (level >= 2 && !reading.Names.contains(guid))

@@ -46,10 +46,11 @@ struct TLVResultsReading {
 };
 
 // The results of a calculation type under an object of a level for the samples of a period kind within a
-// date range. A result is taken when its feeder stands under a whole chain of owners up to a supply centre and
-// one of its balance rows is the object's: a row of a district of the utility (level 0), of the enterprise (1),
-// of the district itself (2), or of the object's district for an object below it (3 to 7) that owns the
-// feeder. Each result keeps those of its balance rows whose district and enterprise exist; its path of objects
-// above the supply centre is that of its first balance row (by district, then balance kind).
+// date range, of the feeders that stand under a whole chain of owners up to a supply centre. Each block counts in
+// the district that owns it: under the utility, an enterprise or a district a result is split into its
+// districts' parts, each placed under its own district (its feeder's path below the district by ownership), and
+// only the parts of the object's districts are taken; the run's own values (currents, lengths, the admissible
+// imbalance) stay with the part of the feeder's own district. An object below a district takes its feeders
+// whole. So a district opened alone shows what it shows in its enterprise's tree, and the districts add up.
 TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int guid, int calcType, const QDateTime& sd1,
                                 const QDateTime& sd2, int period);

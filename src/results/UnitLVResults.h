@@ -23,6 +23,8 @@ QString ResultsUnderObject(int level);
 QString PeriodsWithResults(int level);
 extern const char* const sResultRows;
 extern const char* const sResultRowsOfRES;
+// The result rows of every LV feeder an object of a supply centre or below owns (levels 3 to 7), with :GUID.
+QString ResultRowsUnderObject(int level);
 extern const char* const sHierarchy;
 extern const char* const sHierarchyTop;
 extern const char* const sObjectWithDistrict[8];

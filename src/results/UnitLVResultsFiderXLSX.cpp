@@ -74,7 +74,6 @@ public:
     void Write();
 
 private:
-    void NotApplicable(int at, const QString& number, const QString& label, const QString& kind, const QString& unit);
     int Row(int energyRow) const { return q_.energy || energyRow < 16 ? energyRow : energyRow - 5; }
     QString Cell(int column, int energyRow) const { return GetNameCell(column + 1, Row(energyRow)); }
     void Text(int energyRow, int column, const QString& text, lxw_format* format = nullptr);
@@ -309,9 +308,22 @@ void FiderSheet::BalanceTable()
     pair(46, {}, {}, calculated, useful(C, A), useful(C, Rr), false);
     pair(48, "4.1", w(QStringLiteral("в том числе: расход %1")), given, useful(G, A), useful(G, Rr), false);
     pair(50, {}, {}, calculated, useful(C, A), useful(C, Rr), false);
-    // The consumers' own parts are given away (row 2): the useful supply carries no losses of theirs.
-    NotApplicable(52, "4.2", w(QStringLiteral("Технические потери %1")), calculated, q.unitA);
-    NotApplicable(53, {}, {}, calculated, q.unitR);
+    // The consumers' own parts are given away (row 2): the useful supply carries no losses of theirs, and row 4.2
+    // is what row 4 holds beyond row 4.1 (calculated), 0 and shown as such.
+    for (const int at : {52, 53}) {
+        const bool active = at == 52;
+        if (active) {
+            Text(at, 0, QStringLiteral("4.2"), text_);
+            Text(at, 1, w(QStringLiteral("Технические потери %1")), text_);
+        }
+        Text(at, 2, calculated, text_);
+        Text(at, 3, active ? q.unitA : q.unitR, text_);
+        Text(at, 4, QStringLiteral("-"), text_);
+        Text(at, 5, QStringLiteral("-"), text_);
+        const int total = active ? 46 : 47, consumption = active ? 50 : 51;
+        // Rows 4 and 4.1 hold the same consumption, so the difference the spreadsheet finds is 0.
+        Formula(at, 6, QStringLiteral("%1-%2").arg(Cell(6, total), Cell(6, consumption)), quantity_, 0);
+    }
     pair(54, "5", w(QStringLiteral("Фактические потери %1")), {}, actual(A), actual(Rr), false);
     share(56, ofSupply, 54, 40);
     pair(57, "6", w(QStringLiteral("Технические потери %1, на балансе")), {}, losses(on, A), losses(on, Rr), false);
@@ -334,19 +346,6 @@ void FiderSheet::BalanceTable()
         {}, q.unitA, [m](R r) { return NonTechnical(r, m); }, false);
     share(68, ofSupply, 67, 40);
     share(69, ofActual, 67, 54);
-}
-
-void FiderSheet::NotApplicable(int at, const QString& number, const QString& label, const QString& kind,
-                               const QString& unit)
-{
-    if (!number.isEmpty())
-        Text(at, 0, number, text_);
-    if (!label.isEmpty())
-        Text(at, 1, label, text_);
-    Text(at, 2, kind, text_);
-    Text(at, 3, unit, text_);
-    for (int c = 4; c <= 6; ++c)
-        Text(at, c, QStringLiteral("-"), text_);
 }
 
 void FiderSheet::LineTable()

@@ -2,11 +2,13 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <cmath>
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
+#include "results/LVBalance.h"
 #include "results/LVResultsReading.h"
 #include "results/UnitLVResults.h"
 
@@ -68,17 +70,9 @@ double TLVResultCustom::dUmax() const
     return result;
 }
 
-double TLVResultCustom::ReferencePower() const
-{
-    double result = EmptyFloat();
-    for (int p = 0; p < 3; ++p) {
-        const double u = GetValueLVResult(rfUA + p), i = GetValueLVResult(rfIA + p),
-                     cos = GetValueLVResult(rfCosFiA + p);
-        if (!isEmptyFloat(u) && !isEmptyFloat(i) && !isEmptyFloat(cos))
-            result = AC_SumFloat(result, u * i * cos / 1000);
-    }
-    return result;
-}
+std::optional<double> TLVResultCustom::Summed(int) const { return std::nullopt; }
+
+bool TLVResultCustom::HasBlocks(int) const { return false; }
 
 QString TLVResultCustom::MethodName() const
 {
@@ -91,6 +85,9 @@ QString TLVResultCustom::MethodName() const
 
 double TLVResultCustom::Kzap() const
 {
+    // The fill factor the run used, where it keeps it.
+    if (const double stored = GetValueLVResult(rfKzap); !isEmptyFloat(stored))
+        return stored;
     if (Mode == 2) {
         const double w = GetValue(bfWa_gen, VariantTotal), p = GetValue(bfPgen, VariantTotal),
                      t = GetValueLVResult(rfT);
@@ -106,12 +103,17 @@ double TLVResultCustom::Kzap() const
 
 double TLVResultCustom::Tau() const
 {
+    // The τ the run's energy was computed with, where it keeps it.
+    if (const double stored = GetValueLVResult(rfTau); !isEmptyFloat(stored))
+        return stored;
     const double k = Kzap();
     return isEmptyFloat(k) ? EmptyFloat() : (k + 2 * k * k) / 3;
 }
 
 double TLVResultCustom::Tmax() const
 {
+    if (const double stored = GetValueLVResult(rfTmax); !isEmptyFloat(stored))
+        return stored;
     const double k = Kzap(), t = GetValueLVResult(rfT);
     return isEmptyFloat(k) || isEmptyFloat(t) ? EmptyFloat() : k * t;
 }
@@ -171,7 +173,11 @@ TLVResultRow::TLVResultRow() : Unom(EmptyFloat())
     Block.fill(EmptyFloat());
 }
 
-TLVResultRecord::TLVResultRecord() { sums_.fill(EmptyFloat()); }
+TLVResultRecord::TLVResultRecord()
+{
+    sums_.fill(EmptyFloat());
+    derived_.fill(EmptyFloat());
+}
 
 void TLVResultRecord::ReadRow(const TLVResultRow& row, bool firstRowOfResult)
 {
@@ -227,6 +233,84 @@ void TLVResultRecord::AddRecord(const TLVResultRecord& other)
     results_ += other.results_;
     if (TypeTR.isEmpty())
         TypeTR = other.TypeTR;
+    const std::array<double, DerivedCount> added = other.DerivedValues();
+    for (int i = 0; i < DerivedCount; ++i)
+        derived_[i] = AC_SumFloat(derived_[i], added[i]);
+    derivedSummed_ = true;
+}
+
+std::array<double, DerivedCount> TLVResultRecord::DerivedValues() const
+{
+    using namespace lvbalance;
+    std::array<double, DerivedCount> v;
+    v[dvActualW] = ActualLosses(*this, Measure::Energy);
+    v[dvActualP] = ActualLosses(*this, Measure::Power);
+    v[dvImbalanceW] = Imbalance(*this, Measure::Energy);
+    v[dvImbalanceP] = Imbalance(*this, Measure::Power);
+    v[dvNonTechnicalW] = NonTechnical(*this, Measure::Energy);
+    v[dvNonTechnicalP] = NonTechnical(*this, Measure::Power);
+    return v;
+}
+
+QList<int> TLVResultRecord::Districts() const
+{
+    QList<int> districts;
+    for (const TLVBalanceBlock& b : blocks_)
+        if (!districts.contains(b.RES))
+            districts << b.RES;
+    return districts;
+}
+
+TLVResultRecord TLVResultRecord::PartOfDistrict(int res, bool withRunValues) const
+{
+    TLVResultRecord part = *this;
+    part.resIdx_ = -1;
+    part.resList_.clear();
+    std::erase_if(part.blocks_, [res](const TLVBalanceBlock& b) { return b.RES != res; });
+    if (!withRunValues) {
+        part.sums_.fill(EmptyFloat());
+        part.counts_.fill(0);
+    }
+    part.Owners.RES = res;
+    part.derivedSummed_ = false;
+    part.derived_ = part.DerivedValues();
+    part.derivedSummed_ = true;
+    return part;
+}
+
+void TLVResultRecord::FinishResult(int mainRes)
+{
+    // Кн/м of the run: the relative power loss (per cent of the head power) over the greatest relative voltage
+    // loss (per cent), as the feeder editor relates them.
+    const double lossShare = Percent(GetValue(bfdP, VariantTotal), GetValue(bfPgen, VariantTotal));
+    const double du = dUmax();
+    sums_[rfKsv] = isEmptyFloat(lossShare) || isEmptyFloat(du) || du <= 0 ? EmptyFloat() : lossShare / du;
+    counts_[rfKsv] = isEmptyFloat(sums_[rfKsv]) ? 0 : 1;
+    // The derived quantities of a result are those of its parts by district, as each district's tree shows them.
+    const QList<int> districts = Districts();
+    if (!districts.contains(mainRes))
+        mainRes = districts.value(0);
+    derived_.fill(EmptyFloat());
+    for (int res : districts) {
+        const TLVResultRecord part = PartOfDistrict(res, res == mainRes);
+        for (int i = 0; i < DerivedCount; ++i)
+            derived_[i] = AC_SumFloat(derived_[i], part.derived_[i]);
+    }
+    derivedSummed_ = true;
+}
+
+std::optional<double> TLVResultRecord::Summed(int which) const
+{
+    // A district's view of a feeder works its values out from that district's blocks.
+    if (!derivedSummed_ || resIdx_ >= 0 || which < 0 || which >= DerivedCount)
+        return std::nullopt;
+    return derived_[which];
+}
+
+bool TLVResultRecord::HasBlocks(int variant) const
+{
+    return std::any_of(blocks_.begin(), blocks_.end(),
+                       [variant](const TLVBalanceBlock& b) { return inVariant(b.Balance, variant); });
 }
 
 void TLVResultRecord::BuildResList()
@@ -309,6 +393,7 @@ TLVResultRecord TLVResultRecord::OfKind(int kind) const
     TLVResultRecord copy = *this;
     copy.resIdx_ = -1;
     copy.resList_.clear();
+    copy.derivedSummed_ = false;
     std::erase_if(copy.blocks_, [kind](const TLVBalanceBlock& b) { return !inVariant(b.Balance, kind); });
     return copy;
 }
@@ -318,6 +403,7 @@ TLVResultRecord TLVResultRecord::LastBlockOnly() const
     TLVResultRecord copy = *this;
     copy.resIdx_ = -1;
     copy.resList_.clear();
+    copy.derivedSummed_ = false;
     if (!copy.blocks_.empty())
         copy.blocks_.erase(copy.blocks_.begin(), copy.blocks_.end() - 1);
     return copy;
@@ -382,11 +468,11 @@ TLVFiderIdents& TFiders_LV::AddRecord(int fiderGuid, int ident, const TLVResultR
 
 void TFiders_LV::AddLeaf(const TLVFiderIdents& leaf)
 {
-    const TLVFiderIdents*& entry = byGuid_[leaf.GUID()];
-    if (entry)
+    // A feeder split over districts has a leaf under each: the parts are disjoint, each is taken once.
+    if (leaves_.contains(&leaf))
         return;
-    entry = &leaf;
-    items_.push_back(entry);
+    leaves_.insert(&leaf);
+    items_.push_back(&leaf);
 }
 
 TLVFiderIdents& TFiders_LV::AddLVFider(int fiderGuid, int ident, const TLVResultRecord& record)
@@ -544,24 +630,38 @@ void TPesResultsLV::SumRecords()
         record_ = sum;
 }
 
-void TPesResultsLV::AddResult(const std::array<int, 8>& path, int ident, TLVResultRecord record,
-                              const QHash<int, QString>& names)
+void TPesResultsLV::AddResult(TLVPendingResult& result, const QHash<int, QString>& names)
 {
+    const std::array<int, 8>& path = result.path;
+    auto districtName = [&](int res) { return QStringLiteral("РЭС «%1»").arg(names.value(res)); };
     // The path from the object down to its LV feeder, created as needed.
     TPesResultsLV* leaf = this;
     for (int level = level_ + 1; level <= 7; ++level) {
+        const bool created = !leaf->FindGUID(path[level]);
         leaf = leaf->Ensure(level, path[level], names.value(path[level]));
         if (level <= 1 && !leaf->fidersLV_)
             leaf->fidersLV_ = std::make_unique<TFiders_LV>();
+        // A supply centre of another district stands under this one for a part of a feeder balanced here.
+        if (created && level == 3 && level_ <= 2 && path[2] != result.ownerRes && result.ownerRes != 0)
+            leaf->note_ = QStringLiteral("ЦП %1").arg(districtName(result.ownerRes));
     }
+    if (result.districts.size() > 1 && leaf->note_.isEmpty()) {
+        QStringList others;
+        for (int res : result.districts)
+            if (level_ > 2 || res != path[2])
+                others << districtName(res);
+        leaf->note_ = (level_ > 2 ? QStringLiteral("общая линия: %1") : QStringLiteral("общая линия, часть также в %1"))
+                          .arg(others.join(QStringLiteral(", ")));
+    }
+    TLVResultRecord& record = result.record;
     record.Level = 7;
     if (!leaf->fiderIdents_)
         leaf->fiderIdents_ = std::make_unique<TLVFiderIdents>(leaf->guid_);
-    leaf->fiderIdents_->Ident(ident).AddRecord(record, 7);
+    leaf->fiderIdents_->Ident(result.ident).AddRecord(record, 7);
     leaf->record_.AddRecord(record);
     leaf->record_.Owners = record.Owners;
     leaf->record_.TypeTR = record.TypeTR;
-    // Ancestors of level 0 and 1 list the feeder once, with the results its leaf holds.
+    // Ancestors of level 0 and 1 list each leaf once, with the results it holds.
     for (TPesResultsLV* a = leaf->parent_; a; a = a->parent_)
         if (a->fidersLV_)
             a->fidersLV_->AddLeaf(*leaf->fiderIdents_);
@@ -605,7 +705,7 @@ void TPesResultsLV::Build(int level, int guid, const QString& text, std::vector<
         }
         if (r.record.ResultCount() == 0)
             continue;
-        AddResult(r.path, r.ident, std::move(r.record), names);
+        AddResult(r, names);
     }
     results.clear();
     progress.SetText(QStringLiteral("Обработка данных (сортировка)"));

@@ -6,6 +6,7 @@
 #include <QString>
 #include <array>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "host/SamplePeriods.h"
@@ -72,8 +73,17 @@ enum TLVResultField {
     rfHeadEndLength,
     rfdWdop,
     rfdPdop,
+    rfKzap,  // the load curve the run's energy was computed with (empty for runs stored without it)
+    rfTau,
+    rfTmax,
+    ResultReadCount,  // the fields above are read from "LVResults"; those below are worked out from a result
+    rfKsv = ResultReadCount,
     ResultFieldCount
 };
+// Quantities each result works out from its own blocks, and that sum over results as they are: a parent's
+// actual losses, imbalance and non-technical losses are the sums of its children's, not a new difference of
+// its sums (the non-technical part is not negative for any feeder, whatever the others are).
+enum TLVDerived { dvActualW, dvActualP, dvImbalanceW, dvImbalanceP, dvNonTechnicalW, dvNonTechnicalP, DerivedCount };
 // Balance variants: 0 on the utility's balance, 4 not on it, 5 both.
 constexpr int VariantOnBalance = 0, VariantOffBalance = 4, VariantTotal = 5;
 
@@ -129,8 +139,11 @@ public:
     virtual TOwnersRes GetOwnersRes(int index) const { return Owners; }
     virtual void SetResIdx(int index) {}
     virtual double dUmax() const;
-    // The head-section power by the measured phase values (sum of U·I·cos φ), kW.
-    virtual double ReferencePower() const;
+    // The value of a derived quantity summed over the results the holder stands for; none when it is worked out
+    // from the holder's blocks instead.
+    virtual std::optional<double> Summed(int which) const;
+    // Whether any balance block of a variant is there.
+    virtual bool HasBlocks(int variant) const;
 
     // Indicators; every one is empty when an operand is empty or a divisor is zero.
     double Kzap() const;
@@ -159,11 +172,21 @@ public:
     // Adds another record's values: energies, powers, lengths and counts add up; the regime values
     // are kept as means, the hours as the longest.
     void AddRecord(const TLVResultRecord& other);
+    // Once a result's rows are read: works out what the result stands for as a whole (its coefficient Кн/м, the
+    // derived quantities), so that sums add the results' own values.
+    void FinishResult(int mainRes);
+    // Keeps only the blocks of a district (a result split over districts); the run's own values stay with the
+    // part that carries them (`withRunValues`), the others carry blocks only.
+    TLVResultRecord PartOfDistrict(int res, bool withRunValues) const;
+    // The districts of the record's blocks, in order.
+    QList<int> Districts() const;
     // Builds the per-RES list at level 7.
     void BuildResList();
 
     double GetValue(int field, int variant) const override;
     double GetValueLVResult(int field) const override;
+    std::optional<double> Summed(int which) const override;
+    bool HasBlocks(int variant) const override;
     int CountRes() const override;
     TOwnersRes GetOwnersRes(int index) const override;
     void SetResIdx(int index) override;
@@ -189,6 +212,10 @@ private:
     int wholeRes_ = 0;  // the owners' RES of the whole feeder, while a RES of the list is current
     std::array<double, ResultFieldCount> sums_;
     std::array<int, ResultFieldCount> counts_{};
+    // The derived quantities of this record: summed over results, or worked out from its blocks.
+    std::array<double, DerivedCount> DerivedValues() const;
+    std::array<double, DerivedCount> derived_;
+    bool derivedSummed_ = false;  // derived_ holds sums over results (else worked out from the blocks)
     int results_ = 0;
 };
 
@@ -245,6 +272,7 @@ public:
         items_.clear();
         owned_.clear();
         byGuid_.clear();
+        leaves_.clear();
     }
 
 private:
@@ -252,6 +280,7 @@ private:
     std::vector<const TLVFiderIdents*> items_;
     std::vector<std::unique_ptr<TLVFiderIdents>> owned_;
     QHash<int, const TLVFiderIdents*> byGuid_;
+    QSet<const TLVFiderIdents*> leaves_;
 };
 
 // A stored result gathered from its rows, with the idents of the objects above it (one per level, from the
@@ -261,6 +290,8 @@ struct TLVPendingResult {
     int ident = 0;
     int lastRow = 0;
     TLVResultRecord record;
+    QList<int> districts;  // every district the whole result has blocks of
+    int ownerRes = 0;      // the district of the feeder's supply centre
 };
 
 // A node of the results tree: one object of the hierarchy with its record and children.
@@ -275,6 +306,11 @@ public:
     TPesResultsLV* Child(int i) const { return children_.at(i).get(); }
     TLVResultRecord& Record() { return record_; }
     const TLVResultRecord& Record() const { return record_; }
+    // What the user must know besides the name: the other districts a shared feeder's parts are in, or the
+    // district a supply centre belongs to when it stands under another district for a part of a feeder there.
+    QString Note() const { return note_; }
+    // The name with its note, as the grid, the reports and the workbooks show it.
+    QString Caption() const { return note_.isEmpty() ? text_ : QStringLiteral("%1 (%2)").arg(text_, note_); }
 
     // Finds the object's level and builds the tree of its results; false ("Не найден GUID") when nothing
     // is stored under it.
@@ -338,12 +374,12 @@ public:
 private:
     TPesResultsLV* Ensure(int level, int guid, const QString& text);
     // Places one stored result under its LV feeder (path: the idents of the levels below this node).
-    void AddResult(const std::array<int, 8>& path, int ident, TLVResultRecord record, const QHash<int, QString>& names);
+    void AddResult(TLVPendingResult& result, const QHash<int, QString>& names);
     void SumRecords();
     void SetNormative(const QHash<int, double>& byGuid, QSet<int>& counted);
     QString Formula(const QString& word, int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
     int level_, guid_;
-    QString text_;
+    QString text_, note_;
     TPesResultsLV* parent_;
     std::vector<std::unique_ptr<TPesResultsLV>> children_;
     QHash<int, TPesResultsLV*> childByGuid_;  // the first child of each ident

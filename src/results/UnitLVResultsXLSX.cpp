@@ -137,7 +137,7 @@ void ResultsSheet::WriteName(const TPesResultsLV& node, lxw_format* format)
     if (numbered_)
         worksheet_write_number(sheet_, row_, 0, ++number_, nullptr);
     worksheet_write_string(sheet_, row_, static_cast<lxw_col_t>(first_ - 1),
-                           utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Text()).constData(), format);
+                           utf8(QString(node.Level() * 2, QLatin1Char(' ')) + node.Caption()).constData(), format);
 }
 
 void ResultsSheet::WriteValue(const TPesResultsLV& node, size_t c)

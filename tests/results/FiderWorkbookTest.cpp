@@ -126,7 +126,9 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
         EXPECT_GT(at(57), 0);
         EXPECT_LT(at(59), 40);  // load losses, per cent of what went into the network
     }
-    EXPECT_EQ(energy.text.value("G52"), "-");  // the useful supply carries no losses of other owners
+    // The useful supply carries no losses of other owners: row 4.2 is row 4 less row 4.1, live.
+    EXPECT_EQ(FormulaCells(book, 1).value("G52").formula, "G46-G50");
+    EXPECT_EQ(energy.text.value("E52"), "-");
     // A spreadsheet that recalculates finds the numbers already there.
     EXPECT_GE(ExpectFormulasAsRecalculated(book, 1), 25);
     EXPECT_GE(ExpectFormulasAsRecalculated(book, 2), 25);

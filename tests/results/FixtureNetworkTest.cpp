@@ -164,7 +164,8 @@ TEST_F(Fixture, EveryBalanceColumnOfTheFeedersAndOfTheirSum)
                    {"NAbonents0", 40},
                    {"NAbonents4", 6},
                    {"NAbonents", 46}});
-    // Л-2, stored without a calculation type, is shown as type 0; wholly on the balance it gives nothing away.
+    // Л-2, stored without a calculation type, is shown as type 0; wholly on the balance it gives nothing away and
+    // loses nothing off it (0, not unknown); its reactive receipt was not stored (unknown).
     ExpectColumns(EnergyColumns(), *l2,
                   {{"Wa_gen", 42},
                    {"Wr_gen", kNone},
@@ -173,7 +174,7 @@ TEST_F(Fixture, EveryBalanceColumnOfTheFeedersAndOfTheirSum)
                    {"WaFact", 38},
                    {"dW", 2},
                    {"dWtech", 1},
-                   {"dWa4", kNone},
+                   {"dWa4", 0},
                    {"dWa_P", 2.0 / 42 * 100}});
     // The substation: the sums of both, and the shares of the sums.
     ExpectColumns(EnergyColumns(), *tp,
@@ -245,7 +246,9 @@ TEST_F(Fixture, TheFeederWorkbookBalanceTableCellByCell)
         ASSERT_EQ(at(cell).typeId(), QMetaType::Double) << cell;
         EXPECT_NEAR(at(cell).toDouble(), value, 1e-9 * std::max(1.0, value)) << cell;
     }
-    EXPECT_EQ(at("G52").toString(), "-");
+    // Row 4.2: what row 4 holds beyond row 4.1, none.
+    EXPECT_DOUBLE_EQ(at("G52").toDouble(), 0);
+    EXPECT_EQ(at("E52").toString(), "-");
     EXPECT_EQ(at("E40").toString(), "-");
     // LibreOffice computes the same shares (no phase averages: the fixture has no phase values).
     EXPECT_GE(ExpectFormulasAsRecalculated(book, 1), 20);

@@ -50,16 +50,21 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
     ASSERT_TRUE(Open(tree, root, error)) << error.toStdString();
     EXPECT_EQ(tree.Level(), 0);
     EXPECT_NEAR(tree.Record().GetValue(bfWa_gen, VariantTotal), Db(kSumOfYear.arg(year_.Ident).arg("")), 1e-6);
-    const int lvCount = static_cast<int>(Db(QStringLiteral("select count(distinct guid) from \"LVResults\" where "
-                                                           "\"SampleIdent\"=%1")
-                                                .arg(year_.Ident)));
+    // A feeder stands under each district it has blocks of, with that district's blocks.
+    const int lvCount = static_cast<int>(
+        Db(QStringLiteral("select count(*) from (select distinct mv.guid, pa.res from \"LVResults\" mv join "
+                          "\"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1)")
+               .arg(year_.Ident)));
     int leaves = 0;
     tree.ForEach([&](TPesResultsLV& node) {
         if (node.ChildCount() == 0) {
             ++leaves;
             EXPECT_EQ(node.Level(), 7);
+            const int district = node.ParentNode(2)->GUID();
             EXPECT_NEAR(node.Record().GetValue(bfWa_gen, VariantTotal),
-                        Db(kSumOfYear.arg(year_.Ident).arg(QStringLiteral("and mv.guid=%1").arg(node.GUID()))), 1e-9);
+                        Db(kSumOfYear.arg(year_.Ident)
+                               .arg(QStringLiteral("and mv.guid=%1 and wa.res=%2").arg(node.GUID()).arg(district))),
+                        1e-9);
             return;
         }
         // Every node holds the sum of its children, per balance variant.
@@ -76,7 +81,7 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
     });
     EXPECT_EQ(leaves, lvCount);
 
-    // The utility keeps its LV feeders once each; their sum is the utility's value.
+    // The utility keeps each part of its LV feeders once; their sum is the utility's value.
     ASSERT_NE(tree.Fiders(), nullptr);
     EXPECT_EQ(tree.Fiders()->CountLVFiders(), lvCount);
     EXPECT_EQ(tree.Fiders()->GetItemLVFider(0).Count(), 1);  // one result a year per feeder
@@ -299,17 +304,7 @@ TEST_F(Tree, ValuesOfOneBalanceKind)
     EXPECT_NEAR(Rekv(r), r.GetValue(bfdP, VariantTotal) * 1000 / (3 * i * i), 1e-9);
 }
 
-namespace {
-const TLVResultColumn& column(const char* field)
-{
-    for (const TLVResultColumn* c : AllColumns())
-        if (c->Field == QLatin1String(field))
-            return *c;
-    throw std::logic_error(field);
-}
-}  // namespace
-
-TEST_F(Tree, ProgressMethodsAndTheReferencePowerOfKsv)
+TEST_F(Tree, ProgressTextsAndMethodsOfTheLoadFactor)
 {
     // One feeder's result is stored without the form factor: its load factor comes from energy and power.
     const int feeder = static_cast<int>(
@@ -351,23 +346,15 @@ TEST_F(Tree, ProgressMethodsAndTheReferencePowerOfKsv)
     const TLVResultRecord& r = leaf->Record();
     EXPECT_EQ(r.Mode, 2);
     EXPECT_EQ(r.MethodName(), "Метод числа часов наибольших потерь");
-    EXPECT_NEAR(r.Kzap(), r.GetValue(bfWa_gen, VariantTotal) / r.GetValue(bfPgen, VariantTotal) / 8760 * 1000, 1e-12);
+    // The fill factor the maximum-load run used: its hours of greatest load over the hours of the year.
+    EXPECT_NEAR(r.Kzap(),
+                Db(QStringLiteral("select \"Tmax\" / \"T\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
+                       .arg(feeder)
+                       .arg(year_.Ident)),
+                1e-12);
     EXPECT_EQ(other->Record().Mode, 0);
     EXPECT_EQ(other->Record().MethodName(), "Метод средних нагрузок");
     EXPECT_EQ(tree.Record().MethodName(), "Различные методы");  // the utility sums results of both kinds
-
-    // Ksv: the power received over the head-section power by the stored phase values.
-    const QString phase = QStringLiteral("select \"U%1\"*\"I%1\"*\"CosFi%1\"/1000 from \"LVResults\" where guid=%2 and "
-                                         "\"SampleIdent\"=%3");
-    double reference = 0;
-    for (const char* p : {"A", "B", "C"})
-        reference += Db(phase.arg(QLatin1String(p)).arg(feeder).arg(year_.Ident));
-    EXPECT_NEAR(r.ReferencePower(), reference, 1e-9);
-    EXPECT_NEAR(column("Ksv").Value(r), r.GetValue(bfPgen, VariantTotal) / reference, 1e-12);
-    struct NoPhases : TLVResultRecord {
-        double GetValueLVResult(int) const override { return EmptyFloat(); }
-    } empty;
-    EXPECT_TRUE(std::isnan(column("Ksv").Value(empty)));
 }
 
 TEST_F(Tree, NormativeLossesOfEveryNode)

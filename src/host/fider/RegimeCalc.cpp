@@ -29,7 +29,7 @@ TRegimeSettings::TRegimeSettings()
     U.fill(e);
     HeadCurrent.fill(e);
     Imax.fill(e);
-    SqrKfg = TauRel = Tmax = Wa = FiderWa = e;
+    SqrKfg = TauRel = Tmax = Kzap = Wa = FiderWa = e;
 }
 
 TBalanceBlock::TBalanceBlock()
@@ -44,6 +44,7 @@ TFiderFigures::TFiderFigures()
 {
     const double e = kEmpty;
     T = Lm = L23 = L1 = HeadEndSize = HeadEndLength = Krazv = Kdp = SqrKfg = Temperature = dPdop = dWdop = e;
+    Kzap = Tau = Tmax = e;
     U.fill(e);
     I.fill(e);
     Imax.fill(e);
@@ -347,13 +348,16 @@ private:
         for (const TLine038& line : f_.Lines) {
             TBalanceBlock& b = Block(f_.ResOf(line), BalanceKind(line.Owner));
             const double length = std::isfinite(line.Length) ? line.Length : 0;
-            // Connecting lines are neither overhead nor cable and are not counted as lines.
-            if (line.Kind == TSectionKind::Overhead) {
-                ++(line.SwitchedOn ? b.NLineP : b.NLineP_off);
-                (line.SwitchedOn ? b.LsumP : b.LsumP_off) += length;
-            } else if (line.Kind == TSectionKind::Cable) {
+            // A connecting line counts with the lines of its conductor's construction; one without a conductor is
+            // a link, not a line.
+            if (line.IsLink())
+                continue;
+            if (line.IsCableBuilt()) {
                 ++(line.SwitchedOn ? b.NLineC : b.NLineC_off);
                 (line.SwitchedOn ? b.LsumC : b.LsumC_off) += length;
+            } else {
+                ++(line.SwitchedOn ? b.NLineP : b.NLineP_off);
+                (line.SwitchedOn ? b.LsumP : b.LsumP_off) += length;
             }
         }
         for (int pos = 1; pos < topology_.Count(); ++pos) {
@@ -387,6 +391,14 @@ private:
         const TLine038* head = topology_.HeadEnd >= 0 ? &f_.Lines[topology_.HeadEnd] : nullptr;
         TBalanceBlock& headBlock = head ? Block(f_.ResOf(*head), BalanceKind(head->Owner)) : Block(f_.Res, kBalanceOn);
         const int headRes = headBlock.Res, headBalance = headBlock.Balance;
+        // Zero is not unknown: a part that feeds no consumer consumed nothing, and a feeder without a part on
+        // the utility's balance has a useful supply of 0, stored as such.
+        if (std::none_of(blocks_.begin(), blocks_.end(),
+                         [](const auto& kb) { return kb.second.Balance == kBalanceOn; }))
+            Block(headRes, kBalanceOn);
+        for (auto& [key, b] : blocks_)
+            if (b.NAbonents == 0)
+                b.Pfakt = b.Qfakt = b.Wafakt = b.Wrfakt = 0;
         double received = 0;
         for (auto& [key, b] : blocks_) {
             b.Pgen = b.Pcalc + b.dP;
@@ -417,6 +429,7 @@ private:
         g.Kdp = s_.Kdp;
         g.SqrKfg = run_.Energy.SqrKfg;
         const double kzap = positive(s_.SqrKfg) && 3 * s_.SqrKfg - 2 > 0 ? 1 / (3 * s_.SqrKfg - 2) : kEmpty;
+        LoadCurve(kzap);
         const double du = r.GetDeltaUmax(s_.U);
         for (int k = 0; k < 3; ++k) {
             g.I[k] = r.HeadI[k];
@@ -445,6 +458,23 @@ private:
             g.Krazv = (r.LossP / p * 100) / du * cos2 * (1 + xr * q / p);
         }
         AdmissibleImbalance();
+    }
+
+    // The load curve as the run used it. Maximum load: τ and Tmax as given, the fill factor Tmax / T. Mean load:
+    // the fill factor as given (else the one of the shape factor), τ = Kz²·Kf² (the loss hours of the greatest
+    // load that give the same energy) and Tmax = Kz·T.
+    void LoadCurve(double kzapOfShape)
+    {
+        TFiderFigures& g = run_.Figures;
+        if (s_.Regime == TRegimeKind::Maximum) {
+            g.Tau = s_.TauRel;
+            g.Tmax = s_.Tmax;
+            g.Kzap = s_.Tmax / s_.T;
+            return;
+        }
+        g.Kzap = positive(s_.Kzap) ? s_.Kzap : kzapOfShape;
+        g.Tau = positive(g.Kzap) ? g.Kzap * g.Kzap * s_.SqrKfg : kEmpty;
+        g.Tmax = positive(g.Kzap) ? g.Kzap * s_.T : kEmpty;
     }
 
     // √((δhead·received)² + Σ (δconsumer·consumption)²) in power and in energy.

@@ -30,6 +30,7 @@ struct OZN3HOST_API TRegimeSettings {
     double SqrKfg;                      // squared shape factor (mean-load regime)
     double TauRel;                      // relative hours of greatest losses (maximum-load regime)
     double Tmax;                        // hours of greatest load (maximum-load regime)
+    double Kzap;                        // fill factor of the load curve, when known
     double Wa;                          // measured energy supplied into the feeder, thousand kWh
     double FiderWa;                     // the same as given or measured even where the mode calculates it
     double DefaultCosFi = 0.9;          // for consumers and load kinds without one
@@ -52,6 +53,10 @@ struct OZN3HOST_API TFiderFigures {
     double T;
     std::array<double, 3> U, I, Imax, CosFi, U2;
     double Lm, L23, L1, HeadEndSize, HeadEndLength, Krazv, Kdp, SqrKfg, Temperature, dPdop, dWdop;
+    // The load curve the energy was computed with: the fill factor, the relative hours of greatest losses and
+    // the hours of greatest load, so that ΔW = ΔP·τ·T·Kdp (maximum load) and ΔW = ΔP·T·Kf²·Kdp (mean load) hold
+    // from what the run keeps.
+    double Kzap, Tau, Tmax;
 };
 
 // The snapshot: the solved state of the feeder's energised part, by topology position.

@@ -46,6 +46,7 @@ QByteArray figures(const TFiderFigures& g)
     w.Number("HeadEndLength", g.HeadEndLength).Number("HeadEndSize", g.HeadEndSize);
     w.Number("Krazv", g.Krazv).Number("Kdp", g.Kdp).Number("sqrKfg", g.SqrKfg).Number("Temperature", g.Temperature);
     w.Number("dPdop", g.dPdop).Number("dWdop", g.dWdop);
+    w.Number("Kzap", g.Kzap).Number("Tau", g.Tau).Number("Tmax", g.Tmax);
     return w.Finish();
 }
 }  // namespace

@@ -123,6 +123,7 @@ TRegimeSettings ResolveSettings(const TRegimeRequest& request, const TFiderParam
     s.SqrKfg = curve.GetSqrKfgCalc();
     s.TauRel = curve.GetTauCalc();
     s.Tmax = curve.GetTmaxCalc();
+    s.Kzap = curve.GetKzapCalc();
     s.FiderWa = merged.Wa;
     s.Wa = EnergyIsCalculated(s.Regime, s.Mode) ? EmptyFloat() : merged.Wa;
     s.DefaultCosFi = defaultCosFi;

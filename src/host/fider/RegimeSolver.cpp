@@ -46,12 +46,12 @@ void TRegimeSolver::Prepare(const TFiderHHInfo& fider, const TFiderTopology& top
             continue;
         }
         const TLine038& line = fider.Lines[topology.Line[pos]];
-        const bool connecting = line.Kind == TSectionKind::Connecting;
-        const double length = connecting ? 0 : line.Length;
-        rf_.push_back(connecting ? 0 : line.Phase.R0 * length * kt);
-        xf_.push_back(connecting ? 0 : line.Phase.X0 * length);
-        rn_.push_back(connecting ? 0 : line.Neutral.R0 * length * kt);
-        xn_.push_back(connecting ? 0 : line.Neutral.X0 * length);
+        const bool link = line.IsLink();
+        const double length = link ? 0 : line.Length;
+        rf_.push_back(link ? 0 : line.Phase.R0 * length * kt);
+        xf_.push_back(link ? 0 : line.Phase.X0 * length);
+        rn_.push_back(link ? 0 : line.Neutral.R0 * length * kt);
+        xn_.push_back(link ? 0 : line.Neutral.X0 * length);
     }
     m_ = static_cast<int>(parent_.size());
     for (int k = 0; k < 3; ++k) {

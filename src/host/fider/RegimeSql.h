@@ -60,7 +60,8 @@ inline constexpr const char* kRunColumns[] = {
     "UA",          "UB",          "UC",          "IA",       "IB",     "IC",     "U2A",
     "U2B",         "U2C",         "CosFiA",      "CosFiB",   "CosFiC", "ImaxA",  "ImaxB",
     "ImaxC",       "Kdp",         "Krazv",       "Lm",       "L23",    "L1",     "HeadEndLength",
-    "HeadEndSize", "Temperature", "dPdop",       "dWdop",    "sqrKfg"};
+    "HeadEndSize", "Temperature", "dPdop",       "dWdop",    "sqrKfg", "Kzap",   "Tau",
+    "Tmax"};
 inline constexpr int kRunIntegers = 7;
 inline constexpr const char* kPBlockColumns[] = {
     "Ident", "RES",   "Balance", "NAbonents", "NLineP", "NLineP_off", "NLineC", "NLineC_off", "Pcalc", "Pfakt",

@@ -260,7 +260,10 @@ void TRegimeWriter::Buffer(const Pending& p)
                 num(g.Temperature),
                 num(g.dPdop),
                 num(g.dWdop),
-                num(g.SqrKfg)});
+                num(g.SqrKfg),
+                num(g.Kzap),
+                num(g.Tau),
+                num(g.Tmax)});
     for (const TBalanceBlock& b : run.Blocks) {
         pBlocks_->Add({ident,        b.Res,        b.Balance,        b.NAbonents,  b.NLineP,
                        b.NLineP_off, b.NLineC,     b.NLineC_off,     num(b.Pcalc), num(b.Pfakt),

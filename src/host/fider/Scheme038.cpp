@@ -88,7 +88,8 @@ std::optional<TPhaseSet> PhasesFromText(const QString& text)
 
 QString ConductorName(const QString& marka, double f)
 {
-    return f > 0 ? QStringLiteral("%1-%2").arg(marka.trimmed(), FormatFloat(QStringLiteral("0.#"), f)) : marka.trimmed();
+    return f > 0 ? QStringLiteral("%1-%2").arg(marka.trimmed(), FormatFloat(QStringLiteral("0.#"), f))
+                 : marka.trimmed();
 }
 
 QString TNode038::ClassName() const

@@ -88,6 +88,14 @@ struct OZN3HOST_API TLine038 {
     int Res = 0;  // district of the balance; 0: the substation's
     QString ClassName() const;
     bool GetKabel() const { return Kind == TSectionKind::Cable; }
+    // A connecting line without a conductor joins its nodes without impedance; every other section, a
+    // connecting line with a conductor too, has the impedance of its conductors.
+    bool IsLink() const { return Kind == TSectionKind::Connecting && Phase.Ident == 0; }
+    // Overhead or cable by construction: a connecting line counts as its conductor is built.
+    bool IsCableBuilt() const
+    {
+        return Kind == TSectionKind::Cable || (Kind == TSectionKind::Connecting && Phase.Cable);
+    }
 };
 
 class TFiderTopology;

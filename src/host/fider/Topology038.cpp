@@ -83,7 +83,7 @@ void checkLine(const TLine038& l, QStringList& problems)
         problems << lineName(l) + QStringLiteral(": неверная длина");
     if (l.Phases == 0 || l.Phases > PhasesABC)
         problems << lineName(l) + QStringLiteral(": не заданы фазы");
-    if (l.Kind == TSectionKind::Connecting)
+    if (l.IsLink())
         return;
     if (!l.Phase.Known)
         problems << lineName(l) + QStringLiteral(": не задана марка провода или её нет в справочнике");
