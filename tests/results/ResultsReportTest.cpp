@@ -125,6 +125,9 @@ TEST(ResultsReport, JsonLinesAndWorkbookFromTheCommandLine)
     EXPECT_FALSE(QFile::exists(book + ".part"));
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
     EXPECT_EQ(sheet.count("<row "), nodes + 2);  // the title, the header and one row per node
+    // The summary workbook of the results form: every level's rows sum the rows below them, live, and a spreadsheet
+    // that recalculates finds the values already cached.
+    EXPECT_GT(ExpectFormulasAsRecalculated(book, 1), 500);
 
     QProcess missing;
     missing.start(AppPath(),
