@@ -139,7 +139,7 @@ void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address
     const auto m = cell.match(xml);
     ASSERT_TRUE(m.hasMatch()) << address.toStdString();
     QString attributes = m.captured(1);
-    attributes.remove(QRegularExpression(QStringLiteral(" t=\"[a-z]+\"")));
+    attributes.remove(QRegularExpression(QStringLiteral(" t=\"[A-Za-z]+\"")));
     xml.replace(m.capturedStart(), m.capturedLength(),
                 QStringLiteral("<c r=\"%1\"%2 t=\"inlineStr\"><is><t>%3</t></is></c>")
                     .arg(address, attributes, text.toHtmlEscaped()));
