@@ -110,6 +110,7 @@ TEST_F(ConductorCatalogueTest, AWorkbookIsCheckedWholeThenAddsAndUpdatesBrands)
     // What is exported comes back as updates only.
     const QString file = folder_.Path("export.xlsx");
     ASSERT_TRUE(WriteConductorBook(file, TConductorStore(*c_).Read(), error)) << error.toStdString();
+    EXPECT_EQ(GarbledTexts(file), QStringList());
     problems.clear();
     const auto again = ReadConductorBook(file, problems);
     ASSERT_TRUE(problems.empty()) << ProblemTexts(problems).join('\n').toStdString();
