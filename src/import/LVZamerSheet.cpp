@@ -7,6 +7,7 @@
 #include <xlsxwriter.h>
 
 #include "host/FiderHHCalcParams.h"
+#include "host/InputRanges.h"
 #include "host/Meters.h"
 #include "host/NumericHelpers.h"
 #include "host/XlsxFile.h"
@@ -38,23 +39,17 @@ constexpr int kLoadTypeColumn = 12;  // peak-load workbook
 double& energy(R& r) { return r.TypeRec == R::TP ? r.W : r.W_sum; }
 
 QString rangeOf(const QString& caption, const QString& range) { return caption + QStringLiteral(": ") + range; }
-const QString kNonNegative = QStringLiteral("число не меньше 0");
-const QString kCos = QStringLiteral("число больше 0 и не больше 1");
-
 Column value(int number, const QString& caption, std::function<double&(R&)> field, TInputRule rule)
 {
     rule.message = rangeOf(caption, rule.message);
     return Column{number, caption, std::move(field), std::move(rule)};
 }
-TInputRule nonNegative() { return TInputRule::AtLeast(0, kNonNegative); }
 TInputRule hours()
 {
-    return TInputRule::WholeRange(1, 8784,
-                                  QStringLiteral("целое число часов от 1 до 8784; пустая ячейка — часы интервала"));
+    TInputRule r = ranges::IntervalHours();
+    r.message += QStringLiteral("; пустая ячейка — часы интервала");
+    return r;
 }
-TInputRule cosRule() { return TInputRule::AboveUpTo(0, 1, kCos); }
-TInputRule temperature() { return TInputRule::Range(-60, 60, QStringLiteral("число от -60 до 60")); }
-TInputRule fillFactor() { return TInputRule::AboveUpTo(0, 1, kCos); }
 
 // The phase triplets of both sheets.
 void addPhases(std::vector<Column>& c, int first, const char* name, const char* unit,
@@ -74,53 +69,53 @@ const std::vector<Column>& ValueColumns(TLVZamerKind kind)
     static const std::vector<Column> energyColumns = [] {
         std::vector<Column> c;
         c.push_back(value(
-            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }, nonNegative()));
+            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }, ranges::Energy()));
         c.back().busbars = true;
-        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, nonNegative()));
+        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, ranges::Energy()));
         addPhases(
-            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, nonNegative());
+            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
         addPhases(
-            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, nonNegative());
+            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
         addPhases(
-            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, nonNegative());
+            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, ranges::PhaseCurrent());
         addPhases(
-            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, cosRule());
+            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
         c.push_back(value(
             18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, nonNegative()));
+            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
         c.push_back(value(
-            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, fillFactor()));
+            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
             21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; },
-            TInputRule::AtLeast(1, QStringLiteral("число не меньше 1"))));
+            ranges::SquaredFormFactor()));
         c.push_back(value(
-            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, temperature()));
+            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, ranges::Temperature()));
         return c;
     }();
     static const std::vector<Column> peakColumns = [] {
         std::vector<Column> c;
-        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, nonNegative()));
+        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, ranges::Energy()));
         addPhases(
-            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, nonNegative());
+            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
         addPhases(
-            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, nonNegative());
+            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
         addPhases(
-            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, cosRule());
+            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
         c.push_back(value(
             14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
             15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; },
-            TInputRule::WholeRange(0, 8784, QStringLiteral("целое число часов от 0 до 8784"))));
+            ranges::TmaxHours()));
         c.push_back(value(
             16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; },
-            TInputRule::Range(0, 8784, QStringLiteral("число часов от 0 до 8784"))));
+            ranges::TauHours()));
         c.push_back(value(
-            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, nonNegative()));
+            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
         c.push_back(value(
-            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, fillFactor()));
+            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
-            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, temperature()));
+            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, ranges::Temperature()));
         return c;
     }();
     return kind == TLVZamerKind::W ? energyColumns : peakColumns;
@@ -134,27 +129,27 @@ const std::vector<ConsumerColumn>& ConsumerColumns(TLVZamerKind kind)
     };
     static const std::vector<ConsumerColumn> energy = {
         col(
-            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, nonNegative()),
+            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, nonNegative()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, cosRule()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, nonNegative()),
+            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, ranges::Power()),
     };
     static const std::vector<ConsumerColumn> peak = {
         col(
-            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, nonNegative()),
+            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, nonNegative()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, cosRule()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, nonNegative()),
+            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, ranges::Power()),
         col(
-            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, nonNegative()),
+            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, ranges::Power()),
         col(
-            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, nonNegative()),
+            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, ranges::PhaseCurrent()),
         col(
             13, QStringLiteral("Параметр 1"), [](Consumer& c) -> double& { return c.Param1; },
             TInputRule::AnyNumber(QStringLiteral("число"))),

@@ -11,6 +11,7 @@
 #include <functional>
 #include <xlsxwriter.h>
 
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/TemplateForms.h"
@@ -148,26 +149,32 @@ QString ruleText(int column, const QString& range) { return caption(column) + QS
 const std::vector<Input>& inputs()
 {
     static const std::vector<Input> list = [] {
-        const QString nonNegative = QStringLiteral("число не меньше 0; пустая ячейка — нет данных");
-        const QString share = QStringLiteral("число от 0 до 1; пустая ячейка — нет данных");
+        // The hint of an empty cell follows the range.
+        auto hinted = [](TInputRule rule, int column, const QString& empty) {
+            rule.message = ruleText(column, rule.message + QStringLiteral("; пустая ячейка — ") + empty);
+            return rule;
+        };
+        auto plain = [](TInputRule rule, int column) {
+            rule.message = ruleText(column, rule.message);
+            return rule;
+        };
+        const QString none = QStringLiteral("нет данных");
         std::vector<Input> l{
-            {cWa, TInputRule::AtLeast(0, ruleText(cWa, nonNegative))},
-            {cWaBus, TInputRule::AtLeast(0, ruleText(cWaBus, nonNegative))},
-            {cT, TInputRule::WholeRange(1, 8784, ruleText(cT, QStringLiteral("целое число часов от 1 до 8784")))},
+            {cWa, hinted(ranges::Energy(), cWa, none)},
+            {cWaBus, hinted(ranges::Energy(), cWaBus, none)},
+            {cT, plain(ranges::IntervalHours(), cT)},
             {cUnom, TInputRule::OneOf({kUnomTexts[0], kUnomTexts[1]},
                                       ruleText(cUnom, QStringLiteral("«400/230» или «220/127»")))},
-            {cCosFi, TInputRule::Range(0, 1, ruleText(cCosFi, share))},
-            {cF, TInputRule::Above(0, ruleText(cF, QStringLiteral("число больше 0; пустая ячейка — нет данных")))},
-            {cNLines, TInputRule::WholeRange(1, 1000000, ruleText(cNLines, QStringLiteral("целое число от 1")))},
-            {cdp, TInputRule::Range(0, 1, ruleText(cdp, share))},
-            {cdn, TInputRule::Range(0, 1, ruleText(cdn, share))},
+            {cCosFi, hinted(ranges::Share(), cCosFi, none)},
+            {cF, hinted(ranges::CrossSection(), cF, none)},
+            {cNLines, plain(ranges::LineCount(), cNLines)},
+            {cdp, hinted(ranges::Share(), cdp, none)},
+            {cdn, hinted(ranges::Share(), cdn, none)},
             // The model divides by the fill factor: 0 has no loss to give.
-            {ckzap, TInputRule::AboveUpTo(0, 1,
-                                          ruleText(ckzap, QStringLiteral("число больше 0 и не больше 1; "
-                                                                         "пустая ячейка — 1/3 в формуле потерь")))},
+            {ckzap, hinted(ranges::FillFactor(), ckzap, QStringLiteral("1/3 в формуле потерь"))},
         };
         for (int column : kLengthColumns)
-            l.push_back({column, TInputRule::AtLeast(0, ruleText(column, nonNegative))});
+            l.push_back({column, hinted(ranges::Length(), column, none)});
         return l;
     }();
     return list;

@@ -333,7 +333,7 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
          {QStringLiteral("ячейка E%1: «сто двадцать» — W, тыс. кВт·ч: число не меньше 0").arg(row),
           QStringLiteral("ячейка C%1: «сломан» — Состояние счетчика: одно из «не указано», «исправен»").arg(row),
           QStringLiteral("ячейка Z%1: «%2» — Счетчик: не более 40 знаков").arg(row + 1).arg(QString(41, 'x')),
-          QStringLiteral("ячейка F%1: «1e999» — UA, В: число не меньше 0").arg(row + 1)})
+          QStringLiteral("ячейка F%1: «1e999» — UA, В: число от 0 до 300").arg(row + 1)})
         EXPECT_TRUE(error.contains(line)) << line.toStdString() << "\n" << error.toStdString();
     EXPECT_DOUBLE_EQ(again.Records()[0].W, w);
     EXPECT_EQ(again.Pending(), 0);
