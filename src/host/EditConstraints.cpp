@@ -55,11 +55,13 @@ TInputValue TEditConstraints::Check(QLineEdit* control) const
         return {EmptyFloat(), {}, {}};
     const QString text = control->text().trimmed();
     if (text.isEmpty())
-        return {EmptyFloat(), {}, it->required ? QStringLiteral("нужно значение: %1").arg(it->rule.message) : QString()};
+        return {
+            EmptyFloat(), {}, it->required ? QStringLiteral("нужно значение: %1").arg(it->rule.message) : QString()};
     TInputValue read = CheckInput(QVariant(text), it->rule);
     if (read.problem.isEmpty())
         if (auto* numeric = qobject_cast<TNumericEdit*>(control); numeric && read.number > numeric->MaxValue()) {
-            read.problem = QStringLiteral("не больше %1").arg(FormatFloat(QStringLiteral("0.######"), numeric->MaxValue()));
+            read.problem =
+                QStringLiteral("не больше %1").arg(FormatFloat(QStringLiteral("0.######"), numeric->MaxValue()));
             read.number = EmptyFloat();
         }
     return read;

@@ -10,10 +10,7 @@ TInputRule Power() { return TInputRule::AtLeast(0, kNonNegative); }
 TInputRule PhaseVoltage() { return TInputRule::Range(0, 300, QStringLiteral("число от 0 до 300")); }
 TInputRule PhaseCurrent() { return TInputRule::Range(0, 10000, QStringLiteral("число от 0 до 10000")); }
 TInputRule PowerFactor() { return TInputRule::AboveUpTo(0, 1, QStringLiteral("число больше 0 и не больше 1")); }
-TInputRule IntervalHours()
-{
-    return TInputRule::WholeRange(1, 8784, QStringLiteral("целое число часов от 1 до 8784"));
-}
+TInputRule IntervalHours() { return TInputRule::WholeRange(1, 8784, QStringLiteral("целое число часов от 1 до 8784")); }
 TInputRule TmaxHours() { return TInputRule::WholeRange(0, 8784, QStringLiteral("целое число часов от 0 до 8784")); }
 TInputRule TauHours() { return TInputRule::Range(0, 8784, QStringLiteral("число часов от 0 до 8784")); }
 TInputRule TauRelative() { return TInputRule::Range(0, 1, QStringLiteral("число от 0 до 1")); }

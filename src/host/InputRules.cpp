@@ -106,4 +106,3 @@ QString InputProblem(int column, int row, const QVariant& cell, const TInputRule
         cell.typeId() == QMetaType::Double ? QString::number(cell.toDouble(), 'g', 17) : cell.toString();
     return QStringLiteral("ячейка %1: «%2» — %3").arg(GetNameCell(column, row), shown, rule.message);
 }
-

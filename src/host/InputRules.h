@@ -43,4 +43,3 @@ struct TInputValue {
 OZN3HOST_API TInputValue CheckInput(const QVariant& cell, const TInputRule& rule);
 // "ячейка K12: «abc» — <rule's message>", the line a refusal names.
 OZN3HOST_API QString InputProblem(int column, int row, const QVariant& cell, const TInputRule& rule);
-

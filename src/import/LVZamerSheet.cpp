@@ -87,10 +87,10 @@ const std::vector<Column>& ValueColumns(TLVZamerKind kind)
         c.push_back(value(
             20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
-            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; },
-            ranges::SquaredFormFactor()));
+            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; }, ranges::SquaredFormFactor()));
         c.push_back(value(
-            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, ranges::Temperature()));
+            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
+            ranges::Temperature()));
         return c;
     }();
     static const std::vector<Column> peakColumns = [] {
@@ -105,17 +105,16 @@ const std::vector<Column>& ValueColumns(TLVZamerKind kind)
         c.push_back(value(
             14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; },
-            ranges::TmaxHours()));
+            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, ranges::TmaxHours()));
         c.push_back(value(
-            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; },
-            ranges::TauHours()));
+            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }, ranges::TauHours()));
         c.push_back(value(
             17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
         c.push_back(value(
             18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
-            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, ranges::Temperature()));
+            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
+            ranges::Temperature()));
         return c;
     }();
     return kind == TLVZamerKind::W ? energyColumns : peakColumns;
