@@ -51,7 +51,8 @@ void TEditConstraints::AddContraints(QLineEdit* control, const QString& caption,
 TInputValue TEditConstraints::Check(QLineEdit* control) const
 {
     const auto it = entries_.constFind(control);
-    if (it == entries_.cend())
+    // A field the user cannot edit shows the data (or a word such as "Расчет"), never a text of the user's.
+    if (it == entries_.cend() || control->isReadOnly() || !control->isEnabled())
         return {EmptyFloat(), {}, {}};
     const QString text = control->text().trimmed();
     if (text.isEmpty())

@@ -61,7 +61,8 @@ public:
     // Every mark cleared (the fields show the data anew).
     void ClearAll();
 
-    // Whether a text is accepted by a field's rule (and bound): the value, or the problem.
+    // Whether a text is accepted by a field's rule (and bound): the value, or the problem. A read-only or disabled
+    // field is not checked.
     TInputValue Check(QLineEdit* control) const;
 
 signals:
