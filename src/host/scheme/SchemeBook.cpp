@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/fider/Topology038.h"
 
@@ -13,12 +14,25 @@ namespace scheme {
 using namespace fider;
 
 namespace {
-const char* const kSectionCaptions[SColumns] = {
-    "Линия", "Узел начала", "Узел конца", "Длина, км", "Марка провода", "Марка нулевого провода", "Фазы", "Вид",
-    "Состояние", "Балансовая принадлежность", "Аппарат в узле конца"};
-const char* const kConsumerCaptions[CColumns] = {
-    "Линия", "Узел", "Наименование", "Фаза", "Установленная мощность, кВт", "Электроэнергия, кВт·ч", "cos φ",
-    "Балансовая принадлежность"};
+const char* const kSectionCaptions[SColumns] = {"Линия",
+                                                "Узел начала",
+                                                "Узел конца",
+                                                "Длина, км",
+                                                "Марка провода",
+                                                "Марка нулевого провода",
+                                                "Фазы",
+                                                "Вид",
+                                                "Состояние",
+                                                "Балансовая принадлежность",
+                                                "Аппарат в узле конца"};
+const char* const kConsumerCaptions[CColumns] = {"Линия",
+                                                 "Узел",
+                                                 "Наименование",
+                                                 "Фаза",
+                                                 "Установленная мощность, кВт",
+                                                 "Электроэнергия, кВт·ч",
+                                                 "cos φ",
+                                                 "Балансовая принадлежность"};
 
 QString u(const char* text) { return QString::fromUtf8(text); }
 QString Key(const QString& name) { return NameKey(name); }
@@ -67,15 +81,20 @@ private:
     {
         result_.Problems.push_back({u(sheet), row, column + 1, text});
     }
-    void SectionProblem(const TBookRow& r, int column, const QString& text) { Problem(kSectionsSheet, r.Row, column, text); }
+    void SectionProblem(const TBookRow& r, int column, const QString& text)
+    {
+        Problem(kSectionsSheet, r.Row, column, text);
+    }
     void ConsumerProblem(const TBookRow& r, int column, const QString& text)
     {
         Problem(kConsumersSheet, r.Row, column, text);
     }
 
-    // A number of a cell; empty stays an empty float; a problem when it is not a number or below zero.
+    // A number of a cell; empty stays an empty float; a problem when it is not a number or below zero (the
+    // range of lengths, powers and energies the forms and workbooks check).
     double Number(const TBookRow& r, int column, bool consumers, bool required, const QString& what)
     {
+        static const TInputRule nonNegative = ranges::Length();
         double value = EmptyFloat();
         const QString text = r.Cell(column);
         auto problem = [&](const QString& t) {
@@ -85,7 +104,7 @@ private:
             problem(QStringLiteral("%1 «%2» не число").arg(what, text));
         else if (required && isEmptyFloat(value))
             problem(QStringLiteral("не указана %1").arg(what.toLower()));
-        else if (!isEmptyFloat(value) && value < 0)
+        else if (!isEmptyFloat(value) && !nonNegative.Accepts(value))
             problem(QStringLiteral("%1 не может быть отрицательной (%2)").arg(what, text));
         else
             return value;
@@ -103,8 +122,9 @@ private:
         return c->Ident;
     }
 
-    template <class T> std::optional<T> Coded(const TBookRow& r, int column, const QStringList& texts, T empty,
-                                              const QString& what, bool consumers = false)
+    template <class T>
+    std::optional<T> Coded(const TBookRow& r, int column, const QStringList& texts, T empty, const QString& what,
+                           bool consumers = false)
     {
         const QString text = r.Cell(column);
         if (text.isEmpty())
@@ -112,7 +132,8 @@ private:
         const int i = IndexOfText(texts, text);
         if (i >= 0)
             return static_cast<T>(i);
-        const QString t = QStringLiteral("%1: «%2» нет в списке; допустимо: %3").arg(what, text, texts.join(QStringLiteral(", ")));
+        const QString t =
+            QStringLiteral("%1: «%2» нет в списке; допустимо: %3").arg(what, text, texts.join(QStringLiteral(", ")));
         consumers ? ConsumerProblem(r, column, t) : SectionProblem(r, column, t);
         return std::nullopt;
     }
@@ -131,7 +152,8 @@ private:
         if (s.To.isEmpty())
             SectionProblem(r, STo, QStringLiteral("не указан узел конца"));
         else if (IsSupplyCentre(s.To))
-            SectionProblem(r, STo, QStringLiteral("«%1» — центр питания линии, он не может быть узлом конца").arg(s.To));
+            SectionProblem(r, STo,
+                           QStringLiteral("«%1» — центр питания линии, он не может быть узлом конца").arg(s.To));
         else if (Key(s.To) == Key(s.From))
             SectionProblem(r, STo, QStringLiteral("участок начинается и кончается в узле «%1»").arg(s.To));
         s.Length = Number(r, SLength, false, true, QStringLiteral("Длина"));
@@ -142,16 +164,18 @@ private:
         if (!r.Cell(SPhase).isEmpty())
             s.Phase = Conductor(r, SPhase);
         else if (kind != std::optional<int>(static_cast<int>(TSectionKind::Connecting)))
-            SectionProblem(r, SPhase, QStringLiteral("не указана марка провода (без провода бывает только "
-                                                     "соединительная линия)"));
+            SectionProblem(r, SPhase,
+                           QStringLiteral("не указана марка провода (без провода бывает только "
+                                          "соединительная линия)"));
         if (!r.Cell(SNeutral).isEmpty())
             s.Neutral = Conductor(r, SNeutral);
         const auto phases = PhasesFromText(r.Cell(SPhases));
         if (phases)
             s.Phases = *phases;
         else
-            SectionProblem(r, SPhases, QStringLiteral("фазы «%1» неизвестны; допустимо: %2")
-                                           .arg(r.Cell(SPhases), SectionPhaseTexts().join(QStringLiteral(", "))));
+            SectionProblem(r, SPhases,
+                           QStringLiteral("фазы «%1» неизвестны; допустимо: %2")
+                               .arg(r.Cell(SPhases), SectionPhaseTexts().join(QStringLiteral(", "))));
         if (kind && *kind >= 0)
             s.Kind = static_cast<TSectionKind>(*kind);
         else if (const TConductor* c = catalogue_.ByIdent(s.Phase))
@@ -251,9 +275,10 @@ private:
                 names << names.first();
                 TBookRow r;
                 r.Row = first;
-                SectionProblem(r, SFrom,
-                               QStringLiteral("петля: узлы %1 не связаны с ТП")
-                                   .arg(QStringLiteral("«") + names.join(QStringLiteral("» → «")) + QStringLiteral("»")));
+                SectionProblem(
+                    r, SFrom,
+                    QStringLiteral("петля: узлы %1 не связаны с ТП")
+                        .arg(QStringLiteral("«") + names.join(QStringLiteral("» → «")) + QStringLiteral("»")));
                 broken = true;
             }
             for (int k : path)
@@ -316,20 +341,22 @@ private:
             ConsumerProblem(r, CName, QStringLiteral("не указано наименование абонента"));
         const auto phases = PhasesFromText(r.Cell(CPhase));
         if (!phases || (PhaseCount(*phases) != 1 && *phases != PhasesABC))
-            ConsumerProblem(r, CPhase, QStringLiteral("фаза «%1» неизвестна; допустимо: %2")
-                                           .arg(r.Cell(CPhase), ConsumerPhaseTexts().join(QStringLiteral(", "))));
+            ConsumerProblem(r, CPhase,
+                            QStringLiteral("фаза «%1» неизвестна; допустимо: %2")
+                                .arg(r.Cell(CPhase), ConsumerPhaseTexts().join(QStringLiteral(", "))));
         else
             a.Phases = *phases;
         a.Pust = Number(r, CPust, true, false, QStringLiteral("Установленная мощность"));
         a.Energy = Number(r, CEnergy, true, false, QStringLiteral("Электроэнергия"));
         a.CosFi = Number(r, CCosFi, true, false, QStringLiteral("cos φ"));
-        if (!isEmptyFloat(a.CosFi) && (a.CosFi <= 0 || a.CosFi > 1)) {
-            ConsumerProblem(r, CCosFi, QStringLiteral("cos φ должен быть больше 0 и не больше 1 (%1)").arg(r.Cell(CCosFi)));
+        if (!isEmptyFloat(a.CosFi) && !ranges::PowerFactor().Accepts(a.CosFi)) {
+            ConsumerProblem(r, CCosFi,
+                            QStringLiteral("cos φ должен быть больше 0 и не больше 1 (%1)").arg(r.Cell(CCosFi)));
             a.CosFi = EmptyFloat();
         }
         if (!r.Cell(COwner).isEmpty())
-            a.Owner = Coded(r, COwner, OwnerTexts(), TBalanceOwner::OnBalance, QStringLiteral("Балансовая принадлежность"),
-                            true);
+            a.Owner = Coded(r, COwner, OwnerTexts(), TBalanceOwner::OnBalance,
+                            QStringLiteral("Балансовая принадлежность"), true);
         if (a.Node.isEmpty()) {
             ConsumerProblem(r, CNode, QStringLiteral("не указан узел"));
             return;
@@ -339,8 +366,9 @@ private:
         TFiderScheme& f = result_.Fiders[*fi];
         FiderIndex& index = index_[*fi];
         if (IsSupplyCentre(a.Node)) {
-            ConsumerProblem(r, CNode, QStringLiteral("абонент не может быть подключен к самой ТП: добавьте участок "
-                                                     "(например, соединительную линию) до его узла"));
+            ConsumerProblem(r, CNode,
+                            QStringLiteral("абонент не может быть подключен к самой ТП: добавьте участок "
+                                           "(например, соединительную линию) до его узла"));
             return;
         }
         const auto si = index.byTo.constFind(Key(a.Node));
@@ -350,21 +378,24 @@ private:
         }
         const TSchemeSection& feeding = f.Sections[*si];
         if (feeding.Device)
-            ConsumerProblem(r, CNode, QStringLiteral("в узле «%1» коммутационный аппарат; абонента подключите к "
-                                                     "узлу за ним")
-                                          .arg(a.Node));
+            ConsumerProblem(r, CNode,
+                            QStringLiteral("в узле «%1» коммутационный аппарат; абонента подключите к "
+                                           "узлу за ним")
+                                .arg(a.Node));
         if (const auto prior = index.consumerAt.constFind(Key(a.Node)); prior != index.consumerAt.constEnd())
-            ConsumerProblem(r, CNode, QStringLiteral("к узлу «%1» уже подключен абонент строки %2; у каждого абонента "
-                                                     "свой узел (ввод)")
-                                          .arg(a.Node)
-                                          .arg(*prior));
+            ConsumerProblem(r, CNode,
+                            QStringLiteral("к узлу «%1» уже подключен абонент строки %2; у каждого абонента "
+                                           "свой узел (ввод)")
+                                .arg(a.Node)
+                                .arg(*prior));
         else
             index.consumerAt.insert(Key(a.Node), r.Row);
         if (phases && !IsSubset(a.Phases, feeding.Phases))
-            ConsumerProblem(r, CPhase, QStringLiteral("фаза «%1» не подведена к узлу «%2»: участок строки %3 несёт «%4»")
-                                           .arg(PhasesText(a.Phases), a.Node)
-                                           .arg(feeding.Row)
-                                           .arg(SectionPhasesText(feeding.Phases)));
+            ConsumerProblem(r, CPhase,
+                            QStringLiteral("фаза «%1» не подведена к узлу «%2»: участок строки %3 несёт «%4»")
+                                .arg(PhasesText(a.Phases), a.Node)
+                                .arg(feeding.Row)
+                                .arg(SectionPhasesText(feeding.Phases)));
         f.Consumers.push_back(a);
     }
 
