@@ -13,6 +13,7 @@
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
+#include "normative/StoredNormative.h"
 
 namespace cli {
 
@@ -270,6 +271,9 @@ int DemoDb(const QStringList& args)
             db::DemoGenerator(connection).Generate(db::DemoShape::For(size), [&](int rows, const QString& stage) {
                 bar.SetText(QStringLiteral("%1 (%2 строк)").arg(stage).arg(rows));
             });
+        // The normative method's results are what its calculation gives for the generated inputs.
+        bar.SetText(QStringLiteral("Нормативный метод: расчет"));
+        RecalculateStoredNormative(connection);
         // The samples of the feeder editor hold what the editor calculates from their currents and voltages.
         feeders::TSamplesRecalculation samples;
         if (size == db::DemoSize::Small)

@@ -16,6 +16,7 @@
 #include "db/SchemaInstaller.h"
 #include "feeders/StoredSamples.h"
 #include "host/Database.h"
+#include "normative/StoredNormative.h"
 
 namespace testing_support {
 
@@ -40,7 +41,8 @@ QString makeTemplate(const QString& name, bool demo)
         if (!database)
             qFatal("template database: %s", qPrintable(error));
         db::DemoGenerator(*database->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
-        feeders::RecalculateStoredSamples(*database->GetDefaultConnection());  // as `ozn3 demo-db` does
+        RecalculateStoredNormative(*database->GetDefaultConnection());  // as `ozn3 demo-db` does
+        feeders::RecalculateStoredSamples(*database->GetDefaultConnection());
     }
     return path;
 }
