@@ -17,7 +17,7 @@ namespace {
 const char* const kUsage = "Использование:\n"
                            "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
                            "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
-                           "  ozn3 conductors import FILE --db CONNECTION\n"
+                           "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
                            "  ozn3 conductors export FILE --db CONNECTION\n"
                            "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 
@@ -149,8 +149,11 @@ int ConductorsImport(const QStringList& args)
     }
     int added = 0, updated = 0;
     QString error;
-    if (!scheme::TConductorStore(*database->GetDefaultConnection()).Import(rows, added, updated, error)) {
+    const bool overwrite = args.contains(QStringLiteral("--overwrite"));
+    if (!scheme::TConductorStore(*database->GetDefaultConnection()).Import(rows, added, updated, error, overwrite)) {
         err(error);
+        if (error.contains(QStringLiteral("после выгрузки книги")))
+            err(QStringLiteral("Чтобы записать значения книги поверх, добавьте --overwrite"));
         return 1;
     }
     out(QStringLiteral("Справочник проводов: добавлено %1, обновлено %2").arg(added).arg(updated));

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include "host/WrittenCells.h"
+
 class TXlsxWorkbook;
 struct lxw_workbook;
 struct lxw_worksheet;
@@ -33,16 +35,6 @@ void WriteFormulaWithValue(lxw_worksheet* sheet, int row, int column, const QStr
 void ProtectZamerSheet(lxw_worksheet* sheet);
 // The refusal of a workbook whose cells break their rules: the first problems and how many there are.
 QString ReadRefusal(const QString& file, const QStringList& problems);
-
-// The editable cells of a row as they were written, kept in a hidden cell of the row (column number -> a number,
-// a text, or nothing for an empty cell). Reading the workbook back, a cell that differs from its written value is
-// the user's edit; a stored value that differs from it was changed in the database since the workbook was
-// written.
-using TWrittenCells = QHash<int, QVariant>;
-QString WrittenCellsText(const TWrittenCells& cells);
-// False when the cell holds no such record (cleared, or written by something else).
-bool ReadWrittenCells(const QVariant& cell, TWrittenCells& cells);
-inline constexpr const char* kWrittenCaption = "Записанные значения";
 
 // What to do with rows the user changed in a workbook that someone else changed in the database since the
 // workbook was written.
