@@ -15,6 +15,7 @@
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
+#include "normative/StoredNormative.h"
 
 namespace cli {
 
@@ -87,13 +88,16 @@ QString HelpText()
                "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
                "                                  writes the same workbook from the database for a substation or\n"
                "                                  one LV feeder, with the consumers' energies of the interval\n"
-               "  ozn3 conductors import FILE --db CONNECTION\n"
+               "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
                "  ozn3 conductors export FILE --db CONNECTION\n"
                "                                  the conductor catalogue as one sheet: \"Марка\", \"Сечение, мм²\",\n"
                "                                  \"r0, Ом/км\", \"x0, Ом/км\", \"Кабель\" (да/нет), \"Напряжение, "
                "кВ\";\n"
                "                                  a conductor of the same brand, cross-section and voltage is\n"
-               "                                  updated, others added; the whole file is checked first\n"
+               "                                  updated, others added; the whole file is checked first. Of an\n"
+               "                                  exported workbook only the rows the user changed are written; a\n"
+               "                                  conductor changed in the database since the export is refused\n"
+               "                                  unless --overwrite\n"
                "  ozn3 measured --db CONNECTION --node IDENT --year YYYY (--json | --xlsx FILE)\n"
                "                                  the losses measured in the feeder editor (\"LVPResultsA\") summed\n"
                "                                  over the hierarchy under an object for a year: each LV feeder's\n"
@@ -111,11 +115,14 @@ QString HelpText()
                "                                  LV feeders (--consumers: with their consumers instead, --tp-only:\n"
                "                                  the substations alone), or the generalised data of the normative\n"
                "                                  method for the elements of a level (--level, default 5 ТП).\n"
-               "  ozn3 workbook read (w | tmax | social) --db CONNECTION FILE [--save]\n"
+               "  ozn3 workbook read (w | tmax | social) --db CONNECTION FILE [--save [--overwrite]]\n"
                "                                  reads such a workbook back (it names its object and interval):\n"
-               "                                  prints each changed row with its values \"old → new\", and every\n"
-               "                                  problem with its cell; with --save stores the changed rows (the\n"
-               "                                  form's right 12, 13 or 14 is needed). Exit 1 on any problem,\n"
+               "                                  prints each row the user changed with its values \"as written →\n"
+               "                                  as read\", and every problem with its cell or row; with --save\n"
+               "                                  stores the changed rows (the form's right 12, 13 or 14 is needed).\n"
+               "                                  A row changed both in the workbook and in the database since the\n"
+               "                                  workbook was written is a conflict: nothing is stored unless\n"
+               "                                  --overwrite lets the workbook's rows win. Exit 1 on any problem,\n"
                "                                  with nothing stored.\n"
                "  ozn3 users --db CONNECTION      the database's users with their roles and rights\n"
                "  ozn3 users grant USER --db CONNECTION [--role reader|writer] [--right N ...] [--password PW]\n"
@@ -299,6 +306,9 @@ int DemoDb(const QStringList& args)
             db::DemoGenerator(connection).Generate(db::DemoShape::For(size), [&](int rows, const QString& stage) {
                 bar.SetText(QStringLiteral("%1 (%2 строк)").arg(stage).arg(rows));
             });
+        // The normative method's results are what its calculation gives for the generated inputs.
+        bar.SetText(QStringLiteral("Нормативный метод: расчет"));
+        RecalculateStoredNormative(connection);
         // The samples of the feeder editor hold what the editor calculates from their currents and voltages.
         feeders::TSamplesRecalculation samples;
         if (size == db::DemoSize::Small)

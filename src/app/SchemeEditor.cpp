@@ -14,9 +14,11 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <optional>
 
 #include "host/Connection.h"
 #include "host/Dialogs.h"
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/WindowPlace.h"
 #include "host/scheme/SchemeStore.h"
@@ -226,13 +228,56 @@ SchemeEditor::SchemeEditor(ToznFDConnection& connection, int fiderGuid, const QS
     connect(calculate, &QPushButton::clicked, this, &SchemeEditor::Calculate);
     connect(close, &QPushButton::clicked, this, &QWidget::close);
     for (QTableWidget* table : {sections_, consumers_})
-        connect(table, &QTableWidget::itemChanged, this, [this] {
-            if (!filling_)
-                modified_ = true;
+        connect(table, &QTableWidget::itemChanged, this, [this, table](QTableWidgetItem* item) {
+            if (filling_)
+                return;
+            modified_ = true;
+            CellEdited(table, item);
         });
     connect(problems_, &QListWidget::itemActivated, this, &SchemeEditor::GoToProblem);
     connect(problems_, &QListWidget::itemClicked, this, &SchemeEditor::GoToProblem);
     Load();
+}
+
+namespace {
+// What the numeric columns accept: the ranges the scheme's checks and the other forms apply.
+std::optional<TInputRule> columnRule(bool sections, int column)
+{
+    if (sections)
+        return column == SLength ? std::optional(ranges::Length()) : std::nullopt;
+    switch (column) {
+    case CPust: return ranges::Power();
+    case CEnergy: return ranges::Energy();
+    case CCosFi: return ranges::PowerFactor();
+    default: return std::nullopt;
+    }
+}
+}  // namespace
+
+void SchemeEditor::CellEdited(QTableWidget* table, QTableWidgetItem* item)
+{
+    const bool sections = table == sections_;
+    const int column = item->column() + kFirstColumn;
+    const std::optional<TInputRule> rule = columnRule(sections, column);
+    if (!rule)
+        return;
+    const QString text = item->text().trimmed();
+    double value = EmptyFloat();
+    const bool number = text.isEmpty() || ParseBookNumber(text, value);
+    const bool accepted = number && (isEmptyFloat(value) || rule->Accepts(value));
+    // A refused text stays in its cell on a red ground; saving lists it until it is corrected.
+    const bool filling = filling_;
+    filling_ = true;
+    item->setBackground(accepted ? QBrush() : QBrush(QColor(0xFF, 0xC7, 0xCE)));
+    filling_ = filling;
+    if (accepted)
+        return;
+    const QString caption = sections ? SectionCaption(column) : ConsumerCaption(column);
+    host::ShowWarning(QStringLiteral("Значение не принято: %1, строка %2, «%3»: «%4» — %5.\nИсправьте его или "
+                                     "закройте схему без сохранения.")
+                          .arg(QString::fromUtf8(sections ? kSectionsSheet : kConsumersSheet))
+                          .arg(item->row() + kFirstRow)
+                          .arg(caption, text, rule->message));
 }
 
 void SchemeEditor::Load()

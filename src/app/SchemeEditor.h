@@ -54,6 +54,8 @@ private:
     void InsertRow(QTableWidget* table, int row, const QStringList& cells);
     void ListProblems(const std::vector<scheme::TBookProblem>& problems);
     void GoToProblem(QListWidgetItem* item);
+    // Checks a numeric cell as the user leaves it: the column's range, the cell marked and the user told.
+    void CellEdited(QTableWidget* table, class QTableWidgetItem* item);
     void SetStatus(const QString& text);
 
     ToznFDConnection& connection_;

@@ -20,12 +20,13 @@ namespace {
 const char* const kImportUsage =
     "Использование: ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]";
 const char* const kExportUsage = "Использование: ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]";
-const char* const kConductorsUsage = "Использование: ozn3 conductors import|export FILE --db CONNECTION";
+const char* const kConductorsUsage =
+    "Использование: ozn3 conductors import FILE --db CONNECTION [--overwrite] | conductors export FILE --db CONNECTION";
 const char* const kSubstationUsage = "Использование: ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 const char* const kUsage = "Использование:\n"
                            "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
                            "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
-                           "  ozn3 conductors import FILE --db CONNECTION\n"
+                           "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
                            "  ozn3 conductors export FILE --db CONNECTION\n"
                            "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 
@@ -134,7 +135,7 @@ int SchemeExport(const QStringList& args)
 int ConductorsImport(const QStringList& args)
 {
     SchemeCommand command;
-    if (const int code = command.Parse(args, {{"--db"}, {}, {}, 1}, kConductorsUsage, false))
+    if (const int code = command.Parse(args, {{"--db"}, {}, {"--overwrite"}, 1}, kConductorsUsage, false))
         return code;
     const QString& file = command.file;
     auto& database = command.database;
@@ -146,8 +147,11 @@ int ConductorsImport(const QStringList& args)
     }
     int added = 0, updated = 0;
     QString error;
-    if (!scheme::TConductorStore(*database->GetDefaultConnection()).Import(rows, added, updated, error)) {
+    const bool overwrite = command.args.Has(QStringLiteral("--overwrite"));
+    if (!scheme::TConductorStore(*database->GetDefaultConnection()).Import(rows, added, updated, error, overwrite)) {
         err(error);
+        if (error.contains(QStringLiteral("после выгрузки книги")))
+            err(QStringLiteral("Чтобы записать значения книги поверх, добавьте --overwrite"));
         return 1;
     }
     out(QStringLiteral("Справочник проводов: добавлено %1, обновлено %2").arg(added).arg(updated));

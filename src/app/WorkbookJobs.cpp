@@ -1,6 +1,7 @@
 // The measurement (W, Tmax) and generalised-data workbooks without a window: written as the forms write them,
 // read back with every problem named by its cell, and stored on request.
 #include <cmath>
+#include <functional>
 #include <iterator>
 
 #include "app/CliArgs.h"
@@ -25,7 +26,7 @@ const char* const kUsage =
     "Использование:\n"
     "  ozn3 workbook write (w | tmax | social) --db CONNECTION --node IDENT --sample IDENT FILE\n"
     "                      [--consumers | --tp-only] [--level CODE]\n"
-    "  ozn3 workbook read (w | tmax | social) --db CONNECTION FILE [--save]";
+    "  ozn3 workbook read (w | tmax | social) --db CONNECTION FILE [--save [--overwrite]]";
 // The rights of the forms: W and Tmax measurements, generalised data.
 constexpr int kRightW = 12, kRightTmax = 13, kRightSocial = 14;
 // The levels of the generalised-data workbook, by code.
@@ -51,70 +52,56 @@ QString shown(double v) { return isEmptyFloat(v) ? QStringLiteral("пусто") 
 
 int hoursOf(const TSamplePeriodInfo& p) { return static_cast<int>(std::lround((p.EndDays() - p.StartDays()) * 24)); }
 
-// One line per changed row: its name and ident, then each value that changed, "old → new".
-void printChanges(const TLVZamerData& before, const TLVZamerData& after)
+// One line per changed row: its name and ident, then each value the user changed, "as written → as read".
+void printChanges(const TLVZamerData& data)
 {
-    for (size_t i = 0; i < after.Records().size(); ++i) {
-        TLVZamerRecord a = before.Records()[i], b = after.Records()[i];
-        if (!b.EditRec || a.EditRec)
-            continue;
-        QStringList changes;
-        for (const zamer::Column& c : zamer::ValueColumns(after.Kind()))
-            if (CompareFloat(c.field(a), c.field(b)) != 0)
-                changes << QStringLiteral("%1: %2 → %3").arg(c.caption, shown(c.field(a)), shown(c.field(b)));
-        if (a.MeterName != b.MeterName)
-            changes << QStringLiteral("Счетчик: «%1» → «%2»").arg(a.MeterName, b.MeterName);
-        if (a.ST != b.ST)
-            changes << QStringLiteral("Состояние счетчика: %1 → %2").arg(a.ST).arg(b.ST);
-        out(QStringLiteral("%1 (%2): %3").arg(b.Name.trimmed()).arg(b.Guid).arg(changes.join(QStringLiteral("; "))));
-    }
-    for (size_t i = 0; i < after.Consumers().size(); ++i) {
-        TLVZamerConsumer a = before.Consumers()[i], b = after.Consumers()[i];
-        if (!b.EditRec || a.EditRec)
-            continue;
-        QStringList changes;
-        for (const zamer::ConsumerColumn& c : zamer::ConsumerColumns(after.Kind()))
-            if (CompareFloat(c.field(a), c.field(b)) != 0)
-                changes << QStringLiteral("%1: %2 → %3").arg(c.caption, shown(c.field(a)), shown(c.field(b)));
-        if (a.MeterName != b.MeterName)
-            changes << QStringLiteral("Счетчик: «%1» → «%2»").arg(a.MeterName, b.MeterName);
-        if (a.LoadType != b.LoadType)
-            changes << QStringLiteral("Вид нагрузки: %1 → %2").arg(a.LoadType).arg(b.LoadType);
-        out(QStringLiteral("%1 (%2): %3").arg(b.Name).arg(b.Guid).arg(changes.join(QStringLiteral("; "))));
-    }
+    for (const TLVZamerRecord& r : data.Records())
+        if (r.EditRec)
+            out(QStringLiteral("%1 (%2): %3")
+                    .arg(r.Name.trimmed())
+                    .arg(r.Guid)
+                    .arg(data.PendingChanges(r).join(QStringLiteral("; "))));
+    for (const TLVZamerConsumer& c : data.Consumers())
+        if (c.EditRec)
+            out(QStringLiteral("%1 (%2): %3")
+                    .arg(c.Name)
+                    .arg(c.Guid)
+                    .arg(data.PendingChanges(c).join(QStringLiteral("; "))));
 }
 
-void printChanges(const TNodeSocialHigh& rows, const std::vector<TDataAnaliz>& before)
+void printChanges(const TNodeSocialHigh& rows)
 {
     for (int i = 0; i < rows.Count(); ++i) {
         const TNodeSocial& n = rows.GetItem(i);
-        if (!n.Edited)
-            continue;
-        const TDataAnaliz &a = before[i], &b = n.Data;
-        QStringList changes;
-        const std::pair<const char*, double TDataAnaliz::*> fields[] = {
-            {"Wa", &TDataAnaliz::Wa}, {"Wa_bus", &TDataAnaliz::Wa_bus}, {"CosFi", &TDataAnaliz::CosFi},
-            {"F", &TDataAnaliz::F},   {"NLines", &TDataAnaliz::NLines}, {"dp", &TDataAnaliz::dp},
-            {"dn", &TDataAnaliz::dn}, {"kzap", &TDataAnaliz::kzap}};
-        if (a.T != b.T)
-            changes << QStringLiteral("T: %1 → %2").arg(a.T).arg(b.T);
-        if (a.Unom != b.Unom)
-            changes << QStringLiteral("Unom: %1 → %2").arg(a.Unom).arg(b.Unom);
-        for (const auto& [name, field] : fields)
-            if (CompareFloat(a.*field, b.*field) != 0)
-                changes << QStringLiteral("%1: %2 → %3").arg(QLatin1String(name), shown(a.*field), shown(b.*field));
-        for (int l = 0; l < TDataAnaliz::LengthCount; ++l)
-            if (CompareFloat(a.Lengths[l], b.Lengths[l]) != 0)
-                changes << QStringLiteral("%1: %2 → %3")
-                               .arg(QLatin1String(TLVNormativSample0::LengthNames[l]), shown(a.Lengths[l]),
-                                    shown(b.Lengths[l]));
-        out(QStringLiteral("%1 (%2): %3").arg(n.Name).arg(n.GUID).arg(changes.join(QStringLiteral("; "))));
+        if (n.Edited && n.Base)
+            out(QStringLiteral("%1 (%2): %3")
+                    .arg(n.Name)
+                    .arg(n.GUID)
+                    .arg(TNodeSocialHigh::Differences(*n.Base, n.Data).join(QStringLiteral("; "))));
     }
 }
 
-// Stores what was read when asked to and allowed to.
-template <class Store> int saveIfAsked(TfdbDatabase& db, bool save, int right, int pending, Store&& store)
+// What was read is stored only when asked, allowed, and nothing is wrong: a value not taken as typed (notes)
+// or a row changed in the database since the workbook was written (conflicts, unless --overwrite) stores
+// nothing and exits 1.
+int saveIfAsked(TfdbDatabase& db, const TArgs& args, int right, int pending, const QStringList& notes,
+                const QStringList& conflicts, const std::function<TWorkbookSave(TConflictChoice)>& store)
 {
+    const bool save = args.Has(QStringLiteral("--save"));
+    const bool overwrite = args.Has(QStringLiteral("--overwrite"));
+    for (const QString& note : notes)
+        err(note);
+    for (const QString& conflict : conflicts)
+        err(QStringLiteral("Конфликт: %1").arg(conflict));
+    if (!notes.isEmpty() || (!conflicts.isEmpty() && !overwrite)) {
+        if (!conflicts.isEmpty() && !overwrite)
+            err(QStringLiteral("Строки изменены в базе после записи книги: %1. Чтобы записать значения книги поверх, "
+                               "добавьте --overwrite")
+                    .arg(conflicts.size()));
+        err(save ? QStringLiteral("Не сохранено: в базе ничего не изменено")
+                 : QStringLiteral("Изменено строк: %1 (сохранение невозможно, пока есть замечания)").arg(pending));
+        return 1;
+    }
     if (!save) {
         out(QStringLiteral("Изменено строк: %1 (не сохранено: нужен --save)").arg(pending));
         return 0;
@@ -128,7 +115,15 @@ template <class Store> int saveIfAsked(TfdbDatabase& db, bool save, int right, i
         return 0;
     }
     try {
-        out(QStringLiteral("Сохранено строк: %1").arg(store()));
+        const TWorkbookSave saved = store(overwrite ? TConflictChoice::Overwrite : TConflictChoice::Refuse);
+        if (!saved.Stored) {
+            for (const QString& conflict : saved.Conflicts)
+                err(QStringLiteral("Конфликт: %1").arg(conflict));
+            err(QStringLiteral(
+                "Не сохранено: строки изменены в базе во время чтения книги; в базе ничего не изменено"));
+            return 1;
+        }
+        out(QStringLiteral("Сохранено строк: %1").arg(saved.Written));
     } catch (const EDatabaseError& e) {
         err(QStringLiteral("Не сохранено: %1").arg(e.Text()));
         return 1;
@@ -215,35 +210,28 @@ int readBook(const TArgs& args, const QString& kind, TfdbDatabase& db, const QSt
                 .arg(id.Sample));
         return 1;
     }
-    const bool save = args.Has(QStringLiteral("--save"));
     ToznFDConnection& connection = *db.GetDefaultConnection();
     if (kind == QLatin1String("social")) {
         TNodeSocialHigh rows;
         rows.Open(connection, id.Object, id.Level, *period);
-        std::vector<TDataAnaliz> before;
-        for (int i = 0; i < rows.Count(); ++i)
-            before.push_back(rows.GetItem(i).Data);
         if (rows.ReadWorkbook(file, error) < 0) {
             err(error);
             return 1;
         }
-        printChanges(rows, before);
-        return saveIfAsked(db, save, kRightSocial, rows.Pending(), [&] { return rows.Save(connection); });
+        printChanges(rows);
+        return saveIfAsked(db, args, kRightSocial, rows.Pending(), {}, rows.Conflicts(connection),
+                           [&](TConflictChoice choice) { return rows.Save(connection, choice); });
     }
     TLVZamerData data(kind == QLatin1String("w") ? TLVZamerKind::W : TLVZamerKind::Tmax);
     data.Load(connection, item, id.Sample, hoursOf(*period), id.Lines, id.Consumers);
-    const TLVZamerData before = data;
     if (data.ReadWorkbook(file, error) < 0) {
         err(error);
         return 1;
     }
-    printChanges(before, data);
-    for (const QString& note : data.ReadNotes())
-        err(note);
-    const int problem = data.ReadNotes().isEmpty() ? 0 : 1;
-    const int saved = saveIfAsked(db, save, kind == QLatin1String("w") ? kRightW : kRightTmax, data.Pending(),
-                                  [&] { return data.Save(connection); });
-    return saved != 0 ? saved : problem;
+    printChanges(data);
+    return saveIfAsked(db, args, kind == QLatin1String("w") ? kRightW : kRightTmax, data.Pending(), data.ReadNotes(),
+                       data.Conflicts(connection),
+                       [&](TConflictChoice choice) { return data.Save(connection, choice); });
 }
 }  // namespace
 
@@ -258,7 +246,7 @@ int WorkbookJob(const QStringList& args)
     QString error;
     const TOptionSpec spec =
         write ? TOptionSpec{{"--db", "--node", "--sample", "--level"}, {}, {"--consumers", "--tp-only"}, 1}
-              : TOptionSpec{{"--db"}, {}, {"--save"}, 1};
+              : TOptionSpec{{"--db"}, {}, {"--save", "--overwrite"}, 1};
     if (!a.Parse(args, 3, spec, error) || !a.OneOf({QStringLiteral("--consumers"), QStringLiteral("--tp-only")}, error))
         return usage(error);
     if (a.PositionalCount() != 1 || !a.Has(QStringLiteral("--db")))

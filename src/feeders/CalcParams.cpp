@@ -96,6 +96,14 @@ bool TfrmCalcParamsPW::Prepare()
     Params()->SetSamplePeriod(periods_->CurrentIdent());
     LoadStored();
     connect(periods_, &TSamplesTreeBox::CurrentIdentChanged, this, [this](int ident) {
+        if (ident == Params()->GetSamplePeriod())
+            return;
+        // Values typed for the interval shown are not replaced without a question.
+        if (!ConfirmLeaveInterval()) {
+            const QSignalBlocker blocker(periods_);
+            periods_->SetCurrentIdent(Params()->GetSamplePeriod());
+            return;
+        }
         // Each interval has values of its own: the former interval's current values do not carry over,
         // and an interval with none stored starts from its measurement.
         if (HasStorage())

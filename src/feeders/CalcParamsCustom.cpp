@@ -8,18 +8,23 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QTabBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
 
 namespace {
 constexpr QRgb kDiffersColour = 0xFF0000;  // the host's colour 255: red
 }
 
-TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner)
+TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner), constraints_(new TEditConstraints(this))
 {
     setWindowTitle(QStringLiteral("Расчет потерь эл.энергии (установившийся режим)"));
     body_ = new QVBoxLayout(this);
@@ -83,7 +88,16 @@ TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner)
     bottom->addWidget(buttons);
     body_->addLayout(bottom);
 
-    connect(levels_, &QTabBar::currentChanged, this, [this] { RefreshBoxes(); });
+    connect(levels_, &QTabBar::currentChanged, this, [this](int level) {
+        // The values of another level are shown over the fields: not while one holds a refused text.
+        if (level != shownLevel_ && !FieldsAccepted()) {
+            const QSignalBlocker blocker(levels_);
+            levels_->setCurrentIndex(shownLevel_);
+            return;
+        }
+        shownLevel_ = level;
+        RefreshBoxes();
+    });
     connect(mode_, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!refreshing_ && params_ && index >= 0)
             params_->SetSampleType(index);
@@ -120,6 +134,7 @@ QLineEdit* TfrmCalcParamsCustom::AddBox(const QString& name, const QString& capt
     if (!get)
         get = [this, field](TLVCalcLevel level) { return params_->Get(field, level); };
     boxes_.push_back({edit, field, format, std::move(get), lineless, energy});
+    SetupConstraint(edit, caption, field);
     const size_t index = boxes_.size() - 1;
     connect(edit, &QLineEdit::editingFinished, this, [this, index] { BoxEdited(boxes_[index]); });
     return edit;
@@ -131,6 +146,7 @@ void TfrmCalcParamsCustom::AddPhaseBoxes(const QString& prefix, const QString& c
     const int row = grid_->rowCount();
     grid_->addWidget(new QLabel(caption, this), row, 0);
     const char* phases[] = {"A", "B", "C"};
+    const char* phaseNames[] = {"А", "В", "С"};
     for (int p = 0; p < 3; ++p) {
         auto* edit = new QLineEdit(this);
         edit->setObjectName(prefix + QLatin1String(phases[p]));
@@ -138,8 +154,77 @@ void TfrmCalcParamsCustom::AddPhaseBoxes(const QString& prefix, const QString& c
         const auto field = static_cast<TParamField>(static_cast<int>(first) + p);
         boxes_.push_back(
             {edit, field, format, [this, field](TLVCalcLevel l) { return params_->Get(field, l); }, false, false});
+        SetupConstraint(edit, QStringLiteral("%1, фаза %2").arg(caption, QString::fromUtf8(phaseNames[p])), field);
         const size_t index = boxes_.size() - 1;
         connect(edit, &QLineEdit::editingFinished, this, [this, index] { BoxEdited(boxes_[index]); });
+    }
+}
+
+namespace {
+// What each value of the regime accepts: the ranges the measurement workbooks check.
+TInputRule ruleOf(TParamField field)
+{
+    switch (field) {
+    case TParamField::UA:
+    case TParamField::UB:
+    case TParamField::UC: return ranges::PhaseVoltage();
+    case TParamField::ImaxA:
+    case TParamField::ImaxB:
+    case TParamField::ImaxC:
+    case TParamField::IA:
+    case TParamField::IB:
+    case TParamField::IC: return ranges::PhaseCurrent();
+    case TParamField::CosA:
+    case TParamField::CosB:
+    case TParamField::CosC: return ranges::PowerFactor();
+    case TParamField::Kdp: return ranges::AdditionalLosses();
+    case TParamField::Temperature: return ranges::Temperature();
+    case TParamField::T: return ranges::IntervalHours();
+    case TParamField::Kzap: return ranges::FillFactor();
+    case TParamField::SqrKfg: return ranges::SquaredFormFactor();
+    case TParamField::Tmax: return ranges::TmaxHours();
+    case TParamField::Tau: return ranges::TauRelative();
+    default: return ranges::Energy();
+    }
+}
+}  // namespace
+
+void TfrmCalcParamsCustom::SetupConstraint(QLineEdit* edit, const QString& caption, TParamField field)
+{
+    constraints_->AddContraints(edit, caption, ruleOf(field));
+}
+
+bool TfrmCalcParamsCustom::FieldsAccepted()
+{
+    if (constraints_->CheckConstraint())
+        return true;
+    host::ShowWarning(QStringLiteral("Значения не приняты:\n%1\nИсправьте их или отмените правку (\"Отмена\").")
+                          .arg(constraints_->Errors().join(QLatin1Char('\n'))));
+    return false;
+}
+
+bool TfrmCalcParamsCustom::ConfirmLeaveInterval()
+{
+    if (!FieldsAccepted())
+        return false;
+    if (!params_ || !HasStorage() || params_->Values(TLVCalcLevel::Current) == loaded_)
+        return true;
+    const TSamplePeriodInfo* shown =
+        CurrentDatabase()
+            ? CurrentDatabase()->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(params_->GetSamplePeriod())
+            : nullptr;
+    switch (host::dialogs().Message(host::AppCaption(),
+                                    QStringLiteral("Сохранить значения, введенные для интервала «%1»?")
+                                        .arg(shown ? shown->Name : QString::number(params_->GetSamplePeriod())),
+                                    host::Icon::Question, host::Buttons::YesNoCancel)) {
+    case host::mrYes: try { save_();
+        } catch (const std::exception& e) {
+            host::ShowWarning(QString::fromUtf8(e.what()));
+            return false;
+        }
+        return true;
+    case host::mrNo: return true;
+    default: return false;
     }
 }
 
@@ -178,6 +263,8 @@ void TfrmCalcParamsCustom::RefreshBoxes()
             box.edit->clear();
         } else if (box.energy && params_->isWaCalc()) {
             box.edit->setText(QStringLiteral("Расчет"));
+        } else if (constraints_->isContraint(box.edit)) {
+            // A refused text stays until the user settles it.
         } else {
             const double value = box.get(level);
             const QString text = FormatFloat(box.format, value);
@@ -202,13 +289,10 @@ void TfrmCalcParamsCustom::BoxEdited(BoxBinding& box)
 {
     if (refreshing_ || !params_ || Level() != TLVCalcLevel::Current || box.edit->isReadOnly())
         return;
-    const QString text = box.edit->text().trimmed();
+    // A text the field refuses stays in it, marked, and the parameters keep their value.
     double value = EmptyFloat();
-    if (!text.isEmpty() && !ParseFloat(text, value)) {
-        host::ShowWarning(QStringLiteral("'%1' не является числом").arg(text));
-        RefreshBoxes();
+    if (!constraints_->CheckControl(box.edit, value))
         return;
-    }
     params_->Set(box.field, value);
     RefreshBoxes();
 }
@@ -242,10 +326,15 @@ void TfrmCalcParamsCustom::LoadStored()
     } catch (const std::exception& e) {
         host::ShowWarning(QString::fromUtf8(e.what()));
     }
+    if (params_)
+        loaded_ = params_->Values(TLVCalcLevel::Current);
 }
 
 void TfrmCalcParamsCustom::accept()
 {
+    // "OK" (or Enter) hands the values over: never with a field holding a refused text.
+    if (!FieldsAccepted())
+        return;
     if (saveToDb_->isChecked() && save_) {
         try {
             save_();
@@ -253,6 +342,8 @@ void TfrmCalcParamsCustom::accept()
             host::ShowWarning(QString::fromUtf8(e.what()));
             return;
         }
+        if (params_)
+            loaded_ = params_->Values(TLVCalcLevel::Current);
     }
     QDialog::accept();
 }

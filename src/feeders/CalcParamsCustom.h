@@ -11,6 +11,7 @@ class QGridLayout;
 class QLineEdit;
 class QTabBar;
 class QVBoxLayout;
+class TEditConstraints;
 
 // Base of the regime parameter dialogs: the level tabs, the head-of-line values, temperature, Kdp,
 // the calculation mode, "Установить" and the buttons. Every box is bound to one parameter.
@@ -36,6 +37,10 @@ public:
     // The "Установить" actions.
     void CopyAll();
     void CopyEnergy();
+    TEditConstraints& Constraints() const { return *constraints_; }
+    // Before the values of another interval are shown: no field may hold a refused text, and values typed for
+    // the interval shown are saved, dropped or kept with the interval as the user answers. False to stay.
+    bool ConfirmLeaveInterval();
 
 protected:
     struct BoxBinding {
@@ -54,14 +59,18 @@ protected:
     QGridLayout* Grid() const { return grid_; }
     QVBoxLayout* Body() const { return body_; }
     QComboBox* ModeBox() const { return mode_; }
-    // Reads the stored parameters of the chosen period, when the dialog has storage.
+    // Reads the stored parameters of the chosen period, when the dialog has storage; what is shown then is what
+    // the user has not changed.
     void LoadStored();
+    // Warns about the fields that hold a refused text; true when there is none.
+    bool FieldsAccepted();
     bool HasStorage() const { return static_cast<bool>(load_); }
     void SetModes(const QStringList& captions);
     void accept() override;
 
 private:
     void BoxEdited(BoxBinding& box);
+    void SetupConstraint(QLineEdit* edit, const QString& caption, TParamField field);
     TFiderHHCalcParams* params_ = nullptr;
     std::vector<BoxBinding> boxes_;
     std::function<void()> load_, save_;
@@ -71,4 +80,7 @@ private:
     QComboBox* mode_;
     QCheckBox* saveToDb_;
     bool refreshing_ = false;
+    TEditConstraints* constraints_;
+    TLVCalcValues loaded_;  // the current values as read for the interval shown
+    int shownLevel_ = 0;
 };

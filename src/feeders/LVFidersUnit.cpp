@@ -14,12 +14,15 @@
 #include <QSplitter>
 #include <QTabWidget>
 #include <QVBoxLayout>
+#include <tuple>
 
 #include "feeders/FeedersSql.h"
 #include "feeders/LVFidersReports.h"
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
+#include "host/InputRanges.h"
 #include "host/LoadTypesEditor.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
@@ -42,7 +45,8 @@ QString fixed(double v, int decimals)
 }  // namespace
 
 TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
-    : QDialog(owner), connection_(connection), rf_(EmptyFloat()), xf_(EmptyFloat()), rn_(EmptyFloat())
+    : QDialog(owner), connection_(connection), rf_(EmptyFloat()), xf_(EmptyFloat()), rn_(EmptyFloat()),
+      constraints_(new TEditConstraints(this))
 {
     setObjectName(QStringLiteral("LVFidersForm"));
     setWindowTitle(QStringLiteral("Линии 0,38 кВ"));
@@ -108,14 +112,30 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     layout->addLayout(bottom);
     save_->setEnabled(false);
 
-    connect(fiders_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
-        if (item && !busy_)
-            ShowFider(item->data(Qt::UserRole).toInt());
+    connect(fiders_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item, QListWidgetItem* previous) {
+        if (!item || busy_)
+            return;
+        if (!MayLeaveFields()) {
+            // The typed texts stay with the feeder shown until the user settles them.
+            busy_ = true;
+            fiders_->setCurrentItem(previous);
+            busy_ = false;
+            return;
+        }
+        ShowFider(item->data(Qt::UserRole).toInt());
     });
     connect(dates_, &QComboBox::currentIndexChanged, this, [this] {
-        if (!busy_)
-            ShowSample();
+        if (busy_)
+            return;
+        if (!MayLeaveFields()) {
+            busy_ = true;
+            dates_->setCurrentIndex(shownDate_);
+            busy_ = false;
+            return;
+        }
+        ShowSample();
     });
+    SetupConstraints();
 }
 
 void TLVFidersForm::BuildMainTab(QWidget* page)
@@ -236,7 +256,8 @@ void TLVFidersForm::BuildMainTab(QWidget* page)
     auto attributeText = [this](const QString& box, auto apply) {
         connect(Edit(box), &QLineEdit::textEdited, this, [this, box, apply] {
             TRep_Data::FiderA* a = Attributes();
-            if (busy_ || !a)
+            double accepted = EmptyFloat();
+            if (busy_ || !a || !Accepted(box, accepted))
                 return;
             apply(*a, Edit(box)->text());
             a->state = a->state == TRep_Data::RowState::New ? a->state : TRep_Data::RowState::Changed;
@@ -274,9 +295,10 @@ void TLVFidersForm::BuildMainTab(QWidget* page)
     });
     auto sampleEdit = [this](const QString& box, auto apply) {
         connect(Edit(box), &QLineEdit::textEdited, this, [this, box, apply] {
-            if (busy_ || !sample_)
+            double value = EmptyFloat();
+            if (busy_ || !sample_ || !Accepted(box, value))
                 return;
-            apply(*sample_, Value(box));
+            apply(*sample_, value);
             sample_->state = sample_->state == TRep_Data::RowState::New ? sample_->state : TRep_Data::RowState::Changed;
             Recalculate(true);
         });
@@ -341,6 +363,57 @@ void TLVFidersForm::BuildResultsTab(QWidget* page)
 }
 
 QLineEdit* TLVFidersForm::Edit(const QString& name) const { return findChild<QLineEdit*>(name); }
+
+bool TLVFidersForm::Accepted(const QString& box, double& value) const
+{
+    const TInputValue read = constraints_->Check(Edit(box));
+    value = read.number;
+    return read.problem.isEmpty();
+}
+
+void TLVFidersForm::SetupConstraints()
+{
+    // What each field accepts: the ranges of the measurement workbooks and the regime dialogs.
+    const std::tuple<QString, QString, TInputRule> fields[] = {
+        {QStringLiteral("EditCosFi"), QStringLiteral("К-т мощности Г.У., о.е."), ranges::PowerFactor()},
+        {QStringLiteral("EditTmax"), QStringLiteral("Тmax, часов"), ranges::TmaxHours()},
+        {QStringLiteral("EditLength"), QStringLiteral("Длина фидера, км"), ranges::Length()},
+        {QStringLiteral("EditKnm"), QStringLiteral("Кн/м, о.е."), ranges::LossRatio()},
+        {QStringLiteral("EditKrazv"), QStringLiteral("К-т разветвленности, о.е."), ranges::BranchingFactor()}};
+    for (const auto& [box, caption, rule] : fields)
+        constraints_->AddContraints(Edit(box), caption, rule);
+    const char* const phases[] = {"А", "В", "С"};
+    for (int p = 0; p < 3; ++p) {
+        const QString phase = QString::fromUtf8(phases[p]);
+        constraints_->AddContraints(Edit(QStringLiteral("EditI") + QLatin1String(kPhases[p])),
+                                    QStringLiteral("I, А, фаза %1").arg(phase), ranges::PhaseCurrent());
+        constraints_->AddContraints(Edit(QStringLiteral("EditU") + QLatin1String(kPhases[p])),
+                                    QStringLiteral("Uг.у., В, фаза %1").arg(phase), ranges::PhaseVoltage());
+        constraints_->AddContraints(Edit(QStringLiteral("EditU2") + QLatin1String(kPhases[p])),
+                                    QStringLiteral("Uу.т., В, фаза %1").arg(phase), ranges::PhaseVoltage());
+    }
+    // Leaving a field with a text it refuses: the text stays marked and the user is told the field and its range.
+    for (QLineEdit* box : findChildren<QLineEdit*>())
+        if (constraints_->IsConstrained(box))
+            connect(box, &QLineEdit::editingFinished, this, [this, box] {
+                double value = EmptyFloat();
+                if (!busy_)
+                    constraints_->CheckControl(box, value);
+            });
+    connect(constraints_, &TEditConstraints::ErrorsChanged, this, [this] {
+        if (!constraints_->GetEnabled())
+            save_->setEnabled(true);  // the user can try to save and be told why not
+    });
+}
+
+bool TLVFidersForm::MayLeaveFields()
+{
+    if (constraints_->CheckConstraint())
+        return true;
+    host::ShowWarning(QStringLiteral("Значения не приняты:\n%1\nИсправьте их или отмените правку (\"Отмена\").")
+                          .arg(constraints_->Errors().join(QLatin1Char('\n'))));
+    return false;
+}
 
 double TLVFidersForm::Value(const QString& box) const
 {
@@ -410,6 +483,7 @@ void TLVFidersForm::SelectFider(int guid)
 void TLVFidersForm::ShowFider(int guid)
 {
     busy_ = true;
+    constraints_->ClearAll();  // the fields show the feeder's data anew
     lvFider_ = guid;
     flags_ = {};
     TRep_Data::Fider* fider = Fider();
@@ -458,6 +532,8 @@ void TLVFidersForm::SelectDate(const QDate& date) { dates_->setCurrentIndex(date
 void TLVFidersForm::ShowSample()
 {
     busy_ = true;
+    constraints_->ClearAll();
+    shownDate_ = dates_->currentIndex();
     sample_ = Fider() && dates_->currentIndex() >= 0 ? repData_->FindSample(lvFider_, dates_->currentData().toDate())
                                                      : nullptr;
     auto show = [this](const QString& box, double v, const QString& pattern) {
@@ -502,7 +578,9 @@ void TLVFidersForm::MeasuredEdited(QLineEdit* box)
         return;
     const QString name = box->objectName();
     const int phase = name.back().unicode() - 'A';
-    const double v = Value(name);
+    double v = EmptyFloat();
+    if (!Accepted(name, v))
+        return;  // a text the field refuses never reaches the sample
     if (name.startsWith(QLatin1String("EditU2")))
         sample_->U2[phase] = v;
     else if (name.startsWith(QLatin1String("EditU")))
@@ -548,7 +626,7 @@ void TLVFidersForm::Recalculate(bool apply)
         save_->setEnabled(true);
         busy_ = true;
         auto update = [this](const QString& box, double v, const QString& pattern) {
-            if (!Edit(box)->hasFocus())
+            if (!Edit(box)->hasFocus() && !constraints_->isContraint(Edit(box)))
                 Edit(box)->setText(FormatFloat(pattern, v));
         };
         update(QStringLiteral("EditTmax"), sample_->Tmax, QStringLiteral("0"));
@@ -613,6 +691,13 @@ constexpr int kSaveLockTimeoutMs = 5000;
 
 bool TLVFidersForm::SaveChanges()
 {
+    // What a field refuses is never stored, whichever way the save was asked for.
+    if (!constraints_->CheckConstraint()) {
+        host::ShowWarning(QStringLiteral("Изменения не сохранены: значения не приняты:\n%1\nИсправьте их или "
+                                         "отмените правку (\"Отмена\").")
+                              .arg(constraints_->Errors().join(QLatin1Char('\n'))));
+        return false;
+    }
     const bool own = !connection_.inTransaction();
     // A save waits a few seconds at most for rows another user holds; the connection's own limit comes back after.
     const int lockTimeout = connection_.LockTimeout();
@@ -678,7 +763,8 @@ void TLVFidersForm::CancelChanges()
 
 bool TLVFidersForm::AskToSave()
 {
-    if (!repData_ || !repData_->Modified())
+    // A refused text in a field is an edit too: it is not given up without the question.
+    if (!repData_ || (!repData_->Modified() && constraints_->CheckConstraint()))
         return true;
     const QString question = QStringLiteral("Сохранить изменения за \"%1\"?").arg(dateText(CurrentDate()));
     if (host::dialogs().Message(host::AppCaption(), question, host::Icon::Question, host::Buttons::YesNo) ==
@@ -747,8 +833,8 @@ QDate TLVFidersForm::PickDate(const QDate& start)
 
 void TLVFidersForm::NewLine()
 {
-    if (repData_->Modified())
-        SaveChanges();
+    if (repData_->Modified() && !SaveChanges())
+        return;
     QString name;
     if (!host::dialogs().InputQuery(QStringLiteral("Создание новой линии "), QStringLiteral("Введите имя новой линии"),
                                     name) ||
@@ -801,7 +887,7 @@ void TLVFidersForm::RenameLine()
 void TLVFidersForm::DeleteLine()
 {
     TRep_Data::Fider* fider = Fider();
-    if (!fider || !host::AskYesNo(QStringLiteral("Удалить линию \"%1\"?").arg(fider->Name)))
+    if (!fider || !MayLeaveFields() || !host::AskYesNo(QStringLiteral("Удалить линию \"%1\"?").arg(fider->Name)))
         return;
     repData_->DeleteFider(fider->GUID);
     SaveChanges();

@@ -12,6 +12,7 @@ class QLineEdit;
 class QListWidget;
 class QPushButton;
 class QTabWidget;
+class TEditConstraints;
 class ToznFDConnection;
 
 // Editor of the LV feeders ("Линии 0,38 кВ") of one substation with their measurement samples;
@@ -52,7 +53,8 @@ public:
     // Marks the sample shown as the feeder's main one (or unmarks it); written by the next save.
     void ToggleMain();
     void MarkMainDate();
-    // Writes every change and commits; false when the database refused (nothing of it is kept then).
+    // Writes every change and commits; false when a field holds a value it refuses (the user is told which) or
+    // the database refused (nothing of it is kept then). Every way of storing goes through here.
     bool SaveChanges();
     // Drops everything since the last save, in memory and in the transaction.
     void CancelChanges();
@@ -62,6 +64,7 @@ public:
     void ShowTPReport();
 
     QLineEdit* Edit(const QString& name) const;
+    TEditConstraints& Constraints() const { return *constraints_; }
 
 protected:
     void reject() override;
@@ -86,6 +89,12 @@ private:
     TRep_Data::FiderA* Attributes() const;
     void MeasuredEdited(QLineEdit* box);
     double Value(const QString& box) const;
+    // A typed text the field accepts (its value, an empty float for an empty field); false for one it refuses,
+    // which then does not reach the data.
+    bool Accepted(const QString& box, double& value) const;
+    // Another feeder or sample may be shown: no field holds a refused text (else the user is told).
+    bool MayLeaveFields();
+    void SetupConstraints();
 
     ToznFDConnection& connection_;
     TRep_Data* repData_ = nullptr;
@@ -113,6 +122,9 @@ private:
     QPushButton* save_;
     QPushButton* cancel_;
     QHash<QString, QLabel*> results_;
+    TEditConstraints* constraints_;
+    int shownFider_ = 0;
+    int shownDate_ = -1;
 };
 
 // The editor while ShowLVFiders runs; stale afterwards.

@@ -24,6 +24,7 @@
 #include "host/TreeModel.h"
 #include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
+#include "import/ZamerSheets.h"
 #include "import/xlsLVZamerSocialDLL.h"
 #include "normative/LVNormativReports.h"
 
@@ -83,15 +84,41 @@ bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& erro
     return true;
 }
 
-bool saveRows(TxlsZamerShablonForm& form, int pending, const std::function<int()>& store)
+bool saveRows(TxlsZamerShablonForm& form, int pending, const QStringList& notes,
+              const std::function<TWorkbookSave(TConflictChoice)>& store)
 {
     if (pending == 0) {
         host::ShowInformation(QStringLiteral("Нет изменений для сохранения: строки таблицы совпадают с базой данных"));
         return false;
     }
+    if (!notes.isEmpty() &&
+        !host::AskYesNo(QStringLiteral("При чтении книги приняты не все значения:\n%1\n\nСохранить прочитанное?")
+                            .arg(notes.join('\n'))))
+        return false;
     try {
-        const int saved = store();
-        form.AddLog(QStringLiteral("Сохранено строк: %1").arg(saved), 1, saved);
+        TWorkbookSave saved = store(TConflictChoice::Refuse);
+        if (!saved.Stored && !saved.Conflicts.isEmpty()) {
+            constexpr int kShown = 15;
+            QString list = saved.Conflicts.mid(0, kShown).join('\n');
+            if (saved.Conflicts.size() > kShown)
+                list += QStringLiteral("\n… и еще %1").arg(saved.Conflicts.size() - kShown);
+            const int answer = host::dialogs().Message(
+                host::AppCaption(),
+                QStringLiteral("Эти строки изменены в базе данных после того, как книга была записана (другим "
+                               "пользователем или другой книгой), и изменены вами в книге:\n%1\n\n"
+                               "Да — записать ваши значения поверх; Нет — оставить в этих строках значения базы и "
+                               "сохранить остальные строки; Отмена — ничего не сохранять.")
+                    .arg(list),
+                host::Icon::Question, host::Buttons::YesNoCancel);
+            if (answer != host::mrYes && answer != host::mrNo)
+                return false;
+            for (const QString& conflict : saved.Conflicts)
+                form.AddLog(conflict, 2, 0);
+            saved = store(answer == host::mrYes ? TConflictChoice::Overwrite : TConflictChoice::KeepDatabase);
+            if (!saved.Stored)
+                return false;
+        }
+        form.AddLog(QStringLiteral("Сохранено строк: %1").arg(saved.Written), 1, saved.Written);
     } catch (const std::exception& e) {
         host::ShowWarning(QString::fromUtf8(e.what()));
         return false;
@@ -314,7 +341,14 @@ bool TxlsLVZamerSocialForm::Save()
 {
     if (ReadOnly() || !ReadIfChanged())
         return false;
-    return saveRows(*this, rows_.Pending(), [this] { return rows_.Save(*CurrentDatabase()->GetDefaultConnection()); });
+    if (!saveRows(*this, rows_.Pending(), {}, [this](TConflictChoice choice) {
+            return rows_.Save(*CurrentDatabase()->GetDefaultConnection(), choice);
+        }))
+        return false;
+    // The workbook shows the rows as stored now, so that a further edit in it is compared with them.
+    if (watch_.IsOpen())
+        WriteWorkbook();
+    return true;
 }
 
 void TxlsLVZamerSocialForm::reject()

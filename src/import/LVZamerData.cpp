@@ -12,6 +12,7 @@
 #include "host/Tree.h"
 #include "import/ImportSql.h"
 #include "import/LVZamerColumns.h"
+#include "import/ZamerSheets.h"
 
 namespace {
 using R = TLVZamerRecord;
@@ -97,6 +98,9 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
     consumers_.clear();
     loadTypes_.clear();
     notes_.clear();
+    base_.clear();
+    consumerBase_.clear();
+    feeders_.clear();
     withConsumers_ = withConsumers;
     withLines_ = withLines;
     object_ = item ? item->Target()->GetIdent() : 0;
@@ -108,7 +112,6 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
         return;
     // The substations under the item in the tree's order (a substation shown twice counts once), each
     // followed by its LV feeders.
-    QList<int> feeders;
     std::function<void(ToznListItemCommon*)> walk = [&](ToznListItemCommon* i) {
         if (i->isLink())
             return;
@@ -123,36 +126,48 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
             records_.push_back(r);
         }
         if (type == NodeType::LVFiders) {
-            feeders.append(i->GetIdent());
+            feeders_.append(i->GetIdent());
             return;
         }
         for (int c = 0; c < i->GetCount(); ++c)
             walk(i->GetItems(c));
     };
     walk(item->Target());
+    for (size_t n = 0; n < records_.size(); ++n) {
+        records_[n].Num = static_cast<int>(n) + 1;
+        records_[n].NumStr = FirstRow + static_cast<int>(n);
+    }
     if (withConsumers)
-        LoadConsumers(connection, feeders);
+        consumers_ = ReadConsumers(connection, loadTypes_);
+    ReadStored(connection, records_);
+    ReadMeters(connection, records_, consumers_);
+}
+
+void TLVZamerData::ReadMeters(ToznFDConnection& connection, std::vector<R>& records,
+                              std::vector<Consumer>& consumers) const
+{
     // The register of meters names the meter of every row and its state.
     const QHash<int, TMeter> meters = LoadMeters(connection);
-    for (R& r : records_)
+    for (R& r : records)
         if (const auto it = meters.constFind(r.Guid); it != meters.cend()) {
             r.MeterName = it->Name;
             r.ST = it->State;
         }
-    for (Consumer& c : consumers_)
+    for (Consumer& c : consumers)
         if (const auto it = meters.constFind(c.Guid); it != meters.cend()) {
             c.MeterName = it->Name;
             c.ST = it->State;
         }
+}
+
+void TLVZamerData::ReadStored(ToznFDConnection& connection, std::vector<R>& records) const
+{
     QHash<quint64, size_t> index;
-    for (size_t n = 0; n < records_.size(); ++n) {
-        records_[n].Num = static_cast<int>(n) + 1;
-        records_[n].NumStr = FirstRow + static_cast<int>(n);
-        index.insert(objectKey(records_[n].TypeRec, records_[n].Guid), n);
-    }
+    for (size_t n = 0; n < records.size(); ++n)
+        index.insert(objectKey(records[n].TypeRec, records[n].Guid), n);
     auto find = [&](int kind, int guid) -> R* {
         const auto it = index.constFind(objectKey(kind, guid));
-        return it == index.cend() ? nullptr : &records_[*it];
+        return it == index.cend() ? nullptr : &records[*it];
     };
     auto phases = [](const TFDQuery& q, R& r, bool withMax) {
         for (int p = 0; p < 3; ++p) {
@@ -186,7 +201,7 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
                     r->TypeTp = q->Str(QStringLiteral("TypeTR"));
             for (auto [sql, kind] : {std::pair{ImportSql::kPTPInfo, R::TP}, {ImportSql::kLVPSamples, R::Line}}) {
                 q->SetSQLText(QString::fromUtf8(sql));
-                q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+                q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
                 for (q->Open(); !q->Eof(); q->Next())
                     if (R* r = find(kind, q->Int(QStringLiteral("GUID"))))
                         peak(*q, *r);
@@ -194,7 +209,7 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
             return;
         }
         q->SetSQLText(QString::fromUtf8(ImportSql::kTPInfo));
-        q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
         for (q->Open(); !q->Eof(); q->Next())
             if (R* r = find(R::TP, q->Int(QStringLiteral("GUID")))) {
                 r->inBase = true;
@@ -204,7 +219,7 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
                 r->Temperature = q->Float(QStringLiteral("Temperature"));
             }
         q->SetSQLText(QString::fromUtf8(ImportSql::kWLoads));
-        q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
         for (q->Open(); !q->Eof(); q->Next())
             if (R* r = find(R::TP, q->Int(QStringLiteral("GUID")))) {
                 r->inBase = true;
@@ -214,7 +229,7 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
                 r->sqrKfg = q->Float(QStringLiteral("sqrKfg"));
             }
         q->SetSQLText(QString::fromUtf8(ImportSql::kLVWSamples));
-        q->ParamByName(QStringLiteral("Ident"), sampleIdent);
+        q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
         for (q->Open(); !q->Eof(); q->Next())
             if (R* r = find(R::Line, q->Int(QStringLiteral("GUID")))) {
                 r->inBase = true;
@@ -227,21 +242,190 @@ void TLVZamerData::Load(ToznFDConnection& connection, ToznListItemCommon* item, 
                 r->Temperature = q->Float(QStringLiteral("Temperature"));
             }
     });
-    for (R& r : records_) {
-        if (isEmptyFloat(r.T) && hours > 0)
-            r.T = hours;  // the interval's hours unless the row has its own
+    for (R& r : records) {
+        if (isEmptyFloat(r.T) && hours_ > 0)
+            r.T = hours_;  // the interval's hours unless the row has its own
         phasesOf(r);
     }
 }
 
-int TLVZamerData::Save(ToznFDConnection& connection)
+QStringList TLVZamerData::Differences(const R& from, const R& to) const
 {
-    int written = 0;
+    QStringList changes;
+    for (const zamer::Column& c : zamer::ValueColumns(kind_)) {
+        if (c.busbars && from.TypeRec != R::TP)
+            continue;
+        R a = from, b = to;
+        if (CompareFloat(c.field(a), c.field(b)) != 0)
+            changes << QStringLiteral("%1: %2 → %3").arg(c.caption, ShownValue(c.field(a)), ShownValue(c.field(b)));
+    }
+    if (from.MeterName != to.MeterName)
+        changes << QStringLiteral("Счетчик: «%1» → «%2»").arg(from.MeterName, to.MeterName);
+    if (kind_ == TLVZamerKind::W && from.ST != to.ST)
+        changes << QStringLiteral("Состояние счетчика: «%1» → «%2»")
+                       .arg(MeterStateNames().value(from.ST), MeterStateNames().value(to.ST));
+    return changes;
+}
+
+QStringList TLVZamerData::Differences(const Consumer& from, const Consumer& to) const
+{
+    QStringList changes;
+    for (const zamer::ConsumerColumn& c : zamer::ConsumerColumns(kind_)) {
+        Consumer a = from, b = to;
+        if (CompareFloat(c.field(a), c.field(b)) != 0)
+            changes << QStringLiteral("%1: %2 → %3").arg(c.caption, ShownValue(c.field(a)), ShownValue(c.field(b)));
+    }
+    if (from.MeterName != to.MeterName)
+        changes << QStringLiteral("Счетчик: «%1» → «%2»").arg(from.MeterName, to.MeterName);
+    if (kind_ == TLVZamerKind::Tmax && from.LoadType != to.LoadType)
+        changes << QStringLiteral("Вид нагрузки: «%1» → «%2»")
+                       .arg(loadTypes_.value(from.LoadType), loadTypes_.value(to.LoadType));
+    return changes;
+}
+
+R TLVZamerData::WrittenBase(const R& r) const { return r.EditRec ? base_.value(objectKey(r.TypeRec, r.Guid), r) : r; }
+
+Consumer TLVZamerData::WrittenBase(const Consumer& c) const { return c.EditRec ? consumerBase_.value(c.Guid, c) : c; }
+
+QStringList TLVZamerData::PendingChanges(const R& r) const
+{
+    const auto it = base_.constFind(objectKey(r.TypeRec, r.Guid));
+    return r.EditRec && it != base_.cend() ? Differences(*it, r) : QStringList();
+}
+
+QStringList TLVZamerData::PendingChanges(const Consumer& c) const
+{
+    const auto it = consumerBase_.constFind(c.Guid);
+    return c.EditRec && it != consumerBase_.cend() ? Differences(*it, c) : QStringList();
+}
+
+QStringList TLVZamerData::ConflictsWith(const std::vector<R>& records, const std::vector<Consumer>& consumers) const
+{
+    QStringList conflicts;
+    for (size_t n = 0; n < records_.size(); ++n) {
+        const R& r = records_[n];
+        const auto base = base_.constFind(objectKey(r.TypeRec, r.Guid));
+        if (!r.EditRec || base == base_.cend())
+            continue;
+        const QStringList changed = Differences(*base, records[n]);
+        if (!changed.isEmpty())
+            conflicts << QStringLiteral("%1 (%2): в базе после записи книги %3")
+                             .arg(r.Name.trimmed())
+                             .arg(r.Guid)
+                             .arg(changed.join(QStringLiteral("; ")));
+    }
+    QHash<int, const Consumer*> now;
+    for (const Consumer& c : consumers)
+        now.insert(c.Guid, &c);
+    for (const Consumer& c : consumers_) {
+        const auto base = consumerBase_.constFind(c.Guid);
+        if (!c.EditRec || base == consumerBase_.cend())
+            continue;
+        const Consumer* stored = now.value(c.Guid);
+        const QStringList changed =
+            stored ? Differences(*base, *stored) : QStringList{QStringLiteral("абонент удален")};
+        if (!changed.isEmpty())
+            conflicts << QStringLiteral("%1 (%2): в базе после записи книги %3")
+                             .arg(c.Name)
+                             .arg(c.Guid)
+                             .arg(changed.join(QStringLiteral("; ")));
+    }
+    return conflicts;
+}
+
+void TLVZamerData::ReadNow(ToznFDConnection& connection, std::vector<R>& records,
+                           std::vector<Consumer>& consumers) const
+{
+    records.clear();
+    records.reserve(records_.size());
+    for (const R& r : records_) {
+        R fresh;
+        fresh.TypeRec = r.TypeRec;
+        fresh.Guid = r.Guid;
+        fresh.Name = r.Name;
+        fresh.Num = r.Num;
+        fresh.NumStr = r.NumStr;
+        fresh.Unom = r.Unom;
+        fresh.TypeTp = r.TypeTp;
+        records.push_back(fresh);
+    }
+    QHash<int, QString> loadTypes;
+    consumers.clear();
+    if (withConsumers_)
+        consumers = ReadConsumers(connection, loadTypes);
+    ReadStored(connection, records);
+    ReadMeters(connection, records, consumers);
+}
+
+QStringList TLVZamerData::Conflicts(ToznFDConnection& connection) const
+{
+    if (base_.isEmpty() && consumerBase_.isEmpty())
+        return {};
+    std::vector<R> records;
+    std::vector<Consumer> consumers;
+    ReadNow(connection, records, consumers);
+    return ConflictsWith(records, consumers);
+}
+
+void TLVZamerData::KeepDatabaseValues(const std::vector<R>& now, const std::vector<Consumer>& consumersNow)
+{
+    for (size_t n = 0; n < records_.size(); ++n) {
+        R& r = records_[n];
+        const quint64 key = objectKey(r.TypeRec, r.Guid);
+        const auto base = base_.constFind(key);
+        if (!r.EditRec || base == base_.cend() || Differences(*base, now[n]).isEmpty())
+            continue;
+        r = now[n];  // the database's values stay; the user's row is given up
+        base_.remove(key);
+    }
+    QHash<int, const Consumer*> byGuid;
+    for (const Consumer& c : consumersNow)
+        byGuid.insert(c.Guid, &c);
+    for (Consumer& c : consumers_) {
+        const auto base = consumerBase_.constFind(c.Guid);
+        if (!c.EditRec || base == consumerBase_.cend())
+            continue;
+        const Consumer* stored = byGuid.value(c.Guid);
+        if (stored && Differences(*base, *stored).isEmpty())
+            continue;
+        if (stored) {
+            const int numStr = c.NumStr, num = c.Num;
+            c = *stored;
+            c.NumStr = numStr;
+            c.Num = num;
+            c.KindCosFi = base->KindCosFi;
+        } else {
+            c.EditRec = false;
+        }
+        consumerBase_.remove(c.Guid);
+    }
+}
+
+TWorkbookSave TLVZamerData::Save(ToznFDConnection& connection, TConflictChoice choice)
+{
+    TWorkbookSave result;
     TScopedLockTimeout limit(connection);
     connection.StartTransaction(false);
+    const std::vector<R> recordsBefore = records_;
+    const std::vector<Consumer> consumersBefore = consumers_;
+    const auto baseBefore = base_;
+    const auto consumerBaseBefore = consumerBase_;
     try {
-        written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);
-        written += SaveConsumers(connection);
+        // Compared inside the transaction that writes, so that nothing changes between the two.
+        if (!base_.isEmpty() || !consumerBase_.isEmpty()) {
+            std::vector<R> now;
+            std::vector<Consumer> consumersNow;
+            ReadNow(connection, now, consumersNow);
+            result.Conflicts = ConflictsWith(now, consumersNow);
+            if (!result.Conflicts.isEmpty() && choice == TConflictChoice::Refuse) {
+                connection.Rollback();
+                return result;
+            }
+            if (!result.Conflicts.isEmpty() && choice == TConflictChoice::KeepDatabase)
+                KeepDatabaseValues(now, consumersNow);
+        }
+        result.Written = kind_ == TLVZamerKind::W ? SaveEnergy(connection) : SavePeak(connection);
+        result.Written += SaveConsumers(connection);
         // Every row written registers its meter, as the user left it.
         for (const R& r : records_)
             if (r.EditRec)
@@ -252,8 +436,14 @@ int TLVZamerData::Save(ToznFDConnection& connection)
         connection.Commit();
     } catch (...) {
         connection.Rollback();
+        // Nothing was stored: the table is as it was before.
+        records_ = recordsBefore;
+        consumers_ = consumersBefore;
+        base_ = baseBefore;
+        consumerBase_ = consumerBaseBefore;
         throw;
     }
+    result.Stored = true;
     for (R& r : records_)
         if (r.EditRec) {
             r.EditRec = false;
@@ -265,7 +455,10 @@ int TLVZamerData::Save(ToznFDConnection& connection)
             c.EditRec = false;
             c.inBase = true;
         }
-    return written;
+    base_.clear();
+    consumerBase_.clear();
+    notes_.clear();
+    return result;
 }
 
 int TLVZamerData::SaveEnergy(ToznFDConnection& connection)
@@ -353,11 +546,15 @@ void TLVZamerData::ChangeInterval(int sampleIdent, int hours)
     }
     sampleIdent_ = sampleIdent;
     hours_ = hours;
+    // Moved to another interval with the user's consent to replace what is stored there: nothing to compare.
+    base_.clear();
+    consumerBase_.clear();
 }
 
-void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>& feeders)
+std::vector<Consumer> TLVZamerData::ReadConsumers(ToznFDConnection& connection, QHash<int, QString>& loadTypes) const
 {
-    const QSet<int> under(feeders.begin(), feeders.end());
+    const QSet<int> under(feeders_.begin(), feeders_.end());
+    std::vector<Consumer> consumers;
     QHash<int, size_t> index;
     GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
@@ -372,26 +569,26 @@ void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>&
             c.Name = q->Str(QStringLiteral("Name"));
             c.Pust = q->Float(QStringLiteral("Pust"));
             c.FlagPu = q->Int(QStringLiteral("flagPu"));
-            index.insert(c.Guid, consumers_.size());
-            consumers_.push_back(c);
+            index.insert(c.Guid, consumers.size());
+            consumers.push_back(c);
         }
         // The load kind of each feeder gives its consumers' cos φ when they have none of their own.
         QHash<int, double> kindCos;
         q->SetSQLText(QString::fromUtf8(ImportSql::kFeederLoadCos));
         for (q->Open(); !q->Eof(); q->Next())
             kindCos.insert(q->Int(QStringLiteral("GUID")), q->Float(QStringLiteral("CosFi")));
-        for (Consumer& c : consumers_)
+        for (Consumer& c : consumers)
             c.KindCosFi = kindCos.value(c.OwnerGuid, EmptyFloat());
         q->SetSQLText(QString::fromUtf8(ImportSql::kLoadTypes));
         for (q->Open(); !q->Eof(); q->Next())
-            loadTypes_.insert(q->Int(QStringLiteral("Ident")), q->Str(QStringLiteral("Name")));
+            loadTypes.insert(q->Int(QStringLiteral("Ident")), q->Str(QStringLiteral("Name")));
         q->SetSQLText(QString::fromUtf8(kind_ == TLVZamerKind::W ? ImportSql::kLVWLoads : ImportSql::kLVPLoads));
         q->ParamByName(QStringLiteral("Ident"), sampleIdent_);
         for (q->Open(); !q->Eof(); q->Next()) {
             const auto it = index.constFind(q->Int(QStringLiteral("GUID")));
             if (it == index.cend())
                 continue;
-            Consumer& c = consumers_[*it];
+            Consumer& c = consumers[*it];
             c.inBase = true;
             c.W_sum = q->Float(QStringLiteral("Wa"));
             c.Wr = q->Float(QStringLiteral("Wr"));
@@ -407,10 +604,11 @@ void TLVZamerData::LoadConsumers(ToznFDConnection& connection, const QList<int>&
             }
         }
     });
-    for (size_t n = 0; n < consumers_.size(); ++n) {
-        consumers_[n].Num = static_cast<int>(n) + 1;
-        consumers_[n].NumStr = FirstRow + static_cast<int>(n);
+    for (size_t n = 0; n < consumers.size(); ++n) {
+        consumers[n].Num = static_cast<int>(n) + 1;
+        consumers[n].NumStr = FirstRow + static_cast<int>(n);
     }
+    return consumers;
 }
 
 int TLVZamerData::SaveConsumers(ToznFDConnection& connection)

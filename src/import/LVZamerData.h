@@ -2,7 +2,9 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <array>
+#include <functional>
 #include <vector>
 
 class ToznFDConnection;
@@ -11,6 +13,9 @@ class TXlsxWorkbook;
 struct lxw_workbook;
 struct TZamerFormats;
 struct TWorkbookIdentity;
+struct TWorkbookSave;
+using TWrittenCells = QHash<int, QVariant>;
+enum class TConflictChoice;
 
 // The two measurement workbooks: energy (W) and peak load (Tmax).
 enum class TLVZamerKind { W, Tmax };
@@ -90,15 +95,24 @@ public:
     // Writes the rows as a workbook (sheet "ТП и линии", and "Абоненты" when consumers are shown); false with a
     // reason.
     bool WriteWorkbook(const QString& file, QString& error) const;
-    // Reads the user's values back; rows whose values differ from the table are marked for saving. Every cell is
-    // checked first: a value that is not a number or breaks its column's rule refuses the whole workbook, with
-    // the cells named. Returns the number of rows changed, -1 with a reason.
+    // Reads the user's values back: a row whose cells differ from the values the workbook was written with is
+    // marked for saving (with those values as what the edit was based on); a row the user left as written is
+    // not, whatever the database holds now. Every row and cell is checked first: a value that is not a number
+    // or breaks its column's rule, a row without its hidden key or of an object not in the table refuses the
+    // whole workbook, with the cells and rows named. Returns the number of rows changed, -1 with a reason.
     int ReadWorkbook(const QString& file, QString& error);
     // What the last reading took differently from what the user typed (a fill factor beside a form factor).
     const QStringList& ReadNotes() const { return notes_; }
-    // Writes the marked rows into the interval's tables and their meters into the register; returns how many
-    // rows were written.
-    int Save(ToznFDConnection& connection);
+    // The rows marked for saving that someone changed in the database since the workbook they were read from
+    // was written, one line each with what the database holds now.
+    QStringList Conflicts(ToznFDConnection& connection) const;
+    // What the user changed in a row marked for saving: "caption: written → read" (empty for a row not read
+    // from a workbook).
+    QStringList PendingChanges(const TLVZamerRecord& record) const;
+    QStringList PendingChanges(const TLVZamerConsumer& consumer) const;
+    // Writes the marked rows into the interval's tables and their meters into the register, in one transaction
+    // that first compares each row with the database (Conflicts); what a conflict does is the choice's.
+    TWorkbookSave Save(ToznFDConnection& connection, TConflictChoice choice);
     // Moves the table to another interval: hours equal to the old interval's become the new interval's.
     void ChangeInterval(int sampleIdent, int hours);
     // The objects of the table that already have stored values in an interval (what a move there would replace).
@@ -113,7 +127,32 @@ public:
     double ComputedValue(const TLVZamerConsumer& consumer, int column) const;
 
 private:
-    void LoadConsumers(ToznFDConnection& connection, const QList<int>& feeders);
+    // The stored values of the interval into rows built from the tree (found by kind and object).
+    void ReadStored(ToznFDConnection& connection, std::vector<TLVZamerRecord>& records) const;
+    // The consumers of the feeders with their stored values of the interval; the load kinds by ident.
+    std::vector<TLVZamerConsumer> ReadConsumers(ToznFDConnection& connection, QHash<int, QString>& loadTypes) const;
+    void ReadMeters(ToznFDConnection& connection, std::vector<TLVZamerRecord>& records,
+                    std::vector<TLVZamerConsumer>& consumers) const;
+    // What a workbook row holds of a record's inputs, and the differences of two records' inputs.
+    QStringList Differences(const TLVZamerRecord& from, const TLVZamerRecord& to) const;
+    QStringList Differences(const TLVZamerConsumer& from, const TLVZamerConsumer& to) const;
+    // The editable cells of a row as a workbook holds them, and a row's inputs parsed from its cells.
+    TWrittenCells WrittenCells(const TLVZamerRecord& record) const;
+    TWrittenCells WrittenCells(const TLVZamerConsumer& consumer) const;
+    void ParseRow(TLVZamerRecord& into, const std::function<QVariant(int)>& cellOf, int row,
+                  QStringList* problems) const;
+    void ParseConsumer(TLVZamerConsumer& into, const std::function<QVariant(int)>& cellOf, int row,
+                       QStringList* problems) const;
+    // The written values of a row: what its edit is based on when it is marked, else its values.
+    TLVZamerRecord WrittenBase(const TLVZamerRecord& record) const;
+    TLVZamerConsumer WrittenBase(const TLVZamerConsumer& consumer) const;
+    // The table's rows and consumers as the database holds them now.
+    void ReadNow(ToznFDConnection& connection, std::vector<TLVZamerRecord>& records,
+                 std::vector<TLVZamerConsumer>& consumers) const;
+    // Rows in conflict take the database's values and are no longer marked.
+    void KeepDatabaseValues(const std::vector<TLVZamerRecord>& now, const std::vector<TLVZamerConsumer>& consumersNow);
+    QStringList ConflictsWith(const std::vector<TLVZamerRecord>& records,
+                              const std::vector<TLVZamerConsumer>& consumers) const;
     void WriteConsumers(lxw_workbook* book, const TZamerFormats& formats) const;
     int ReadRows(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply);
     int ReadConsumers(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply);
@@ -128,6 +167,11 @@ private:
     std::vector<TLVZamerConsumer> consumers_;
     QHash<int, QString> loadTypes_;
     QStringList notes_;
+    // What each row marked by a reading was based on: the values its workbook was written with. A marked row
+    // without one (carried to another interval) is stored without comparing.
+    QHash<quint64, TLVZamerRecord> base_;
+    QHash<int, TLVZamerConsumer> consumerBase_;
+    QList<int> feeders_;
     bool withConsumers_ = false, withLines_ = false;
     int object_ = 0;
     int sampleIdent_ = 0;

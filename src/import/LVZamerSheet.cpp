@@ -7,6 +7,7 @@
 #include <xlsxwriter.h>
 
 #include "host/FiderHHCalcParams.h"
+#include "host/InputRanges.h"
 #include "host/Meters.h"
 #include "host/NumericHelpers.h"
 #include "host/XlsxFile.h"
@@ -25,34 +26,30 @@ const char* const kPhases[3] = {"A", "B", "C"};
 const QString kSheet = QStringLiteral("ТП и линии");
 const QString kConsumerSheet = QStringLiteral("Абоненты");
 QString cell(int column, int row) { return GetNameCell(column, row); }
+QString columnName(int column) { return GetNameCell(column, 1).chopped(1); }
 
-// Hidden columns after the visible ones: the object, the kind of row, the rated voltage, the colours of cells.
-constexpr int kGuidColumn = 27, kTypeColumn = 28, kUnomColumn = 29, kColoursColumn = 30;
+// Hidden columns after the visible ones: the object, the kind of row, the rated voltage, the colours of cells,
+// the editable cells as written.
+constexpr int kGuidColumn = 27, kTypeColumn = 28, kUnomColumn = 29, kColoursColumn = 30, kWrittenColumn = 31;
 // The consumers' sheet: the meter's column depends on the workbook, the keys do not.
-constexpr int kConsumerGuid = 16, kConsumerType = 17, kConsumerOwner = 18;
+constexpr int kConsumerGuid = 16, kConsumerType = 17, kConsumerOwner = 18, kConsumerWritten = 19;
 int consumerMeterColumn(TLVZamerKind kind) { return kind == TLVZamerKind::W ? 10 : 15; }
 constexpr int kLoadTypeColumn = 12;  // peak-load workbook
 
 double& energy(R& r) { return r.TypeRec == R::TP ? r.W : r.W_sum; }
 
 QString rangeOf(const QString& caption, const QString& range) { return caption + QStringLiteral(": ") + range; }
-const QString kNonNegative = QStringLiteral("число не меньше 0");
-const QString kCos = QStringLiteral("число больше 0 и не больше 1");
-
 Column value(int number, const QString& caption, std::function<double&(R&)> field, TInputRule rule)
 {
     rule.message = rangeOf(caption, rule.message);
     return Column{number, caption, std::move(field), std::move(rule)};
 }
-TInputRule nonNegative() { return TInputRule::AtLeast(0, kNonNegative); }
 TInputRule hours()
 {
-    return TInputRule::WholeRange(1, 8784,
-                                  QStringLiteral("целое число часов от 1 до 8784; пустая ячейка — часы интервала"));
+    TInputRule r = ranges::IntervalHours();
+    r.message += QStringLiteral("; пустая ячейка — часы интервала");
+    return r;
 }
-TInputRule cosRule() { return TInputRule::AboveUpTo(0, 1, kCos); }
-TInputRule temperature() { return TInputRule::Range(-60, 60, QStringLiteral("число от -60 до 60")); }
-TInputRule fillFactor() { return TInputRule::AboveUpTo(0, 1, kCos); }
 
 // The phase triplets of both sheets.
 void addPhases(std::vector<Column>& c, int first, const char* name, const char* unit,
@@ -61,7 +58,7 @@ void addPhases(std::vector<Column>& c, int first, const char* name, const char* 
     for (int p = 0; p < 3; ++p)
         c.push_back(value(
             first + p,
-            QStringLiteral("%1%2, %3").arg(QLatin1String(name), QLatin1String(kPhases[p]), QString::fromUtf8(unit)),
+            QStringLiteral("%1%2, %3").arg(QString::fromUtf8(name), QLatin1String(kPhases[p]), QString::fromUtf8(unit)),
             [triplet, p](R& r) -> double& { return triplet(r)[p]; }, rule));
 }
 }  // namespace
@@ -72,53 +69,52 @@ const std::vector<Column>& ValueColumns(TLVZamerKind kind)
     static const std::vector<Column> energyColumns = [] {
         std::vector<Column> c;
         c.push_back(value(
-            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }, nonNegative()));
+            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }, ranges::Energy()));
         c.back().busbars = true;
-        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, nonNegative()));
+        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, ranges::Energy()));
         addPhases(
-            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, nonNegative());
+            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
         addPhases(
-            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, nonNegative());
+            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
         addPhases(
-            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, nonNegative());
+            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, ranges::PhaseCurrent());
         addPhases(
-            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, cosRule());
+            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
         c.push_back(value(
             18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, nonNegative()));
+            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
         c.push_back(value(
-            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, fillFactor()));
+            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
-            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; },
-            TInputRule::AtLeast(1, QStringLiteral("число не меньше 1"))));
+            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; }, ranges::SquaredFormFactor()));
         c.push_back(value(
-            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, temperature()));
+            25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
+            ranges::Temperature()));
         return c;
     }();
     static const std::vector<Column> peakColumns = [] {
         std::vector<Column> c;
-        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, nonNegative()));
+        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, ranges::Energy()));
         addPhases(
-            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, nonNegative());
+            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
         addPhases(
-            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, nonNegative());
+            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
         addPhases(
-            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, cosRule());
+            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
         c.push_back(value(
             14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; },
-            TInputRule::WholeRange(0, 8784, QStringLiteral("целое число часов от 0 до 8784"))));
+            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, ranges::TmaxHours()));
         c.push_back(value(
-            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; },
-            TInputRule::Range(0, 8784, QStringLiteral("число часов от 0 до 8784"))));
+            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }, ranges::TauHours()));
         c.push_back(value(
-            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, nonNegative()));
+            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
         c.push_back(value(
-            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, fillFactor()));
+            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
         c.push_back(value(
-            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; }, temperature()));
+            19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
+            ranges::Temperature()));
         return c;
     }();
     return kind == TLVZamerKind::W ? energyColumns : peakColumns;
@@ -132,27 +128,27 @@ const std::vector<ConsumerColumn>& ConsumerColumns(TLVZamerKind kind)
     };
     static const std::vector<ConsumerColumn> energy = {
         col(
-            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, nonNegative()),
+            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, nonNegative()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, cosRule()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, nonNegative()),
+            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, ranges::Power()),
     };
     static const std::vector<ConsumerColumn> peak = {
         col(
-            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, nonNegative()),
+            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, nonNegative()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, cosRule()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, nonNegative()),
+            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, ranges::Power()),
         col(
-            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, nonNegative()),
+            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, ranges::Power()),
         col(
-            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, nonNegative()),
+            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, ranges::PhaseCurrent()),
         col(
             13, QStringLiteral("Параметр 1"), [](Consumer& c) -> double& { return c.Param1; },
             TInputRule::AnyNumber(QStringLiteral("число"))),
@@ -367,7 +363,7 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
     worksheet_set_column(sheet, 1, 1, 36, nullptr);
     worksheet_set_column(sheet, 2, static_cast<lxw_col_t>(SheetColumns - 1), 10, nullptr);
     worksheet_set_column(sheet, MeterColumn - 1, MeterColumn - 1, 16, nullptr);
-    hideColumns(sheet, kGuidColumn, kColoursColumn);  // the keys are there for the reading back, not for the user
+    hideColumns(sheet, kGuidColumn, kWrittenColumn);  // the keys are there for the reading back, not for the user
     worksheet_freeze_panes(sheet, FirstRow - 1, 2);
     const bool energySheet = kind_ == TLVZamerKind::W;
     for (const R& constRecord : records_) {
@@ -399,6 +395,8 @@ bool TLVZamerData::WriteWorkbook(const QString& file, QString& error) const
         if (!isEmptyFloat(r.Unom))
             worksheet_write_number(sheet, xr, kUnomColumn - 1, r.Unom, formats.key);
         worksheet_write_string(sheet, xr, kColoursColumn - 1, utf8(r.ColorsCells).constData(), formats.key);
+        worksheet_write_string(sheet, xr, kWrittenColumn - 1,
+                               utf8(WrittenCellsText(WrittenCells(WrittenBase(r)))).constData(), formats.key);
     }
     const int lastRow = FirstRow + static_cast<int>(records_.size()) - 1;
     bool rules = true;
@@ -453,7 +451,7 @@ void TLVZamerData::WriteConsumers(lxw_workbook* book, const TZamerFormats& forma
     worksheet_set_column(sheet, 2, static_cast<lxw_col_t>(meter - 1), 11, nullptr);
     if (kind_ == TLVZamerKind::Tmax)
         worksheet_set_column(sheet, kLoadTypeColumn - 1, kLoadTypeColumn - 1, 24, nullptr);
-    hideColumns(sheet, kConsumerGuid, kConsumerOwner);
+    hideColumns(sheet, kConsumerGuid, kConsumerWritten);
     worksheet_freeze_panes(sheet, FirstRow - 1, 2);
     for (const Consumer& constConsumer : consumers_) {
         Consumer c = constConsumer;
@@ -474,6 +472,8 @@ void TLVZamerData::WriteConsumers(lxw_workbook* book, const TZamerFormats& forma
         worksheet_write_number(sheet, xr, kConsumerGuid - 1, c.Guid, formats.key);
         worksheet_write_number(sheet, xr, kConsumerType - 1, TLVZamerRecord::Consumer, formats.key);
         worksheet_write_number(sheet, xr, kConsumerOwner - 1, c.OwnerGuid, formats.key);
+        worksheet_write_string(sheet, xr, kConsumerWritten - 1,
+                               utf8(WrittenCellsText(WrittenCells(WrittenBase(c)))).constData(), formats.key);
     }
     const int lastRow = FirstRow + static_cast<int>(consumers_.size()) - 1;
     for (const ConsumerColumn& col : columns)
@@ -504,17 +504,6 @@ int keyOf(const QVariant& v)
     return d == std::floor(d) && std::fabs(d) < 2147483647.0 ? static_cast<int>(d) : -1;
 }
 
-// Checks one cell by its rule: the value when accepted, the problem (with the cell) added otherwise.
-TInputValue checked(const TXlsxWorkbook& book, int sheet, int row, int column, const TInputRule& rule,
-                    QStringList& problems)
-{
-    const QVariant v = book.Cell(sheet, row, column);
-    const TInputValue read = CheckInput(v, rule);
-    if (!read.problem.isEmpty())
-        problems << InputProblem(column, row, v, rule);
-    return read;
-}
-
 void phasesOf(R& r)
 {
     const std::array<double, 3>* triplets[4] = {&r.U, &r.I, &r.Imax, &r.CosFi};
@@ -523,6 +512,97 @@ void phasesOf(R& r)
 }
 }  // namespace
 
+TWrittenCells TLVZamerData::WrittenCells(const R& constRecord) const
+{
+    R r = constRecord;
+    TWrittenCells cells;
+    for (const Column& c : zamer::ValueColumns(kind_))
+        if (!c.busbars || r.TypeRec == R::TP)
+            cells.insert(c.number, c.field(r));
+    if (kind_ == TLVZamerKind::W)
+        cells.insert(3, MeterStateNames().value(r.ST));
+    cells.insert(MeterColumn, r.MeterName);
+    return cells;
+}
+
+TWrittenCells TLVZamerData::WrittenCells(const Consumer& constConsumer) const
+{
+    Consumer c = constConsumer;
+    TWrittenCells cells;
+    for (const ConsumerColumn& col : zamer::ConsumerColumns(kind_))
+        cells.insert(col.number, col.field(c));
+    if (kind_ == TLVZamerKind::Tmax)
+        cells.insert(kLoadTypeColumn, loadTypes_.value(c.LoadType));
+    cells.insert(consumerMeterColumn(kind_), c.MeterName);
+    return cells;
+}
+
+namespace {
+// The cells of a workbook row, by column; a problem with a cell is added with its address (problems may be null
+// for values the program wrote itself).
+using CellOf = std::function<QVariant(int column)>;
+TInputValue parsed(const CellOf& cellOf, int row, int column, const TInputRule& rule, QStringList* problems)
+{
+    const QVariant v = cellOf(column);
+    const TInputValue read = CheckInput(v, rule);
+    if (!read.problem.isEmpty() && problems)
+        *problems << InputProblem(column, row, v, rule);
+    return read;
+}
+
+// Checks the keys of the rows of a sheet: every row below the captions must name an object of the table, once.
+// Returns the object's row, or null with the problem added.
+template <class Row>
+Row* rowOf(const QHash<quint64, Row*>& byKey, quint64 key, bool keyRead, int row, const QString& keyCells,
+           QHash<quint64, int>& seen, QStringList& problems)
+{
+    if (!keyRead) {
+        problems << QStringLiteral("строка %1: нет ключа строки (скрытые ячейки %2 пусты или изменены) — строка, "
+                                   "добавленная в книгу или потерявшая ключ, не может быть сохранена")
+                        .arg(row)
+                        .arg(keyCells);
+        return nullptr;
+    }
+    Row* found = byKey.value(key);
+    if (!found) {
+        problems << QStringLiteral("строка %1: нет такого элемента в книге (код %2)").arg(row).arg(key & 0xFFFFFFFFu);
+        return nullptr;
+    }
+    if (const auto it = seen.constFind(key); it != seen.cend()) {
+        problems << QStringLiteral("строка %1: «%2» уже в строке %3").arg(row).arg(found->Name.trimmed()).arg(*it);
+        return nullptr;
+    }
+    seen.insert(key, row);
+    return found;
+}
+}  // namespace
+
+void TLVZamerData::ParseRow(R& into, const std::function<QVariant(int)>& cellOf, int row, QStringList* problems) const
+{
+    if (kind_ == TLVZamerKind::W)
+        into.ST = std::max(0, MeterStateCode(parsed(cellOf, row, 3, stateRule(), problems).text));
+    for (const Column& c : zamer::ValueColumns(kind_))
+        if (!c.busbars || into.TypeRec == R::TP)
+            c.field(into) = parsed(cellOf, row, c.number, c.rule, problems).number;
+    into.MeterName = parsed(cellOf, row, MeterColumn, meterRule(), problems).text;
+}
+
+void TLVZamerData::ParseConsumer(Consumer& into, const std::function<QVariant(int)>& cellOf, int row,
+                                 QStringList* problems) const
+{
+    for (const ConsumerColumn& col : zamer::ConsumerColumns(kind_))
+        col.field(into) = parsed(cellOf, row, col.number, col.rule, problems).number;
+    if (kind_ == TLVZamerKind::Tmax) {
+        QHash<QString, int> loadTypeByName;
+        for (auto it = loadTypes_.cbegin(); it != loadTypes_.cend(); ++it)
+            loadTypeByName.insert(it.value(), it.key());
+        const TInputRule loadTypeRule =
+            TInputRule::OneOf(loadTypes_.values(), QStringLiteral("Вид нагрузки: один из справочника"));
+        into.LoadType = loadTypeByName.value(parsed(cellOf, row, kLoadTypeColumn, loadTypeRule, problems).text);
+    }
+    into.MeterName = parsed(cellOf, row, consumerMeterColumn(kind_), meterRule(), problems).text;
+}
+
 int TLVZamerData::ReadRows(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply)
 {
     // A row of the sheet finds its object by kind and ident, whatever order the user left the rows in.
@@ -530,88 +610,115 @@ int TLVZamerData::ReadRows(const TXlsxWorkbook& book, int sheet, QStringList& pr
     for (R& r : records_)
         byObject.insert(objectKey(r.TypeRec, r.Guid), &r);
     const bool energySheet = kind_ == TLVZamerKind::W;
+    const QString keyCells = columnName(kGuidColumn) + QStringLiteral(", ") + columnName(kTypeColumn);
+    QHash<quint64, int> seen;
     int changed = 0;
     for (int row : book.RowNumbers(sheet)) {
         if (row < FirstRow)
             continue;
-        R* found = byObject.value(
-            objectKey(keyOf(book.Cell(sheet, row, kTypeColumn)), keyOf(book.Cell(sheet, row, kGuidColumn))));
+        const int kind = keyOf(book.Cell(sheet, row, kTypeColumn)), guid = keyOf(book.Cell(sheet, row, kGuidColumn));
+        R* found = rowOf(byObject, objectKey(kind, guid), kind >= 0 && guid >= 0, row, keyCells, seen, problems);
         if (!found)
             continue;
         R& r = *found;
-        R read = r;
-        if (energySheet) {
-            const TInputValue state = checked(book, sheet, row, 3, stateRule(), problems);
-            read.ST = std::max(0, MeterStateCode(state.text));
+        TWrittenCells written;
+        if (!ReadWrittenCells(book.Cell(sheet, row, kWrittenColumn), written)) {
+            problems << QStringLiteral("строка %1: нет записанных значений строки (скрытая ячейка %2) — неизвестно, "
+                                       "что в ней изменено; запишите книгу заново")
+                            .arg(row)
+                            .arg(cell(kWrittenColumn, row));
+            continue;
         }
-        for (const Column& c : zamer::ValueColumns(kind_)) {
-            if (c.busbars && r.TypeRec != R::TP)
-                continue;
-            c.field(read) = checked(book, sheet, row, c.number, c.rule, problems).number;
-        }
-        read.MeterName = checked(book, sheet, row, MeterColumn, meterRule(), problems).text;
+        R read = r, base = r;
+        ParseRow(
+            read, [&](int column) { return book.Cell(sheet, row, column); }, row, &problems);
+        ParseRow(
+            base, [&](int column) { return written.value(column); }, row, nullptr);
         read.ColorsCells = book.Cell(sheet, row, kColoursColumn).toString();
         if (!apply)
             continue;
+        const quint64 key = objectKey(r.TypeRec, r.Guid);
         // The form factor, when given, decides the load curve; the fill factor is read only in its absence, and
         // one typed beside it is named rather than dropped unseen.
-        if (energySheet && !isEmptyFloat(read.sqrKfg) && !same(read.Kzap, r.Kzap)) {
+        if (energySheet && !isEmptyFloat(read.sqrKfg) && !same(read.Kzap, base.Kzap)) {
             notes_ << QStringLiteral("ячейка %1: Kзап = %2 не принят — форма графика задана Kф² (ячейка %3)")
                           .arg(cell(20, row), isEmptyFloat(read.Kzap) ? QStringLiteral("пусто") : number(read.Kzap),
                                cell(21, row));
-            read.Kzap = r.Kzap;
+            read.Kzap = base.Kzap;
         }
         phasesOf(read);
-        bool edited = read.ST != r.ST || read.MeterName != r.MeterName;
-        for (const Column& c : zamer::ValueColumns(kind_))
-            edited = edited || !same(c.field(read), c.field(r));
-        if (!edited)
+        phasesOf(base);
+        if (Differences(base, read).isEmpty()) {
+            // As written: nothing of the user's, whatever the database holds now. A row marked by an earlier
+            // reading that the user put back is no longer to be saved.
+            if (r.EditRec && base_.contains(key)) {
+                base.NumStr = r.NumStr;
+                r = base;
+                r.EditRec = false;
+                base_.remove(key);
+            }
             continue;
-        read.EditT = !same(read.T, r.T);
+        }
+        if (!r.EditRec && Differences(r, read).isEmpty())
+            continue;  // the database holds the user's values already: nothing to store
+        read.EditT = !same(read.T, base.T);
         read.EditRec = true;
         read.NumStr = row;
         changed += r.EditRec ? 0 : 1;
         r = read;
+        base.EditRec = false;
+        base_.insert(key, base);
     }
     return changed;
 }
 
 int TLVZamerData::ReadConsumers(const TXlsxWorkbook& book, int sheet, QStringList& problems, bool apply)
 {
-    QHash<int, Consumer*> byGuid;
+    QHash<quint64, Consumer*> byGuid;
     for (Consumer& c : consumers_)
-        byGuid.insert(c.Guid, &c);
-    QHash<QString, int> loadTypeByName;
-    for (auto it = loadTypes_.cbegin(); it != loadTypes_.cend(); ++it)
-        loadTypeByName.insert(it.value(), it.key());
-    const TInputRule loadTypeRule =
-        TInputRule::OneOf(loadTypes_.values(), QStringLiteral("Вид нагрузки: один из справочника"));
+        byGuid.insert(objectKey(R::Consumer, c.Guid), &c);
+    const QString keyCells = columnName(kConsumerGuid);
+    QHash<quint64, int> seen;
     int changed = 0;
     for (int row : book.RowNumbers(sheet)) {
         if (row < FirstRow)
             continue;
-        Consumer* found = byGuid.value(keyOf(book.Cell(sheet, row, kConsumerGuid)));
+        const int guid = keyOf(book.Cell(sheet, row, kConsumerGuid));
+        Consumer* found = rowOf(byGuid, objectKey(R::Consumer, guid), guid >= 0, row, keyCells, seen, problems);
         if (!found)
             continue;
         Consumer& c = *found;
-        Consumer read = c;
-        for (const ConsumerColumn& col : zamer::ConsumerColumns(kind_))
-            col.field(read) = checked(book, sheet, row, col.number, col.rule, problems).number;
-        if (kind_ == TLVZamerKind::Tmax)
-            read.LoadType =
-                loadTypeByName.value(checked(book, sheet, row, kLoadTypeColumn, loadTypeRule, problems).text);
-        read.MeterName = checked(book, sheet, row, consumerMeterColumn(kind_), meterRule(), problems).text;
+        TWrittenCells written;
+        if (!ReadWrittenCells(book.Cell(sheet, row, kConsumerWritten), written)) {
+            problems << QStringLiteral("лист «%1», строка %2: нет записанных значений строки — запишите книгу заново")
+                            .arg(kConsumerSheet)
+                            .arg(row);
+            continue;
+        }
+        Consumer read = c, base = c;
+        ParseConsumer(
+            read, [&](int column) { return book.Cell(sheet, row, column); }, row, &problems);
+        ParseConsumer(
+            base, [&](int column) { return written.value(column); }, row, nullptr);
         if (!apply)
             continue;
-        bool edited = read.MeterName != c.MeterName || read.LoadType != c.LoadType;
-        for (const ConsumerColumn& col : zamer::ConsumerColumns(kind_))
-            edited = edited || !same(col.field(read), col.field(c));
-        if (!edited)
+        if (Differences(base, read).isEmpty()) {
+            if (c.EditRec && consumerBase_.contains(c.Guid)) {
+                base.NumStr = c.NumStr;
+                c = base;
+                c.EditRec = false;
+                consumerBase_.remove(c.Guid);
+            }
             continue;
+        }
+        if (!c.EditRec && Differences(c, read).isEmpty())
+            continue;  // the database holds the user's values already: nothing to store
         changed += c.EditRec ? 0 : 1;
         read.EditRec = true;
         read.NumStr = row;
         c = read;
+        base.EditRec = false;
+        consumerBase_.insert(c.Guid, base);
     }
     return changed;
 }

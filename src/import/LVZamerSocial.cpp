@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QMap>
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
@@ -10,6 +11,7 @@
 #include "host/Progress.h"
 #include "host/Tree.h"
 #include "import/ImportSql.h"
+#include "import/ZamerSheets.h"
 #include "normative/ElementEnergies.h"
 #include "normative/LVNormativMethodDBUnit.h"
 #include "normative/LVNormativUnit.h"
@@ -259,6 +261,7 @@ void TNodeSocialHigh::ReadData(ToznFDConnection& connection)
             TNodeSocial& n = GetItem(i);
             n.Data.ReadRecord(statements, n.GUID, period_);
             n.Edited = false;
+            n.Base.reset();
         }
     });
 }
@@ -290,6 +293,8 @@ QStringList TNodeSocialHigh::FillEnergies(ToznFDConnection& connection, const Tf
                                                       : ReadElementEnergies(connection, level_, n.GUID, period_);
             if (energies.isEmpty())
                 continue;
+            if (!n.Edited)
+                n.Base = n.Data;
             n.Data.Wa = energies.Wa;
             n.Data.Wa_bus = energies.Wa_bus;
             if (n.Data.T < 0)
@@ -316,25 +321,78 @@ int TNodeSocialHigh::Pending() const
     return pending;
 }
 
-int TNodeSocialHigh::Save(ToznFDConnection& connection)
+std::vector<std::pair<TNodeSocial*, TDataAnaliz>> TNodeSocialHigh::ConflictRows(ToznFDConnection& connection) const
 {
-    int saved = 0;
+    std::vector<std::pair<TNodeSocial*, TDataAnaliz>> conflicts;
+    GuardedRead(connection, [&] {
+        std::unique_ptr<TDataAnaliz::Statements> statements;
+        for (int i = 0; i < Count(); ++i) {
+            TNodeSocial& n = GetItem(i);
+            if (!n.Edited || !n.Base)
+                continue;
+            if (!statements)
+                statements = std::make_unique<TDataAnaliz::Statements>(connection);
+            TDataAnaliz now;
+            now.ReadRecord(*statements, n.GUID, period_);
+            if (!Differences(*n.Base, now).isEmpty())
+                conflicts.emplace_back(&n, now);
+        }
+    });
+    return conflicts;
+}
+
+QStringList TNodeSocialHigh::Conflicts(ToznFDConnection& connection) const
+{
+    QStringList lines;
+    for (const auto& [node, now] : ConflictRows(connection))
+        lines << QStringLiteral("%1 (%2): в базе после записи книги %3")
+                     .arg(node->Name)
+                     .arg(node->GUID)
+                     .arg(Differences(*node->Base, now).join(QStringLiteral("; ")));
+    return lines;
+}
+
+TWorkbookSave TNodeSocialHigh::Save(ToznFDConnection& connection, TConflictChoice choice)
+{
+    TWorkbookSave result;
     TScopedLockTimeout limit(connection);
     connection.StartTransaction(false);
     try {
+        // Compared inside the transaction that writes, so that nothing changes between the two.
+        const auto conflicts = ConflictRows(connection);
+        for (const auto& [node, now] : conflicts)
+            result.Conflicts << QStringLiteral("%1 (%2): в базе после записи книги %3")
+                                    .arg(node->Name)
+                                    .arg(node->GUID)
+                                    .arg(Differences(*node->Base, now).join(QStringLiteral("; ")));
+        if (!conflicts.empty() && choice == TConflictChoice::Refuse) {
+            connection.Rollback();
+            return result;
+        }
+        std::vector<TNodeSocial*> kept;
+        if (choice == TConflictChoice::KeepDatabase)
+            for (const auto& [node, now] : conflicts)
+                kept.push_back(node);
         for (int i = 0; i < Count(); ++i) {
             TNodeSocial& n = GetItem(i);
-            if (!n.Edited)
+            if (!n.Edited || std::find(kept.begin(), kept.end(), &n) != kept.end())
                 continue;
             n.Data.SaveRecord(connection, n.GUID, period_.Ident);
-            ++saved;
+            ++result.Written;
         }
         connection.Commit();
+        // The rows left to the database show its values.
+        for (const auto& [node, now] : conflicts)
+            if (std::find(kept.begin(), kept.end(), node) != kept.end())
+                node->Data = now;
     } catch (...) {
         connection.Rollback();
         throw;
     }
-    for (int i = 0; i < Count(); ++i)
+    result.Stored = true;
+    for (int i = 0; i < Count(); ++i) {
         GetItem(i).Edited = false;
-    return saved;
+        GetItem(i).Base.reset();
+    }
+    return result;
 }

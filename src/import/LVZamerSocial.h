@@ -2,7 +2,9 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "host/SamplePeriods.h"
@@ -11,6 +13,8 @@ class ToznFDConnection;
 class TfdbTree;
 class TFDQuery;
 class TLVNormativSample0;
+struct TWorkbookSave;
+enum class TConflictChoice;
 
 // The generalised data of one network element for one sample period, as the workbook of the normative method
 // holds it. Absent values are empty floats (NaN); T is a whole number of hours, -1 when absent.
@@ -75,6 +79,9 @@ public:
     QString Name;
     TDataAnaliz Data;
     bool Edited = false;
+    // What an edited row was based on: the values its workbook was written with, or its stored values before
+    // the energies were filled in. Compared with the database before it is stored.
+    std::optional<TDataAnaliz> Base;
 
 private:
     std::vector<std::unique_ptr<TNodeSocial>> children_;
@@ -106,10 +113,17 @@ public:
     bool WriteWorkbook(const QString& file, bool materials, bool inputs, QString& error) const;
     // Whether the workbook shows the row of column captions (it is always written, hidden when off).
     void SetCaptionsShown(bool shown) { captionsShown_ = shown; }
-    // Reads the inputs back; rows whose inputs changed are marked. The count changed, -1 with a reason.
+    // Reads the inputs back: a row whose inputs differ from the values the workbook was written with is marked
+    // (a row left as written is not, whatever the database holds now). A wrong cell, a row without its hidden key
+    // or of an element not shown refuses the whole workbook. The count changed, -1 with a reason.
     int ReadWorkbook(const QString& file, QString& error);
-    // Stores the marked rows; the count stored.
-    int Save(ToznFDConnection& connection);
+    // The marked rows someone changed in the database since they were read, with what the database holds now.
+    QStringList Conflicts(ToznFDConnection& connection) const;
+    // What the user changed in a marked row: "caption: before → after".
+    static QStringList Differences(const TDataAnaliz& from, const TDataAnaliz& to);
+    // Stores the marked rows in one transaction that first compares them with the database (Conflicts); what a
+    // conflict does is the choice's.
+    TWorkbookSave Save(ToznFDConnection& connection, TConflictChoice choice);
 
     // The formula of one derived cell of a worksheet row (no leading "=").
     static QString f_WaSum(int row);
@@ -138,6 +152,8 @@ public:
 
 private:
     void ReadData(ToznFDConnection& connection);
+    // The marked rows in conflict with the database, each with its stored values now.
+    std::vector<std::pair<TNodeSocial*, TDataAnaliz>> ConflictRows(ToznFDConnection& connection) const;
     int level_ = 5;
     bool captionsShown_ = true;
     TSamplePeriodInfo period_;

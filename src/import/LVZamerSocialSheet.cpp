@@ -8,8 +8,10 @@
 // recalculate on opening shows the same numbers.
 #include <QHash>
 #include <cmath>
+#include <functional>
 #include <xlsxwriter.h>
 
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/TemplateForms.h"
@@ -79,7 +81,8 @@ enum Col {
     cdWaProc,
     cdWaL,
     cSI,
-    cLast = cSI
+    cLast = cSI,
+    cWritten,  // hidden: the inputs as written
 };
 // The length inputs in the order of the model's lengths.
 const int kLengthColumns[TDataAnaliz::LengthCount] = {cLma,   cLms, cLmm, cL23a, cL23s, cL23m, cL23ia, cL23is,
@@ -146,26 +149,32 @@ QString ruleText(int column, const QString& range) { return caption(column) + QS
 const std::vector<Input>& inputs()
 {
     static const std::vector<Input> list = [] {
-        const QString nonNegative = QStringLiteral("число не меньше 0; пустая ячейка — нет данных");
-        const QString share = QStringLiteral("число от 0 до 1; пустая ячейка — нет данных");
+        // The hint of an empty cell follows the range.
+        auto hinted = [](TInputRule rule, int column, const QString& empty) {
+            rule.message = ruleText(column, rule.message + QStringLiteral("; пустая ячейка — ") + empty);
+            return rule;
+        };
+        auto plain = [](TInputRule rule, int column) {
+            rule.message = ruleText(column, rule.message);
+            return rule;
+        };
+        const QString none = QStringLiteral("нет данных");
         std::vector<Input> l{
-            {cWa, TInputRule::AtLeast(0, ruleText(cWa, nonNegative))},
-            {cWaBus, TInputRule::AtLeast(0, ruleText(cWaBus, nonNegative))},
-            {cT, TInputRule::WholeRange(1, 8784, ruleText(cT, QStringLiteral("целое число часов от 1 до 8784")))},
+            {cWa, hinted(ranges::Energy(), cWa, none)},
+            {cWaBus, hinted(ranges::Energy(), cWaBus, none)},
+            {cT, plain(ranges::IntervalHours(), cT)},
             {cUnom, TInputRule::OneOf({kUnomTexts[0], kUnomTexts[1]},
                                       ruleText(cUnom, QStringLiteral("«400/230» или «220/127»")))},
-            {cCosFi, TInputRule::Range(0, 1, ruleText(cCosFi, share))},
-            {cF, TInputRule::Above(0, ruleText(cF, QStringLiteral("число больше 0; пустая ячейка — нет данных")))},
-            {cNLines, TInputRule::WholeRange(1, 1000000, ruleText(cNLines, QStringLiteral("целое число от 1")))},
-            {cdp, TInputRule::Range(0, 1, ruleText(cdp, share))},
-            {cdn, TInputRule::Range(0, 1, ruleText(cdn, share))},
+            {cCosFi, hinted(ranges::Share(), cCosFi, none)},
+            {cF, hinted(ranges::CrossSection(), cF, none)},
+            {cNLines, plain(ranges::LineCount(), cNLines)},
+            {cdp, hinted(ranges::Share(), cdp, none)},
+            {cdn, hinted(ranges::Share(), cdn, none)},
             // The model divides by the fill factor: 0 has no loss to give.
-            {ckzap, TInputRule::AboveUpTo(0, 1,
-                                          ruleText(ckzap, QStringLiteral("число больше 0 и не больше 1; "
-                                                                         "пустая ячейка — 1/3 в формуле потерь")))},
+            {ckzap, hinted(ranges::FillFactor(), ckzap, QStringLiteral("1/3 в формуле потерь"))},
         };
         for (int column : kLengthColumns)
-            l.push_back({column, TInputRule::AtLeast(0, ruleText(column, nonNegative))});
+            l.push_back({column, hinted(ranges::Length(), column, none)});
         return l;
     }();
     return list;
@@ -244,7 +253,70 @@ double derivedValue(int column, const TDataAnaliz& d)
     default: return EmptyFloat();
     }
 }
+// The inputs of a record as its cells hold them.
+TWrittenCells writtenCells(const TDataAnaliz& d)
+{
+    TWrittenCells cells{{cWa, d.Wa},
+                        {cWaBus, d.Wa_bus},
+                        {cT, d.T < 0 ? EmptyFloat() : double(d.T)},
+                        {cUnom, QString::fromLatin1(kUnomTexts[d.Unom == 1 ? 1 : 0])},
+                        {cCosFi, d.CosFi},
+                        {cF, d.F},
+                        {cNLines, d.NLines},
+                        {cdp, d.dp},
+                        {cdn, d.dn},
+                        {ckzap, d.kzap}};
+    for (int l = 0; l < TDataAnaliz::LengthCount; ++l)
+        cells.insert(kLengthColumns[l], d.Lengths[l]);
+    return cells;
+}
+
+// A record's inputs from the cells of a row; a cell that breaks its rule is named in the problems (null for
+// values the program wrote itself).
+TDataAnaliz parseInputs(TDataAnaliz d, const std::function<QVariant(int)>& cellOf, int row, QStringList* problems)
+{
+    QHash<int, TInputValue> values;
+    for (const Input& in : inputs()) {
+        const QVariant cell = cellOf(in.column);
+        const TInputValue v = CheckInput(cell, in.rule);
+        if (!v.problem.isEmpty() && problems)
+            *problems << InputProblem(in.column, row, cell, in.rule);
+        values.insert(in.column, v);
+    }
+    d.Wa = values[cWa].number;
+    d.Wa_bus = values[cWaBus].number;
+    d.T = isEmptyFloat(values[cT].number) ? -1 : static_cast<int>(values[cT].number);
+    d.Unom = values[cUnom].text == QLatin1String(kUnomTexts[1]) ? 1 : 0;
+    d.CosFi = values[cCosFi].number;
+    d.F = values[cF].number;
+    d.NLines = values[cNLines].number;
+    d.dp = values[cdp].number;
+    d.dn = values[cdn].number;
+    d.kzap = values[ckzap].number;
+    for (int l = 0; l < TDataAnaliz::LengthCount; ++l)
+        d.Lengths[l] = values[kLengthColumns[l]].number;
+    return d;
+}
 }  // namespace
+
+QStringList TNodeSocialHigh::Differences(const TDataAnaliz& a, const TDataAnaliz& b)
+{
+    QStringList changes;
+    const TWrittenCells from = writtenCells(a), to = writtenCells(b);
+    for (int column = cWa; column <= cL1im; ++column) {
+        if (!from.contains(column))
+            continue;
+        const QVariant x = from.value(column), y = to.value(column);
+        if (x.typeId() == QMetaType::Double) {
+            if (CompareFloat(x.toDouble(), y.toDouble()) != 0)
+                changes << QStringLiteral("%1: %2 → %3")
+                               .arg(caption(column), ShownValue(x.toDouble()), ShownValue(y.toDouble()));
+        } else if (x.toString() != y.toString()) {
+            changes << QStringLiteral("%1: %2 → %3").arg(caption(column), x.toString(), y.toString());
+        }
+    }
+    return changes;
+}
 
 // Отпуск в сеть: the model's WaNet. Nothing without a transformation; the transformation less the supply from
 // the busbars when that is above 0; nothing when the busbars take more than the transformation (the row is
@@ -424,6 +496,7 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool bu
                                  &hidden);
     };
     hide(cGuid);
+    hide(cWritten);
     for (int col = cLma; col <= cL1EkvSum; ++col)
         if (hiddenLength(col, materials, buildingInputs))
             hide(col);
@@ -451,6 +524,9 @@ bool TNodeSocialHigh::WriteWorkbook(const QString& file, bool materials, bool bu
             number(kLengthColumns[l], d.Lengths[l]);
         for (const auto& [col, formula] : formulas())
             writeDerived(sheet, row, col, formula(row), derivedValue(col, d), formats.computed);
+        const TDataAnaliz& base = n.Edited && n.Base ? *n.Base : d;
+        worksheet_write_string(sheet, r, cWritten - 1, utf8(WrittenCellsText(writtenCells(base))).constData(),
+                               formats.key);
         progress.Step();
     }
     const int lastRow = FirstRow + Count() - 1;
@@ -484,63 +560,73 @@ int TNodeSocialHigh::ReadWorkbook(const QString& file, QString& error)
     QHash<int, TNodeSocial*> byGuid;
     for (int i = 0; i < Count(); ++i)
         byGuid.insert(GetItem(i).GUID, &GetItem(i));
-    // Every input cell is checked first: a value the model would not take is refused with its cell, and then
-    // nothing of the workbook is taken.
+    // Every row and input cell is checked first: a value the model would not take is refused with its cell, a
+    // row that names no element shown with its row, and then nothing of the workbook is taken.
     QStringList problems;
-    std::vector<std::pair<TNodeSocial*, TDataAnaliz>> read;
+    QHash<int, int> seen;
+    struct Read {
+        TNodeSocial* node;
+        TDataAnaliz read, base;
+    };
+    std::vector<Read> rows;
+    const QString keyCell = c(cGuid, 1).chopped(1);
     for (int row : book.RowNumbers(sheet)) {
         if (row < FirstRow)
             continue;
         const QVariant key = book.Cell(sheet, row, cGuid);
         const double guid = key.typeId() == QMetaType::Double ? key.toDouble() : EmptyFloat();
-        TNodeSocial* node =
-            !isEmptyFloat(guid) && std::fabs(guid) < 2147483647.0 ? byGuid.value(static_cast<int>(guid)) : nullptr;
-        if (!node)
-            continue;  // not a row of an element shown
-        TDataAnaliz d = node->Data;
-        QHash<int, TInputValue> values;
-        for (const Input& in : inputs()) {
-            const QVariant cell = book.Cell(sheet, row, in.column);
-            const TInputValue v = CheckInput(cell, in.rule);
-            if (!v.problem.isEmpty())
-                problems << InputProblem(in.column, row, cell, in.rule);
-            values.insert(in.column, v);
+        if (isEmptyFloat(guid) || guid != std::floor(guid) || std::fabs(guid) >= 2147483647.0) {
+            problems << QStringLiteral("строка %1: нет ключа строки (скрытая ячейка %2 пуста или изменена) — строка, "
+                                       "добавленная в книгу или потерявшая ключ, не может быть сохранена")
+                            .arg(row)
+                            .arg(keyCell);
+            continue;
         }
-        d.Wa = values[cWa].number;
-        d.Wa_bus = values[cWaBus].number;
-        d.T = isEmptyFloat(values[cT].number) ? -1 : static_cast<int>(values[cT].number);
-        d.Unom = values[cUnom].text == QLatin1String(kUnomTexts[1]) ? 1 : 0;
-        d.CosFi = values[cCosFi].number;
-        d.F = values[cF].number;
-        d.NLines = values[cNLines].number;
-        d.dp = values[cdp].number;
-        d.dn = values[cdn].number;
-        d.kzap = values[ckzap].number;
-        for (int l = 0; l < TDataAnaliz::LengthCount; ++l)
-            d.Lengths[l] = values[kLengthColumns[l]].number;
-        read.emplace_back(node, d);
+        TNodeSocial* node = byGuid.value(static_cast<int>(guid));
+        if (!node) {
+            problems << QStringLiteral("строка %1: нет такого элемента в книге (код %2)").arg(row).arg(guid, 0, 'f', 0);
+            continue;
+        }
+        if (const auto it = seen.constFind(node->GUID); it != seen.cend()) {
+            problems << QStringLiteral("строка %1: «%2» уже в строке %3").arg(row).arg(node->Name).arg(*it);
+            continue;
+        }
+        seen.insert(node->GUID, row);
+        TWrittenCells written;
+        if (!ReadWrittenCells(book.Cell(sheet, row, cWritten), written)) {
+            problems << QStringLiteral("строка %1: нет записанных значений строки (скрытая ячейка %2) — неизвестно, "
+                                       "что в ней изменено; запишите книгу заново")
+                            .arg(row)
+                            .arg(c(cWritten, row));
+            continue;
+        }
+        const TDataAnaliz read = parseInputs(
+            node->Data, [&](int column) { return book.Cell(sheet, row, column); }, row, &problems);
+        const TDataAnaliz base = parseInputs(
+            node->Data, [&](int column) { return written.value(column); }, row, nullptr);
+        rows.push_back({node, read, base});
     }
     if (!problems.isEmpty()) {
         error = ReadRefusal(file, problems);
         return -1;
     }
-    auto same = [](double a, double b) {
-        return (isEmptyFloat(a) && isEmptyFloat(b)) ||
-               (!isEmptyFloat(a) && !isEmptyFloat(b) && CompareFloat(a, b) == 0);
-    };
     int changed = 0;
-    for (auto& [node, d] : read) {
-        const TDataAnaliz& was = node->Data;
-        bool edited = d.T != was.T || d.Unom != was.Unom;
-        for (auto field : {&TDataAnaliz::Wa, &TDataAnaliz::Wa_bus, &TDataAnaliz::CosFi, &TDataAnaliz::F,
-                           &TDataAnaliz::NLines, &TDataAnaliz::dp, &TDataAnaliz::dn, &TDataAnaliz::kzap})
-            edited = edited || !same(d.*field, was.*field);
-        for (int l = 0; l < TDataAnaliz::LengthCount; ++l)
-            edited = edited || !same(d.Lengths[l], was.Lengths[l]);
-        if (!edited)
+    for (auto& [node, read, base] : rows) {
+        if (Differences(base, read).isEmpty()) {
+            // As written: nothing of the user's, whatever the database holds now; a row marked by an earlier
+            // reading that the user put back is no longer to be saved.
+            if (node->Edited && node->Base) {
+                node->Data = *node->Base;
+                node->Edited = false;
+                node->Base.reset();
+            }
             continue;
-        d.Calculate();
-        node->Data = d;
+        }
+        if (!node->Edited && Differences(node->Data, read).isEmpty())
+            continue;  // the database holds the user's values already: nothing to store
+        read.Calculate();
+        node->Data = read;
+        node->Base = base;
         changed += node->Edited ? 0 : 1;
         node->Edited = true;
     }

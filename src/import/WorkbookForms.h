@@ -11,6 +11,8 @@ class QTreeView;
 class TSamplesTreeBox;
 class QObject;
 class TxlsZamerShablonForm;
+struct TWorkbookSave;
+enum class TConflictChoice;
 
 namespace workbookform {
 // The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
@@ -28,9 +30,12 @@ void selectHandedObject(QTreeView* tree, intptr_t param);
 // Logs how many rows a reading of the workbook changed and what it did not take as typed, or shows why it could
 // not be read (changed < 0).
 bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error, const QStringList& notes = {});
-// Stores the rows read (store() answers how many), logging the count; says so when there is nothing to store
-// and shows a database error. False when nothing was stored.
-bool saveRows(TxlsZamerShablonForm& form, int pending, const std::function<int()>& store);
+// Stores the rows read, logging the count; says so when there is nothing to store and shows a database error.
+// What the reading did not take as typed (notes) is asked about first. Rows someone changed in the database
+// since the workbook was written are listed, and the user chooses: the workbook's values (Да), the database's
+// for those rows with the others stored (Нет), or nothing stored (Отмена). False when nothing was stored.
+bool saveRows(TxlsZamerShablonForm& form, int pending, const QStringList& notes,
+              const std::function<TWorkbookSave(TConflictChoice)>& store);
 // Asks before rows not saved or a workbook edited but not read are given up; true to go on.
 bool confirmDiscard(int pending, bool changedOnDisk, const QString& workbook);
 }  // namespace workbookform

@@ -30,6 +30,7 @@
 #include "host/Tree.h"
 #include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
+#include "import/ZamerSheets.h"
 #include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
 
@@ -376,9 +377,12 @@ bool TxlsLVZamerForm::Save()
     if (ReadOnly() || interval_.isEmpty())
         return false;
     // What the user saved in the spreadsheet since the last reading is read first.
-    if (!ReadIfChanged() ||
-        !saveRows(*this, data_.Pending(), [this] { return data_.Save(*CurrentDatabase()->GetDefaultConnection()); }))
+    if (!ReadIfChanged() || !saveRows(*this, data_.Pending(), data_.ReadNotes(), [this](TConflictChoice choice) {
+            return data_.Save(*CurrentDatabase()->GetDefaultConnection(), choice);
+        })) {
+        ShowTable();  // rows given up to the database's values show them
         return false;
+    }
     ShowTable();
     Rewrite();  // the workbook shows the rows as stored now
     return true;

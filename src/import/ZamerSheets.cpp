@@ -86,6 +86,11 @@ QString ReadRefusal(const QString& file, const QStringList& problems)
     return text;
 }
 
+QString ShownValue(double value)
+{
+    return isEmptyFloat(value) ? QStringLiteral("пусто") : QString::number(value, 'g', 15);
+}
+
 namespace {
 const char* const kIdentityKeys[6] = {"Вид книги", "Объект", "Интервал", "Уровень", "Линии", "Абоненты"};
 }  // namespace

@@ -1,6 +1,10 @@
 #pragma once
+#include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
+
+#include "host/WrittenCells.h"
 
 class TXlsxWorkbook;
 struct lxw_workbook;
@@ -31,6 +35,23 @@ void WriteFormulaWithValue(lxw_worksheet* sheet, int row, int column, const QStr
 void ProtectZamerSheet(lxw_worksheet* sheet);
 // The refusal of a workbook whose cells break their rules: the first problems and how many there are.
 QString ReadRefusal(const QString& file, const QStringList& problems);
+
+// What to do with rows the user changed in a workbook that someone else changed in the database since the
+// workbook was written.
+enum class TConflictChoice {
+    Refuse,        // store nothing while there is such a row
+    Overwrite,     // the user's rows win
+    KeepDatabase,  // such rows keep the database's values; the others are stored
+};
+// The outcome of storing the rows read from a workbook: how many were written and the rows in conflict, one line
+// each ("Name (GUID): в базе …").
+struct TWorkbookSave {
+    int Written = 0;
+    QStringList Conflicts;
+    bool Stored = false;  // the transaction was committed
+};
+// A line of a row's changes: "caption: old → new" joined by "; ".
+QString ShownValue(double value);
 
 // What a workbook was written for, kept in a hidden sheet of its own, so that a workbook is read back only into
 // the table it came from (and a command can read one without being told what it holds).

@@ -16,6 +16,8 @@
 
 #include "host/Connection.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "normative/ElementEnergies.h"
@@ -84,7 +86,8 @@ void TLVNormativSample::DoGroupChange(Group group)
 }
 
 TLVNormativInputPage::TLVNormativInputPage(QWidget* owner, ToznFDConnection& connection)
-    : QWidget(owner), connection_(connection), store_(std::make_unique<TLVNormativeStore>(connection))
+    : QWidget(owner), connection_(connection), store_(std::make_unique<TLVNormativeStore>(connection)),
+      constraints_(new TEditConstraints(this))
 {
     setObjectName(QStringLiteral("tsInput"));
     auto* outer = new QVBoxLayout(this);
@@ -168,10 +171,47 @@ TLVNormativInputPage::TLVNormativInputPage(QWidget* owner, ToznFDConnection& con
     buttons->addStretch();
     for (QPushButton* b : {save_, cancel_, delete_})
         buttons->addWidget(b);
+    storedState_ = new QLabel(this);
+    storedState_->setObjectName(QStringLiteral("LabelStored"));
+    outer->addWidget(storedState_);
     outer->addLayout(buttons);
     connect(save_, &QPushButton::clicked, this, &TLVNormativInputPage::Save);
     connect(cancel_, &QPushButton::clicked, this, &TLVNormativInputPage::Cancel);
     connect(delete_, &QPushButton::clicked, this, &TLVNormativInputPage::Delete);
+
+    // What each field accepts: the ranges in which the model takes a value, as the workbook of the generalised
+    // data checks them.
+    auto constrain = [this](const QString& editor, const QString& caption, const TInputRule& rule) {
+        constraints_->AddContraints(Editor(editor), caption, rule);
+    };
+    constrain(QStringLiteral("EditWa"), QStringLiteral("Трансформация в сеть 0,4 кВ, тыс. кВт.ч"), ranges::Energy());
+    constrain(QStringLiteral("EditWa_bus"), QStringLiteral("Полезный отпуск с шин, тыс. кВт.ч"), ranges::Energy());
+    constrain(QStringLiteral("EditT"), QStringLiteral("Расчетный период, ч"), ranges::IntervalHours());
+    constrain(QStringLiteral("EditCosFi"), QStringLiteral("Коэффициент мощности cosφ"), ranges::Share());
+    constrain(QStringLiteral("EditF"), QStringLiteral("Сечение головного участка, мм²"), ranges::CrossSection());
+    constrain(QStringLiteral("EditNLines"), QStringLiteral("Количество линий, шт."), ranges::LineCount());
+    constrain(QStringLiteral("Editdp"), QStringLiteral("Доля энергии, отпускаемой населению, о.е."), ranges::Share());
+    constrain(QStringLiteral("Editdn"),
+              QStringLiteral("Доля электроэнергии, потребляемая на расстоянии 1-2 пролета от ТП, о.е."),
+              ranges::Share());
+    constrain(QStringLiteral("Editkzap"), QStringLiteral("Коэффициент заполнения графика, о.е."), ranges::FillFactor());
+    for (const LengthGroup& g : kGroups)
+        for (int m = 0; m < 3; ++m) {
+            const QString group = QString::fromUtf8(g.caption), material = QString::fromUtf8(kMaterials[m]).trimmed();
+            const QString line = QString::fromLatin1(S::LengthNames[g.lines[m]]);
+            constrain(QStringLiteral("Edit") + line, QStringLiteral("%1: %2").arg(group, material), ranges::Length());
+            if (g.inputs[m] < 0)
+                continue;
+            constrain(QStringLiteral("Line") + line, QStringLiteral("%1: ответвления, %2").arg(group, material),
+                      ranges::Length());
+            constrain(QStringLiteral("Edit") + QString::fromLatin1(S::LengthNames[g.inputs[m]]),
+                      QStringLiteral("%1: ввода в здания, %2").arg(group, material), ranges::Length());
+        }
+    // A refused text is an edit not settled: "Сохранить" and "Отмена" stay open for it, and leaving asks.
+    connect(constraints_, &TEditConstraints::ErrorsChanged, this, [this] {
+        if (!constraints_->GetEnabled())
+            SetModified(true);
+    });
 
     sample_ = std::make_unique<TLVNormativSample>(this);
     sample_->Clear();
@@ -182,10 +222,10 @@ TLVNormativInputPage::TLVNormativInputPage(QWidget* owner, ToznFDConnection& con
 
 TLVNormativInputPage::~TLVNormativInputPage() = default;
 
-QLineEdit* TLVNormativInputPage::AddEditor(QFormLayout* form, const QString& name, const QString& caption,
-                                           bool readOnly)
+TNumericEdit* TLVNormativInputPage::AddEditor(QFormLayout* form, const QString& name, const QString& caption,
+                                              bool readOnly)
 {
-    auto* editor = new QLineEdit(this);
+    auto* editor = new TNumericEdit(this, kEditorFormat);
     editor->setObjectName(name);
     editor->setReadOnly(readOnly);
     if (!readOnly)
@@ -247,13 +287,11 @@ void TLVNormativInputPage::Edited(QLineEdit* editor)
 {
     if (showing_)
         return;
-    double value = -1;
-    const QString text = editor->text().trimmed();
-    if (!text.isEmpty() && !ParseFloat(text, value)) {
-        host::ShowWarning(QStringLiteral("\"%1\" не является числом").arg(text));
-        ShowValues();
+    // A text the field refuses stays in it, marked; the model keeps its value.
+    double read = EmptyFloat();
+    if (!constraints_->CheckControl(editor, read))
         return;
-    }
+    const double value = isEmptyFloat(read) ? -1 : read;  // the model's "not given"
     const int before = sample_->ChangeCount();
     const QString name = editor->objectName();
     S& s = *sample_;
@@ -266,7 +304,7 @@ void TLVNormativInputPage::Edited(QLineEdit* editor)
     else if (name == QLatin1String("EditCosFi"))
         s.SetCosFi(value);
     else if (name == QLatin1String("EditF"))
-        CrossSectionTyped();
+        CrossSectionTyped(value);
     else if (name == QLatin1String("EditNLines"))
         s.SetNLines(static_cast<int>(std::lround(value)));
     else if (name == QLatin1String("Editdp"))
@@ -295,12 +333,8 @@ void TLVNormativInputPage::Edited(QLineEdit* editor)
         SetModified(true);
 }
 
-void TLVNormativInputPage::CrossSectionTyped()
+void TLVNormativInputPage::CrossSectionTyped(double value)
 {
-    double value = -1;
-    const QString text = Editor(QStringLiteral("EditF"))->text().trimmed();
-    if (!text.isEmpty())
-        ParseFloat(text, value);
     if (CompareFloat(value, sample_->GetF()) == 0)
         return;
     // A typed cross-section replaces the weighted one: its table goes, if the user agrees.
@@ -327,21 +361,28 @@ void TLVNormativInputPage::EditCrossSection()
     SetModified(true);
 }
 
+void TLVNormativInputPage::Show(const QString& editor, double value)
+{
+    QLineEdit* e = Editor(editor);
+    if (!constraints_->isContraint(e))
+        e->setText(shown(value));
+}
+
 void TLVNormativInputPage::ShowValues()
 {
     if (!sample_)
         return;
     showing_ = true;
     const S& s = *sample_;
-    Editor(QStringLiteral("EditWa"))->setText(shown(s.GetWa()));
-    Editor(QStringLiteral("EditWa_bus"))->setText(shown(s.GetWa_bus()));
-    Editor(QStringLiteral("EditT"))->setText(shown(s.GetT()));
-    Editor(QStringLiteral("EditCosFi"))->setText(shown(s.GetCosFi()));
-    Editor(QStringLiteral("EditF"))->setText(shown(s.GetF()));
-    Editor(QStringLiteral("EditNLines"))->setText(shown(s.GetNLines()));
-    Editor(QStringLiteral("Editdp"))->setText(shown(s.Getdp()));
-    Editor(QStringLiteral("Editdn"))->setText(shown(s.Getdn()));
-    Editor(QStringLiteral("Editkzap"))->setText(shown(s.Getkzap()));
+    Show(QStringLiteral("EditWa"), s.GetWa());
+    Show(QStringLiteral("EditWa_bus"), s.GetWa_bus());
+    Show(QStringLiteral("EditT"), s.GetT());
+    Show(QStringLiteral("EditCosFi"), s.GetCosFi());
+    Show(QStringLiteral("EditF"), s.GetF());
+    Show(QStringLiteral("EditNLines"), s.GetNLines());
+    Show(QStringLiteral("Editdp"), s.Getdp());
+    Show(QStringLiteral("Editdn"), s.Getdn());
+    Show(QStringLiteral("Editkzap"), s.Getkzap());
     voltage_->setCurrentIndex(s.GetUnom() == 1 ? 1 : 0);
     for (int g = 0; g < 3; ++g) {
         const LengthGroup& group = kGroups[g];
@@ -349,14 +390,13 @@ void TLVNormativInputPage::ShowValues()
             const QString line = QString::fromLatin1(S::LengthNames[group.lines[m]]);
             const double lineValue = s.GetLength(group.lines[m]);
             if (group.inputs[m] < 0) {
-                Editor(QStringLiteral("Edit") + line)->setText(shown(lineValue));
+                Show(QStringLiteral("Edit") + line, lineValue);
                 continue;
             }
             const auto input = static_cast<S::Length>(group.inputs[m]);
-            Editor(QStringLiteral("Edit") + line)->setText(shown(S::KindTotal(lineValue, s.GetLength(input))));
-            Editor(QStringLiteral("Line") + line)->setText(shown(lineValue));
-            Editor(QStringLiteral("Edit") + QString::fromLatin1(S::LengthNames[input]))
-                ->setText(shown(s.GetLength(input)));
+            Show(QStringLiteral("Edit") + line, S::KindTotal(lineValue, s.GetLength(input)));
+            Show(QStringLiteral("Line") + line, lineValue);
+            Show(QStringLiteral("Edit") + QString::fromLatin1(S::LengthNames[input]), s.GetLength(input));
         }
     }
     showing_ = false;
@@ -398,37 +438,54 @@ void TLVNormativInputPage::Load(ToznListItemCommon* element, const TSamplePeriod
     period_ = period;
     sectionsChanged_ = false;
     sections_.Clear();
+    constraints_->ClearAll();  // the fields show the stored data again
     setEnabled(element && !period.isEmpty());
     sample_->Period = period;
-    bool stored = false;
+    bool found = false;
+    stored_ = false;
     if (element && !period.isEmpty()) {
         sample_->Ident = element->GetIdent();
-        stored = GuardedRead(connection_, [&] {
-            const bool found = store_->Load(*sample_, element->GetIdent(), period);
-            if (found && sample_->Info != 0)
+        found = GuardedRead(connection_, [&] {
+            const bool any = store_->Load(*sample_, element->GetIdent(), period);
+            if (any && sample_->Info != 0)
                 store_->LoadSections(sample_->Info, sections_);
-            return found;
+            return any;
         });
+        stored_ = found && store_->LoadedOwnRow();
     } else {
         sample_->Clear();
     }
     ShowValues();
     SetModified(false);
-    delete_->setEnabled(stored);
+    // Only the period's own row can be deleted; the scheme of another period shown as a start is not its.
+    delete_->setEnabled(stored_);
+    ShowStoredState(stored_ ? QStringLiteral("Исходные данные за период сохранены")
+                    : found ? QStringLiteral("За период ничего не сохранено: показаны исходные данные ближайшего "
+                                             "периода")
+                            : QStringLiteral("За период ничего не сохранено"));
 }
+
+void TLVNormativInputPage::ShowStoredState(const QString& text) { storedState_->setText(text); }
+
+QString TLVNormativInputPage::StoredText() const { return storedState_->text(); }
 
 bool TLVNormativInputPage::Save()
 {
     if (!element_ || period_.isEmpty())
         return false;
-    if (sample_->Classify() != S::Outcome::Saved &&
+    // A field that holds a value it refuses: the inputs can be stored as the model holds them, without a result.
+    const bool inputErrors = !constraints_->CheckConstraint();
+    if (inputErrors &&
         host::dialogs().Message(QStringLiteral("Подтверждение"),
                                 QStringLiteral("Ошибка в исходных данных. Результаты расчета сохранены не будут!"),
                                 host::Icon::Question, host::Buttons::YesNo) != host::mrYes)
         return false;
+    // Results only when the method gives them: a loss of 100 % or more, or none, is not stored as a result.
+    const S::Outcome outcome = sample_->Classify();
+    const bool withResults = !inputErrors && outcome == S::Outcome::Saved;
     connection_.StartTransaction(false);
     try {
-        store_->Save(*sample_, period_.Ident);
+        store_->Save(*sample_, period_.Ident, withResults);
         if (sectionsChanged_)
             store_->SaveSections(sample_->Info, sections_);
         connection_.Commit();
@@ -438,8 +495,16 @@ bool TLVNormativInputPage::Save()
         return false;
     }
     sectionsChanged_ = false;
+    stored_ = true;
+    constraints_->ClearAll();
+    ShowValues();  // the fields show what is stored
     SetModified(false);
     delete_->setEnabled(true);
+    ShowStoredState(
+        withResults ? QStringLiteral("Исходные данные и результаты расчета сохранены")
+                    : QStringLiteral("Сохранены исходные данные; результаты расчета не сохранены: %1")
+                          .arg(inputErrors ? QStringLiteral("ошибка в исходных данных") : S::OutcomeMessage(outcome)));
+    emit StoredDataChanged();
     return true;
 }
 
@@ -447,7 +512,7 @@ void TLVNormativInputPage::Cancel() { Load(element_, period_); }
 
 bool TLVNormativInputPage::Delete()
 {
-    if (!element_ || period_.isEmpty())
+    if (!element_ || period_.isEmpty() || !stored_)
         return false;
     if (host::dialogs().Message(QStringLiteral("Подтверждение"),
                                 QStringLiteral("Удалить исходные данные и результаты расчета?"), host::Icon::Question,
@@ -455,14 +520,26 @@ bool TLVNormativInputPage::Delete()
         return false;
     connection_.StartTransaction(false);
     try {
-        store_->Delete(element_->GetIdent(), period_.Ident);
+        store_->DeleteWithInputs(element_->GetIdent(), period_.Ident);
         connection_.Commit();
     } catch (const std::exception& e) {
         connection_.Rollback();
         host::ShowWarning(QString::fromUtf8(e.what()));
         return false;
     }
-    Load(element_, period_);
+    // Nothing is stored for the period now: the page says so rather than showing another period's scheme.
+    stored_ = false;
+    sections_.Clear();
+    sectionsChanged_ = false;
+    constraints_->ClearAll();
+    sample_->Clear();
+    sample_->Ident = element_->GetIdent();
+    ShowValues();
+    SetModified(false);
+    delete_->setEnabled(false);
+    ShowStoredState(QStringLiteral("Исходные данные и результаты расчета за период удалены: за период ничего не "
+                                   "сохранено"));
+    emit StoredDataChanged();
     return true;
 }
 

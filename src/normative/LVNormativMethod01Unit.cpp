@@ -86,6 +86,8 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
         emit SelectionChanged();
     });
     connect(summing_, &QComboBox::currentIndexChanged, this, [this] { emit SelectionChanged(); });
+    // A save or a delete on the input page changes what the report and the summary show.
+    connect(input_, &TLVNormativInputPage::StoredDataChanged, this, [this] { emit SelectionChanged(); });
     shownPeriod_ = periods_->CurrentIdent();
 }
 

@@ -6,6 +6,7 @@
 #include "host/Dialogs.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "normative/LVNormativInputPage.h"
 #include "normative/LVNormativMethodCalcUnit.h"
 
 int TLVNormativMethodForm2::MenuLevel(const ToznListItemCommon* item)
@@ -45,8 +46,16 @@ void TLVNormativMethodForm2::StartCalculation(ToznListItemCommon* item, int leve
         host::ShowWarning(QStringLiteral("Не задан период"));
         return;
     }
+    // The batch stores over the element shown: its unsaved inputs are settled first.
+    if (!InputPage()->AllowLeave())
+        return;
     auto* form = new TLVNormativMethodCalcForm(this);
     form->setAttribute(Qt::WA_DeleteOnClose);
+    // What the batch stored is shown at once: the input page, the report and the summary read it again.
+    connect(form, &TLVNormativMethodCalcForm::CalculationFinished, this, [this] {
+        InputPage()->Load(SelectedItem(), Period());
+        emit SelectionChanged();
+    });
     form->Start(Database(), item->GetIdent(), levelCode, period);
     form->open();
 }

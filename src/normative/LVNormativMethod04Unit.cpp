@@ -157,7 +157,8 @@ bool TLVNormativMethodForm4::RewriteData()
         sample.Ident = item->GetIdent();
         store.Load(sample, item->GetIdent(), period);
         summary.Root()->RewriteSample(sample);
-        store.Save(sample, period.Ident);
+        // A loss the method refuses is not stored as a result, whichever form stores it.
+        store.Save(sample, period.Ident, sample.Classify() == TLVNormativSample0::Outcome::Saved);
         connection.Commit();
     } catch (const std::exception& e) {
         connection.Rollback();
@@ -165,6 +166,7 @@ bool TLVNormativMethodForm4::RewriteData()
         return false;
     }
     InputPage()->Load(item, period);
+    emit SelectionChanged();  // the report and the summary read the rewritten data
     RefreshSummary();
     return true;
 }

@@ -371,6 +371,7 @@ void TLVNormativMethodCalcForm::Finished(int, const QString& error)
     else
         host::dialogs().Message(host::AppCaption(), QStringLiteral("Ошибка при выполнении расчета\n") + error,
                                 host::Icon::Information, host::Buttons::Ok);
+    emit CalculationFinished();
 }
 
 void TLVNormativMethodCalcForm::SaveLog()

@@ -71,6 +71,10 @@ public:
     int LogCount() const;
     QStringList LogLines() const;
 
+signals:
+    // The batch has ended (done, cancelled or failed): what it stored can be shown.
+    void CalculationFinished();
+
 protected:
     void reject() override;
     void closeEvent(QCloseEvent* event) override;

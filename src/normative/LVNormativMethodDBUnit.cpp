@@ -87,6 +87,7 @@ void TLVNormativeStore::Apply(S& sample, int info, const Scheme& scheme, const S
 bool TLVNormativeStore::Load(S& sample, int guid, const TSamplePeriodInfo& period)
 {
     sample.Period = period;
+    loadedOwn_ = false;
     if (preloaded_ != 0 && preloaded_ == period.Ident)
         return LoadFromMemory(sample, guid);
     return GuardedRead(connection_, [&] {
@@ -98,6 +99,7 @@ bool TLVNormativeStore::Load(S& sample, int guid, const TSamplePeriodInfo& perio
             const Stored row{q->Int(QStringLiteral("Info")), q->Float(QStringLiteral("Wa")),
                              q->Float(QStringLiteral("Wa_bus")), q->Float(QStringLiteral("T"))};
             Apply(sample, row.info, ReadScheme(*q), &row);
+            loadedOwn_ = true;
             return true;
         }
         q->SetSQLText(QString::fromUtf8(NormativeSql::kNearestScheme));
@@ -176,6 +178,7 @@ bool TLVNormativeStore::LoadFromMemory(S& sample, int guid)
 {
     if (auto stored = stored_.constFind(guid); stored != stored_.cend()) {
         Apply(sample, stored->row.info, stored->scheme, &stored->row);
+        loadedOwn_ = true;
         return true;
     }
     if (auto info = nearest_.constFind(guid); info != nearest_.cend()) {
@@ -207,7 +210,7 @@ bool TLVNormativeStore::SavesInputs(const S& sample) const
     return sample.Info == 0 || edited;
 }
 
-void TLVNormativeStore::Save(S& sample, int sampleIdent)
+void TLVNormativeStore::Save(S& sample, int sampleIdent, bool withResults)
 {
     if (SavesInputs(sample)) {
         sample.Info = OwnSchemeKey(connection_, sample.Info, sampleIdent, sample.Ident);
@@ -233,10 +236,10 @@ void TLVNormativeStore::Save(S& sample, int sampleIdent)
     q->ParamByName(QStringLiteral("Wa_bus"), stored(sample.GetWa_bus()));
     q->ParamByName(QStringLiteral("T"), sample.GetT() > 0 ? QVariant(sample.GetT()) : QVariant());
     q->ParamByName(QStringLiteral("Info"), sample.Info);
-    q->ParamByName(QStringLiteral("Lekv"), stored(sample.Lekv()));
-    q->ParamByName(QStringLiteral("ku"), stored(sample.ku()));
-    q->ParamByName(QStringLiteral("k038"), stored(sample.k038()));
-    q->ParamByName(QStringLiteral("deltaWa"), stored(sample.deltaWa()));
+    q->ParamByName(QStringLiteral("Lekv"), withResults ? stored(sample.Lekv()) : QVariant());
+    q->ParamByName(QStringLiteral("ku"), withResults ? stored(sample.ku()) : QVariant());
+    q->ParamByName(QStringLiteral("k038"), withResults ? stored(sample.k038()) : QVariant());
+    q->ParamByName(QStringLiteral("deltaWa"), withResults ? stored(sample.deltaWa()) : QVariant());
     q->ExecSQL();
     loaded_ = &sample;
     loadedScheme_ = SchemeOf(sample);
@@ -249,6 +252,32 @@ void TLVNormativeStore::Delete(int guid, int sampleIdent)
     q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent).ParamByName(QStringLiteral("GUID"), guid);
     q->ExecSQL();
     stored_.remove(guid);
+}
+
+void TLVNormativeStore::DeleteWithInputs(int guid, int sampleIdent)
+{
+    auto q = connection_.NewQuery();
+    q->SetSQLText(QString::fromUtf8(NormativeSql::kResultScheme));
+    q->ParamByName(QStringLiteral("GUID"), guid).ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
+    q->Open();
+    const int info = q->Eof() ? 0 : q->Int(QStringLiteral("Info"));
+    q->Close();
+    Delete(guid, sampleIdent);
+    if (info == 0)
+        return;
+    q->SetSQLText(QString::fromUtf8(NormativeSql::kSchemeInUse));
+    q->ParamByName(QStringLiteral("Info"), info);
+    q->Open();
+    const bool inUse = !q->Eof();
+    q->Close();
+    if (inUse)
+        return;  // another period's result was calculated from it
+    for (const char* sql : {NormativeSql::kDeleteSections, NormativeSql::kDeleteScheme}) {
+        q->SetSQLText(QString::fromUtf8(sql));
+        q->ParamByName(QStringLiteral("Info"), info);
+        q->ExecSQL();
+    }
+    schemes_.remove(info);
 }
 
 int TLVNormativeStore::OwnSchemeKey(ToznFDConnection& connection, int info, int sampleIdent, int guid)

@@ -25,10 +25,17 @@ public:
     // Stores the results of the period and, when the element has no scheme yet or its scheme was changed
     // since loading, its inputs: under a key of its own (OwnSchemeKey), so that a scheme taken over from
     // another interval is copied rather than changed.
-    void Save(TLVNormativSample0& sample, int sampleIdent);
+    // Without results the row keeps the inputs (energies, hours and the scheme) and no loss: what the method
+    // refuses or could not compute is not stored as a result.
+    void Save(TLVNormativSample0& sample, int sampleIdent, bool withResults = true);
     // Whether Save writes the inputs as well as the results, i.e. more than one statement.
     bool SavesInputs(const TLVNormativSample0& sample) const;
     void Delete(int guid, int sampleIdent);
+    // Deletes an element's stored result of a period with its inputs: the scheme and its cross-section table go
+    // too unless another stored result refers to them. Inside the caller's transaction.
+    void DeleteWithInputs(int guid, int sampleIdent);
+    // Whether the last Load found the period's own stored row (not only the scheme of another period).
+    bool LoadedOwnRow() const { return loadedOwn_; }
 
     // The scheme key under which an element writes its inputs of an interval: the one it has when no other
     // stored result refers to it; otherwise a new key with a copy of the scheme's cross-section table, so that
@@ -69,5 +76,6 @@ private:
     QHash<int, Scheme> schemes_;
     // The sample last loaded or saved and its scheme then: Save writes the scheme only when it changed.
     const TLVNormativSample0* loaded_ = nullptr;
+    bool loadedOwn_ = false;
     Scheme loadedScheme_{};
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "host/InitOZN.h"
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 
 const char* const TLVNormativSample0::LengthNames[LengthCount] = {"Lma",  "Lms",   "Lmm",   "L23a",  "L23s",
@@ -15,7 +16,17 @@ constexpr double kNotGiven = -1;
 constexpr double kRecompute = -2;
 
 double positive(double v) { return std::max(v, 0.0); }
-bool inUnitRange(double v) { return v >= 0 && v <= 1; }
+// The ranges in which the model takes a value as given are those the forms and the workbook check.
+bool inUnitRange(double v)
+{
+    static const TInputRule share = ranges::Share();
+    return share.Accepts(v);
+}
+bool crossSection(double v)
+{
+    static const TInputRule rule = ranges::CrossSection();
+    return rule.Accepts(v);
+}
 
 // Two numbers the same for the setters: equal doubles, or equal integers.
 bool same(double a, double b) { return CompareFloat(a, b) == 0; }
@@ -63,7 +74,7 @@ void TLVNormativSample0::SetWa_bus(double value) { Store(waBus_, value); }
 void TLVNormativSample0::SetT(int value) { Store(t_, value > 0 ? value : -1); }
 void TLVNormativSample0::SetUnom(int code) { Store(unom_, code); }
 void TLVNormativSample0::SetCosFi(double value) { Store(cosFi_, inUnitRange(value) ? value : kNotGiven); }
-void TLVNormativSample0::SetF(double value) { Store(f_, value > 0 ? value : kNotGiven); }
+void TLVNormativSample0::SetF(double value) { Store(f_, crossSection(value) ? value : kNotGiven); }
 void TLVNormativSample0::SetNLines(int value) { Store(nLines_, value > 0 ? value : -1); }
 void TLVNormativSample0::Setdn(double value) { Store(dn_, inUnitRange(value) ? value : kNotGiven); }
 void TLVNormativSample0::Setkzap(double value) { Store(kzap_, inUnitRange(value) ? value : kNotGiven); }

@@ -49,6 +49,12 @@ inline constexpr const char* kCopySections =
 inline constexpr const char* kSections =
     R"(select "Idx", "LenVL", "LenKL" from "LVFidersBSections" where "Info"=:Info)";
 inline constexpr const char* kDeleteSections = R"(delete from "LVFidersBSections" where "Info"=:Info)";
+// The scheme of an element's stored result of an interval; whether any stored result refers to a scheme; the
+// scheme itself.
+inline constexpr const char* kResultScheme =
+    R"(select "Info" from "LVWResultsB" where GUID=:GUID and "SampleIdent"=:SampleIdent)";
+inline constexpr const char* kSchemeInUse = R"(select first 1 1 from "LVWResultsB" where "Info"=:Info)";
+inline constexpr const char* kDeleteScheme = R"(delete from "LVFidersB" where "Ident"=:Info)";
 inline constexpr const char* kInsertSection =
     R"(insert into "LVFidersBSections" ("Info", "Idx", "LenVL", "LenKL") values (:Info, :Idx, :LenVL, :LenKL))";
 

@@ -6,6 +6,7 @@
 #include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Tree.h"
+#include "normative/StoredNormative.h"
 #include "results/UnitLVResults.h"
 #include "support/TestSupport.h"
 
@@ -126,7 +127,8 @@ TEST(DemoNetwork, GenerationIsDeterministic)
     auto second = OpenDatabase(again);
     const db::DemoCounts counts =
         db::DemoGenerator(*second->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
-    feeders::RecalculateStoredSamples(*second->GetDefaultConnection());  // as `ozn3 demo-db` does
+    RecalculateStoredNormative(*second->GetDefaultConnection());  // as `ozn3 demo-db` does
+    feeders::RecalculateStoredSamples(*second->GetDefaultConnection());
     auto first = OpenDatabase(NewDemoDatabase(folder));
     EXPECT_EQ(counts.lvFiders, first->GetTree()->CountOfType(NodeType::LVFiders));
     for (const char* sql : {"select sum(\"P\") from \"LVPResultsA\"", "select sum(\"deltaWa\") from \"LVWResultsB\"",

@@ -11,12 +11,14 @@
 #include <QTableWidget>
 #include <QTest>
 #include <QTreeView>
+#include <tuple>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersReports.h"
 #include "feeders/LVFidersUnit.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
@@ -60,6 +62,7 @@ protected:
     QLineEdit* Box(const char* name) { return form_->Edit(QString::fromLatin1(name)); }
     QString Result(const char* name) { return form_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
     QPushButton* Button(const char* name) { return form_->findChild<QPushButton*>(QString::fromLatin1(name)); }
+    QListWidget* fiders() { return form_->findChild<QListWidget*>("FidersList"); }
     double Db(const QString& sql) { return Scalar(*c_, sql); }
 
     TempFolder folder_;
@@ -506,4 +509,47 @@ TEST_F(Editor, OfTwoUsersSavingOneSampleTheSecondIsRefusedAndNothingIsOverwritte
     EXPECT_TRUE(second.findChild<QPushButton*>("btnSave")->isEnabled());  // the edit stays to be redone
     EXPECT_DOUBLE_EQ(Db(stored), 111);
     other->Rollback();
+}
+
+TEST_F(Editor, RefusedTextsAreNeverStoredByClosingOrSwitching)
+{
+    const int lv = form_->LVFider();
+    const QDate date = form_->CurrentDate();
+    const double ia = Db(sampleAt(lv, date, "\"IA\"")), ib = Db(sampleAt(lv, date, "\"IB\"")),
+                 dp = Db(sampleAt(lv, date, "coalesce(\"dP\", -1)"));
+    ASSERT_NE(form_->CurrentSample(), nullptr);
+    // Phase currents the fields refuse: a text and 100 000 A, each named with its range as the user leaves it.
+    for (const auto& [box, text, told] : {std::tuple{"EditIA", "abc", "«I, А, фаза А»: «abc» — число от 0 до 10000"},
+                                          std::tuple{"EditIB", "1e5", "«I, А, фаза В»: «1e5» — число от 0 до 10000"}}) {
+        type(Box(box), text);
+        emit Box(box)->editingFinished();
+        EXPECT_TRUE(dialogs_.Texts().last().contains(QString::fromUtf8(told))) << dialogs_.Texts().last().toStdString();
+        EXPECT_EQ(Box(box)->text(), text);  // the typed text stays, marked
+        EXPECT_TRUE(form_->Constraints().isContraint(Box(box)));
+    }
+    EXPECT_DOUBLE_EQ(form_->CurrentSample()->I[0], ia);
+    EXPECT_DOUBLE_EQ(form_->CurrentSample()->I[1], ib);
+
+    // Another feeder: refused while the texts are there.
+    const int before = fiders()->currentRow();
+    fiders()->setCurrentRow(before + 1);
+    EXPECT_EQ(fiders()->currentRow(), before);
+    EXPECT_EQ(form_->LVFider(), lv);
+    EXPECT_TRUE(dialogs_.Texts().last().startsWith("Значения не приняты:")) << dialogs_.Texts().last().toStdString();
+
+    // Closing with "Да": what "Сохранить" refuses is not stored by the close either; the window stays.
+    dialogs_.AnswerMessage(host::mrYes);
+    EXPECT_FALSE(form_->close());
+    EXPECT_TRUE(dialogs_.Texts().last().startsWith("Изменения не сохранены: значения не приняты:"));
+    EXPECT_TRUE(dialogs_.Texts().last().contains("«I, А, фаза В»: «1e5»"));
+    c_->Rollback();  // what the host would drop: only what is committed counts
+    c_->StartTransaction(false);
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), ia);
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IB\"")), ib);
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "coalesce(\"dP\", -1)")), dp);
+
+    // "Отмена" puts the stored values back into the fields.
+    Button("btnCancel")->click();
+    EXPECT_FALSE(form_->Constraints().isContraint(Box("EditIA")));
+    EXPECT_EQ(Box("EditIA")->text(), FormatFloat("0.##", ia));
 }

@@ -16,6 +16,7 @@
 #include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
 #include "host/FiderHHCalcParams.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
@@ -151,12 +152,28 @@ TEST_F(Regime, BoxesShowTheirParameterAndCaptions)
     EXPECT_EQ(form.Box("EditKzap")->text(), "");  // the shape factor now defines the curve
     EXPECT_DOUBLE_EQ(params.GetKzapCalc(), 1 / (3 * 1.2 - 2));
 
-    // Not a number: a clear message, the parameter as it was.
+    // Not a number, or out of range: the field and its range named, the text kept marked, the parameter as it was.
     type(form.Box("EditT"), "восемь");
     ASSERT_EQ(dialogs_.Calls().size(), 1);
-    EXPECT_EQ(dialogs_.Calls()[0].text, "'восемь' не является числом");
+    EXPECT_EQ(dialogs_.Calls()[0].text, "Значение не принято: «Расчетный период, ч»: «восемь» — целое число часов от 1 "
+                                        "до 8784.\nИсправьте его или отмените правку.");
     EXPECT_DOUBLE_EQ(params.Current().T, 8760);
-    EXPECT_EQ(form.Box("EditT")->text(), "8760");
+    EXPECT_EQ(form.Box("EditT")->text(), "восемь");
+    EXPECT_TRUE(form.Constraints().isContraint(form.Box("EditT")));
+    type(form.Box("EditCosA"), "1,5");
+    EXPECT_TRUE(dialogs_.Texts().last().contains("«Коэффициент мощности головного участка, о.е., фаза А»: «1,5» — "
+                                                 "число больше 0 и не больше 1"))
+        << dialogs_.Texts().last().toStdString();
+    EXPECT_EQ(form.Box("EditCosA")->text(), "1,5");
+    // Another level is not shown over them, nor are they handed over; corrected, they are taken.
+    form.SetLevel(TLVCalcLevel::TPGiven);
+    EXPECT_EQ(form.Level(), TLVCalcLevel::Current);
+    form.findChild<QPushButton*>("btnOK")->click();
+    EXPECT_EQ(form.result(), 0);
+    type(form.Box("EditT"), "8760");
+    type(form.Box("EditCosA"), "0,93");
+    EXPECT_DOUBLE_EQ(params.Current().Cos[0], 0.93);
+    EXPECT_TRUE(form.Constraints().GetEnabled());
 
     // Busbar boxes have no value on "Текущие" and "Линия"; energies show "Расчет" when calculated.
     EXPECT_EQ(form.Box("EditWa_bus")->text(), "");
@@ -408,4 +425,56 @@ TEST(RegimeParamsUpgrade, AnOlderDatabaseKeysItsParametersByIntervalKeepingTheRo
     LoadWCalcParamsHH(c, first);
     EXPECT_DOUBLE_EQ(first.GetWa(), 111);
     EXPECT_DOUBLE_EQ(first.Get(TParamField::Wa, TLVCalcLevel::Line), 112);
+}
+
+TEST_F(Regime, AnotherIntervalDoesNotReplaceTypedValuesWithoutAQuestion)
+{
+    ToznFDConnection& c = *db_->GetDefaultConnection();
+    const int other = static_cast<int>(
+        Scalar(c, QStringLiteral("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
+                                 "\"SampleIdent\"<>%2 order by \"SampleIdent\" desc")
+                      .arg(lv_)
+                      .arg(period_)));
+    ASSERT_GT(other, 0);
+    TWCalcHHParams params;
+    params.SetFiderGUID(lv_);
+    params.SetSamplePeriod(period_);
+    TfrmCalcParamsMiddle form;
+    form.SetParams(&params);
+    form.SetStorage([&] { LoadWCalcParamsHH(c, params); }, [&] { SaveWCalcParamsHH(c, params); });
+    ASSERT_TRUE(form.Prepare());
+    TSamplesTreeBox* periods = form.PeriodBox();
+    const QString shownName = db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(period_)->Name;
+    const QString question = QStringLiteral("Сохранить значения, введенные для интервала «%1»?").arg(shownName);
+
+    // Nothing typed: no question.
+    periods->SetCurrentIdent(other);
+    EXPECT_TRUE(dialogs_.Calls().isEmpty());
+    periods->SetCurrentIdent(period_);
+    EXPECT_TRUE(dialogs_.Calls().isEmpty());
+
+    // "Отмена": the interval and the typed value stay.
+    type(form.Box("EditKDP"), "1,2");
+    dialogs_.AnswerMessage(host::mrCancel);
+    periods->SetCurrentIdent(other);
+    ASSERT_EQ(dialogs_.Calls().size(), 1);
+    EXPECT_EQ(dialogs_.Calls()[0].text, question);
+    EXPECT_EQ(dialogs_.Calls()[0].buttons, host::Buttons::YesNoCancel);
+    EXPECT_EQ(params.GetSamplePeriod(), period_);
+    EXPECT_EQ(periods->CurrentIdent(), period_);
+    EXPECT_EQ(form.Box("EditKDP")->text(), "1,200");
+    // "Да": stored for the interval it was typed for, then the other interval is shown.
+    dialogs_.AnswerMessage(host::mrYes);
+    periods->SetCurrentIdent(other);
+    EXPECT_EQ(params.GetSamplePeriod(), other);
+    const QString kdp = "select \"Kdp\" from \"LVCalcParams\" where GUID=%1 and \"Regime\"=0 and \"Level\"=0 and "
+                        "\"SampleIdent\"=%2";
+    EXPECT_DOUBLE_EQ(Scalar(c, kdp.arg(lv_).arg(period_)), 1.2);
+    // "Нет": the typed value is given up.
+    type(form.Box("EditKDP"), "1,4");
+    dialogs_.AnswerMessage(host::mrNo);
+    periods->SetCurrentIdent(period_);
+    EXPECT_EQ(params.GetSamplePeriod(), period_);
+    EXPECT_EQ(Scalar(c, kdp.arg(lv_).arg(other)), -999);  // nothing stored for the other interval
+    EXPECT_DOUBLE_EQ(params.Current().Kdp, 1.2);
 }

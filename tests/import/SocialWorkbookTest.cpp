@@ -8,6 +8,7 @@
 #include "host/SamplePeriods.h"
 #include "host/XlsxReader.h"
 #include "import/LVZamerSocial.h"
+#include "import/ZamerSheets.h"
 #include "import/xlsLVZamerSocialDLL.h"
 #include "normative/LVNormativUnit.h"
 #include "support/TestSupport.h"
@@ -185,7 +186,7 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_EQ(read.SheetNames(), QStringList({"ТП", "Параметры книги"}));
     EXPECT_EQ(read.Cell(0, 3, 8).toString(), "400/230");
 
-    EXPECT_EQ(high.Save(*c_), high.Count());  // the energies filled mark every row
+    EXPECT_EQ(high.Save(*c_, TConflictChoice::Refuse).Written, high.Count());  // the energies filled mark every row
     EXPECT_NEAR(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
                                 .arg(first.GUID)
                                 .arg(years_[0].Ident)),
@@ -193,11 +194,9 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_EQ(high.ReadWorkbook(book, error), 0);  // the workbook holds what was saved
 
     // A user's change in the workbook: the row is marked, saved with its results.
-    TNodeSocialHigh edited;
-    edited.Open(*c_, fider, 5, years_[0]);
-    edited.GetItem(0).Data.dp = 0.5;
     const QString changed = folder_.Path("social2.xlsx");
-    ASSERT_TRUE(edited.WriteWorkbook(changed, true, true, error));
+    ASSERT_TRUE(high.WriteWorkbook(changed, true, true, error));
+    TypeTextIntoCell(changed, 1, "L3", "0.5");
     // Values the model would not take are refused with their cells, and nothing of that workbook is taken:
     // hours beyond a year, a fractional count of lines, a cos φ above 1, a negative length, a fill factor of 0.
     TNodeSocialHigh wrong;
@@ -222,7 +221,7 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_FALSE(high.GetItem(1).Edited);
 
     EXPECT_EQ(high.ReadWorkbook(changed, error), 1);
-    EXPECT_EQ(high.Save(*c_), 1);
+    EXPECT_EQ(high.Save(*c_, TConflictChoice::Refuse).Written, 1);
     TDataAnaliz back;
     ASSERT_TRUE(back.ReadRecord(*c_, first.GUID, years_[0]));
     EXPECT_DOUBLE_EQ(back.dp, 0.5);
@@ -249,7 +248,7 @@ TEST_F(Social, FormOfTheWorkbook)
     EXPECT_TRUE(dialogs.Texts().last().startsWith("Строк заполнено по источникам:\nТрансформация в сеть: "))
         << dialogs.Texts().last().toStdString();
     ASSERT_TRUE(form.WriteWorkbook());
-    const QString captionsRow = QStringLiteral("<row r=\"1\" spans=\"1:51\" ht=\"90\" hidden=\"1\"");
+    const QString captionsRow = QStringLiteral("<row r=\"1\" spans=\"1:52\" ht=\"90\" hidden=\"1\"");
     EXPECT_FALSE(
         QString::fromUtf8(ReadZipEntry(folder_.Path("form.xlsx"), "xl/worksheets/sheet1.xml")).contains(captionsRow));
     form.findChild<QCheckBox*>("cbCaptionns")->setChecked(false);
@@ -266,11 +265,7 @@ TEST_F(Social, FormOfTheWorkbook)
 
     // The user saves an edit in the spreadsheet: another level is shown only after a question, and
     // "Сохранить" reads the workbook before storing.
-    TNodeSocialHigh edited;
-    edited.Open(*c_, fider, 5, years_[0]);
-    edited.GetItem(0).Data.dp = 0.35;
-    QString error;
-    ASSERT_TRUE(edited.WriteWorkbook(form.Workbook(), true, false, error));
+    TypeTextIntoCell(form.Workbook(), 1, "L3", "0.35");
     dialogs.AnswerMessage(host::mrNo);
     form.SelectLevel(6);
     EXPECT_EQ(form.Rows().Level(), 5);

@@ -53,10 +53,8 @@ TEST(WorkbookCommand, WritesReadsReportsAndStoresOnlyWhenAskedAndAllowed)
         before = data.Records()[1].W_sum;
         feeder = data.Records()[1].Guid;
         feederName = data.Records()[1].Name;
-        data.Records()[1].W_sum = 77.5;
-        QString error;
-        ASSERT_TRUE(data.WriteWorkbook(book, error));
     }
+    TypeTextIntoCell(book, 1, GetNameCell(5, TLVZamerData::FirstRow + 1), "77.5");
     read = Ozn3({"workbook", "read", "w", "--db", path, book});
     EXPECT_EQ(read.code, 0);
     EXPECT_TRUE(

@@ -11,6 +11,7 @@
 #include "host/Tree.h"
 #include "host/XlsxReader.h"
 #include "import/LVZamerData.h"
+#include "import/ZamerSheets.h"
 #include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
 #include "support/TestSupport.h"
@@ -87,13 +88,13 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     EXPECT_TRUE(sheet.contains("hidden=\"1\""));
     EXPECT_EQ(data.ReadWorkbook(original, error), 0);  // nothing changed yet
 
-    // The user's edits, made in a copy of the table and written as the workbook the user saves.
-    TLVZamerData edited = data;
-    edited.Records()[1].W_sum = 123.4;
-    edited.Records()[0].sqrKfg = 1.25;
-    edited.Records()[0].Kzap = 0.7;  // both given: the form factor decides
+    // The user's edits, typed into the workbook.
     const QString changed = folder_.Path("w2.xlsx");
-    ASSERT_TRUE(edited.WriteWorkbook(changed, error));
+    ASSERT_TRUE(data.WriteWorkbook(changed, error));
+    const int first = TLVZamerData::FirstRow;
+    TypeTextIntoCell(changed, 1, GetNameCell(5, first + 1), "123.4");
+    TypeTextIntoCell(changed, 1, GetNameCell(21, first), "1.25");
+    TypeTextIntoCell(changed, 1, GetNameCell(20, first), "0.7");  // both given: the form factor decides
     // A feeder whose stored value differs from the table but which the user did not touch.
     const int untouched = rows[2].Guid;
     Exec(*c_,
@@ -108,7 +109,7 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     EXPECT_DOUBLE_EQ(rows[0].Kzap, 0.5);  // not read beside a form factor, and the user is told so
     ASSERT_EQ(data.ReadNotes().size(), 1);
     EXPECT_EQ(data.ReadNotes()[0], "ячейка T3: Kзап = 0.7 не принят — форма графика задана Kф² (ячейка U3)");
-    EXPECT_EQ(data.Save(*c_), 2);
+    EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 2);
     auto stored = [&](const char* table, const char* column, int guid) { return Stored(table, column, guid, sample_); };
     EXPECT_DOUBLE_EQ(stored("LVWSamples", "Wa", rows[1].Guid), 123.4);
     EXPECT_DOUBLE_EQ(stored("WLoads", "sqrKfg", tp_), 1.25);
@@ -224,11 +225,10 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     EXPECT_TRUE(rows[1].inBase);
 
     QString error;
-    TLVZamerData edited = data;
-    edited.Records()[0].Tau = 2500;
-    edited.Records()[1].Tmax = 4100;
     const QString book = folder_.Path("tmax.xlsx");
-    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
+    TypeTextIntoCell(book, 1, GetNameCell(16, TLVZamerData::FirstRow), "2500");
+    TypeTextIntoCell(book, 1, GetNameCell(15, TLVZamerData::FirstRow + 1), "4100");
     const QString sheet = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet1.xml"));
     EXPECT_TRUE(sheet.contains("(sqrt(1/9+8/3*P3/IF(N(N3)&gt;=1,N3,8760))-1/3)*3/4"));
     EXPECT_TRUE(sheet.contains("<f>(1+2*IF(ISNUMBER(P3),T3,IF(ISNUMBER(R3),R3,IF(ISNUMBER(O3),O3/"));
@@ -236,7 +236,7 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     ASSERT_TRUE(written.Open(book, error));
     EXPECT_EQ(written.Cell(0, 3, 3).toString(), rows[0].TypeTp);
     EXPECT_EQ(data.ReadWorkbook(book, error), 2);
-    EXPECT_EQ(data.Save(*c_), 2);
+    EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 2);
     EXPECT_DOUBLE_EQ(Stored("LVPTPInfo", "Tau", tp_, year), 2500);
     EXPECT_DOUBLE_EQ(Stored("LVPSamples", "Tmax", rows[1].Guid, year), 4100);
     // The energy tables are not touched by the peak-load workbook.
@@ -274,11 +274,10 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
     EXPECT_FALSE(data.Consumers()[1].inBase);
 
     QString error;
-    TLVZamerData edited = data;
-    edited.Consumers()[1].W_sum = 7;
-    edited.Consumers()[1].Pust = 20;
     const QString book = folder_.Path("consumers.xlsx");
-    ASSERT_TRUE(edited.WriteWorkbook(book, error));
+    ASSERT_TRUE(data.WriteWorkbook(book, error));
+    TypeTextIntoCell(book, 2, GetNameCell(3, TLVZamerData::FirstRow + 1), "7");
+    TypeTextIntoCell(book, 2, GetNameCell(6, TLVZamerData::FirstRow + 1), "20");
     TXlsxWorkbook read;
     ASSERT_TRUE(read.Open(book, error));
     EXPECT_EQ(read.SheetNames(), QStringList({"ТП и линии", "Абоненты", "Параметры книги"}));
@@ -286,7 +285,7 @@ TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
     EXPECT_TRUE(sheet.contains("<f>SQRT(N(C3)^2+N(D3)^2)</f>"));
     EXPECT_TRUE(sheet.contains("<f>COS(ATAN("));
     EXPECT_EQ(data.ReadWorkbook(book, error), 1);
-    EXPECT_EQ(data.Save(*c_), 1);
+    EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 1);
     EXPECT_DOUBLE_EQ(Stored("LVWLoads", "Wa", 800002, sample_), 7);
     EXPECT_DOUBLE_EQ(Stored("LVConsumers", "Pust", 800002, sample_), 20);
     EXPECT_DOUBLE_EQ(Stored("LVWLoads", "Wa", 800001, sample_),
@@ -300,18 +299,18 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
     ASSERT_GE(data.Records().size(), 2u);
     QString error;
     // The user names the substation's meter and its state, and a feeder's meter.
-    TLVZamerData edited = data;
-    edited.Records()[0].MeterName = "СЕ 301 № 0125";
-    edited.Records()[0].ST = 3;
-    edited.Records()[1].MeterName = "Меркурий 230";
     const QString book = folder_.Path("meters.xlsx");
-    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
+    const int first = TLVZamerData::FirstRow;
+    TypeTextIntoCell(book, 1, GetNameCell(TLVZamerData::MeterColumn, first), "СЕ 301 № 0125");
+    TypeTextIntoCell(book, 1, GetNameCell(3, first), "истек срок поверки");
+    TypeTextIntoCell(book, 1, GetNameCell(TLVZamerData::MeterColumn, first + 1), "Меркурий 230");
     TXlsxWorkbook shown;
     ASSERT_TRUE(shown.Open(book, error));
     EXPECT_EQ(shown.Cell(0, TLVZamerData::FirstRow, 3).toString(), "истек срок поверки");
     EXPECT_EQ(shown.Cell(0, 1, TLVZamerData::MeterColumn).toString(), "Счетчик");
     EXPECT_EQ(data.ReadWorkbook(book, error), 2) << error.toStdString();
-    EXPECT_EQ(data.Save(*c_), 2);
+    EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 2);
     EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"State\" from \"Meters\" where guid=%1").arg(tp_)), 3);
     TLVZamerData again;
     again.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true);
@@ -334,7 +333,7 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
          {QStringLiteral("ячейка E%1: «сто двадцать» — W, тыс. кВт·ч: число не меньше 0").arg(row),
           QStringLiteral("ячейка C%1: «сломан» — Состояние счетчика: одно из «не указано», «исправен»").arg(row),
           QStringLiteral("ячейка Z%1: «%2» — Счетчик: не более 40 знаков").arg(row + 1).arg(QString(41, 'x')),
-          QStringLiteral("ячейка F%1: «1e999» — UA, В: число не меньше 0").arg(row + 1)})
+          QStringLiteral("ячейка F%1: «1e999» — UA, В: число от 0 до 300").arg(row + 1)})
         EXPECT_TRUE(error.contains(line)) << line.toStdString() << "\n" << error.toStdString();
     EXPECT_DOUBLE_EQ(again.Records()[0].W, w);
     EXPECT_EQ(again.Pending(), 0);
@@ -355,18 +354,18 @@ TEST_F(Zamer, PeakLoadConsumersShowAndKeepEveryColumn)
     TLVZamerData data(TLVZamerKind::Tmax);
     data.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, false, true);
     ASSERT_EQ(data.Consumers().size(), 1u);
-    TLVZamerData edited = data;
-    TLVZamerConsumer& c = edited.Consumers()[0];
-    c.Pz = 30;
-    c.Pi = 5;
-    c.I = 12;
-    c.Param1 = -3.5;
-    c.Param2 = 7;
-    c.LoadType = kind;
-    c.MeterName = "ЦЭ6803";
     const QString book = folder_.Path("consumers.xlsx");
     QString error;
-    ASSERT_TRUE(edited.WriteWorkbook(book, error)) << error.toStdString();
+    ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
+    const int row = TLVZamerData::FirstRow;
+    for (const auto& [column, text] : std::initializer_list<std::pair<int, QString>>{{6, "30"},
+                                                                                     {10, "5"},
+                                                                                     {11, "12"},
+                                                                                     {13, "-3.5"},
+                                                                                     {14, "7"},
+                                                                                     {12, data.LoadTypes().value(kind)},
+                                                                                     {15, "ЦЭ6803"}})
+        TypeTextIntoCell(book, 2, GetNameCell(column, row), text);
     // Every consumer column has its caption; only the keys are hidden.
     TXlsxWorkbook shown;
     ASSERT_TRUE(shown.Open(book, error));
@@ -379,11 +378,11 @@ TEST_F(Zamer, PeakLoadConsumersShowAndKeepEveryColumn)
                                      "Pи, кВт", "I, А", "Вид нагрузки", "Параметр 1", "Параметр 2", "Счетчик"}));
     const QString xml = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet2.xml"));
     EXPECT_EQ(xml.count("hidden=\"1\""), 1);
-    EXPECT_TRUE(xml.contains("<col min=\"16\" max=\"18\"")) << xml.left(2000).toStdString();
+    EXPECT_TRUE(xml.contains("<col min=\"16\" max=\"19\"")) << xml.left(2000).toStdString();
     EXPECT_EQ(shown.Cell(sheet, TLVZamerData::FirstRow, 12).toString(), data.LoadTypes().value(kind));
 
     EXPECT_EQ(data.ReadWorkbook(book, error), 1) << error.toStdString();
-    EXPECT_EQ(data.Save(*c_), 1);
+    EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 1);
     auto stored = [&](const char* column) { return Stored("LVPLoads", column, 810001, year); };
     EXPECT_DOUBLE_EQ(stored("Pi"), 5);
     EXPECT_DOUBLE_EQ(stored("I"), 12);
@@ -427,10 +426,7 @@ TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
 
     // The user saves an edit in the spreadsheet and clicks a switch: the question comes first, and "No" keeps
     // the table, the switches and the workbook as they are.
-    TLVZamerData edited = form.Data();
-    edited.Records()[0].W = 4321;
-    QString error;
-    ASSERT_TRUE(edited.WriteWorkbook(form.Workbook(), error));
+    TypeTextIntoCell(form.Workbook(), 1, GetNameCell(5, TLVZamerData::FirstRow), "4321");
     EXPECT_TRUE(form.HasUnsavedEdits());
     dialogs.AnswerMessage(host::mrNo);
     form.ClickSwitch(1);

@@ -341,3 +341,61 @@ TEST_F(Batch, ThePeriodTheFormProposesHasTheEnergiesItsBatchNeeds)
     EXPECT_GE(savedElements(run.log), withInputs * 9 / 10);
     EXPECT_GT(withInputs, 100);
 }
+
+TEST(DemoNormative, InputsAreTheFeedersLossesRealisticAndStoredResultsWhatTheBatchStores)
+{
+    TempFolder folder;
+    auto db = OpenDatabase(NewDemoDatabase(folder));
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    const QString rows = "from \"LVWResultsB\" r join \"LVFidersB\" f on f.\"Ident\"=r.\"Info\" ";
+    ASSERT_GT(Scalar(c, "select count(*) " + rows), 100);
+    // As many lines as the substation has LV feeders; their lengths add up to the feeders' lengths; the head
+    // cross-section between the thinnest and the thickest of the feeders' head conductors.
+    EXPECT_EQ(Scalar(c, "select count(*) " + rows +
+                            "where f.\"NLines\" <> (select count(*) from \"LVFiders\" l where l.\"OwnerGUID\"=r.guid)"),
+              0);
+    const QString feeders = "from \"LVFiders\" l join \"LVFidersA\" a on a.guid=l.guid join \"Provods\" p on "
+                            "p.\"Ident\"=a.\"ProvodPhase\" where l.\"OwnerGUID\"=r.guid";
+    EXPECT_EQ(Scalar(c, "select count(*) " + rows +
+                            "where abs(f.\"Lma\"+f.\"L23a\"+f.\"L23ia\"+f.\"L1a\"+f.\"L1ia\" - "
+                            "(select sum(a.\"LineLength\") " +
+                            feeders + ")) > 0.006"),
+              0);
+    EXPECT_EQ(Scalar(c, "select count(*) " + rows + "where f.\"F\" < (select min(p.\"F\") " + feeders +
+                            ") - 1e-9 or f.\"F\" > (select max(p.\"F\") " + feeders + ") + 1e-9"),
+              0);
+    // "Not given" is NULL, never a negative number.
+    QStringList negative;
+    for (const char* column :
+         {"CosFi", "F",     "NLines", "dp",    "kzap", "dn",  "Lma", "Lms",  "Lmm",  "L23a", "L23s",
+          "L23m",  "L23ia", "L23is",  "L23im", "L1a",  "L1s", "L1m", "L1ia", "L1is", "L1im"})
+        negative << QStringLiteral("f.\"%1\" < 0").arg(column);
+    EXPECT_EQ(Scalar(c, "select count(*) " + rows + "where " + negative.join(" or ")), 0);
+    // Losses of real 0.38 kV networks: a few per cent to about 20 % of the supply.
+    EXPECT_GE(Scalar(c, "select min(r.\"deltaWa\" / r.\"Wa\" * 100) " + rows), 2);
+    EXPECT_LE(Scalar(c, "select max(r.\"deltaWa\" / r.\"Wa\" * 100) " + rows), 20);
+
+    // A fresh batch over the whole utility changes no stored row.
+    const QString snapshot = "select list(r.guid || ':' || r.\"SampleIdent\" || ':' || r.\"Info\" || ':' || "
+                             "coalesce(r.\"Wa\", '') || ':' || coalesce(r.\"Lekv\", '') || ':' || "
+                             "coalesce(r.\"k038\", '') || ':' || coalesce(r.\"deltaWa\", ''), ';') from (select * from "
+                             "\"LVWResultsB\" order by guid, \"SampleIdent\") r";
+    auto text = [&] {
+        auto q = c.NewQuery();
+        q->SetSQLText(snapshot);
+        q->Open();
+        return q->Str(QStringLiteral("LIST"));
+    };
+    const QString before = text();
+    ASSERT_FALSE(before.isEmpty());
+    const int utility = db->GetTree()->GetItems(0)->GetIdent();
+    int saved = 0;
+    for (const TSamplePeriodInfo& period : db->GetSamplePeriods()->Items())
+        if (period.Period == 1) {
+            const BatchRun run = runBatch(*db, utility, 7, period);
+            ASSERT_TRUE(run.error.isEmpty()) << run.error.toStdString();
+            saved += savedElements(run.log);
+        }
+    EXPECT_EQ(saved, Scalar(c, "select count(*) from \"LVWResultsB\""));
+    EXPECT_EQ(text(), before);
+}

@@ -1,22 +1,28 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabWidget>
+#include <QTextBrowser>
 #include <QToolButton>
 #include <QTreeView>
 #include <tuple>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/EditConstraints.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "import/LVZamerSocial.h"
 #include "normative/LVNormativInputPage.h"
+#include "normative/LVNormativMethod02Unit.h"
 #include "normative/LVNormativMethod04Unit.h"
 #include "normative/LVNormativReports.h"
 #include "support/TestSupport.h"
@@ -112,10 +118,13 @@ TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
     EXPECT_DOUBLE_EQ(Stored("deltaWa", tp), page_->Sample().deltaWa());
     EXPECT_FALSE(page_->Modified());
 
-    // Inputs out of range: the user is warned and may keep the stored data.
+    // Inputs out of range: the field keeps the typed text, the user is warned and may keep the stored data.
     Type("EditWa", "310");
     Type("Editdp", "2");
-    EXPECT_NE(page_->ResultText("LabelOutcome"), "Расчет выполнен");
+    EXPECT_EQ(page_->Editor("Editdp")->text(), "2");
+    EXPECT_TRUE(page_->Constraints().isContraint(page_->Editor("Editdp")));
+    EXPECT_EQ(dialogs_.Texts().last(), "Значение не принято: «Доля энергии, отпускаемой населению, о.е.»: «2» — "
+                                       "число от 0 до 1.\nИсправьте его или отмените правку.");
     dialogs_.AnswerMessage(host::mrNo);
     EXPECT_FALSE(page_->Save());
     EXPECT_EQ(dialogs_.Texts().last(), "Ошибка в исходных данных. Результаты расчета сохранены не будут!");
@@ -297,4 +306,136 @@ TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
     rewritten();
     form_->SetFullRun(false);
     EXPECT_TRUE(rewrite->isHidden());
+}
+
+TEST_F(Input, SaveAsksOnlyForRefusedFieldsStoresNoRefusedResultAndDeleteLeavesNothing)
+{
+    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
+                                                               "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid")
+                                                    .arg(year_.Ident)));
+    Select(tp);
+    const double cos = page_->Sample().GetCosFi();
+    EXPECT_EQ(page_->StoredText(), "Исходные данные за период сохранены");
+
+    // Refused texts: a cos φ above 1, a negative length, a fractional number of lines or hours. Each is named with
+    // its range, stays in its field, and the model keeps its value.
+    const std::tuple<const char*, const char*, QString> refused[] = {
+        {"EditCosFi", "1,5", "«Коэффициент мощности cosφ»: «1,5» — число от 0 до 1"},
+        {"EditLma", "-2", "«Длина магистрали, км: алюминиевые»: «-2» — число не меньше 0"},
+        {"EditNLines", "2,5", "«Количество линий, шт.»: «2,5» — целое число от 1"},
+        {"EditT", "8760,5", "«Расчетный период, ч»: «8760,5» — целое число часов от 1 до 8784"}};
+    const double lma = page_->Sample().GetLength(TLVNormativSample0::Lma);
+    const int lines = page_->Sample().GetNLines(), hours = page_->Sample().GetT();
+    for (const auto& [editor, text, message] : refused) {
+        Type(editor, text);
+        EXPECT_EQ(page_->Editor(editor)->text(), text);
+        EXPECT_TRUE(page_->Constraints().isContraint(page_->Editor(editor))) << editor;
+        EXPECT_TRUE(dialogs_.Texts().last().contains(message)) << dialogs_.Texts().last().toStdString();
+    }
+    EXPECT_DOUBLE_EQ(page_->Sample().GetCosFi(), cos);
+    EXPECT_DOUBLE_EQ(page_->Sample().GetLength(TLVNormativSample0::Lma), lma);
+    EXPECT_EQ(page_->Sample().GetNLines(), lines);
+    EXPECT_EQ(page_->Sample().GetT(), hours);
+    EXPECT_EQ(page_->Constraints().Errors().size(), 4);
+    // Another field edited: the refused ones keep their texts.
+    Type("EditWa", "250");
+    EXPECT_EQ(page_->Editor("EditCosFi")->text(), "1,5");
+    // Leaving the same text again tells nothing new.
+    const qsizetype told = dialogs_.Texts().size();
+    Type("EditCosFi", "1,5");
+    EXPECT_EQ(dialogs_.Texts().size(), told);
+
+    // "Да" to the question: the inputs are stored as the model holds them, and no result.
+    dialogs_.AnswerMessage(host::mrYes);
+    ASSERT_TRUE(page_->Save());
+    EXPECT_EQ(dialogs_.Texts().last(), "Ошибка в исходных данных. Результаты расчета сохранены не будут!");
+    EXPECT_DOUBLE_EQ(Stored("Wa", tp), 250);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
+                                         "and \"deltaWa\" is null and \"Lekv\" is null")
+                              .arg(tp)
+                              .arg(year_.Ident)),
+              1);
+    const QString scheme = QStringLiteral("select f.\"%1\" from \"LVFidersB\" f join \"LVWResultsB\" r on "
+                                          "r.\"Info\"=f.\"Ident\" where r.guid=%2 and r.\"SampleIdent\"=%3");
+    EXPECT_DOUBLE_EQ(Scalar(*c_, scheme.arg("CosFi").arg(tp).arg(year_.Ident)), cos);
+    EXPECT_FALSE(page_->Constraints().isContraint(page_->Editor("EditCosFi")));
+    EXPECT_TRUE(page_->StoredText().contains("результаты расчета не сохранены: ошибка в исходных данных"));
+
+    // Inputs the model takes but a loss it refuses (100 % of the supply or more): no question, and no result.
+    const qsizetype asked = dialogs_.Calls().size();
+    Type("Editdn", "0");
+    Type("EditF", "1");
+    Type("EditWa", "100000");
+    const double percent = page_->Sample().deltaWaPercent();
+    ASSERT_GE(percent, 100);
+    EXPECT_EQ(page_->ResultText("LabelOutcome"), "Расчет не сохранен. Потери электроэнергии превышают 100%");
+    ASSERT_TRUE(page_->Save());
+    EXPECT_EQ(dialogs_.Calls().size(), asked);
+    EXPECT_DOUBLE_EQ(Stored("Wa", tp), 100000);
+    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
+                                         "and \"deltaWa\" is null")
+                              .arg(tp)
+                              .arg(year_.Ident)),
+              1);
+
+    // "Удалить": the element's row, its inputs and their cross-section table go, in one step.
+    const int info = static_cast<int>(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where "
+                                                                 "guid=%1 and \"SampleIdent\"=%2")
+                                                      .arg(tp)
+                                                      .arg(year_.Ident)));
+    Exec(*c_, QStringLiteral("insert into \"LVFidersBSections\" (\"Info\", \"Idx\", \"LenVL\", \"LenKL\") values "
+                             "(%1, 0, 100, 0)")
+                  .arg(info));
+    ASSERT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where \"Info\"=%1").arg(info)), 1);
+    dialogs_.AnswerMessage(host::mrYes);
+    ASSERT_TRUE(page_->Delete());
+    for (const QString& left :
+         {QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and "
+                         "\"SampleIdent\"=%2")
+              .arg(tp)
+              .arg(year_.Ident),
+          QStringLiteral("select count(*) from \"LVFidersB\" where \"Ident\"=%1").arg(info),
+          QStringLiteral("select count(*) from \"LVFidersBSections\" where \"Info\"=%1").arg(info)})
+        EXPECT_EQ(Scalar(*c_, left), 0) << left.toStdString();
+    // The page says that nothing is stored, and there is nothing more to delete.
+    EXPECT_FALSE(page_->StoredForPeriod());
+    EXPECT_FALSE(page_->findChild<QPushButton*>("btnDelete")->isEnabled());
+    EXPECT_TRUE(page_->Editor("EditWa")->text().isEmpty());
+    EXPECT_TRUE(page_->StoredText().contains("за период ничего не сохранено"));
+    EXPECT_FALSE(page_->Delete());
+}
+
+TEST_F(Input, TheSummaryShowsWhatTheBatchStored)
+{
+    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
+                                                               "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid")
+                                                    .arg(year_.Ident)));
+    Select(tp);
+    auto* view = form_->findChild<QTextBrowser*>("SummaryView");
+    ASSERT_NE(view, nullptr);
+    form_->Pages()->setCurrentWidget(view->parentWidget());
+    const QString before = view->toPlainText();
+    // The element's energy changes in the database while the summary is shown (another user, a workbook); the
+    // batch calculates the element again.
+    const double wa = Stored("Wa", tp);
+    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Wa\"=%1 where guid=%2 and \"SampleIdent\"=%3")
+                  .arg(wa * 1.5)
+                  .arg(tp)
+                  .arg(year_.Ident));
+    ToznListItemCommon* feeder = db_->GetTree()->Find(tp)->Parent();
+    while (feeder && feeder->GetNodeType() != NodeType::Fiders)
+        feeder = feeder->Parent();
+    ASSERT_NE(feeder, nullptr);
+    form_->StartCalculation(feeder, 7);
+    QElapsedTimer timer;
+    timer.start();
+    while (!dialogs_.Texts().join('\n').contains("Обработано") && timer.elapsed() < 60000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    QCoreApplication::processEvents();
+    // Without choosing anything: the summary and the input page show what is stored now.
+    const double loss = Stored("deltaWa", tp);
+    EXPECT_NE(view->toPlainText(), before);
+    EXPECT_TRUE(view->toPlainText().contains(FormatFloat("#,##0.000", loss))) << view->toPlainText().toStdString();
+    EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), wa * 1.5);
+    EXPECT_EQ(page_->ResultText("ResdeltaWa"), FormatFloat("#,##0.000", loss));
 }

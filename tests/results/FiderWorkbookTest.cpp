@@ -62,6 +62,7 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     const QString book = folder.Path("линия.xlsx");
     QString error;
     ASSERT_TRUE(balances.SaveWorkbook(book, error)) << error.toStdString();
+    EXPECT_EQ(GarbledTexts(book), QStringList());
     const QString workbook = QString::fromUtf8(ReadZipEntry(book, "xl/workbook.xml"));
     EXPECT_TRUE(workbook.contains("name=\"Потери электроэнергии\""));
     EXPECT_TRUE(workbook.contains("name=\"Потери мощности\""));
@@ -153,6 +154,7 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     TLVResultBalancesFider schemeBalances(&withScheme);
     const QString schemeBook = folder.Path("схема.xlsx");
     ASSERT_TRUE(schemeBalances.SaveWorkbook(schemeBook, error)) << error.toStdString();
+    EXPECT_EQ(GarbledTexts(schemeBook), QStringList());
     const Sheet schemeSheet = readSheet(schemeBook, 1);
     EXPECT_EQ(schemeSheet.text.value("B83"), QString(QChar(0x00A0)) + "Количество узлов в линии");
     EXPECT_DOUBLE_EQ(schemeSheet.number.value("I83"),

@@ -156,6 +156,7 @@ TEST_F(Measured, WorkbookSumsLiveAndTheCommandPrintsEveryNode)
     const QString book = folder_.Path("measured.xlsx");
     QString error;
     ASSERT_TRUE(WriteMeasuredXlsx(book, *tree, "Потери", error)) << error.toStdString();
+    EXPECT_EQ(GarbledTexts(book), QStringList());
     // Every formula caches what LibreOffice computes; the sums of the utility's row are the hand totals.
     EXPECT_GT(ExpectFormulasAsRecalculated(book, 1), 30);
     const QHash<QString, QVariant> cells = RecalculatedCells(book, 1);
@@ -225,6 +226,7 @@ TEST_F(Measured, TheMenuShowsTheYearsLossesAndStartsTheCalculationsOfItsObject)
     EXPECT_EQ(form.Totals()->Totals.NotMeasured, 1);
     const QString book = folder_.Path("menu.xlsx");
     ASSERT_TRUE(form.WriteWorkbook(book));
+    EXPECT_EQ(GarbledTexts(book), QStringList());
     TXlsxWorkbook read;
     QString error;
     ASSERT_TRUE(read.Open(book, error)) << error.toStdString();

@@ -101,6 +101,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     const QString book = folder.Path("pes.xlsx");
     ASSERT_TRUE(form.WriteWorkbook(book, 0, error)) << error.toStdString();
     const QString pesStrings = WorkbookTexts(book);
+    EXPECT_EQ(GarbledTexts(book), QStringList());
     EXPECT_TRUE(pesStrings.contains("Мощность головного участка"));
     EXPECT_TRUE(pesStrings.contains("№ п/п"));
     EXPECT_TRUE(pesStrings.contains("Расчётный период\nчасов"));
@@ -222,6 +223,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     const QString report = folder.Path("недоотпуск.xlsx");
     ASSERT_TRUE(undersupply.CreateReportXLX(report, error)) << error.toStdString();
     const QString strings = WorkbookTexts(report);
+    EXPECT_EQ(GarbledTexts(report), QStringList());
     EXPECT_TRUE(strings.contains("Наименование линии"));
     EXPECT_TRUE(strings.contains("2025г."));
     const QString styles = QString::fromUtf8(ReadZipEntry(report, "xl/styles.xml"));

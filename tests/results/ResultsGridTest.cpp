@@ -212,6 +212,7 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     QString error;
     ASSERT_TRUE(grid.SaveXlsx(file, error)) << error.toStdString();
     EXPECT_TRUE(WorkbookTexts(file).contains("Сводные результаты расчета  "));
+    EXPECT_EQ(GarbledTexts(file), QStringList());
 
     const int before = static_cast<int>(
         Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where \"SampleIdent\"=%1").arg(sample)));

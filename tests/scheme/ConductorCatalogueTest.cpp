@@ -8,6 +8,7 @@
 
 #include "host/Connection.h"
 #include "host/Database.h"
+#include "host/NumericHelpers.h"
 #include "host/scheme/SchemeStore.h"
 #include "support/TestSupport.h"
 
@@ -107,15 +108,48 @@ TEST_F(ConductorCatalogueTest, AWorkbookIsCheckedWholeThenAddsAndUpdatesBrands)
     QString why;
     EXPECT_FALSE(ReadCatalogue(*c_).Find("АС-95", why).has_value());
 
-    // What is exported comes back as updates only.
+    // What is exported and read back unchanged writes nothing, whatever the catalogue holds by then.
     const QString file = folder_.Path("export.xlsx");
     ASSERT_TRUE(WriteConductorBook(file, TConductorStore(*c_).Read(), error)) << error.toStdString();
+    EXPECT_EQ(GarbledTexts(file), QStringList());
+    Exec(*c_, "update \"Provods\" set \"R0\"=0.95 where \"Ident\"=642");  // another user, after the export
     problems.clear();
     const auto again = ReadConductorBook(file, problems);
     ASSERT_TRUE(problems.empty()) << ProblemTexts(problems).join('\n').toStdString();
-    ASSERT_TRUE(TConductorStore(*c_).Import(again, added, updated, error));
+    ASSERT_TRUE(TConductorStore(*c_).Import(again, added, updated, error)) << error.toStdString();
     EXPECT_EQ(added, 0);
-    EXPECT_EQ(updated, static_cast<int>(Q("select count(*) from \"Provods\"")));
+    EXPECT_EQ(updated, 0);
+    EXPECT_DOUBLE_EQ(Q("select \"R0\" from \"Provods\" where \"Ident\"=642"), 0.95);
+
+    // The user changes that conductor and another in the exported workbook: the first is a conflict, and nothing
+    // is stored unless the workbook's values are to win.
+    const auto row = [&](const char* marka, double f) {
+        for (const TCatalogueRow& r : again)
+            if (r.Marka == QString::fromUtf8(marka) && r.F == f)
+                return r.Row;
+        return 0;
+    };
+    const int a35 = row("А", 35), a50 = row("А", 50);
+    ASSERT_GT(a35, 0);
+    ASSERT_GT(a50, 0);
+    TypeTextIntoCell(file, 1, GetNameCell(PX0 + 1, a35), "0.35");
+    TypeTextIntoCell(file, 1, GetNameCell(PR0 + 1, a50), "0.65");
+    problems.clear();
+    const auto edited = ReadConductorBook(file, problems);
+    ASSERT_TRUE(problems.empty());
+    QStringList conflicts;
+    EXPECT_FALSE(TConductorStore(*c_).Import(edited, added, updated, error, false, &conflicts));
+    ASSERT_EQ(conflicts.size(), 1);
+    EXPECT_TRUE(
+        conflicts[0].startsWith(QStringLiteral("строка %1, «А-35»: в базе после выгрузки книги r0 0,95").arg(a35)))
+        << conflicts[0].toStdString();
+    EXPECT_DOUBLE_EQ(Q("select \"R0\" from \"Provods\" where \"Ident\"=644"),
+                     0.6);  // the other one is not stored either
+    ASSERT_TRUE(TConductorStore(*c_).Import(edited, added, updated, error, true));
+    EXPECT_EQ(updated, 2);
+    EXPECT_DOUBLE_EQ(Q("select \"R0\" from \"Provods\" where \"Ident\"=642"), 0.92);  // as the workbook has it
+    EXPECT_DOUBLE_EQ(Q("select \"X0\" from \"Provods\" where \"Ident\"=642"), 0.35);
+    EXPECT_DOUBLE_EQ(Q("select \"R0\" from \"Provods\" where \"Ident\"=644"), 0.65);
 }
 
 TEST_F(ConductorCatalogueTest, AConductorInUseIsNotDeletedAndTheMessageSaysWhere)

@@ -55,6 +55,7 @@ TEST(SchemeCommandLine, ABlankDatabaseTakesASubstationAndItsSchemeWorkbook)
     EXPECT_EQ(out.out, QStringLiteral("Выгружено: участков 6, абонентов 2 в %1\n").arg(exported));
     std::vector<scheme::TBookProblem> problems;
     EXPECT_EQ(scheme::ReadSchemeBookFile(exported, problems).Sections.size(), 6u);
+    EXPECT_EQ(GarbledTexts(exported), QStringList());
     EXPECT_TRUE(problems.empty());
 
     EXPECT_EQ(Ozn3({"scheme", "import", goodFile, "--db", db}).code, 2);  // no substation given

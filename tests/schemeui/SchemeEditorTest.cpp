@@ -333,3 +333,30 @@ TEST_F(SchemeEditorUi, DeletingEverySectionRemovesTheSchemeOnlyWhenTheUserAgrees
     EXPECT_EQ(Db("select count(*) from \"LVFiders\" where \"GUID\"=300"), 1);
     EXPECT_FALSE(editor->Modified());
 }
+
+TEST_F(SchemeEditorUi, ANumberOutOfItsRangeIsNamedAsTheUserLeavesItsCell)
+{
+    const QString before = Stored(kFider);
+    host::ScriptedDialogs dialogs;
+    host::ScopedDialogs scoped(&dialogs);
+    auto editor = Open();
+    QTableWidget* sections = Sections(*editor);
+    QTableWidget* consumers = Consumers(*editor);
+    const int row = RowOf(sections, kTo, "Опора 1");
+    SetText(sections, row, kLength, "-0,2");
+    ASSERT_EQ(dialogs.Calls().size(), 1);
+    EXPECT_EQ(dialogs.Calls()[0].text,
+              QStringLiteral("Значение не принято: Участки, строка %1, «Длина, км»: «-0,2» — число не меньше 0.\n"
+                             "Исправьте его или закройте схему без сохранения.")
+                  .arg(row + 1));
+    EXPECT_EQ(Text(sections, row, kLength), "-0,2");  // the typed text stays, marked
+    EXPECT_EQ(sections->item(row, Column(sections, kLength))->background().color(), QColor(0xFF, 0xC7, 0xCE));
+    SetText(consumers, 0, "cos φ", "1,5");
+    EXPECT_TRUE(dialogs.Texts().last().contains("«cos φ»: «1,5» — число больше 0 и не больше 1"))
+        << dialogs.Texts().last().toStdString();
+    // Saving refuses while they are there; corrected, the marks go.
+    EXPECT_FALSE(editor->Save());
+    EXPECT_EQ(Stored(kFider), before);
+    SetText(sections, row, kLength, "0,2");
+    EXPECT_EQ(sections->item(row, Column(sections, kLength))->background().style(), Qt::NoBrush);
+}

@@ -16,6 +16,7 @@
 #include "db/SchemaInstaller.h"
 #include "feeders/StoredSamples.h"
 #include "host/Database.h"
+#include "normative/StoredNormative.h"
 
 namespace testing_support {
 
@@ -40,7 +41,8 @@ QString makeTemplate(const QString& name, bool demo)
         if (!database)
             qFatal("template database: %s", qPrintable(error));
         db::DemoGenerator(*database->GetDefaultConnection()).Generate(db::DemoShape::For(db::DemoSize::Small));
-        feeders::RecalculateStoredSamples(*database->GetDefaultConnection());  // as `ozn3 demo-db` does
+        RecalculateStoredNormative(*database->GetDefaultConnection());  // as `ozn3 demo-db` does
+        feeders::RecalculateStoredSamples(*database->GetDefaultConnection());
     }
     return path;
 }
@@ -130,20 +132,61 @@ void WriteZipEntry(const QString& archive, const QString& entry, const QByteArra
     ASSERT_EQ(zip_close(zip), 0);
 }
 
-void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text)
+namespace {
+// Puts a cell's content (" t=…><…></c>", empty to clear it) in place of a cell, adding the cell when missing.
+void PutCell(const QString& workbook, int sheet, const QString& address, const QString& typed)
 {
     const QString part = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet);
     QString xml = QString::fromUtf8(ReadZipEntry(workbook, part));
+    const bool clear = typed.isEmpty();
     const QRegularExpression cell(QStringLiteral("<c r=\"%1\"([^>]*?)(/>|>.*?</c>)").arg(address),
                                   QRegularExpression::DotMatchesEverythingOption);
     const auto m = cell.match(xml);
-    ASSERT_TRUE(m.hasMatch()) << address.toStdString();
-    QString attributes = m.captured(1);
-    attributes.remove(QRegularExpression(QStringLiteral(" t=\"[a-z]+\"")));
-    xml.replace(m.capturedStart(), m.capturedLength(),
-                QStringLiteral("<c r=\"%1\"%2 t=\"inlineStr\"><is><t>%3</t></is></c>")
-                    .arg(address, attributes, text.toHtmlEscaped()));
+    if (m.hasMatch()) {
+        QString attributes = m.captured(1);
+        attributes.remove(QRegularExpression(QStringLiteral(" t=\"[A-Za-z]+\"")));
+        xml.replace(m.capturedStart(), m.capturedLength(),
+                    QStringLiteral("<c r=\"%1\"%2").arg(address, attributes) + (clear ? "/>" : typed));
+    } else {
+        // A cell the workbook did not write: into its row, or into a new row at the end of the sheet.
+        ASSERT_FALSE(clear) << address.toStdString();
+        const QString row = QString(address).remove(QRegularExpression(QStringLiteral("^[A-Z]+")));
+        const QString newCell = QStringLiteral("<c r=\"%1\"").arg(address) + typed;
+        const QRegularExpression rowEnd(QStringLiteral("(<row r=\"%1\"[^>]*>.*?)(</row>)").arg(row),
+                                        QRegularExpression::DotMatchesEverythingOption);
+        const auto r = rowEnd.match(xml);
+        if (r.hasMatch())
+            xml.insert(r.capturedStart(2), newCell);
+        else
+            xml.replace(QStringLiteral("</sheetData>"),
+                        QStringLiteral("<row r=\"%1\">%2</row></sheetData>").arg(row, newCell));
+    }
     WriteZipEntry(workbook, part, xml.toUtf8());
+}
+}  // namespace
+
+void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text)
+{
+    PutCell(workbook, sheet, address,
+            text.isEmpty() ? QString()
+                           : QStringLiteral(" t=\"inlineStr\"><is><t>%1</t></is></c>").arg(text.toHtmlEscaped()));
+}
+
+void TypeNumberIntoCell(const QString& workbook, int sheet, const QString& address, double value)
+{
+    PutCell(workbook, sheet, address, QStringLiteral("><v>%1</v></c>").arg(QString::number(value, 'g', 17)));
+}
+
+QStringList GarbledTexts(const QString& workbook)
+{
+    QStringList garbled;
+    for (const QString& text : WorkbookTexts(workbook).split(QLatin1Char('\n')))
+        for (const QChar c : text)
+            if (c.unicode() >= 0xC0 && c.unicode() <= 0xFF) {
+                garbled << text;
+                break;
+            }
+    return garbled;
 }
 
 namespace {

@@ -50,8 +50,13 @@ QByteArray ReadZipEntry(const QString& archive, const QString& entry);
 QString WorkbookTexts(const QString& workbook);
 // Replaces one entry of a zip archive, as a spreadsheet saving a user's edit would.
 void WriteZipEntry(const QString& archive, const QString& entry, const QByteArray& content);
-// Puts a text in place of a cell of a worksheet (1-based) of a workbook, as a user typing it would.
+// Puts a text in place of a cell of a worksheet (1-based) of a workbook, as a user typing it would (a cell the
+// workbook did not write is added); an empty text clears the cell.
 void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text);
+void TypeNumberIntoCell(const QString& workbook, int sheet, const QString& address, double value);
+// The texts of a workbook with a letter of U+00C0…U+00FF: Russian or Greek text encoded as UTF-8 and read back as
+// Latin-1 ("cosÏ", "Ð¢Ð"), which the product never writes.
+QStringList GarbledTexts(const QString& workbook);
 
 // The cells of one worksheet (1-based) of a workbook after LibreOffice has opened it headless, recalculated
 // every formula and saved it again: numbers as doubles, texts as strings, by address ("B12"). Fails the test

@@ -7,12 +7,15 @@
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
 #include "host/TextLimits.h"
+#include "host/WrittenCells.h"
 #include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 
 namespace scheme {
 
 namespace {
+// Beside the columns, hidden: the values each row was written with.
+constexpr int kWrittenColumn = PColumns + 1;
 const char* const kCaptions[PColumns] = {"Марка", "Сечение, мм²", "r0, Ом/км", "x0, Ом/км", "Кабель", "Напряжение, кВ"};
 
 const char* kRead = R"(select p."Ident", p."Marka", p."F", p."R0", p."X0", coalesce(t."CableFlags", 0) as "CableFlags",
@@ -137,6 +140,13 @@ std::vector<TCatalogueRow> ReadConductorBook(const QString& file, std::vector<TB
         if (!YesNo(cells[PCable], row.Cable))
             problems.push_back(
                 {sheet, r, PCable + 1, QStringLiteral("«%1»: ожидается «да» или «нет»").arg(cells[PCable])});
+        TWrittenCells written;
+        if (ReadWrittenCells(book.Cell(0, r, kWrittenColumn), written)) {
+            row.Written = true;
+            row.WrittenR0 = written.value(PR0 + 1).toDouble();
+            row.WrittenX0 = written.value(PX0 + 1).toDouble();
+            row.WrittenCable = written.value(PCable + 1).toString() == QStringLiteral("да");
+        }
         rows.push_back(row);
     }
     const auto more = CheckConductors(rows, sheet);
@@ -159,8 +169,13 @@ bool WriteConductorBook(const QString& file, const std::vector<TCatalogueRow>& r
         worksheet_set_column(sheet, lxw_col_t(c), lxw_col_t(c), widths[c], nullptr);
     }
     worksheet_freeze_panes(sheet, 1, 0);
+    lxw_row_col_options hidden = {1, 0, 0};
+    worksheet_set_column_opt(sheet, kWrittenColumn - 1, kWrittenColumn - 1, 8, nullptr, &hidden);
     lxw_row_t r = 1;
     for (const TCatalogueRow& row : rows) {
+        // The values as written, so that reading the workbook back takes only what the user changed.
+        const TWrittenCells written{{PR0 + 1, row.R0}, {PX0 + 1, row.X0}, {PCable + 1, row.Cable ? "да" : "нет"}};
+        worksheet_write_string(sheet, r, kWrittenColumn - 1, WrittenCellsText(written).toUtf8().constData(), nullptr);
         worksheet_write_string(sheet, r, PMarka, row.Marka.toUtf8().constData(), nullptr);
         if (!isEmptyFloat(row.F))
             worksheet_write_number(sheet, r, PF, row.F, nullptr);
@@ -242,15 +257,47 @@ int NewIdent(ToznFDConnection& c)
 
 }  // namespace
 
-bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added, int& updated, QString& error)
+bool TConductorStore::Import(const std::vector<TCatalogueRow>& rows, int& added, int& updated, QString& error,
+                             bool overwrite, QStringList* conflicts)
 {
     added = updated = 0;
     const std::vector<TCatalogueRow> stored = Read();
+    auto find = [&](const TCatalogueRow& row) {
+        return std::find_if(stored.begin(), stored.end(),
+                            [&](const TCatalogueRow& s) { return SameConductor(s, row); });
+    };
+    auto sameValues = [](double r0, double x0, bool cable, const TCatalogueRow& b) {
+        return CompareFloat(r0, b.R0) == 0 && CompareFloat(x0, b.X0) == 0 && cable == b.Cable;
+    };
+    // A row left as written is not the user's edit; a row the user changed over a conductor changed since is a
+    // conflict.
+    QStringList clashes;
+    std::vector<const TCatalogueRow*> changed;
+    for (const TCatalogueRow& row : rows) {
+        const auto same = find(row);
+        if (row.Written && sameValues(row.WrittenR0, row.WrittenX0, row.WrittenCable, row))
+            continue;
+        if (row.Written && same != stored.end() && !sameValues(row.WrittenR0, row.WrittenX0, row.WrittenCable, *same))
+            clashes << QStringLiteral("строка %1, «%2»: в базе после выгрузки книги r0 %3, x0 %4, кабель %5")
+                           .arg(row.Row)
+                           .arg(row.Name(), FormatFloat(QStringLiteral("0.###"), same->R0),
+                                FormatFloat(QStringLiteral("0.###"), same->X0),
+                                same->Cable ? QStringLiteral("да") : QStringLiteral("нет"));
+        changed.push_back(&row);
+    }
+    if (conflicts)
+        *conflicts = clashes;
+    if (!clashes.isEmpty() && !overwrite) {
+        error = QStringLiteral("Справочник проводов не сохранен: эти провода изменены в базе после выгрузки книги "
+                               "и изменены в книге:\n%1")
+                    .arg(clashes.join(QLatin1Char('\n')));
+        return false;
+    }
     int a = 0, u = 0;
     const bool ok = TryWrite(connection_, QStringLiteral("Справочник проводов не сохранен: %1"), error, [&] {
-        for (const TCatalogueRow& row : rows) {
-            const auto same = std::find_if(stored.begin(), stored.end(),
-                                           [&](const TCatalogueRow& s) { return SameConductor(s, row); });
+        for (const TCatalogueRow* changedRow : changed) {
+            const TCatalogueRow& row = *changedRow;
+            const auto same = find(row);
             if (same != stored.end()) {
                 Write(row, same->Ident);
                 ++u;

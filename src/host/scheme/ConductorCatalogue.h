@@ -25,6 +25,11 @@ struct TCatalogueRow {
     double F = 0, R0 = 0, X0 = 0;
     bool Cable = false;
     double Unom = 0.38;
+    // The values the row was written with, when the product wrote the workbook (kept hidden beside the row): they
+    // tell the user's edit from a change made in the database since. A row without them is the user's own.
+    bool Written = false;
+    double WrittenR0 = 0, WrittenX0 = 0;
+    bool WrittenCable = false;
     QString Name() const { return fider::ConductorName(Marka, F); }
 };
 
@@ -42,8 +47,12 @@ public:
     explicit TConductorStore(ToznFDConnection& connection) : connection_(connection) {}
     // Every conductor of the catalogue, by voltage, brand and cross-section.
     std::vector<TCatalogueRow> Read();
-    // Adds the new conductors and updates the ones already there, in one transaction.
-    bool Import(const std::vector<TCatalogueRow>& rows, int& added, int& updated, QString& error);
+    // Adds the new conductors and updates the ones already there, in one transaction. A row of a workbook the
+    // product wrote that the user left as written is not written, whatever the catalogue holds now; one the user
+    // changed whose conductor was changed in the database since the workbook was written is a conflict: nothing is
+    // stored unless overwrite lets the workbook's values win (conflicts lists them).
+    bool Import(const std::vector<TCatalogueRow>& rows, int& added, int& updated, QString& error,
+                bool overwrite = false, QStringList* conflicts = nullptr);
     // The scheme sections and feeders that use a conductor ("линия «…» ТП «…», участок «…»"), at most `limit`.
     QStringList Usage(int ident, int limit = 10);
     // Stores the edited catalogue: rows without an ident are added, the others updated, and `deleted`

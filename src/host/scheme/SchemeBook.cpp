@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 
+#include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/TextLimits.h"
 #include "host/fider/Topology038.h"
@@ -90,9 +91,11 @@ private:
         Problem(kConsumersSheet, r.Row, column, text);
     }
 
-    // A number of a cell; empty stays an empty float; a problem when it is not a number or below zero.
+    // A number of a cell; empty stays an empty float; a problem when it is not a number or below zero (the
+    // range of lengths, powers and energies the forms and workbooks check).
     double Number(const TBookRow& r, int column, bool consumers, bool required, const QString& what)
     {
+        static const TInputRule nonNegative = ranges::Length();
         double value = EmptyFloat();
         const QString text = r.Cell(column);
         auto problem = [&](const QString& t) {
@@ -102,7 +105,7 @@ private:
             problem(QStringLiteral("%1 «%2» не число").arg(what, text));
         else if (required && isEmptyFloat(value))
             problem(QStringLiteral("не указана %1").arg(what.toLower()));
-        else if (!isEmptyFloat(value) && value < 0)
+        else if (!isEmptyFloat(value) && !nonNegative.Accepts(value))
             problem(QStringLiteral("%1 не может быть отрицательной (%2)").arg(what, text));
         else
             return value;
@@ -360,7 +363,7 @@ private:
         a.Pust = Number(r, CPust, true, false, QStringLiteral("Установленная мощность"));
         a.Energy = Number(r, CEnergy, true, false, QStringLiteral("Электроэнергия"));
         a.CosFi = Number(r, CCosFi, true, false, QStringLiteral("cos φ"));
-        if (!isEmptyFloat(a.CosFi) && (a.CosFi <= 0 || a.CosFi > 1)) {
+        if (!isEmptyFloat(a.CosFi) && !ranges::PowerFactor().Accepts(a.CosFi)) {
             ConsumerProblem(r, CCosFi,
                             QStringLiteral("cos φ должен быть больше 0 и не больше 1 (%1)").arg(r.Cell(CCosFi)));
             a.CosFi = EmptyFloat();
