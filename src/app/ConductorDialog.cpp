@@ -10,7 +10,7 @@
 #include <QVBoxLayout>
 
 #include "host/Connection.h"
-#include "host/Dialogs.h"
+#include "host/DesktopDialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/WindowPlace.h"
 

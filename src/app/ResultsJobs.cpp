@@ -17,7 +17,7 @@
 #include "results/LVResultsColumns.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
-#include "results/UnitPesResultsLV.h"
+#include "results/PesResultsNodes.h"
 
 namespace cli {
 

@@ -1,24 +1,17 @@
-// The host application: the main window on a database, or a command-line job.
-#include <QApplication>
+// The host application: a command-line job, or the main window on a database. The jobs need no display and load
+// no Gui or Widgets; the windows are a library of their own loaded only when one is asked for.
+#include <dlfcn.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
-#include <QInputDialog>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QMessageBox>
 #include <cstdio>
 
 #include "app/CliArgs.h"
 #include "app/CliJobs.h"
-#include "app/GuideShots.h"
-#include "app/MainWindow.h"
-#include "app/PluginLoader.h"
-#include "app/QuitOnSignals.h"
 #include "feeders/FeederSampleCalculator.h"
 #include "host/Database.h"
-#include "host/Language.h"
-#include "host/Progress.h"
 #include "normative/NormativeCalculator.h"
 
 namespace {
@@ -39,99 +32,34 @@ bool hasDisplay()
     return QFileInfo::exists(QStringLiteral("/tmp/.X11-unix/X") + number);
 }
 
-// A message box where someone can answer it; offscreen runs only print.
-void reportFailure(const QString& error)
+// The windows live in a library of their own, loaded only for a window (the jobs need no Gui and no Widgets).
+QString WindowLibraryPath()
 {
-    std::fprintf(stderr, "%s\n", error.toUtf8().constData());
-    if (QGuiApplication::platformName() != QLatin1String("offscreen"))
-        QMessageBox::critical(nullptr, QStringLiteral("ОЗН 3"), error);
+    const QString named = qEnvironmentVariable("OZN3_WINDOWS");
+    if (!named.isEmpty())
+        return named;
+    // Beside the application, as the plug-in is; found from the running binary before any Qt application exists.
+    const QString binary = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+    return QDir(QFileInfo(binary).absolutePath()).absoluteFilePath(QStringLiteral("../lib/libozn3app.so"));
 }
 
-// The login window of a server: the user's own name and password, never a stored administrator's.
-bool askCredentials(const QString& host)
+template <class F> F WindowEntry(const char* name, QString& error)
 {
-    bool ok = false;
-    const QString user = QInputDialog::getText(nullptr, QStringLiteral("Вход на сервер %1").arg(host),
-                                               QStringLiteral("Пользователь:"), QLineEdit::Normal, QString(), &ok);
-    if (!ok || user.trimmed().isEmpty())
-        return false;
-    const QString password = QInputDialog::getText(nullptr, QStringLiteral("Вход на сервер %1").arg(host),
-                                                   QStringLiteral("Пароль пользователя %1:").arg(user.trimmed()),
-                                                   QLineEdit::Password, QString(), &ok);
-    if (!ok)
-        return false;
-    SetServerCredentials(user.trimmed(), password);
-    return true;
+    const QString path = WindowLibraryPath();
+    void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_GLOBAL);
+    if (!library) {
+        error = QStringLiteral("Не удалось загрузить окна программы %1: %2").arg(path, QString::fromLocal8Bit(dlerror()));
+        return nullptr;
+    }
+    auto entry = reinterpret_cast<F>(dlsym(library, name));
+    if (!entry)
+        error = QStringLiteral("В библиотеке окон %1 нет функции %2").arg(path, QString::fromLatin1(name));
+    return entry;
 }
 
-// The window's event loop: an error that a command of the window did not catch is shown to the user and
-// the window goes on, instead of ending the application with the user's work.
-class Application : public QApplication {
-public:
-    using QApplication::QApplication;
-    bool notify(QObject* receiver, QEvent* event) override
-    {
-        try {
-            return QApplication::notify(receiver, event);
-        } catch (const std::exception& e) {
-            reportFailure(QString::fromUtf8(e.what()));
-        } catch (...) {
-            reportFailure(QStringLiteral("Непредвиденная ошибка"));
-        }
-        return false;
-    }
-};
+using WindowMain = int (*)(int, char**, const char*);
+using GuideShotsMain = int (*)(int, char**, const char*, const char*);
 
-int runWindow(int argc, char** argv, const QString& connection)
-{
-    BlockStopSignals();
-    Application app(argc, argv);
-    UseRussianLanguage();
-    QString error;
-    DatabaseAddress address;
-    if (DatabaseAddress::parse(connection, address, error) && address.isServer() && !HasServerCredentials() &&
-        !askCredentials(address.host))
-        return 1;
-    std::unique_ptr<TfdbDatabase> database;
-    try {
-        database = TfdbDatabase::Open(connection, error);
-    } catch (const std::exception& e) {
-        error = QString::fromUtf8(e.what());
-    }
-    if (!database) {
-        reportFailure(error);
-        return 1;
-    }
-    SetCurrentDatabase(database.get());
-    Ozn32Plugin plugin;
-    if (!plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
-        reportFailure(error);
-        return 1;
-    }
-    host::GuiProgress progress;
-    host::SetProgress(&progress);
-    std::unique_ptr<MainWindow> window;
-    try {
-        window = std::make_unique<MainWindow>(database.get(), &plugin);
-    } catch (const std::exception& e) {
-        host::SetProgress(nullptr);
-        reportFailure(QString::fromUtf8(e.what()));
-        return 1;
-    }
-    window->show();
-    QuitOnSignals(app);
-    const int code = app.exec();
-    window.reset();
-    host::SetProgress(nullptr);
-    return code;
-}
-}  // namespace
-
-namespace {
-QJsonArray sizeJson(const QSize& size) { return QJsonArray{size.width(), size.height()}; }
-
-// The pictures of the user's guide, taken on the main window of a database; one JSON line per picture
-// and per problem.
 int runGuideShots(int argc, char** argv, const QStringList& args)
 {
     cli::TArgs a;
@@ -141,43 +69,29 @@ int runGuideShots(int argc, char** argv, const QStringList& args)
         std::fprintf(stderr, "%s\nУкажите --db и --out\n", parseError.toUtf8().constData());
         return 2;
     }
-    const QString folder = a.Value(QStringLiteral("--out")), connection = a.Value(QStringLiteral("--db"));
     if (!hasDisplay()) {
         std::fprintf(stderr, "Нет дисплея: задайте QT_QPA_PLATFORM=offscreen\n");
         return 2;
     }
-    Application app(argc, argv);
-    UseRussianLanguage();
     QString error;
-    std::unique_ptr<TfdbDatabase> database;
-    try {
-        database = TfdbDatabase::Open(connection, error);
-    } catch (const std::exception& e) {
-        error = QString::fromUtf8(e.what());
-    }
-    Ozn32Plugin plugin;
-    if (!database || !plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
+    const auto entry = WindowEntry<GuideShotsMain>("ozn3_run_guide_shots", error);
+    if (!entry) {
         std::fprintf(stderr, "%s\n", error.toUtf8().constData());
         return 1;
     }
-    SetCurrentDatabase(database.get());
-    TGuideShots shots;
-    {
-        MainWindow window(database.get(), &plugin);
-        shots = TakeGuideShots(window, folder);
+    return entry(argc, argv, a.Value(QStringLiteral("--db")).toUtf8().constData(),
+                 a.Value(QStringLiteral("--out")).toUtf8().constData());
+}
+
+int runWindow(int argc, char** argv, const QString& connection)
+{
+    QString error;
+    const auto entry = WindowEntry<WindowMain>("ozn3_run_window", error);
+    if (!entry) {
+        std::fprintf(stderr, "%s\n", error.toUtf8().constData());
+        return 1;
     }
-    for (const TGuideShot& shot : shots.Shots) {
-        const QJsonObject line{{"file", shot.File},
-                               {"title", shot.Title},
-                               {"window", sizeJson(shot.Window)},
-                               {"content", sizeJson(shot.Content)},
-                               {"texts", QJsonArray::fromStringList(shot.Texts)}};
-        std::printf("%s\n", QJsonDocument(line).toJson(QJsonDocument::Compact).constData());
-    }
-    for (const QString& problem : shots.Problems)
-        std::printf("%s\n",
-                    QJsonDocument(QJsonObject{{"problem", problem}}).toJson(QJsonDocument::Compact).constData());
-    return shots.Problems.isEmpty() ? 0 : 1;
+    return entry(argc, argv, connection.toUtf8().constData());
 }
 }  // namespace
 

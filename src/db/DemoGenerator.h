@@ -1,4 +1,5 @@
 #pragma once
+#include "host/HostApi.h"
 #include <QString>
 #include <functional>
 
@@ -9,7 +10,7 @@ namespace db {
 enum class DemoSize { Small, Large };
 
 // Shape of a generated utility network.
-struct DemoShape {
+struct OZN3HOST_API DemoShape {
     int pes, resPerPes, centersPerRes, sectionsPerCenter, fidersPerSection, nodesPerFider;
     int firstYear, years;
     int schemeEvery;  // every n-th LV feeder gets an LV scheme
@@ -17,7 +18,7 @@ struct DemoShape {
 };
 
 // Counts of what was generated.
-struct DemoCounts {
+struct OZN3HOST_API DemoCounts {
     int nodes = 0, lvFiders = 0, rows = 0;
     int regimeRuns = 0, regimeRefused = 0;  // feeders calculated and refused, over every year
 };
@@ -25,7 +26,7 @@ struct DemoCounts {
 // Fills an empty database with a deterministic, plausible utility network: the hierarchy with
 // Russian names, catalogues, periods, measurements, normative inputs of the first year and
 // LV regime results of every year. The same shape always gives the same rows.
-class DemoGenerator {
+class OZN3HOST_API DemoGenerator {
 public:
     explicit DemoGenerator(ToznFDConnection& connection) : connection_(connection) {}
     // progress(rows written so far, stage name)
@@ -35,6 +36,6 @@ private:
     ToznFDConnection& connection_;
 };
 
-bool ParseDemoSize(const QString& text, DemoSize& size);
+OZN3HOST_API bool ParseDemoSize(const QString& text, DemoSize& size);
 
 }  // namespace db

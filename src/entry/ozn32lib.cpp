@@ -9,7 +9,7 @@
 #include "feeders/DataMod.h"
 #include "feeders/DetailFrame038Unit.h"
 #include "feeders/FeedersSql.h"
-#include "feeders/LVFidersReports.h"
+#include "feeders/ReportHTMLForm.h"
 #include "feeders/LVFidersUnit.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"

@@ -1,11 +1,9 @@
 #pragma once
-#include <QDialog>
 #include <QString>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFiderSampleCalc.h"
 
-class QTextBrowser;
 class ToznFDConnection;
 class TProvod038;
 
@@ -17,7 +15,7 @@ class TProvod038;
 //     data.OpenFiders(nodeGuid);                      // the substation's GUID ("Nodes")
 //     const QString html = SubstationReportHtml(data); // or LineReportHtml(data, lineGuid)
 // The substation of a line is "LVFiders"."OwnerGUID" (FeedersSql::kNodeOfLVFider). OpenLineReport and
-// OpenSubstationReport on a connection do all of this and show the viewer.
+// OpenSubstationReport (ReportHTMLForm.h) on a connection do all of this and show the viewer.
 
 // The report names: the object names of the viewers and the default names of their PDF files.
 inline constexpr const char* kLineReportName = "OZN3_Report_Ln";
@@ -59,30 +57,8 @@ QString LineReportHtml(TRep_Data& data, int fiderGuid);
 // report's title unless one is given. With a year, the main samples of that year.
 QString SubstationReportHtml(TRep_Data& data, const QString& title = {}, int year = 0);
 
-// Shows the report of a line or of the opened substation in a viewer; the modal result, 0 when the line is
-// not in the data.
-int OpenLineReport(QWidget* owner, TRep_Data& data, int fiderGuid);
-int OpenSubstationReport(QWidget* owner, TRep_Data& data);
-// The same from a connection alone: the substation is read in a read transaction of its own when the
-// connection has none open. 0 when the line or the substation does not exist. Database errors are thrown
-// (EDatabaseError).
-int OpenLineReport(QWidget* owner, ToznFDConnection& connection, int fiderGuid);
-int OpenSubstationReport(QWidget* owner, ToznFDConnection& connection, int nodeGuid, int year = 0);
-
-// A viewer of an HTML report that prints it and saves it as PDF. The report name is the object name of the
-// window and the default name of its PDF file; the title, when given, is shown instead of it.
-class TfrmReportHTML : public QDialog {
-    Q_OBJECT
-public:
-    TfrmReportHTML(QWidget* owner, const QString& reportName, const QString& html, const QString& title = {});
-    static int Show(QWidget* owner, const QString& reportName, const QString& html, const QString& title = {});
-    QString ReportName() const { return name_; }
-    QString Html() const;
-    // Writes the report as PDF; false when the file could not be written.
-    bool SavePdf(const QString& file);
-    void Print();
-
-private:
-    QString name_;
-    QTextBrowser* view_;
-};
+// The same read from a connection alone, in a read transaction of its own when the connection has none open:
+// empty when the line or the substation does not exist; the report's title in `title`. Database errors are
+// thrown (EDatabaseError).
+QString LineReportHtml(ToznFDConnection& connection, int fiderGuid, QString& title);
+QString SubstationReportHtml(ToznFDConnection& connection, int nodeGuid, int year, QString& title);

@@ -17,10 +17,10 @@
 #include <tuple>
 
 #include "feeders/FeedersSql.h"
-#include "feeders/LVFidersReports.h"
+#include "feeders/ReportHTMLForm.h"
 #include "host/Connection.h"
 #include "host/Database.h"
-#include "host/Dialogs.h"
+#include "host/DesktopDialogs.h"
 #include "host/EditConstraints.h"
 #include "host/InputRanges.h"
 #include "host/LoadTypesEditor.h"

@@ -1,34 +1,33 @@
 #include "host/Dialogs.h"
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <QDialog>
-#include <QFileDialog>
-#include <QInputDialog>
-#include <QKeyEvent>
-#include <QMessageBox>
+#include <cstdio>
 
 namespace host {
 
 namespace {
-QtDialogs g_qtDialogs;
-Dialogs* g_dialogs = nullptr;
-
-QMessageBox::Icon qtIcon(Icon icon)
-{
-    switch (icon) {
-    case Icon::Information: return QMessageBox::Information;
-    case Icon::Warning: return QMessageBox::Warning;
-    case Icon::Error: return QMessageBox::Critical;
-    case Icon::Question: return QMessageBox::Question;
-    default: return QMessageBox::NoIcon;
+// Without a display (a command-line job) a message goes to standard error, a question is answered "no" and a
+// prompt or a file dialog is cancelled: nothing is done on the user's behalf that they were not asked about.
+class HeadlessDialogs : public Dialogs {
+public:
+    int Message(const QString& caption, const QString& text, Icon, Buttons buttons) override
+    {
+        std::fprintf(stderr, "%s: %s\n", caption.toUtf8().constData(), text.toUtf8().constData());
+        return buttons == Buttons::Ok ? mrOk : buttons == Buttons::OkCancel ? mrCancel : mrNo;
     }
-}
+    bool InputQuery(const QString&, const QString&, QString&) override { return false; }
+    QString SaveFileName(const QString&, const QString&, const QString&, const QString&) override { return {}; }
+    QString OpenFileName(const QString&, const QString&) override { return {}; }
+};
+HeadlessDialogs g_headless;
+Dialogs* g_default = &g_headless;
+Dialogs* g_dialogs = nullptr;
 }  // namespace
 
 Dialogs::~Dialogs() = default;
 
-Dialogs& dialogs() { return g_dialogs ? *g_dialogs : g_qtDialogs; }
+Dialogs& dialogs() { return g_dialogs ? *g_dialogs : *g_default; }
+
+void SetDefaultDialogs(Dialogs* implementation) { g_default = implementation ? implementation : &g_headless; }
 
 void SetDialogs(Dialogs* implementation) { g_dialogs = implementation; }
 
@@ -51,47 +50,6 @@ QString QtFilter(const QString& hostFilter)
         filters << QStringLiteral("%1 (%2)").arg(parts[i],
                                                  QString(parts[i + 1]).replace(QLatin1Char(';'), QLatin1Char(' ')));
     return filters.join(QStringLiteral(";;"));
-}
-
-int QtDialogs::Message(const QString& caption, const QString& text, Icon icon, Buttons buttons)
-{
-    QMessageBox box(qtIcon(icon), caption, text, QMessageBox::NoButton, QApplication::activeWindow());
-    switch (buttons) {
-    case Buttons::Ok: box.setStandardButtons(QMessageBox::Ok); break;
-    case Buttons::OkCancel: box.setStandardButtons(QMessageBox::Ok | QMessageBox::Cancel); break;
-    case Buttons::YesNo: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No); break;
-    case Buttons::YesNoCancel: box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel); break;
-    }
-    switch (box.exec()) {
-    case QMessageBox::Ok: return mrOk;
-    case QMessageBox::Yes: return mrYes;
-    case QMessageBox::No: return mrNo;
-    default: return mrCancel;
-    }
-}
-
-bool QtDialogs::InputQuery(const QString& caption, const QString& prompt, QString& value)
-{
-    bool ok = false;
-    const QString text =
-        QInputDialog::getText(QApplication::activeWindow(), caption, prompt, QLineEdit::Normal, value, &ok);
-    if (ok)
-        value = text;
-    return ok;
-}
-
-QString QtDialogs::SaveFileName(const QString& caption, const QString& filter, const QString& defaultExt,
-                                const QString& initial)
-{
-    QFileDialog dialog(QApplication::activeWindow(), caption, initial, QtFilter(filter));
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(defaultExt);
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
-}
-
-QString QtDialogs::OpenFileName(const QString& caption, const QString& filter)
-{
-    return QFileDialog::getOpenFileName(QApplication::activeWindow(), caption, QString(), QtFilter(filter));
 }
 
 QStringList ScriptedDialogs::Texts() const
@@ -153,27 +111,5 @@ QString ScriptedDialogs::OpenFileName(const QString& caption, const QString& fil
     fileAnswers_.pop_front();
     return path;
 }
-
-namespace {
-class EnterKeeper : public QObject {
-public:
-    using QObject::QObject;
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() != QEvent::KeyPress)
-            return false;
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key != Qt::Key_Return && key != Qt::Key_Enter)
-            return false;
-        // The key reaches the dialog only when the field with the focus did not use it.
-        auto* dialog = static_cast<QWidget*>(watched);
-        if (auto* button = qobject_cast<QAbstractButton*>(dialog->focusWidget()))
-            button->click();
-        return true;
-    }
-};
-}  // namespace
-
-void KeepOpenOnEnter(QDialog& dialog) { dialog.installEventFilter(new EnterKeeper(&dialog)); }
 
 }  // namespace host

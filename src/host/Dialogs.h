@@ -6,10 +6,6 @@
 
 #include "host/HostApi.h"
 
-class QWidget;
-
-class QDialog;
-
 namespace host {
 
 // Modal results in the host's numbering.
@@ -32,10 +28,13 @@ public:
     virtual QString OpenFileName(const QString& caption, const QString& filter) = 0;
 };
 
-// The dialogs in use: Qt dialogs unless another implementation was installed.
+// The dialogs in use: the one installed, else the default (the desktop's when the windows are loaded, else
+// messages on standard error and questions answered "no").
 OZN3HOST_API Dialogs& dialogs();
-// Installs an implementation (not owned); null restores the Qt dialogs.
+// Installs an implementation (not owned); null restores the default.
 OZN3HOST_API void SetDialogs(Dialogs* implementation);
+// The default behind them (not owned); null restores the one without a display.
+OZN3HOST_API void SetDefaultDialogs(Dialogs* implementation);
 
 // The application's own caption of warnings.
 OZN3HOST_API QString AppCaption();
@@ -45,19 +44,6 @@ OZN3HOST_API bool AskYesNo(const QString& text);
 
 // Converts "Text|*.txt|All|*" into the Qt form "Text (*.txt);;All (*)".
 OZN3HOST_API QString QtFilter(const QString& hostFilter);
-
-// Enter in a field or a grid of the dialog finishes the entry there and does not press the dialog's default
-// button (closing a form with its work is a deliberate step); on a button Enter still presses that button.
-OZN3HOST_API void KeepOpenOnEnter(QDialog& dialog);
-
-class OZN3HOST_API QtDialogs : public Dialogs {
-public:
-    int Message(const QString& caption, const QString& text, Icon icon, Buttons buttons) override;
-    bool InputQuery(const QString& caption, const QString& prompt, QString& value) override;
-    QString SaveFileName(const QString& caption, const QString& filter, const QString& defaultExt,
-                         const QString& initial) override;
-    QString OpenFileName(const QString& caption, const QString& filter) override;
-};
 
 // Records what was asked and answers from prepared replies; used by tests and scripted runs.
 // With no prepared reply a message answers OK (or Yes), a prompt and a file dialog are cancelled.

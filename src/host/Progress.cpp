@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include <QApplication>
-#include <QProgressDialog>
+#include <QStringList>
+#include <algorithm>
 
 namespace host {
 
@@ -25,48 +25,6 @@ Progress::~Progress() = default;
 Progress& progress() { return g_progress ? *g_progress : g_silent; }
 
 void SetProgress(Progress* implementation) { g_progress = implementation; }
-
-GuiProgress::GuiProgress() = default;
-GuiProgress::~GuiProgress() = default;
-
-void GuiProgress::Start(const QString& caption, int maximum)
-{
-    dialog_ = std::make_unique<QProgressDialog>(QString(), QStringLiteral("Прервать"), 0, maximum,
-                                                QApplication::activeWindow());
-    dialog_->setWindowTitle(caption);
-    dialog_->setWindowModality(Qt::WindowModal);
-    dialog_->setMinimumDuration(300);
-    position_ = 0;
-}
-
-void GuiProgress::SetText(const QString& text)
-{
-    if (dialog_)
-        dialog_->setLabelText(text);
-    QApplication::processEvents();
-}
-
-void GuiProgress::SetMaximum(int maximum)
-{
-    if (dialog_)
-        dialog_->setMaximum(maximum);
-}
-
-void GuiProgress::SetPosition(int position)
-{
-    position_ = position;
-    if (dialog_)
-        dialog_->setValue(std::min(position, dialog_->maximum()));
-    // Long work on this thread still answers the dialog's button, a few times a second.
-    if (!sinceEvents_.isValid() || sinceEvents_.elapsed() > 50) {
-        sinceEvents_.start();
-        QApplication::processEvents();
-    }
-}
-
-void GuiProgress::Finish() { dialog_.reset(); }
-
-bool GuiProgress::Cancelled() const { return dialog_ && dialog_->wasCanceled(); }
 
 void TerminalProgress::Start(const QString& caption, int maximum)
 {

@@ -6,8 +6,6 @@
 
 #include "host/HostApi.h"
 
-class QProgressDialog;
-
 namespace host {
 
 // Progress of long work: a caption, a text, a position out of a maximum.
@@ -32,23 +30,6 @@ protected:
 OZN3HOST_API Progress& progress();
 // Installs an implementation (not owned); null restores the silent one.
 OZN3HOST_API void SetProgress(Progress* implementation);
-
-// A progress dialog of the desktop application.
-class OZN3HOST_API GuiProgress : public Progress {
-public:
-    GuiProgress();
-    ~GuiProgress() override;
-    void Start(const QString& caption, int maximum) override;
-    void SetText(const QString& text) override;
-    void SetMaximum(int maximum) override;
-    void SetPosition(int position) override;
-    void Finish() override;
-    bool Cancelled() const override;
-
-private:
-    std::unique_ptr<QProgressDialog> dialog_;
-    QElapsedTimer sinceEvents_;
-};
 
 // A one-line bar on a terminal for command-line jobs, redrawn at most ten times a second.
 class OZN3HOST_API TerminalProgress : public Progress {

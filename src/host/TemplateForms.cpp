@@ -7,7 +7,7 @@
 #include <QVBoxLayout>
 
 #include "host/Database.h"
-#include "host/Dialogs.h"
+#include "host/DesktopDialogs.h"
 #include "host/Spreadsheet.h"
 
 bool SetDataBaseName()
@@ -35,8 +35,6 @@ bool VerifySenderFile(QString& fileName)
     fileName = info.absoluteFilePath();
     return true;
 }
-
-QString SheetProtectionPassword() { return QStringLiteral("ozn3"); }
 
 TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner) : QDialog(owner), besideExcel_(host::IsSpreadsheetInstalled())
 {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "host/HostApi.h"
+#include "host/XlsxFile.h"
 #include "host/WindowService.h"
 
 class QPlainTextEdit;
@@ -16,10 +17,6 @@ OZN3HOST_API bool SetDataBaseName();
 // Checks the workbook the user chose: empty (a new workbook) or an existing .xls/.xlsx file.
 // The name may be made absolute; a wrong file is reported to the user and answers false.
 OZN3HOST_API bool VerifySenderFile(QString& fileName);
-
-// The password the template forms protect their sheets with: it keeps formulas and keys from being
-// overwritten by mistake, not from a user who means to change them.
-OZN3HOST_API QString SheetProtectionPassword();
 
 // Base of the workbook template forms: a read-only flag, the host's parameter and file name,
 // whether it works beside the spreadsheet application, and that application's window.

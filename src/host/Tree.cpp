@@ -4,7 +4,6 @@
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
-#include "host/TreeModel.h"
 
 namespace {
 struct Level {
@@ -119,17 +118,41 @@ ToznListItemCommon* TfdbTree::CreateFiderHH(int nodeGuid, int newGuid, int /*kin
         return nullptr;
     if (isEmptyFloat(unom) || unom <= 0)
         unom = 0.38;
-    std::erase_if(watchers_, [](const QPointer<QObject>& w) { return w.isNull(); });
     const int row = node->GetCount();
-    for (const QPointer<QObject>& w : watchers_)
-        static_cast<TreeModel*>(w.data())->BeginInsert(node, row);
+    for (TTreeWatcher* w : watchers_)
+        w->BeginInsert(node, row);
     ToznListItemCommon* item = Add(newGuid, name, NodeType::LVFiders, node);
     item->unom_ = unom;
     item->enabled_ = node->unom_ > 0 && node->unom_ < 1;
     byIdent_.insert(newGuid, item);
-    for (const QPointer<QObject>& w : watchers_)
-        static_cast<TreeModel*>(w.data())->EndInsert();
+    for (TTreeWatcher* w : watchers_)
+        w->EndInsert();
     return item;
 }
 
-void TfdbTree::Watch(QObject* model) { watchers_.emplace_back(model); }
+TTreeWatcher::~TTreeWatcher()
+{
+    if (watched_)
+        watched_->Unwatch(this);
+}
+
+TfdbTree::~TfdbTree()
+{
+    for (TTreeWatcher* w : watchers_)
+        w->watched_ = nullptr;
+}
+
+void TfdbTree::Watch(TTreeWatcher* watcher)
+{
+    if (watcher->watched_)
+        watcher->watched_->Unwatch(watcher);
+    watcher->watched_ = this;
+    watchers_.push_back(watcher);
+}
+
+void TfdbTree::Unwatch(TTreeWatcher* watcher)
+{
+    std::erase(watchers_, watcher);
+    if (watcher->watched_ == this)
+        watcher->watched_ = nullptr;
+}

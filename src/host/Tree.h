@@ -1,7 +1,6 @@
 #pragma once
 #include <QHash>
 #include <QList>
-#include <QPointer>
 #include <QString>
 #include <deque>
 #include <vector>
@@ -59,11 +58,33 @@ private:
     std::vector<ToznListItemCommon*> children_;
 };
 
+class TfdbTree;
+
+// What a view of the tree is told when an item is placed while it shows the tree (a new LV feeder).
+// Whichever of the two goes first, the other forgets it.
+class OZN3HOST_API TTreeWatcher {
+public:
+    TTreeWatcher() = default;
+    TTreeWatcher(const TTreeWatcher&) = delete;
+    TTreeWatcher& operator=(const TTreeWatcher&) = delete;
+    virtual ~TTreeWatcher();
+    virtual void BeginInsert(ToznListItemCommon* parent, int row) = 0;
+    virtual void EndInsert() = 0;
+
+private:
+    friend class TfdbTree;
+    TfdbTree* watched_ = nullptr;
+};
+
 // The host's network tree, built from the hierarchy tables: utility, enterprises, districts,
 // supply centres, sections, feeders, substations (with links) and LV feeders.
 // A substation that owns itself is never placed under a feeder.
 class OZN3HOST_API TfdbTree {
 public:
+    TfdbTree() = default;
+    TfdbTree(const TfdbTree&) = delete;
+    TfdbTree& operator=(const TfdbTree&) = delete;
+    ~TfdbTree();
     void Build(ToznFDConnection& connection);
     int GetCount() const { return static_cast<int>(roots_.size()); }
     ToznListItemCommon* GetItems(int index) const { return roots_.at(index); }
@@ -78,11 +99,12 @@ public:
     // Places a new LV feeder under its substation; an unset voltage becomes 0.38 kV and is reported back.
     // Every view of the tree shows it at once.
     ToznListItemCommon* CreateFiderHH(int nodeGuid, int newGuid, int kind, const QString& name, double& unom);
-    // A model of the tree (TreeModel) told of the items placed later, for as long as it lives.
-    void Watch(QObject* model);
+    // A view of the tree told of the items placed later, until it stops watching.
+    void Watch(TTreeWatcher* watcher);
+    void Unwatch(TTreeWatcher* watcher);
 
 private:
-    std::vector<QPointer<QObject>> watchers_;
+    std::vector<TTreeWatcher*> watchers_;
     ToznListItemCommon* Add(int ident, const QString& text, int nodeType, ToznListItemCommon* parent);
     std::deque<ToznListItemCommon> items_;
     std::vector<ToznListItemCommon*> roots_;

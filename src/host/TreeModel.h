@@ -2,12 +2,10 @@
 #include <QAbstractItemModel>
 
 #include "host/HostApi.h"
-
-class TfdbTree;
-class ToznListItemCommon;
+#include "host/Tree.h"
 
 // The network tree as a Qt model; items are created on demand, so a large network opens at once.
-class OZN3HOST_API TreeModel : public QAbstractItemModel {
+class OZN3HOST_API TreeModel : public QAbstractItemModel, public TTreeWatcher {
     Q_OBJECT
 public:
     explicit TreeModel(TfdbTree* tree, QObject* parent = nullptr);
@@ -24,8 +22,8 @@ public:
     // there stay where they are, so that the windows holding them go on.
     ToznListItemCommon* AddLVFider(int nodeGuid, int guid, const QString& name, double unom);
     // The tree tells its models of an item it places (TfdbTree::CreateFiderHH).
-    void BeginInsert(ToznListItemCommon* parent, int row);
-    void EndInsert() { endInsertRows(); }
+    void BeginInsert(ToznListItemCommon* parent, int row) override;
+    void EndInsert() override { endInsertRows(); }
 
 private:
     TfdbTree* tree_;

@@ -48,3 +48,5 @@ bool TXlsxFile::Close(QString& error)
     }
     return true;
 }
+
+QString SheetProtectionPassword() { return QStringLiteral("ozn3"); }

@@ -27,3 +27,7 @@ private:
     bool constantMemory_;
     lxw_workbook* book_ = nullptr;
 };
+
+// The password the workbooks protect their sheets with: it keeps formulas and keys from being overwritten by
+// mistake, not from a user who means to change them.
+OZN3HOST_API QString SheetProtectionPassword();

@@ -14,7 +14,6 @@
 #include "host/InputRanges.h"
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
-#include "host/TemplateForms.h"
 #include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 #include "import/LVZamerSocial.h"

@@ -4,7 +4,7 @@
 #include <xlsxwriter.h>
 
 #include "host/NumericHelpers.h"
-#include "host/TemplateForms.h"
+#include "host/XlsxFile.h"
 #include "host/XlsxReader.h"
 
 TZamerFormats AddZamerFormats(lxw_workbook* book, const char* valueFormat, const char* computedFormat)

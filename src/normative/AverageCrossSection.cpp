@@ -3,7 +3,6 @@
 #include <QtGlobal>
 #include <cstring>
 
-#include "normative/AverageCrossSectionF.h"
 
 double TAverageCrossSectionCommon::GetF(int index)
 {
@@ -72,13 +71,3 @@ void TAverageCrossSectionCommon::Clear()
 
 void TAverageCrossSection::Clear() { TAverageCrossSectionCommon::Clear(); }
 
-bool TAverageCrossSection::Edit(QWidget* owner)
-{
-    TfrmAverageCrossSection dialog(owner);
-    dialog.Data().Assign(*this);
-    dialog.Redraw();
-    if (dialog.exec() != QDialog::Accepted)
-        return false;
-    Assign(dialog.Data());
-    return true;
-}

@@ -46,7 +46,8 @@ private:
 // The calculator with its editing dialog.
 class TAverageCrossSection : public TAverageCrossSectionCommon {
 public:
-    // Edits a copy in the dialog; true (and the edits taken) when the user saved.
+    // Edits a copy in the dialog; true (and the edits taken) when the user saved. Defined with the dialog
+    // (AverageCrossSectionF.cpp): only the windows link it.
     bool Edit(QWidget* owner);
     void Clear() override;
 };

@@ -105,3 +105,15 @@ void TfrmAverageCrossSection::CellEdited(QTableWidgetItem* item)
     }
     QMetaObject::invokeMethod(this, &TfrmAverageCrossSection::Redraw, Qt::QueuedConnection);
 }
+
+// The calculation class opens its dialog here, with the windows: the calculation itself links none.
+bool TAverageCrossSection::Edit(QWidget* owner)
+{
+    TfrmAverageCrossSection dialog(owner);
+    dialog.Data().Assign(*this);
+    dialog.Redraw();
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    Assign(dialog.Data());
+    return true;
+}

@@ -10,7 +10,7 @@
 #include <QVBoxLayout>
 
 #include "host/Database.h"
-#include "host/Dialogs.h"
+#include "host/DesktopDialogs.h"
 #include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"

@@ -7,7 +7,7 @@
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "normative/LVNormativInputPage.h"
-#include "normative/LVNormativMethodCalcUnit.h"
+#include "normative/LVNormativMethodCalcForm.h"
 
 int TLVNormativMethodForm2::MenuLevel(const ToznListItemCommon* item)
 {

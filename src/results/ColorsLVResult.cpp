@@ -6,26 +6,26 @@ namespace ColorsLVResult {
 const QString kSection = QStringLiteral("LVResultsGrid");
 
 namespace {
-const QRgb kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
+const uint32_t kDefaultColors[7] = {0xF4CCCC, 0xFCE5CD, 0xFFF2CC, 0xD9EAD3, 0xD0E0E3, 0xC9DAF8, 0xD9D2E9};
 }
 
-QColor LevelColor(int level)
+std::optional<uint32_t> LevelRgb(int level)
 {
     TInitOZN* init = ::Init(true);
     if (level == 4)  // the section rows keep their own setting
-        return QColor::fromRgb(
-            static_cast<QRgb>(init->LoadIntParam(kSection, QStringLiteral("ColorLevel4"), 0xE0E0E0)));
+        return static_cast<uint32_t>(init->LoadIntParam(kSection, QStringLiteral("ColorLevel4"), 0xE0E0E0)) & 0xFFFFFF;
     if (level < 0 || level > 6)
-        return {};
-    return QColor::fromRgb(static_cast<QRgb>(
-        init->LoadIntParam(kSection, QStringLiteral("ColorLevels%1").arg(level), kDefaultColors[level])));
+        return std::nullopt;
+    return static_cast<uint32_t>(init->LoadIntParam(kSection, QStringLiteral("ColorLevels%1").arg(level),
+                                                    static_cast<int>(kDefaultColors[level]))) &
+           0xFFFFFF;
 }
 
-void SetLevelColor(int level, const QColor& color)
+void SetLevelRgb(int level, uint32_t rgb)
 {
     ::Init(true)->SaveIntParam(kSection,
                                level == 4 ? QStringLiteral("ColorLevel4") : QStringLiteral("ColorLevels%1").arg(level),
-                               static_cast<int>(color.rgb() & 0xFFFFFF));
+                               static_cast<int>(rgb & 0xFFFFFF));
 }
 
 std::array<bool, 8> VisibleRows()

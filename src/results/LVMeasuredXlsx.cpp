@@ -1,6 +1,5 @@
 #include "results/LVMeasuredXlsx.h"
 
-#include <QColor>
 #include <cmath>
 #include <xlsxwriter.h>
 
@@ -136,9 +135,8 @@ private:
         lxw_format*& f = names_[level];
         if (!f) {
             f = workbook_add_format(book_);
-            const QColor color = ColorsLVResult::LevelColor(level);
-            if (color.isValid())
-                format_set_bg_color(f, static_cast<lxw_color_t>(color.rgb() & 0xFFFFFF));
+            if (const std::optional<uint32_t> color = ColorsLVResult::LevelRgb(level))
+                format_set_bg_color(f, static_cast<lxw_color_t>(*color));
         }
         return f;
     }

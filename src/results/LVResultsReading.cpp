@@ -6,7 +6,6 @@
 #include "host/Connection.h"
 #include "host/FastQuery.h"
 #include "host/NumericHelpers.h"
-#include "host/Progress.h"
 #include "results/UnitLVResults.h"
 
 void TLVHierarchy::Read(ToznFDConnection& connection)
@@ -93,11 +92,11 @@ void addOwners(const TRows& q, TLVHierarchy& h)
 // The rows of the interval's results, gathered by result: of every district for the utility and an enterprise,
 // of the results with a block of the district for a district, of every feeder the object owns below it.
 std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int guid, int calcType, const QDateTime& sd1,
-                                 const QDateTime& sd2, int period, TLVHierarchy& h)
+                                 const QDateTime& sd2, int period, TLVHierarchy& h,
+                                 const std::function<void(const QString&)>& progress)
 {
-    host::Progress& progress = host::progress();
     std::vector<ResultRows> results;
-    progress.SetText(QStringLiteral("Чтение данных (открытие запроса)"));
+    progress(QStringLiteral("Чтение данных (открытие запроса)"));
     TRows q(connection, level >= 3   ? LVResultsSql::ResultRowsUnderObject(level)
                         : level == 2 ? QString::fromUtf8(LVResultsSql::sResultRowsOfRES)
                                      : QString::fromUtf8(LVResultsSql::sResultRows));
@@ -108,9 +107,9 @@ std::vector<ResultRows> readRows(ToznFDConnection& connection, int level, int gu
         q.Param(QStringLiteral("rGUID"), guid);
     if (level >= 3)
         q.Param(QStringLiteral("GUID"), guid);
-    progress.SetText(QStringLiteral("2.Основной SQl"));
+    progress(QStringLiteral("2.Основной SQl"));
     q.Open();
-    progress.SetText(QStringLiteral("Чтение данных "));
+    progress(QStringLiteral("Чтение данных "));
     QHash<int, int> byIdent;
     while (q.Next()) {
         const int ident = q.Int(kIdentColumn);
@@ -162,10 +161,9 @@ bool districtUnder(const TLVHierarchy& h, int level, int guid, int res)
 }  // namespace
 
 TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int guid, int calcType, const QDateTime& sd1,
-                                const QDateTime& sd2, int period)
+                                const QDateTime& sd2, int period, const std::function<void(const QString&)>& progress)
 {
-    host::Progress& progress = host::progress();
-    progress.SetText(QStringLiteral("1.Активация дерева (ОЗН)"));
+    progress(QStringLiteral("1.Активация дерева (ОЗН)"));
     TLVHierarchy h;
     // The utility and its enterprises need every object; a district and what it holds, only the owners of the
     // feeders its results name (brought by the query), itself and its district.
@@ -180,7 +178,7 @@ TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int gui
         if (q.Next())
             name = q.Str(0);
     }
-    std::vector<ResultRows> read = readRows(connection, level, guid, calcType, sd1, sd2, period, h);
+    std::vector<ResultRows> read = readRows(connection, level, guid, calcType, sd1, sd2, period, h, progress);
     // Results in the order of their feeders and idents; a result's rows by district, then balance kind.
     std::sort(read.begin(), read.end(), [](const ResultRows& a, const ResultRows& b) {
         return std::tie(a.feeder, a.ident) < std::tie(b.feeder, b.ident);

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QString>
 #include <array>
+#include <functional>
 #include <vector>
 
 #include "results/UnitLVResultsTree.h"
@@ -53,4 +54,4 @@ struct TLVResultsReading {
 // imbalance) stay with the part of the feeder's own district. An object below a district takes its feeders
 // whole. So a district opened alone shows what it shows in its enterprise's tree, and the districts add up.
 TLVResultsReading ReadResultsLV(ToznFDConnection& connection, int level, int guid, int calcType, const QDateTime& sd1,
-                                const QDateTime& sd2, int period);
+                                const QDateTime& sd2, int period, const std::function<void(const QString&)>& progress);

@@ -248,9 +248,8 @@ void TfrmLVduCalcMenu::ShowTable()
         auto* row = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(table_);
         row->setText(0, n.Text);
         row->setData(0, Qt::UserRole, n.GUID);
-        const QColor color = ColorsLVResult::LevelColor(n.Level);
-        if (color.isValid())
-            row->setBackground(0, color);
+        if (const std::optional<uint32_t> color = ColorsLVResult::LevelRgb(n.Level))
+            row->setBackground(0, QColor::fromRgb(*color));
         for (size_t c = 0; c < columns.size(); ++c) {
             row->setText(static_cast<int>(c) + 1, shown(columns[c], n.Totals));
             row->setTextAlignment(static_cast<int>(c) + 1, Qt::AlignRight | Qt::AlignVCenter);

@@ -21,7 +21,7 @@ public:
     // The header (value, then one column per balance) and one row per value.
     QStringList Header() const { return header_; }
     const std::vector<QStringList>& Rows() const { return rows_; }
-    // Shows the balance form; returns its modal result.
+    // Shows the balance form; returns its modal result. Defined with the windows (PesResultsLVForm.cpp).
     int ShowModal();
     // Writes the feeder's balance into the host's export object.
     void Build(TOExport& target);

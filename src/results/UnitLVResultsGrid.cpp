@@ -12,7 +12,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
-#include "feeders/LVFidersReports.h"
+#include "feeders/ReportHTMLForm.h"
 #include "host/ColourLegend.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -243,11 +243,15 @@ void TfrmLVResultsGrid::FillTable()
     TLVResultsModel::FitColumns(*view_, 320);
 }
 
-QColor TfrmLVResultsGrid::LevelColor(int level) const { return ColorsLVResult::LevelColor(level); }
+QColor TfrmLVResultsGrid::LevelColor(int level) const
+{
+    const std::optional<uint32_t> rgb = ColorsLVResult::LevelRgb(level);
+    return rgb ? QColor::fromRgb(*rgb) : QColor();
+}
 
 void TfrmLVResultsGrid::SetLevelColor(int level, const QColor& color)
 {
-    ColorsLVResult::SetLevelColor(level, color);
+    ColorsLVResult::SetLevelRgb(level, color.rgb() & 0xFFFFFF);
     FillTable();
 }
 
@@ -414,7 +418,10 @@ void TfrmLVResultsGrid::ColorLegend()
     // Each choice is kept at once; the table is painted again when the legend closes.
     host::EditColours(
         this, QStringLiteral("ColorsLVResult"), QStringLiteral("Легенда цветов"), levels,
-        [](int level) { return ColorsLVResult::LevelColor(level); },
-        [](int level, const QColor& colour) { ColorsLVResult::SetLevelColor(level, colour); });
+        [](int level) {
+            const std::optional<uint32_t> rgb = ColorsLVResult::LevelRgb(level);
+            return rgb ? QColor::fromRgb(*rgb) : QColor();
+        },
+        [](int level, const QColor& colour) { ColorsLVResult::SetLevelRgb(level, colour.rgb() & 0xFFFFFF); });
     FillTable();
 }

@@ -679,7 +679,12 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         return false;
     }
     record_.Level = level_;
-    TLVResultsReading reading = ReadResultsLV(connection, level_, guid, calcType, sd1, sd2, period);
+    TLVResultsReading reading = ReadResultsLV(connection, level_, guid, calcType, sd1, sd2, period, [this](const QString& text) {
+        if (report_)
+            report_(text);
+        else
+            host::progress().SetText(text);
+    });
     Build(level_, guid, reading.Names.value(guid), reading.Results, reading.RowCount, reading.Names);
     return true;
 }
@@ -693,22 +698,27 @@ void TPesResultsLV::Build(int level, int guid, const QString& text, std::vector<
     text_ = text;
     record_.Level = level;
     record_.Name = text;
-    host::Progress& progress = host::progress();
-    progress.SetText(QStringLiteral("3.Пробег по SQL+заполнение"));
+    auto progress = [this](const QString& text) {
+        if (report_)
+            report_(text);
+        else
+            host::progress().SetText(text);
+    };
+    progress(QStringLiteral("3.Пробег по SQL+заполнение"));
     if (level_ <= 1)
         fidersLV_ = std::make_unique<TFiders_LV>();
     int reported = 0;
     for (TLVPendingResult& r : results) {
         if (r.lastRow - reported >= 5000 || r.lastRow == rowCount) {
             reported = r.lastRow;
-            progress.SetText(QStringLiteral("Заполнение данных: %1 из %2").arg(r.lastRow).arg(rowCount));
+            progress(QStringLiteral("Заполнение данных: %1 из %2").arg(r.lastRow).arg(rowCount));
         }
         if (r.record.ResultCount() == 0)
             continue;
         AddResult(r, names);
     }
     results.clear();
-    progress.SetText(QStringLiteral("Обработка данных (сортировка)"));
+    progress(QStringLiteral("Обработка данных (сортировка)"));
     ForEach([](TPesResultsLV& n) {
         if (n.level_ == 7)
             n.record_.BuildResList();

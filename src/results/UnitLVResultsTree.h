@@ -5,6 +5,7 @@
 #include <QSet>
 #include <QString>
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -312,6 +313,9 @@ public:
     // The name with its note, as the grid, the reports and the workbooks show it.
     QString Caption() const { return note_.isEmpty() ? text_ : QStringLiteral("%1 (%2)").arg(text_, note_); }
 
+    // What the reading and the building report as they go ("Чтение данных", "Заполнение данных: …"): the host's
+    // progress display unless set otherwise.
+    void SetProgressText(std::function<void(const QString&)> report) { report_ = std::move(report); }
     // Finds the object's level and builds the tree of its results; false ("Не найден GUID") when nothing
     // is stored under it.
     bool Open(ToznFDConnection& connection, int guid, int calcType, const QDateTime& sd1, const QDateTime& sd2,
@@ -380,6 +384,7 @@ private:
     QString Formula(const QString& word, int column, QChar separator, const std::array<bool, 8>& visibleRows) const;
     int level_, guid_;
     QString text_, note_;
+    std::function<void(const QString&)> report_;
     TPesResultsLV* parent_;
     std::vector<std::unique_ptr<TPesResultsLV>> children_;
     QHash<int, TPesResultsLV*> childByGuid_;  // the first child of each ident

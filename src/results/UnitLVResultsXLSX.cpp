@@ -1,6 +1,5 @@
 #include "results/UnitLVResultsXLSX.h"
 
-#include <QColor>
 #include <QFile>
 #include <QHash>
 #include <cmath>
@@ -121,13 +120,13 @@ bool ResultsSheet::Start(const QString& sheetName, const QString& title, QString
 
 lxw_format* ResultsSheet::NameFormat(int level)
 {
-    const QColor color = ColorsLVResult::LevelColor(level);
-    if (!color.isValid())
+    const std::optional<uint32_t> color = ColorsLVResult::LevelRgb(level);
+    if (!color)
         return name_;
     lxw_format*& f = levelNames_[level];
     if (!f) {
         f = Font(workbook_add_format(book_));
-        format_set_bg_color(f, static_cast<lxw_color_t>(color.rgb() & 0xFFFFFF));
+        format_set_bg_color(f, static_cast<lxw_color_t>(*color));
     }
     return f;
 }

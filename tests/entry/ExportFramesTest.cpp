@@ -26,7 +26,7 @@
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "host/WindowService.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 

@@ -23,7 +23,7 @@
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 

@@ -14,7 +14,7 @@
 #include <tuple>
 
 #include "feeders/DataMod.h"
-#include "feeders/LVFidersReports.h"
+#include "feeders/ReportHTMLForm.h"
 #include "feeders/LVFidersUnit.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
@@ -22,7 +22,7 @@
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 

@@ -12,13 +12,13 @@
 #include <cmath>
 
 #include "feeders/DataMod.h"
-#include "feeders/LVFidersReports.h"
+#include "feeders/ReportHTMLForm.h"
 #include "feeders/LVFidersUnit.h"
 #include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 

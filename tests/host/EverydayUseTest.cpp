@@ -15,6 +15,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "host/DesktopDialogs.h"
 #include "host/Dialogs.h"
 #include "host/Language.h"
 #include "host/WindowPlace.h"

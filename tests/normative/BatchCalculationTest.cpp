@@ -16,7 +16,7 @@
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "normative/LVNormativMethod04Unit.h"
-#include "normative/LVNormativMethodCalcUnit.h"
+#include "normative/LVNormativMethodCalcForm.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;

@@ -13,7 +13,7 @@
 #include "normative/KrazvRefUnit.h"
 #include "normative/LVNormativSumObjectsUnit.h"
 #include "normative/LVNormativUnit.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 using S = TLVNormativSample0;

@@ -17,7 +17,7 @@
 #include "results/LVResultsModel.h"
 #include "results/UnitLVResultsGrid.h"
 #include "results/UnitLVResultsTree.h"
-#include "support/TestSupport.h"
+#include "support/TestWidgets.h"
 
 using namespace testing_support;
 

@@ -12,6 +12,7 @@
 
 #include "host/Dialogs.h"
 #include "schemeui/SchemeUiFixture.h"
+#include "support/TestWidgets.h"
 
 using namespace schemeui;
 using testing_support::CloseNextModal;

@@ -18,6 +18,7 @@
 #include "host/TreeModel.h"
 #include "host/scheme/SchemeBookFile.h"
 #include "schemeui/SchemeUiFixture.h"
+#include "support/TestWidgets.h"
 
 using namespace schemeui;
 using testing_support::CloseNextModal;

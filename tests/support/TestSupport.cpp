@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QDialog>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTimer>
 #include <cmath>
 #include <zip.h>
 
@@ -347,23 +344,6 @@ int ExpectFormulasAsRecalculated(const QString& workbook, int sheet)
         ++compared;
     }
     return compared;
-}
-
-void CloseNextModal(int result, std::function<void(QDialog*)> inspect)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(10);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, result, inspect] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        if (inspect)
-            inspect(dialog);
-        dialog->done(result);
-    });
-    timer->start();
 }
 
 QString PluginPath() { return QStringLiteral(OZN3_PLUGIN_PATH); }

@@ -16,7 +16,6 @@ class ToznFDConnection;
 
 // Readable Russian texts in test failures.
 inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
-class QDialog;
 
 namespace testing_support {
 
@@ -75,8 +74,6 @@ QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
 // formulas were compared.
 int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
 
-// Closes the next modal dialog with a result once it is shown, after letting the test look at it.
-void CloseNextModal(int result, std::function<void(QDialog*)> inspect = {});
 
 // The plug-in as the host loads it (built beside the tests).
 QString PluginPath();

@@ -1,0 +1,50 @@
+// The window of a feeder's balance: the balance the results model works out, in a table with its workbook.
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/HostObjects.h"
+#include "results/PesResultsLVUnit.h"
+
+int TLVResultBalancesFider::ShowModal()
+{
+    QDialog dialog;
+    dialog.setObjectName(QStringLiteral("LVResultBalancesFider"));
+    TCurrentDatabase* db = CurrentDatabase();
+    const bool loaded = db && Load(*db->GetDefaultConnection());
+    dialog.setWindowTitle(
+        loaded ? title_
+               : QStringLiteral("Баланс линии %1: нет результатов").arg(fider_ ? fider_->GetName() : QString()));
+    dialog.resize(800, 600);
+    auto* layout = new QVBoxLayout(&dialog);
+    auto* table = new QTableWidget(static_cast<int>(rows_.size()), header_.size(), &dialog);
+    table->setObjectName(QStringLiteral("GridBalance"));
+    table->setHorizontalHeaderLabels(header_);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    for (int r = 0; r < static_cast<int>(rows_.size()); ++r)
+        for (int c = 0; c < rows_[r].size(); ++c)
+            table->setItem(r, c, new QTableWidgetItem(rows_[r][c]));
+    table->resizeColumnToContents(0);
+    layout->addWidget(table);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    QPushButton* save =
+        buttons->addButton(QStringLiteral("Сохранить в формате Microsoft Excel"), QDialogButtonBox::ActionRole);
+    save->setObjectName(QStringLiteral("btnSaveExcel"));
+    save->setEnabled(loaded);
+    QObject::connect(save, &QPushButton::clicked, &dialog, [this] {
+        const QString file =
+            host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                         QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), title_);
+        QString error;
+        if (!file.isEmpty() && !SaveWorkbook(file, error))
+            host::ShowWarning(error);
+    });
+    layout->addWidget(buttons);
+    return dialog.exec();
+}
