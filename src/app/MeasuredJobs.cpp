@@ -1,5 +1,4 @@
 // The measured losses of LV feeders summed over the hierarchy, for automation: JSON Lines or a workbook.
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -11,22 +10,13 @@
 #include "host/JsonLines.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
+#include "host/NumericHelpers.h"
 #include "results/LVMeasuredStore.h"
 #include "results/LVMeasuredXlsx.h"
 
 namespace cli {
 
 namespace {
-void writeNumber(std::string& line, double v)
-{
-    if (!std::isfinite(v)) {
-        line += "null";
-        return;
-    }
-    char buffer[32];
-    line.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, v).ptr);
-}
-
 constexpr int kFirstYear = 1900, kLastYear = 2200;
 
 // A year the database knows: an interval of it, or a sample of one of the feeders taken in it.
@@ -47,7 +37,7 @@ void writeJson(const TMeasuredNode& tree)
                ",\"Text\":" + host::JsonString(n.Text).toStdString();
         for (const TMeasuredColumn& c : MeasuredColumns()) {
             line += ",\"" + c.Field.toStdString() + "\":";
-            writeNumber(line, c.Value(n.Totals));
+            AppendJsonNumber(line, c.Value(n.Totals));
         }
         line += "}\n";
         std::fwrite(line.data(), 1, line.size(), stdout);

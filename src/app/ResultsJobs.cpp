@@ -1,7 +1,6 @@
 // The results report for automation: the results tree of an object as JSON Lines or as a workbook.
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -59,16 +58,7 @@ public:
 
 private:
     void Int(int v) { line_ += std::to_string(v); }
-    void Number(double v)
-    {
-        if (!std::isfinite(v)) {
-            line_ += "null";
-            return;
-        }
-        char buffer[32];
-        const auto end = std::to_chars(buffer, buffer + sizeof buffer, v).ptr;
-        line_.append(buffer, end);
-    }
+    void Number(double v) { AppendJsonNumber(line_, v); }
     const std::vector<const TLVResultColumn*>& columns_;
     std::vector<std::string> keys_;
     std::string line_;

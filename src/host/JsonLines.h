@@ -14,7 +14,7 @@ OZN3HOST_API QByteArray JsonString(const QString& text);
 // Reads a line as a JSON object; otherwise fills the error line (what was expected is named).
 OZN3HOST_API bool ParseJsonObjectLine(const QByteArray& line, const QString& expected, QJsonObject& object,
                                       QByteArray& errorLine);
-// Writes one JSON object: fields in the order given, numbers with 17 significant digits (null when not
+// Writes one JSON object: fields in the order given, numbers in their shortest exact form (null when not
 // finite), raw values for what the caller has already written as JSON.
 class OZN3HOST_API JsonObjectWriter {
 public:

@@ -3,7 +3,9 @@
 #include <QLocale>
 #include <QRegularExpression>
 #include <QStringList>
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -157,9 +159,24 @@ bool ParseFloat(const QString& text, double& value)
     return ok;
 }
 
-QByteArray JsonNumber(double value)
+namespace {
+// Writes the number's JSON text into a buffer of at least 32 characters; returns its end.
+char* WriteJsonNumber(char* buffer, double value)
 {
     if (!std::isfinite(value))
-        return QByteArrayLiteral("null");
-    return QByteArray::number(value, 'g', 17);
+        return std::copy_n("null", 4, buffer);
+    return std::to_chars(buffer, buffer + 32, value).ptr;
+}
+}  // namespace
+
+QByteArray JsonNumber(double value)
+{
+    char buffer[32];
+    return QByteArray(buffer, static_cast<qsizetype>(WriteJsonNumber(buffer, value) - buffer));
+}
+
+void AppendJsonNumber(std::string& out, double value)
+{
+    char buffer[32];
+    out.append(buffer, WriteJsonNumber(buffer, value));
 }

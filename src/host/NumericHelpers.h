@@ -1,6 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
+#include <string>
 
 #include "host/HostApi.h"
 
@@ -44,5 +45,7 @@ OZN3HOST_API QString FormatFloat3(double value);
 // Reads a number typed with either separator; false for text that is not a number.
 OZN3HOST_API bool ParseFloat(const QString& text, double& value);
 
-// A number for JSON output with 17 significant digits (reads back to the same double); null when not finite.
+// A number for the JSON output of every command: the shortest text that reads back to the same double
+// ("0.1", "1e+20", "3"); null when not finite.
 OZN3HOST_API QByteArray JsonNumber(double value);
+OZN3HOST_API void AppendJsonNumber(std::string& out, double value);

@@ -7,7 +7,6 @@
 #include <QJsonObject>
 #include <QProcess>
 
-#include "normative/LVNormativUnit.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -19,49 +18,42 @@ QJsonObject calc(const QByteArray& line)
 }
 }  // namespace
 
-TEST(NormativeCalculator, ResultsMatchTheModelToTheLastDigit)
+TEST(NormativeCalculator, ResultsOfTheMethodWorkedByHand)
 {
     const QByteArray input =
         R"({"Wa":123.4,"Wa_bus":7.5,"T":8784,"Unom":1,"CosFi":0.87,"F":70,"NLines":3,"dp":0.63,"dn":0.12,)"
         R"("kzap":0.41,"Lma":1.2,"Lms":0.3,"L23a":0.8,"L23ia":0.1,"L1m":0.25,"L1is":0.05,"Info":9})";
     const QJsonObject out = calc(input);
-    TLVNormativSample0 s;
-    s.SetWa(123.4);
-    s.SetWa_bus(7.5);
-    s.SetT(8784);
-    s.SetUnom(1);
-    s.SetCosFi(0.87);
-    s.SetF(70);
-    s.SetNLines(3);
-    s.Setdp(0.63);
-    s.Setdn(0.12);
-    s.Setkzap(0.41);
-    s.SetLength(TLVNormativSample0::Lma, 1.2);
-    s.SetLength(TLVNormativSample0::Lms, 0.3);
-    s.SetLength(TLVNormativSample0::L23a, 0.8);
-    s.SetLength(TLVNormativSample0::L23ia, 0.1);
-    s.SetLength(TLVNormativSample0::L1m, 0.25);
-    s.SetLength(TLVNormativSample0::L1is, 0.05);
-    s.Info = 9;
-    EXPECT_EQ(out["WaNet"].toDouble(), s.WaNet());
-    EXPECT_EQ(out["Lm"].toDouble(), s.Lm());
-    EXPECT_EQ(out["L23"].toDouble(), s.L23());
-    EXPECT_EQ(out["L1"].toDouble(), s.L1());
-    EXPECT_EQ(out["Lekv"].toDouble(), s.Lekv());
-    EXPECT_EQ(out["ku"].toDouble(), 3);
-    EXPECT_EQ(out["k038"].toDouble(), s.k038());
-    EXPECT_EQ(out["deltaWa"].toDouble(), s.deltaWa());
-    EXPECT_EQ(out["deltaWaPercent"].toDouble(), s.deltaWaPercent());
-    EXPECT_EQ(out["CurrentDensity"].toDouble(), s.CurrentDensity());
-    EXPECT_EQ(out["TotalLength"].toDouble(), s.TotalLength());
-    EXPECT_EQ(out["AverageLength"].toDouble(), s.AverageLength());
+    // Net supply 123.4 − 7.5; steel counts four times and copper 0.6 times aluminium; a building input adds to its
+    // line of the same kind and material: Lm = 1.2 + 4·0.3, L23 = 0.8 + 0.1, L1 = 4·0.05 + 0.6·0.25.
+    EXPECT_NEAR(out["WaNet"].toDouble(), 115.9, 1e-12);
+    EXPECT_NEAR(out["Lm"].toDouble(), 2.4, 1e-12);
+    EXPECT_NEAR(out["L23"].toDouble(), 0.9, 1e-12);
+    EXPECT_NEAR(out["L1"].toDouble(), 0.35, 1e-12);
+    EXPECT_NEAR(out["Lekv"].toDouble(), 2.4 + 0.44 * 0.9 + 0.22 * 0.35, 1e-12);  // 2.873
+    EXPECT_EQ(out["ku"].toDouble(), 3);                                        // 220/127
+    // k038 = 3 · (7.78 − 2.67·0.63 − 1.48·0.63²) · (1.25 + 0.14·0.63) = 3 · 6.0085588 · 1.3382
+    EXPECT_NEAR(out["k038"].toDouble(), 22.1224051248, 1e-9);
+    // w = 115.9 / 3 · 0.88, D = 70 · 8784 / 24 = 25620:
+    // ΔW = 22.1224051248 · w² / 0.87² · 2.873 / 25620 · 1.82 / 1.23 = 5.6053962665 thousand kWh
+    EXPECT_NEAR(out["deltaWa"].toDouble(), 5.6053962665, 1e-9);
+    EXPECT_NEAR(out["deltaWaPercent"].toDouble(), 5.6053962665 / 123.4 * 100, 1e-8);  // of the whole Wa
+    // j = 115.9 · 0.88 · 1000 / (√3 · 8784 · 0.22 · 3 · 70 · 0.87)
+    EXPECT_NEAR(out["CurrentDensity"].toDouble(), 0.166783055321, 1e-11);
+    EXPECT_NEAR(out["TotalLength"].toDouble(), 2.7, 1e-12);  // every positive length, building inputs too
+    EXPECT_NEAR(out["AverageLength"].toDouble(), 0.9, 1e-12);
     const QJsonArray lengths = out["Lengths"].toArray();
     ASSERT_EQ(lengths.size(), 31);
-    for (int i = 0; i < 31; ++i)
-        EXPECT_EQ(lengths[i].toDouble(), s.GetLengths(i)) << i;
+    // A few places of the lengths table: Lm, the aluminium total of two/three-phase branches, L1, Lekv.
+    EXPECT_NEAR(lengths[3].toDouble(), 2.4, 1e-12);
+    EXPECT_NEAR(lengths[6].toDouble(), 0.9, 1e-12);
+    EXPECT_NEAR(lengths[27].toDouble(), 0.35, 1e-12);
+    EXPECT_NEAR(lengths[30].toDouble(), 2.873, 1e-12);
     EXPECT_EQ(out["Message"].toString(), "Расчет выполнен");
-    // 17 significant digits: the text reads back to the same double.
-    EXPECT_TRUE(normative::CalculateJsonLine(input).contains("\"Lm\":2.3999999999999999"));
+    // Numbers in their shortest exact form: 1.2 + 4·0.3 is the double nearest 2.4 and is written so.
+    const QByteArray line = normative::CalculateJsonLine(input);
+    EXPECT_TRUE(line.contains("\"Lm\":2.4,")) << line.constData();
+    EXPECT_TRUE(line.contains("\"ku\":3,")) << line.constData();
 }
 
 TEST(NormativeCalculator, DefaultsValidationAndErrorLines)

@@ -1,6 +1,6 @@
 #pragma once
 // A run of the regime calculation as one JSON line, for checking the calculation from outside:
-// numbers with 17 significant digits, null where empty.
+// numbers in their shortest exact form (JsonNumber), null where empty.
 #include <QByteArray>
 
 #include "host/HostApi.h"
