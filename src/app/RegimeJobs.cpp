@@ -1,6 +1,7 @@
 // The LV regime calculation without a window: every LV feeder under a node of the tree for an interval.
 #include <QFile>
 #include <atomic>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 
@@ -13,6 +14,8 @@
 #include "host/Tree.h"
 #include "host/fider/RegimeBatch.h"
 #include "host/fider/RegimeJson.h"
+#include "host/profiles/MethodComparison.h"
+#include "host/profiles/ProfileBatch.h"
 
 namespace cli {
 
@@ -21,7 +24,8 @@ std::atomic<bool> g_stop{false};
 void onStop(int) { g_stop = true; }
 
 const char* const kUsage = "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
-                           "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
+                           "               [--mode loads|currents|energy|profiles] [--calc-type N] [--kdp K] [--json]\n"
+                           "               [--log FILE] [--xlsx FILE]";
 
 bool parseMode(const QString& text, fider::TLoadMode& mode)
 {
@@ -31,6 +35,8 @@ bool parseMode(const QString& text, fider::TLoadMode& mode)
         mode = fider::TLoadMode::HeadCurrents;
     else if (text == QLatin1String("energy"))
         mode = fider::TLoadMode::Energy;
+    else if (text == QLatin1String("profiles"))
+        mode = fider::TLoadMode::Profiles;
     else
         return false;
     return true;
@@ -39,6 +45,50 @@ bool parseMode(const QString& text, fider::TLoadMode& mode)
 QString fiderTitle(const fider::TFiderJob& job)
 {
     return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid);
+}
+
+QString number(double value, int decimals)
+{
+    return std::isfinite(value) ? QString::number(value, 'f', decimals) : QStringLiteral("—");
+}
+
+// The methods' comparison of the runs just stored, summed over the tree under the node: printed, as JSON lines,
+// and as a workbook.
+bool reportComparison(TfdbDatabase& database, int node, const fider::TRegimeRequest& request, bool json,
+                      const QString& workbook, const QString& interval)
+{
+    const auto feeders = profiles::ReadComparisons(*database.GetDefaultConnection(), request.SampleIdent,
+                                                   static_cast<int>(request.Regime), request.CalcType);
+    const std::vector<profiles::TComparisonRow> rows = profiles::CompareOverTree(*database.GetTree(), node, feeders);
+    if (rows.empty())
+        return true;
+    if (json)
+        for (const profiles::TComparisonRow& row : rows) {
+            const QByteArray line = "{\"Comparison\":" + profiles::ComparisonJson(row) + "}\n";
+            std::fwrite(line.constData(), 1, line.size(), stdout);
+        }
+    const profiles::TComparisonRow& top = rows.front();
+    const QString summary =
+        QStringLiteral("Нагрузочные потери «%1», линий %2: по графикам нагрузки %3 тыс. кВт·ч; по средним нагрузкам %4 "
+                       "(%5 %); по максимальной нагрузке %6 (%7 %)")
+            .arg(top.Name)
+            .arg(top.Feeders)
+            .arg(number(top.dWa, 3), number(top.dWaMiddle, 3), number(top.ErrorMiddle(), 1), number(top.dWaMax, 3),
+                 number(top.ErrorMax(), 1));
+    if (json)
+        err(summary);
+    else
+        std::printf("%s\n", summary.toUtf8().constData());
+    if (workbook.isEmpty())
+        return true;
+    QString error;
+    const QString title =
+        QStringLiteral("Сравнение методов расчета нагрузочных потерь «%1» за %2").arg(top.Name, interval);
+    if (!profiles::WriteComparisonWorkbook(workbook, title, rows, error)) {
+        err(error);
+        return false;
+    }
+    return true;
 }
 }  // namespace
 
@@ -51,10 +101,15 @@ int Regime(const QStringList& args)
     const QString typeText = Option(args, QStringLiteral("--calc-type"));
     const int calcType = typeText.isEmpty() ? 0 : typeText.toInt(&okType);
     const bool middle = args.contains(QStringLiteral("--middle")), maximum = args.contains(QStringLiteral("--max"));
+    const QString kdpText = Option(args, QStringLiteral("--kdp"));
+    bool okKdp = true;
+    const double kdp = kdpText.isEmpty() ? 0 : kdpText.toDouble(&okKdp);
     fider::TRegimeRequest request;
     const QString modeText = Option(args, QStringLiteral("--mode"));
     fider::TLoadMode mode = fider::TLoadMode::Loads;
-    if (connection.isEmpty() || !okNode || !okSample || !okType || middle == maximum ||
+    if (connection.isEmpty() || !okNode || !okSample || !okType || middle == maximum || !okKdp ||
+        (!kdpText.isEmpty() && !(kdp > 0)) ||
+        (args.contains(QStringLiteral("--xlsx")) && modeText != QLatin1String("profiles")) ||
         (args.contains(QStringLiteral("--mode")) && !parseMode(modeText, mode))) {
         err(QString::fromUtf8(kUsage));
         return 2;
@@ -62,6 +117,8 @@ int Regime(const QStringList& args)
     request.Regime = maximum ? fider::TRegimeKind::Maximum : fider::TRegimeKind::Middle;
     request.SampleIdent = sample;
     request.CalcType = calcType;
+    if (!kdpText.isEmpty())
+        request.Given.Kdp = kdp;
     if (!modeText.isEmpty())
         request.Mode = mode;
     if (request.Regime == fider::TRegimeKind::Maximum && request.Mode == fider::TLoadMode::Energy) {
@@ -121,7 +178,9 @@ int Regime(const QStringList& args)
     g_stop = false;
     std::signal(SIGINT, onStop);
     std::signal(SIGTERM, onStop);
-    const fider::TRegimeBatchResult result = fider::RunRegimeBatch(*database, fiders, request, events);
+    const bool byProfiles = request.Mode == fider::TLoadMode::Profiles;
+    const fider::TRegimeBatchResult result = byProfiles ? profiles::RunProfileBatch(*database, fiders, request, events)
+                                                        : fider::RunRegimeBatch(*database, fiders, request, events);
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     bar.Finish();
@@ -135,6 +194,9 @@ int Regime(const QStringList& args)
         err(summary);
     else
         std::printf("%s\n", summary.toUtf8().constData());
+    if (byProfiles && result.Failure.isEmpty() &&
+        !reportComparison(*database, node, request, json, Option(args, QStringLiteral("--xlsx")), info->Name))
+        return 1;
     if (!log.Ok()) {
         err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
         return 1;

@@ -72,7 +72,7 @@ private:
     int sampleIdent_, calcType_;
     QSet<int> withRuns_;  // feeders that had a run of the interval and calculation type
     std::unique_ptr<TFDQuery> reserve_, savepoint_, release_, undo_;
-    std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_;
+    std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_, profileRuns_;
     QString lastError_;
     bool lastConflict_ = false;  // the last error was another user's rows, worth another attempt
     std::vector<Pending> pending_;

@@ -17,10 +17,10 @@ inline constexpr const char* kColumns =
 inline constexpr const char* kOfFider =
     R"(select %1 from "LVProfiles" where "SampleIdent"=:SampleIdent and "FiderGUID"=:FiderGUID and "Kind"<2
     order by "Kind", "GUID")";
-// Every feeder's profiles of an interval in the order of the key, so that a run reads them feeder by feeder.
-inline constexpr const char* kOfInterval =
-    R"(select %1 from "LVProfiles" where "SampleIdent"=:SampleIdent and "FiderGUID">0
-    order by "SampleIdent", "FiderGUID", "Kind", "GUID")";
+// The profiles of the feeders with keys from :First to :Last, for a run that goes feeder group by group.
+inline constexpr const char* kOfFiderRange =
+    R"(select %1 from "LVProfiles" where "SampleIdent"=:SampleIdent and "FiderGUID" between :First and :Last
+    and "Kind"<2)";
 inline constexpr const char* kTypical =
     R"(select %1 from "LVProfiles" where "SampleIdent"=:SampleIdent and "FiderGUID"=0 and "Kind"=2 order by "GUID")";
 // The keys stored for a feeder and interval: what an import would replace.

@@ -224,32 +224,6 @@ void TProfileStore::Count(int sampleIdent, int nodeGuid, int& consumers, int& he
     });
 }
 
-TProfileCursor::TProfileCursor(ToznFDConnection& connection, int sampleIdent) : query_(connection.NewQuery())
-{
-    query_->SetSQLText(Columns(ProfileSql::kOfInterval));
-    query_->ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
-    query_->Open();
-}
-
-TProfileCursor::~TProfileCursor() = default;
-
-std::vector<TStoredProfile> TProfileCursor::Fider(int fiderGuid, QStringList& problems)
-{
-    std::vector<TStoredProfile> list;
-    TFDQuery& q = *query_;
-    while (!q.Eof() && q.Int(QStringLiteral("FiderGUID")) < fiderGuid)
-        q.Next();
-    for (; !q.Eof() && q.Int(QStringLiteral("FiderGUID")) == fiderGuid; q.Next()) {
-        TStoredProfile p;
-        QString problem;
-        if (ProfileOfRow(q, p, problem))
-            list.push_back(std::move(p));
-        else
-            problems << problem;
-    }
-    return list;
-}
-
 QString TProfileLoad::Summary() const
 {
     int step = 0;

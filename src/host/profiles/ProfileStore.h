@@ -40,19 +40,6 @@ private:
     ToznFDConnection& connection_;
 };
 
-// Every feeder's profiles of an interval, read forward feeder by feeder in the order of their keys, so that a
-// run over a whole network holds one feeder's profiles at a time. Used in its connection's transaction.
-class OZN3HOST_API TProfileCursor {
-public:
-    TProfileCursor(ToznFDConnection& connection, int sampleIdent);
-    ~TProfileCursor();
-    // The profiles of a feeder; feeders must be asked for in ascending order of their keys. Rows that cannot
-    // be read are problems of that feeder.
-    std::vector<TStoredProfile> Fider(int fiderGuid, QStringList& problems);
-
-private:
-    std::unique_ptr<TFDQuery> query_;
-};
 
 // Loading a file into a substation: read, checked whole against the substation and the interval, and stored
 // all or nothing. A profile the interval already has is refused unless `replace`.
