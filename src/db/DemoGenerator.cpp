@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "db/DemoNames.h"
+#include "db/DemoProfiles.h"
 #include "db/DemoRandom.h"
 #include "db/DemoSchemes.h"
 #include "host/Connection.h"
@@ -662,6 +663,7 @@ DemoCounts DemoGenerator::Generate(const DemoShape& shape, const std::function<v
         counts.regimeRuns += result.Calculated;
         counts.regimeRefused += result.Refused;
     }
+    counts.rows += GenerateDemoProfiles(connection_, progress);
     return counts;
 }
 

@@ -293,24 +293,24 @@ TEST(ProfileRegime, ConsumersWithoutAProfileFollowTheHeadRemainderElseTheirKindE
     const TFiderSteps r = BuildFiderSteps(f, topology, {own, head}, &kind, Hours(4), kCos);
     EXPECT_EQ(r.Consumers[0].Source, TLoadSource::Profile);
     EXPECT_EQ(r.Consumers[1].Source, TLoadSource::HeadRemainder);
-    EXPECT_EQ(r.Consumers[1].Active, (std::vector<double>{2, 0, 4, 0}));
-    EXPECT_EQ(r.Consumers[2].Active, (std::vector<double>{2.0 / 3, 0, 4.0 / 3, 0}));
+    EXPECT_EQ(r.ActiveSeries(1), (std::vector<double>{2, 0, 4, 0}));
+    EXPECT_EQ(r.ActiveSeries(2), (std::vector<double>{2.0 / 3, 0, 4.0 / 3, 0}));
     EXPECT_EQ(r.Consumers[3].Source, TLoadSource::None);
-    EXPECT_NEAR(r.Consumers[1].Reactive[2], 4 * kTan, 1e-12);
+    EXPECT_NEAR(r.Reactive(1, 2), 4 * kTan, 1e-12);
     // Without the head meter, the load kind's typical profile 1, 1, 2, 0 of 4.
     const TFiderSteps t = BuildFiderSteps(f, topology, {own}, &kind, Hours(4), kCos);
     EXPECT_EQ(t.Consumers[1].Source, TLoadSource::Typical);
-    EXPECT_EQ(t.Consumers[1].Active, (std::vector<double>{1.5, 1.5, 3, 0}));
+    EXPECT_EQ(t.ActiveSeries(1), (std::vector<double>{1.5, 1.5, 3, 0}));
     // Without either, flat.
     const TFiderSteps flat = BuildFiderSteps(f, topology, {own}, nullptr, Hours(4), kCos);
     EXPECT_EQ(flat.Consumers[2].Source, TLoadSource::Flat);
-    EXPECT_EQ(flat.Consumers[2].Active, (std::vector<double>{0.5, 0.5, 0.5, 0.5}));
+    EXPECT_EQ(flat.ActiveSeries(2), (std::vector<double>{0.5, 0.5, 0.5, 0.5}));
     // A head meter at half hours refines the grid: the hourly profiles spread over two steps each.
     TStoredProfile halfHours = Profile(TProfileKind::Head, 1, {2, 1, 2, 2, 3, 2, 1, 0});
     halfHours.Series.StepMinutes = 30;
     const TFiderSteps fine = BuildFiderSteps(f, topology, {own, halfHours}, nullptr, Hours(4), kCos);
     EXPECT_EQ(fine.StepMinutes, 30);
-    EXPECT_EQ(fine.Consumers[0].Active, (std::vector<double>{0.5, 0.5, 2.5, 2.5, 0.5, 0.5, 0.5, 0.5}));
+    EXPECT_EQ(fine.ActiveSeries(0), (std::vector<double>{0.5, 0.5, 2.5, 2.5, 0.5, 0.5, 0.5, 0.5}));
     // A profile of another interval is refused.
     const TFiderSteps other = BuildFiderSteps(f, topology, {own}, nullptr, Hours(5), kCos);
     EXPECT_FALSE(other.Problems.isEmpty());
@@ -397,13 +397,15 @@ TEST(ProfileRegime, EveryStepOfAGeneratedSchemeAgreesWithTheSnapshotSolverCalled
     for (const TStoredProfile& p : profiles)
         consumption += p.Series.SumActive();
     const bool allSupplied = run.Power.NotSupplied == 0;
-    if (allSupplied)
+    if (allSupplied) {
         EXPECT_NEAR(wcalc, consumption / 1000, 1e-12);
+    }
     EXPECT_NEAR(wgen, wcalc + dw, 1e-12);
     // Each node's lowest voltage over the interval is no higher than at the peak.
     for (const auto& node : run.Power.Nodes)
         if (node.Energised && node.SchemeNode >= 0)
             for (int k = 0; k < 3; ++k)
-                if (!std::isnan(node.U[k]))
+                if (!std::isnan(node.U[k])) {
                     EXPECT_LE(node.Umin, node.U[k] + 1e-5);
+                }
 }

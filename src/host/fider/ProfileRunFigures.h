@@ -15,6 +15,7 @@ struct TProfileRunFigures {
     // typical profile, a flat profile, none (no energy of the interval to shape).
     int NProfile = 0, NHead = 0, NTypical = 0, NFlat = 0, NNoLoad = 0;
     bool HeadMeter = false;  // the head profile is the head meter's (else the calculated head power)
+    double HeadWa = kEmpty;  // thousand kWh, the head meter's energy of the interval
     double Umin = kEmpty;    // V, the lowest phase-to-neutral voltage of the interval
     double UOut = kEmpty;    // share of the steps with a node outside ±10 % of the nominal voltage
     double SqrKfg = kEmpty, Tmax = kEmpty, TauRel = kEmpty;  // of the head profile

@@ -60,6 +60,7 @@ QByteArray profileFigures(const TProfileRunFigures& p)
               QDateTime::fromSecsSinceEpoch(p.PeakMinute * 60, Qt::UTC).toString(QStringLiteral("yyyy-MM-ddTHH:mm"))));
     w.Number("NProfile", p.NProfile).Number("NHead", p.NHead).Number("NTypical", p.NTypical);
     w.Number("NFlat", p.NFlat).Number("NNoLoad", p.NNoLoad).Raw("HeadMeter", p.HeadMeter ? "true" : "false");
+    w.Number("HeadWa", p.HeadWa);
     w.Number("Umin", p.Umin).Number("UOut", p.UOut);
     w.Number("sqrKfg", p.SqrKfg).Number("Tmax", p.Tmax).Number("Tau", p.TauRel);
     w.Number("dWa", p.dWa).Number("dWaMiddle", p.dWaMiddle).Number("dWaMax", p.dWaMax);

@@ -27,15 +27,6 @@ std::vector<double> onGrid(const std::vector<double>& values, int factor)
     return out;
 }
 
-std::vector<double> shaped(const std::vector<double>& shape, double total, double energy)
-{
-    std::vector<double> out(shape.size());
-    const double k = energy / total;
-    for (size_t t = 0; t < shape.size(); ++t)
-        out[t] = shape[t] * k;
-    return out;
-}
-
 double sum(const std::vector<double>& v) { return std::accumulate(v.begin(), v.end(), 0.0); }
 }  // namespace
 
@@ -48,10 +39,44 @@ int TFiderSteps::Count(TLoadSource source) const
 bool TFiderSteps::Constant() const
 {
     for (const TConsumerSteps& c : Consumers)
-        for (const std::vector<double>* v : {&c.Active, &c.Reactive})
-            if (std::adjacent_find(v->begin(), v->end(), std::not_equal_to<>()) != v->end())
+        for (int shape : {c.ActiveShape, c.ReactiveShape}) {
+            if (shape < 0)
+                continue;
+            const std::vector<double>& v = Shapes[shape];
+            if (std::adjacent_find(v.begin(), v.end(), std::not_equal_to<>()) != v.end())
                 return false;
+        }
     return true;
+}
+
+double TFiderSteps::Active(int c, int t) const
+{
+    const TConsumerSteps& s = Consumers[c];
+    return s.ActiveShape < 0 ? 0 : Shapes[s.ActiveShape][t] * s.ActiveScale;
+}
+
+double TFiderSteps::Reactive(int c, int t) const
+{
+    const TConsumerSteps& s = Consumers[c];
+    return s.ReactiveShape < 0 ? 0 : Shapes[s.ReactiveShape][t] * s.ReactiveScale;
+}
+
+std::vector<double> TFiderSteps::ActiveSeries(int c) const
+{
+    std::vector<double> v;
+    if (Consumers[c].HasLoad())
+        for (int t = 0; t < Steps; ++t)
+            v.push_back(Active(c, t));
+    return v;
+}
+
+std::vector<double> TFiderSteps::ReactiveSeries(int c) const
+{
+    std::vector<double> v;
+    if (Consumers[c].HasLoad())
+        for (int t = 0; t < Steps; ++t)
+            v.push_back(Reactive(c, t));
+    return v;
 }
 
 TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTopology& topology,
@@ -89,6 +114,10 @@ TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTop
         return steps;
     steps.Steps = static_cast<int>((interval.End - interval.Start) / steps.StepMinutes);
     auto toGrid = [&](const std::vector<double>& v, int step) { return onGrid(v, step / steps.StepMinutes); };
+    auto addShape = [&](std::vector<double> shape) {
+        steps.Shapes.push_back(std::move(shape));
+        return static_cast<int>(steps.Shapes.size()) - 1;
+    };
 
     steps.Consumers.resize(f.Consumers.size());
     std::vector<double> profiled(steps.Steps, 0.0);
@@ -96,38 +125,46 @@ TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTop
         const int pos = topology.ConsumerNode[c];
         if (pos < 0 || !topology.Energised[pos])
             continue;
-        steps.Consumers[c].Supplied = true;
+        TConsumerSteps& s = steps.Consumers[c];
+        s.Supplied = true;
         const TStoredProfile* p = own.value(f.Consumers[c].NodeGuid);
         if (!p)
             continue;
-        TConsumerSteps& s = steps.Consumers[c];
         s.Source = TLoadSource::Profile;
         s.Given = true;
-        s.Active = toGrid(p->Series.Active, p->Series.StepMinutes);
-        if (p->Series.HasReactive())
-            s.Reactive = toGrid(p->Series.Reactive, p->Series.StepMinutes);
+        s.ActiveShape = addShape(toGrid(p->Series.Active, p->Series.StepMinutes));
+        s.ActiveScale = 1;
+        if (p->Series.HasReactive()) {
+            s.ReactiveShape = addShape(toGrid(p->Series.Reactive, p->Series.StepMinutes));
+            s.ReactiveScale = 1;
+        }
+        const std::vector<double>& a = steps.Shapes[s.ActiveShape];
         for (int t = 0; t < steps.Steps; ++t)
-            profiled[t] += s.Active[t];
+            profiled[t] += a[t];
     }
-    // The shapes for the others, in the order they are tried.
-    std::vector<double> remainder, kind;
+    // The shapes for the others, in the order they are tried; each made once for all who follow it.
+    int remainder = -1, kind = -1, flat = -1;
     double remainderSum = 0, kindSum = 0;
     if (head) {
         steps.Head = toGrid(head->Series.Active, head->Series.StepMinutes);
-        remainder.resize(steps.Steps);
+        std::vector<double> r(steps.Steps);
         for (int t = 0; t < steps.Steps; ++t)
-            remainder[t] = std::max(0.0, steps.Head[t] - profiled[t]);
-        remainderSum = sum(remainder);
+            r[t] = std::max(0.0, steps.Head[t] - profiled[t]);
+        remainderSum = sum(r);
+        if (remainderSum > 0)
+            remainder = addShape(std::move(r));
     }
+    std::vector<double>().swap(profiled);
     if (typical) {
-        kind = toGrid(typical->Series.Active, typical->Series.StepMinutes);
-        kindSum = sum(kind);
+        std::vector<double> k = toGrid(typical->Series.Active, typical->Series.StepMinutes);
+        kindSum = sum(k);
+        if (kindSum > 0)
+            kind = addShape(std::move(k));
     }
     for (size_t c = 0; c < f.Consumers.size(); ++c) {
         const fider::TAbonentNode038& a = f.Consumers[c];
         TConsumerSteps& s = steps.Consumers[c];
-        const int pos = topology.ConsumerNode[c];
-        if (pos < 0 || !topology.Energised[pos] || s.Source == TLoadSource::Profile)
+        if (!s.Supplied || s.Source == TLoadSource::Profile)
             continue;
         // A feeder without a scheme has one load: what its head meter received when nothing else gives it.
         double energy = a.HasEnergy() ? a.Wa * 1000 : kEmpty;  // kWh
@@ -136,31 +173,34 @@ TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTop
         if (!positive(energy))
             continue;
         s.Given = a.HasEnergy();
-        if (remainderSum > 0) {
+        if (remainder >= 0) {
             s.Source = TLoadSource::HeadRemainder;
-            s.Active = shaped(remainder, remainderSum, energy);
-        } else if (kindSum > 0) {
+            s.ActiveShape = remainder;
+            s.ActiveScale = energy / remainderSum;
+        } else if (kind >= 0) {
             s.Source = TLoadSource::Typical;
-            s.Active = shaped(kind, kindSum, energy);
+            s.ActiveShape = kind;
+            s.ActiveScale = energy / kindSum;
         } else {
+            if (flat < 0)
+                flat = addShape(std::vector<double>(steps.Steps, 1.0));
             s.Source = TLoadSource::Flat;
-            s.Active.assign(steps.Steps, energy / steps.Steps);
+            s.ActiveShape = flat;
+            s.ActiveScale = energy / steps.Steps;
         }
     }
-    // Reactive energies where the meter gives none: from the consumer's power factor.
+    // Reactive energies where the meter gives none: the active shape at the consumer's power factor.
     for (size_t c = 0; c < f.Consumers.size(); ++c) {
         TConsumerSteps& s = steps.Consumers[c];
-        if (s.Active.empty())
+        if (!s.HasLoad())
             continue;
-        if (s.Reactive.empty()) {
+        if (s.ReactiveShape < 0) {
             const fider::TAbonentNode038& a = f.Consumers[c];
-            const double tan = fider::ConsumerTanPhi(a.Wa, a.Wr, a.CosFi, f.LoadKindCosFi, defaultCosFi);
-            s.Reactive.resize(s.Active.size());
-            for (size_t t = 0; t < s.Active.size(); ++t)
-                s.Reactive[t] = s.Active[t] * tan;
+            s.ReactiveShape = s.ActiveShape;
+            s.ReactiveScale = s.ActiveScale * fider::ConsumerTanPhi(a.Wa, a.Wr, a.CosFi, f.LoadKindCosFi, defaultCosFi);
         }
-        s.Wa = sum(s.Active);
-        s.Wr = sum(s.Reactive);
+        s.Wa = sum(steps.Shapes[s.ActiveShape]) * s.ActiveScale;
+        s.Wr = sum(steps.Shapes[s.ReactiveShape]) * s.ReactiveScale;
     }
     return steps;
 }

@@ -85,7 +85,7 @@ private:
         solver_.Prepare(f_, topology_, s_.Temperature, s_.U, f_.NominalPhaseVoltage());
         std::vector<Slot> loads;
         for (size_t c = 0; c < f_.Consumers.size(); ++c) {
-            if (steps_.Consumers[c].Active.empty())
+            if (!steps_.Consumers[c].HasLoad())
                 continue;
             const TPhaseSet phases = f_.Consumers[c].Phases;
             for (int k = 0; k < 3; ++k)
@@ -111,15 +111,22 @@ private:
         double peak = -std::numeric_limits<double>::infinity();
         umin_ = kEmpty;
         int outside = 0;
+        // Each lane takes one stretch of the interval in order, so that every step starts from the one before.
         constexpr int L = TStepSolver::kLanes;
-        for (int first = 0; first < distinct; first += L) {
-            const int count = std::min(L, distinct - first);
+        const int stretch = (distinct + L - 1) / L;
+        for (int i = 0; i < stretch; ++i) {
+            int count = 0;
+            while (count < L && count * stretch + i < distinct)
+                ++count;
             for (const Slot& s : loads) {
                 const TConsumerSteps& c = steps_.Consumers[s.consumer];
+                const double* active = steps_.Shapes[c.ActiveShape].data();
+                const double* reactive = steps_.Shapes[c.ReactiveShape].data();
+                const double kp = c.ActiveScale * perWatt * s.share, kq = c.ReactiveScale * perWatt * s.share;
                 TStepSolver::Lane &p = solver_.P(s.slot), &q = solver_.Q(s.slot);
                 for (int l = 0; l < count; ++l) {
-                    p.v[l] = c.Active[first + l] * perWatt * s.share;
-                    q.v[l] = c.Reactive[first + l] * perWatt * s.share;
+                    p.v[l] = active[l * stretch + i] * kp;
+                    q.v[l] = reactive[l * stretch + i] * kq;
                 }
             }
             if (!solver_.Solve(count)) {
@@ -127,23 +134,24 @@ private:
                 run_.Problems << QStringLiteral("Расчет режима не сошелся за 500 итераций на шаге %1 (напряжение у "
                                                 "абонентов слишком низкое для нагрузок этого шага)")
                                      .arg(MinuteText(steps_.Start +
-                                                     static_cast<TMinute>(first + lane) * steps_.StepMinutes));
+                                                     static_cast<TMinute>(lane * stretch + i) * steps_.StepMinutes));
                 return false;
             }
             for (int l = 0; l < count; ++l) {
+                const int step = l * stretch + i;
                 const double head = solver_.HeadP(l);
-                for (int t = first + l; t < steps; t += distinct)
+                for (int t = step; t < steps; t += distinct)
                     headPower_[t] = head / 1000;
-                if (head > peak) {
+                if (head > peak || (head == peak && step < peak_)) {
                     peak = head;
-                    peak_ = first + l;
+                    peak_ = step;
                 }
                 const double u = solver_.Umin(l);
                 if (std::isnan(umin_) || u < umin_)
                     umin_ = u;
                 outside += solver_.Outside(l) ? multiplicity_ : 0;
                 if (series)
-                    for (int t = first + l; t < steps; t += distinct) {
+                    for (int t = step; t < steps; t += distinct) {
                         series->HeadP[t] = static_cast<float>(head / 1000);
                         series->LossP[t] = static_cast<float>(solver_.LossP(l) / 1000);
                         series->Umin[t] = static_cast<float>(u);
@@ -163,8 +171,8 @@ private:
         for (size_t c = 0; c < peak.Consumers.size(); ++c) {
             const TConsumerSteps& s = steps_.Consumers[c];
             TAbonentNode038& a = peak.Consumers[c];
-            a.Wa = s.Active.empty() ? kEmpty : s.Active[peak_] / 1000;  // thousand kWh of the step
-            a.Wr = s.Active.empty() ? kEmpty : s.Reactive[peak_] / 1000;
+            a.Wa = s.HasLoad() ? steps_.Active(static_cast<int>(c), peak_) / 1000 : kEmpty;  // thousand kWh of the step
+            a.Wr = s.HasLoad() ? steps_.Reactive(static_cast<int>(c), peak_) / 1000 : kEmpty;
         }
         TRegimeSettings one = s_;
         one.Regime = TRegimeKind::Middle;
@@ -223,7 +231,7 @@ private:
         double sumConsumers2 = 0;
         for (size_t c = 0; c < f_.Consumers.size(); ++c) {
             const TConsumerSteps& s = steps_.Consumers[c];
-            if (s.Active.empty())
+            if (!s.HasLoad())
                 continue;
             const int pos = topology_.ConsumerNode[c];
             const TLine038& feeding = f_.Lines[topology_.Line[pos]];
@@ -288,6 +296,7 @@ private:
             }
         }
         figures->HeadMeter = meter;
+        figures->HeadWa = measured;
         figures->Umin = umin_;
         figures->UOut = outsideShare_;
         figures->SqrKfg = SqrShapeFactor(headProfile);
@@ -309,8 +318,8 @@ private:
         TFiderHHInfo same = f_;
         for (size_t c = 0; c < same.Consumers.size(); ++c) {
             const TConsumerSteps& s = steps_.Consumers[c];
-            same.Consumers[c].Wa = s.Active.empty() ? kEmpty : s.Wa / 1000;
-            same.Consumers[c].Wr = s.Active.empty() ? kEmpty : s.Wr / 1000;
+            same.Consumers[c].Wa = s.HasLoad() ? s.Wa / 1000 : kEmpty;
+            same.Consumers[c].Wr = s.HasLoad() ? s.Wr / 1000 : kEmpty;
         }
         auto losses = [&](TRegimeKind regime) {
             TRegimeSettings m = s_;

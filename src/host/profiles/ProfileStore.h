@@ -40,7 +40,6 @@ private:
     ToznFDConnection& connection_;
 };
 
-
 // Loading a file into a substation: read, checked whole against the substation and the interval, and stored
 // all or nothing. A profile the interval already has is refused unless `replace`.
 struct OZN3HOST_API TProfileLoad {

@@ -12,15 +12,26 @@ namespace profiles {
 namespace {
 constexpr int L = TStepSolver::kLanes;
 using Lane = TStepSolver::Lane;
+using Vector = TStepSolver::Vector;
 const double kCos[3] = {1.0, -0.5, -0.5};
 const double kSin[3] = {0.0, -0.86602540378443864676, 0.86602540378443864676};
 constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-void fill(std::vector<Lane>& lanes, double value)
+[[gnu::always_inline]] inline Vector splat(double value)
 {
-    for (Lane& lane : lanes)
-        std::fill(std::begin(lane.v), std::end(lane.v), value);
+    Vector v;
+    for (int l = 0; l < L; ++l)
+        v[l] = value;
+    return v;
+}
+
+double laneSum(const Lane& lane)
+{
+    double sum = 0;
+    for (int l = 0; l < L; ++l)
+        sum += lane.v[l];
+    return sum;
 }
 }  // namespace
 
@@ -53,28 +64,37 @@ void TStepSolver::Prepare(const fider::TFiderHHInfo& fider, const fider::TFiderT
         phases_.push_back(topology.Phases[pos]);
     }
     m_ = static_cast<int>(parent_.size());
+    // Nodes are ordered from the centre, so a child always comes after its parent; most nodes are fed by the
+    // node just before them, and their currents pass along without going through memory.
+    chainChild_.assign(m_, 0);
+    hasPending_.assign(m_, 0);
+    for (int j = 1; j < m_; ++j)
+        (parent_[j] == j - 1 ? chainChild_ : hasPending_)[parent_[j]] = 1;
     for (int k = 0; k < 3; ++k) {
         sourceR_[k] = supplyVoltage[k] * kCos[k];
         sourceI_[k] = supplyVoltage[k] * kSin[k];
-        vr_[k].assign(m_, Lane{});
-        vi_[k].assign(m_, Lane{});
-        ar_[k].assign(m_, Lane{});
-        ai_[k].assign(m_, Lane{});
-        fill(vr_[k], sourceR_[k]);
-        fill(vi_[k], sourceI_[k]);
     }
-    nr_.assign(m_, Lane{});
-    ni_.assign(m_, Lane{});
+    Voltages flat{};
+    for (int k = 0; k < 3; ++k) {
+        flat.r[k] = splat(sourceR_[k]);
+        flat.i[k] = splat(sourceI_[k]);
+    }
+    voltages_.assign(m_, flat);
+    currents_.assign(m_, Currents{});
+    pending_.assign(m_, Currents{});
     slotNode_.clear();
     slotPhase_.clear();
     p_.clear();
     q_.clear();
+    ordered_ = false;
     low2_ = std::pow(0.9 * nominal, 2);
     high2_ = std::pow(1.1 * nominal, 2);
-    sumP_.assign(m_, 0.0);
-    sumQ_.assign(m_, 0.0);
-    nodeMin2_.assign(m_, kInf);
-    nodeOut_.assign(m_, 0);
+    sumP_.assign(m_, Lane{});
+    sumQ_.assign(m_, Lane{});
+    Lane infinite;
+    infinite.x = splat(kInf);
+    nodeMin2_.assign(m_, infinite);
+    nodeOut_.assign(m_, Lane{});
     solved_ = 0;
 }
 
@@ -87,105 +107,148 @@ int TStepSolver::AddSlot(int position, int phase)
     slotPhase_.push_back(phase);
     p_.push_back(Lane{});
     q_.push_back(Lane{});
+    ordered_ = false;
     return Slots() - 1;
 }
 
-// Load currents I = conj(S / U) at the present voltages, summed from the far ends towards the centre.
-void TStepSolver::Backward()
+// The slots by node and phase, so that a node's loads of one phase share its voltage.
+void TStepSolver::OrderSlots()
 {
-    for (int k = 0; k < 3; ++k) {
-        std::fill(ar_[k].begin(), ar_[k].end(), Lane{});
-        std::fill(ai_[k].begin(), ai_[k].end(), Lane{});
-    }
-    const int slotCount = Slots();
-    for (int s = 0; s < slotCount; ++s) {
-        const int j = slotNode_[s], k = slotPhase_[s];
-        const Lane &p = p_[s], &q = q_[s], &vr = vr_[k][j], &vi = vi_[k][j], &nr = nr_[j], &ni = ni_[j];
-        Lane &ar = ar_[k][j], &ai = ai_[k][j];
-        for (int l = 0; l < L; ++l) {
-            const double ur = vr.v[l] - nr.v[l], ui = vi.v[l] - ni.v[l];
-            const double d = ur * ur + ui * ui;
-            const double inv = d > 0 ? 1.0 / d : 0.0;
-            ar.v[l] += (p.v[l] * ur + q.v[l] * ui) * inv;
-            ai.v[l] += (p.v[l] * ui - q.v[l] * ur) * inv;
+    auto key = [&](int s) { return 3 * slotNode_[s] + slotPhase_[s]; };
+    slotOrder_.resize(Slots());
+    for (int s = 0; s < Slots(); ++s)
+        slotOrder_[s] = s;
+    std::stable_sort(slotOrder_.begin(), slotOrder_.end(), [&](int a, int b) { return key(a) < key(b); });
+    slotBegin_.assign(3 * m_ + 1, 0);
+    for (int s : slotOrder_)
+        ++slotBegin_[key(s) + 1];
+    for (int i = 0; i < 3 * m_; ++i)
+        slotBegin_[i + 1] += slotBegin_[i];
+    ordered_ = true;
+}
+
+// From the far ends towards the centre: each node's section carries its loads' currents I = conj(S / U) at the
+// present voltages and the currents of the sections behind it. A node fed by the one just before it hands its
+// current over in registers; the others leave theirs with their parent.
+inline void TStepSolver::Backward()
+{
+    const Vector zero{};
+    Vector carryR[3] = {zero, zero, zero}, carryI[3] = {zero, zero, zero};
+    for (int j = m_ - 1; j >= 0; --j) {
+        Vector cr[3], ci[3];
+        if (hasPending_[j]) {
+            Currents& t = pending_[j];
+#pragma GCC unroll 3
+            for (int k = 0; k < 3; ++k) {
+                cr[k] = t.r[k];
+                ci[k] = t.i[k];
+                t.r[k] = zero;
+                t.i[k] = zero;
+            }
+        } else {
+#pragma GCC unroll 3
+            for (int k = 0; k < 3; ++k)
+                cr[k] = ci[k] = zero;
         }
-    }
-    const int* parent = parent_.data();
-    for (int k = 0; k < 3; ++k) {
-        Lane* ar = ar_[k].data();
-        Lane* ai = ai_[k].data();
-        for (int j = m_ - 1; j > 0; --j) {
-            Lane &tr = ar[parent[j]], &ti = ai[parent[j]];
-            for (int l = 0; l < L; ++l) {
-                tr.v[l] += ar[j].v[l];
-                ti.v[l] += ai[j].v[l];
+        if (chainChild_[j]) {
+#pragma GCC unroll 3
+            for (int k = 0; k < 3; ++k) {
+                cr[k] += carryR[k];
+                ci[k] += carryI[k];
+            }
+        }
+        const Voltages& v = voltages_[j];
+#pragma GCC unroll 3
+        for (int k = 0; k < 3; ++k) {
+            const int first = slotBegin_[3 * j + k], last = slotBegin_[3 * j + k + 1];
+            if (first == last)
+                continue;
+            const Vector ur = v.r[k] - v.nr, ui = v.i[k] - v.ni;
+            const Vector d = ur * ur + ui * ui;
+            const Vector inv = d > zero ? 1.0 / d : zero;
+            for (int o = first; o < last; ++o) {
+                const int s = slotOrder_[o];
+                const Vector p = p_[s].x, q = q_[s].x;
+                cr[k] += (p * ur + q * ui) * inv;
+                ci[k] += (p * ui - q * ur) * inv;
+            }
+        }
+        Currents& c = currents_[j];
+#pragma GCC unroll 3
+        for (int k = 0; k < 3; ++k) {
+            c.r[k] = cr[k];
+            c.i[k] = ci[k];
+        }
+        if (j == 0)
+            break;
+        const int parent = parent_[j];
+        if (parent == j - 1) {
+#pragma GCC unroll 3
+            for (int k = 0; k < 3; ++k) {
+                carryR[k] = cr[k];
+                carryI[k] = ci[k];
+            }
+        } else {
+            Currents& t = pending_[parent];
+#pragma GCC unroll 3
+            for (int k = 0; k < 3; ++k) {
+                t.r[k] += cr[k];
+                t.i[k] += ci[k];
             }
         }
     }
 }
 
-// Voltages from the centre outwards; `worst` gets each lane's largest squared change of a phase-to-neutral
-// voltage.
-void TStepSolver::Forward(Lane& worst)
+// Voltages from the centre outwards; returns each lane's largest squared change of a phase-to-neutral voltage.
+inline TStepSolver::Vector TStepSolver::Forward()
 {
-    for (int l = 0; l < L; ++l)
-        worst.v[l] = 0;
-    const int* parent = parent_.data();
-    Lane *vr0 = vr_[0].data(), *vr1 = vr_[1].data(), *vr2 = vr_[2].data();
-    Lane *vi0 = vi_[0].data(), *vi1 = vi_[1].data(), *vi2 = vi_[2].data();
-    const Lane *ar0 = ar_[0].data(), *ar1 = ar_[1].data(), *ar2 = ar_[2].data();
-    const Lane *ai0 = ai_[0].data(), *ai1 = ai_[1].data(), *ai2 = ai_[2].data();
-    Lane *nr = nr_.data(), *ni = ni_.data();
+    Vector largest{};
     for (int j = 1; j < m_; ++j) {
-        const int p = parent[j];
+        const Voltages& pv = voltages_[parent_[j]];
+        Voltages& v = voltages_[j];
+        const Currents& c = currents_[j];
         const double rf = rf_[j], xf = xf_[j], rn = rn_[j], xn = xn_[j];
-        for (int l = 0; l < L; ++l) {
-            const double inr = ar0[j].v[l] + ar1[j].v[l] + ar2[j].v[l];
-            const double ini = ai0[j].v[l] + ai1[j].v[l] + ai2[j].v[l];
-            const double newNr = nr[p].v[l] + rn * inr - xn * ini;
-            const double newNi = ni[p].v[l] + rn * ini + xn * inr;
-            const double oldNr = nr[j].v[l], oldNi = ni[j].v[l];
-            nr[j].v[l] = newNr;
-            ni[j].v[l] = newNi;
-            double change = 0;
-            auto phase = [&](Lane* vr, Lane* vi, double iR, double iI) {
-                const double newR = vr[p].v[l] - (rf * iR - xf * iI);
-                const double newI = vi[p].v[l] - (rf * iI + xf * iR);
-                const double dr = (newR - newNr) - (vr[j].v[l] - oldNr);
-                const double di = (newI - newNi) - (vi[j].v[l] - oldNi);
-                change = std::max(change, dr * dr + di * di);
-                vr[j].v[l] = newR;
-                vi[j].v[l] = newI;
-            };
-            phase(vr0, vi0, ar0[j].v[l], ai0[j].v[l]);
-            phase(vr1, vi1, ar1[j].v[l], ai1[j].v[l]);
-            phase(vr2, vi2, ar2[j].v[l], ai2[j].v[l]);
-            worst.v[l] = std::max(worst.v[l], change);
+        const Vector inr = c.r[0] + c.r[1] + c.r[2], ini = c.i[0] + c.i[1] + c.i[2];
+        const Vector newNr = pv.nr + rn * inr - xn * ini, newNi = pv.ni + rn * ini + xn * inr;
+        Vector change{};
+        for (int k = 0; k < 3; ++k) {
+            const Vector newR = pv.r[k] - (rf * c.r[k] - xf * c.i[k]), newI = pv.i[k] - (rf * c.i[k] + xf * c.r[k]);
+            const Vector dr = (newR - newNr) - (v.r[k] - v.nr), di = (newI - newNi) - (v.i[k] - v.ni);
+            const Vector d = dr * dr + di * di;
+            change = d > change ? d : change;
+            v.r[k] = newR;
+            v.i[k] = newI;
         }
+        v.nr = newNr;
+        v.ni = newNi;
+        largest = change > largest ? change : largest;
     }
+    return largest;
 }
 
-bool TStepSolver::Solve(int count, int maxSweeps)
+// One version of the solver for each width of the processor's vector units, chosen when the library loads.
+[[gnu::target_clones("avx512f", "avx2", "default")]] bool TStepSolver::Solve(int count, int maxSweeps)
 {
+    if (!ordered_)
+        OrderSlots();
     for (int s = 0; s < Slots(); ++s)
         for (int l = count; l < L; ++l)
             p_[s].v[l] = q_[s].v[l] = 0;
     sweeps_ = 0;
     worstLane_ = -1;
-    Lane worst;
     bool converged = false;
     while (sweeps_ < maxSweeps && !converged) {
         ++sweeps_;
         Backward();
-        Forward(worst);
+        const Vector worst = Forward();
         double largest = 0;
         for (int l = 0; l < L; ++l) {
-            if (!std::isfinite(worst.v[l])) {
+            if (!std::isfinite(worst[l])) {
                 worstLane_ = l;
                 return false;
             }
-            if (worst.v[l] > largest) {
-                largest = worst.v[l];
+            if (worst[l] > largest) {
+                largest = worst[l];
                 worstLane_ = l;
             }
         }
@@ -195,78 +258,60 @@ bool TStepSolver::Solve(int count, int maxSweeps)
         return false;
     worstLane_ = -1;
     Gather(count);
-    // The next group starts from the last step's voltages.
-    const int last = count - 1;
-    for (auto* lanes : {&vr_[0], &vr_[1], &vr_[2], &vi_[0], &vi_[1], &vi_[2], &nr_, &ni_})
-        for (Lane& lane : *lanes)
-            std::fill(std::begin(lane.v), std::end(lane.v), lane.v[last]);
     return true;
 }
 
-// The results of the converged lanes, and the sums over the steps.
-void TStepSolver::Gather(int count)
+// The results of the converged lanes, and the sums over the steps. Lanes from `count` on carry no load, so their
+// losses are nothing; their voltages are masked out.
+inline void TStepSolver::Gather(int count)
 {
-    for (int l = 0; l < L; ++l) {
-        double p = 0, q = 0;
-        for (int k = 0; k < 3; ++k) {
-            p += sourceR_[k] * ar_[k][0].v[l] + sourceI_[k] * ai_[k][0].v[l];
-            q += sourceI_[k] * ar_[k][0].v[l] - sourceR_[k] * ai_[k][0].v[l];
-        }
-        headP_.v[l] = m_ ? p : 0;
-        headQ_.v[l] = m_ ? q : 0;
-        lossP_.v[l] = lossQ_.v[l] = 0;
-        umin2_.v[l] = kInf;
-        outside_.v[l] = 0;
+    Vector active{}, infinite = splat(kInf);
+    for (int l = 0; l < count; ++l)
+        active[l] = 1;
+    const Vector zero{}, low2 = splat(low2_), high2 = splat(high2_);
+    const Currents& head = currents_[0];
+    Vector p{}, q{};
+    for (int k = 0; k < 3; ++k) {
+        p += sourceR_[k] * head.r[k] + sourceI_[k] * head.i[k];
+        q += sourceI_[k] * head.r[k] - sourceR_[k] * head.i[k];
     }
+    headP_.x = p;
+    headQ_.x = q;
+    Vector lossP{}, lossQ{}, umin2 = infinite, outside{};
     for (int j = 0; j < m_; ++j) {
-        Lane phases2, neutral2;
-        for (int l = 0; l < L; ++l) {
-            double sum = 0, nR = 0, nI = 0;
-            for (int k = 0; k < 3; ++k) {
-                const double r = ar_[k][j].v[l], i = ai_[k][j].v[l];
-                sum += r * r + i * i;
-                nR += r;
-                nI += i;
-            }
-            phases2.v[l] = sum;
-            neutral2.v[l] = nR * nR + nI * nI;
+        const Currents& c = currents_[j];
+        if (j > 0) {
+            const Vector phases2 = c.r[0] * c.r[0] + c.i[0] * c.i[0] + c.r[1] * c.r[1] + c.i[1] * c.i[1] +
+                                   c.r[2] * c.r[2] + c.i[2] * c.i[2];
+            const Vector nr = c.r[0] + c.r[1] + c.r[2], ni = c.i[0] + c.i[1] + c.i[2];
+            const Vector neutral2 = nr * nr + ni * ni;
+            const Vector sectionP = phases2 * rf_[j] + neutral2 * rn_[j];
+            const Vector sectionQ = phases2 * xf_[j] + neutral2 * xn_[j];
+            lossP += sectionP;
+            lossQ += sectionQ;
+            sumP_[j].x += sectionP;
+            sumQ_[j].x += sectionQ;
         }
-        double sectionP = 0, sectionQ = 0;
-        for (int l = 0; l < count; ++l) {
-            const double p = j ? phases2.v[l] * rf_[j] + neutral2.v[l] * rn_[j] : 0;
-            const double q = j ? phases2.v[l] * xf_[j] + neutral2.v[l] * xn_[j] : 0;
-            lossP_.v[l] += p;
-            lossQ_.v[l] += q;
-            sectionP += p;
-            sectionQ += q;
-        }
-        sumP_[j] += sectionP;
-        sumQ_[j] += sectionQ;
+        const Voltages& v = voltages_[j];
+        Vector lowest = infinite, out{};
         for (int k = 0; k < 3; ++k) {
             if (!(phases_[j] & (1 << k)))
                 continue;
-            for (int l = 0; l < count; ++l) {
-                const double ur = vr_[k][j].v[l] - nr_[j].v[l], ui = vi_[k][j].v[l] - ni_[j].v[l];
-                const double u2 = ur * ur + ui * ui;
-                umin2_.v[l] = std::min(umin2_.v[l], u2);
-                nodeMin2_[j] = std::min(nodeMin2_[j], u2);
-            }
+            const Vector ur = v.r[k] - v.nr, ui = v.i[k] - v.ni;
+            const Vector u2 = ur * ur + ui * ui;
+            lowest = u2 < lowest ? u2 : lowest;
+            out = (u2 < low2 || u2 > high2) ? active : out;
         }
-        for (int l = 0; l < count; ++l) {
-            bool out = false;
-            for (int k = 0; k < 3; ++k) {
-                if (!(phases_[j] & (1 << k)))
-                    continue;
-                const double ur = vr_[k][j].v[l] - nr_[j].v[l], ui = vi_[k][j].v[l] - ni_[j].v[l];
-                const double u2 = ur * ur + ui * ui;
-                out = out || u2 < low2_ || u2 > high2_;
-            }
-            if (out) {
-                ++nodeOut_[j];
-                outside_.v[l] = 1;
-            }
-        }
+        lowest = active > zero ? lowest : infinite;
+        umin2 = lowest < umin2 ? lowest : umin2;
+        nodeMin2_[j].x = lowest < nodeMin2_[j].x ? lowest : nodeMin2_[j].x;
+        nodeOut_[j].x += out;
+        outside = out > outside ? out : outside;
     }
+    lossP_.x = lossP;
+    lossQ_.x = lossQ;
+    umin2_.x = umin2;
+    outside_.x = outside;
     solved_ += count;
 }
 
@@ -275,25 +320,30 @@ double TStepSolver::Umin(int lane) const { return std::isfinite(umin2_.v[lane]) 
 double TStepSolver::SectionLossSumP(int position) const
 {
     const int j = compact_[position];
-    return j > 0 ? sumP_[j] : kEmpty;
+    return j > 0 ? laneSum(sumP_[j]) : kEmpty;
 }
 
 double TStepSolver::SectionLossSumQ(int position) const
 {
     const int j = compact_[position];
-    return j > 0 ? sumQ_[j] : kEmpty;
+    return j > 0 ? laneSum(sumQ_[j]) : kEmpty;
 }
 
 double TStepSolver::NodeUmin(int position) const
 {
     const int j = compact_[position];
-    return j >= 0 && std::isfinite(nodeMin2_[j]) ? std::sqrt(nodeMin2_[j]) : kEmpty;
+    if (j < 0)
+        return kEmpty;
+    double lowest = kInf;
+    for (int l = 0; l < L; ++l)
+        lowest = std::min(lowest, nodeMin2_[j].v[l]);
+    return std::isfinite(lowest) ? std::sqrt(lowest) : kEmpty;
 }
 
 int TStepSolver::NodeOutsideSteps(int position) const
 {
     const int j = compact_[position];
-    return j >= 0 ? nodeOut_[j] : 0;
+    return j >= 0 ? static_cast<int>(std::lround(laneSum(nodeOut_[j]))) : 0;
 }
 
 }  // namespace profiles

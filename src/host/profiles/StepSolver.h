@@ -1,9 +1,10 @@
 #pragma once
 // Many steps of one feeder solved together. The feeder's tree and impedances are prepared once; a group of up to
 // kLanes steps is swept at once, one lane per step with loads of its own, until every lane has converged as a
-// snapshot does (the largest change of a phase-to-neutral voltage below 1e-6 V), and the next group starts from
-// the voltages of the last step solved. The physics is TRegimeSolver's, whose impedances it takes; the lanes of a
-// group run through the same arithmetic side by side, which the processor's vector units do in one go.
+// snapshot does (the largest change of a phase-to-neutral voltage below 1e-6 V). Each lane keeps its voltages
+// for the next group, so a lane given the steps of one stretch of the interval in order starts every step from
+// the step before. The physics is TRegimeSolver's, whose impedances it takes; the lanes of a group run through
+// the same arithmetic side by side, which the processor's vector units do in one go.
 #include <array>
 #include <vector>
 
@@ -19,7 +20,11 @@ namespace profiles {
 class OZN3HOST_API TStepSolver {
 public:
     static constexpr int kLanes = 8;
-    struct alignas(64) Lane {
+    // The lanes as one vector of the compiler (its arithmetic is element by element, in vector instructions as
+    // wide as the processor has) or as plain numbers.
+    typedef double Vector __attribute__((vector_size(kLanes * sizeof(double)), aligned(64)));
+    union alignas(64) Lane {
+        Vector x;
         double v[kLanes];
     };
 
@@ -34,8 +39,8 @@ public:
     Lane& P(int slot) { return p_[slot]; }
     Lane& Q(int slot) { return q_[slot]; }
 
-    // Solves lanes 0 to count-1 (lanes from count on are cleared of load); false when some lane has not
-    // converged within maxSweeps sweeps, or has no finite solution.
+    // Solves lanes 0 to count-1 (lanes from count on are cleared of load), each from its own last voltages; false
+    // when some lane has not converged within maxSweeps sweeps, or has no finite solution.
     bool Solve(int count, int maxSweeps = 500);
     int Sweeps() const { return sweeps_; }
     // The lane that failed the last Solve.
@@ -59,22 +64,34 @@ public:
     int SolvedSteps() const { return solved_; }
 
 private:
-    void Backward();
-    void Forward(Lane& worst);
-    void Gather(int count);
+    // The three phase currents of a node's feeding section (or its loads), real and imaginary parts.
+    struct Currents {
+        Vector r[3], i[3];
+    };
+    struct Voltages {
+        Vector r[3], i[3], nr, ni;  // phases and neutral
+    };
+    // Kept inline so that each processor's version of Solve has them in its own instructions.
+    [[gnu::always_inline]] inline void Backward();
+    [[gnu::always_inline]] inline Vector Forward();
+    [[gnu::always_inline]] inline void Gather(int count);
+    void OrderSlots();
     int m_ = 0;
     std::vector<int> compact_, parent_;
     std::vector<double> rf_, xf_, rn_, xn_;
-    std::vector<uint8_t> phases_;  // present phases of each compact node
+    std::vector<uint8_t> phases_;      // present phases of each compact node
+    std::vector<uint8_t> chainChild_;  // the next node is a child of this one
+    std::vector<uint8_t> hasPending_;  // some other node is a child of this one
     std::vector<int> slotNode_, slotPhase_;
+    std::vector<int> slotOrder_, slotBegin_;  // slots by node
+    bool ordered_ = false;
     std::vector<Lane> p_, q_;
-    std::array<std::vector<Lane>, 3> vr_, vi_, ar_, ai_;
-    std::vector<Lane> nr_, ni_;
+    std::vector<Currents> currents_, pending_;
+    std::vector<Voltages> voltages_;
     std::array<double, 3> sourceR_{}, sourceI_{};
     double low2_ = 0, high2_ = 0;  // squared limits
     Lane headP_{}, headQ_{}, lossP_{}, lossQ_{}, umin2_{}, outside_{};
-    std::vector<double> sumP_, sumQ_, nodeMin2_;
-    std::vector<int> nodeOut_;
+    std::vector<Lane> sumP_, sumQ_, nodeMin2_, nodeOut_;  // per node, per lane: summed over the groups
     int sweeps_ = 0, worstLane_ = -1, solved_ = 0;
 };
 
