@@ -3,16 +3,21 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
+#include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "results/LVResultsColumns.h"
+#include "results/ProfileResultsView.h"
+#include "results/ProfileWorkbook.h"
 #include "results/UnitLVResults.h"
 #include "results/UnitLVResultsFiderXLSX.h"
 #include "results/UnitLVResultsTree.h"
@@ -40,6 +45,12 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
         return false;
     title_ += QStringLiteral(" за ") + sample.Name;
     sampleName_ = sample.Name;
+    loadedSample_ = sample.Ident;
+    profileRun_.reset();
+    steps_.reset();
+    profiles::TStoredProfileRun run;
+    if (profiles::ReadStoredProfileRun(connection, fider_->GetGUID(), sample.Ident, run))
+        profileRun_ = run;
     tree_ = std::make_unique<TPesResultsLV>(7, fider_->GetGUID(), fider_->GetName(), nullptr);
     QString error;
     if (!tree_->Open(connection, fider_->GetGUID(), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error) ||
@@ -116,7 +127,42 @@ bool TLVResultBalancesFider::SaveWorkbook(const QString& file, QString& error)
         if (const int count = nodes->Int(QStringLiteral("N")); count > 0)
             header.Nodes = count;
     });
-    return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
+    const profiles::TProfileStepSeries* steps = nullptr;
+    QString note;
+    if (!profileRun_ || !ProfileSteps(steps, note))
+        return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
+    return WriteFiderResultsXlsx(file, tree_->Record(), header, error,
+                                 [&](lxw_workbook* book) { AddProfileSheets(book, *profileRun_, *steps); });
+}
+
+bool TLVResultBalancesFider::ProfileSteps(const profiles::TProfileStepSeries*& series, QString& note)
+{
+    series = nullptr;
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!profileRun_ || !db)
+        return false;
+    if (!steps_ && stepsNote_.isEmpty()) {
+        profiles::TProfileStepSeries steps;
+        bool changed = false;
+        QString error;
+        try {
+            if (profiles::RecalculateProfileSteps(*db->GetDefaultConnection(), fider_->GetGUID(), loadedSample_,
+                                                  *profileRun_, db->GetInit()->GetDefaultCosFi(), steps, changed,
+                                                  error)) {
+                steps_ = std::move(steps);
+                if (changed)
+                    stepsNote_ = QStringLiteral("Схема или графики изменились после расчета: шаги показаны по "
+                                                "нынешним данным");
+            } else {
+                stepsNote_ = QStringLiteral("Шаги интервала не рассчитаны: ") + error;
+            }
+        } catch (const EDatabaseError& e) {
+            stepsNote_ = QStringLiteral("Шаги интервала не рассчитаны: ") + e.Text();
+        }
+    }
+    note = stepsNote_;
+    series = steps_ ? &*steps_ : nullptr;
+    return series != nullptr;
 }
 
 int TLVResultBalancesFider::ShowModal()
@@ -138,7 +184,31 @@ int TLVResultBalancesFider::ShowModal()
         for (int c = 0; c < rows_[r].size(); ++c)
             table->setItem(r, c, new QTableWidgetItem(rows_[r][c]));
     table->resizeColumnToContents(0);
-    layout->addWidget(table);
+    if (profileRun_) {
+        // A run by metering profiles: its steps over the interval and the methods beside it, each on a page.
+        auto* pages = new QTabWidget(&dialog);
+        pages->setObjectName(QStringLiteral("PagesResults"));
+        pages->addTab(table, QStringLiteral("Баланс"));
+        const profiles::TProfileStepSeries* steps = nullptr;
+        QString note;
+        ProfileSteps(steps, note);
+        auto* chartPage = new QWidget(pages);
+        auto* chartLayout = new QVBoxLayout(chartPage);
+        if (!note.isEmpty()) {
+            auto* label = new QLabel(note, chartPage);
+            label->setObjectName(QStringLiteral("LabelStepsNote"));
+            label->setWordWrap(true);
+            chartLayout->addWidget(label);
+        }
+        if (steps)
+            chartLayout->addWidget(new TProfileChart(*steps, steps->Nominal, chartPage), 1);
+        pages->addTab(chartPage, QStringLiteral("График нагрузки"));
+        pages->addTab(CreateProfileComparison(*profileRun_, pages), QStringLiteral("Сравнение методов"));
+        layout->addWidget(pages);
+        dialog.resize(1000, 760);
+    } else {
+        layout->addWidget(table);
+    }
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     QPushButton* save =

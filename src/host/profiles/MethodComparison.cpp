@@ -6,6 +6,7 @@
 #include <xlsxwriter.h>
 
 #include "host/Connection.h"
+#include "host/HostObjects.h"
 #include "host/JsonLines.h"
 #include "host/Tree.h"
 #include "host/XlsxFile.h"
@@ -124,6 +125,27 @@ QStringList ComparisonCaptions()
             QStringLiteral("Погрешность метода средних нагрузок, %"),
             QStringLiteral("Потери по максимальной нагрузке, тыс. кВт·ч"),
             QStringLiteral("Погрешность метода максимальной нагрузки, %")};
+}
+
+std::vector<QStringList> ComparisonTexts(const std::vector<TComparisonRow>& rows)
+{
+    auto number = [](double v, int decimals) {
+        return std::isfinite(v) ? QString::number(v, 'f', decimals) : QString();
+    };
+    std::vector<QStringList> texts;
+    for (const TComparisonRow& r : rows)
+        texts.push_back({QString(2 * r.Level, QLatin1Char(' ')) + r.Name, QString::number(r.Feeders), number(r.dWa, 3),
+                         number(r.dWaMiddle, 3), number(r.ErrorMiddle(), 1), number(r.dWaMax, 3),
+                         number(r.ErrorMax(), 1)});
+    return texts;
+}
+
+void FillComparisonExport(TOExport& table, const QString& object, const std::vector<TComparisonRow>& rows)
+{
+    table.SetTitle(QStringLiteral("Сравнение методов расчета нагрузочных потерь: %1").arg(object));
+    table.AddRow(ComparisonCaptions());
+    for (const QStringList& row : ComparisonTexts(rows))
+        table.AddRow(row);
 }
 
 bool WriteComparisonWorkbook(const QString& file, const QString& title, const std::vector<TComparisonRow>& rows,

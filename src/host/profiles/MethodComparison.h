@@ -11,6 +11,7 @@
 
 class ToznFDConnection;
 class TfdbTree;
+class TOExport;
 
 namespace profiles {
 
@@ -44,5 +45,9 @@ OZN3HOST_API bool WriteComparisonWorkbook(const QString& file, const QString& ti
                                           const std::vector<TComparisonRow>& rows, QString& error);
 // Column captions of the table, as the workbook and the window show them.
 OZN3HOST_API QStringList ComparisonCaptions();
+// The rows as the texts of a table (objects indented by level), under the captions.
+OZN3HOST_API std::vector<QStringList> ComparisonTexts(const std::vector<TComparisonRow>& rows);
+// The table into the host's export object, titled with the object's name.
+OZN3HOST_API void FillComparisonExport(TOExport& table, const QString& object, const std::vector<TComparisonRow>& rows);
 
 }  // namespace profiles

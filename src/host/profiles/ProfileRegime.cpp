@@ -104,6 +104,7 @@ private:
         if (series) {
             series->Start = steps_.Start;
             series->StepMinutes = steps_.StepMinutes;
+            series->Nominal = f_.NominalPhaseVoltage();
             series->HeadP.assign(steps, 0);
             series->LossP.assign(steps, 0);
             series->Umin.assign(steps, 0);

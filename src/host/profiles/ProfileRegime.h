@@ -18,7 +18,8 @@ struct OZN3HOST_API TProfileStepSeries {
     TMinute Start = 0;
     int StepMinutes = 60;
     std::vector<float> HeadP, LossP, Umin;
-    int Peak = -1;  // the step of greatest head power
+    int Peak = -1;         // the step of greatest head power
+    double Nominal = 230;  // the feeder's nominal phase voltage, V
 };
 
 // Calculates a feeder: `profiles` its own (consumers and head meter), `typical` its load kind's or null,

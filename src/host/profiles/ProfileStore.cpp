@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "host/Connection.h"
+#include "host/Dialogs.h"
 #include "host/Meters.h"
 #include "host/SamplePeriods.h"
 #include "host/fider/Scheme038.h"
@@ -145,11 +146,13 @@ std::vector<const TStoredProfile*> TProfileStore::Existing(int sampleIdent, cons
 void TProfileStore::Save(int sampleIdent, const std::vector<TStoredProfile>& profiles)
 {
     TScopedLockTimeout timeout(connection_);
-    connection_.StartTransaction(false);
+    // In the caller's transaction when one is open; in one of its own otherwise.
+    const bool own = !connection_.inTransaction();
+    if (own)
+        connection_.StartTransaction(false);
     try {
         auto q = connection_.NewQuery();
         q->SetSQLText(S(ProfileSql::kStore));
-        int rows = 0;
         for (const TStoredProfile& p : profiles) {
             const TProfileSeries& s = p.Series;
             q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent)
@@ -166,12 +169,12 @@ void TProfileStore::Save(int sampleIdent, const std::vector<TStoredProfile>& pro
                                                              ? QVariant(EncodeValues(s.Reactive, s.Decimals))
                                                              : QVariant(QMetaType(QMetaType::QByteArray)));
             q->ExecSQL();
-            if (++rows % 2000 == 0)
-                connection_.CommitRetaining();
         }
-        connection_.Commit();
+        if (own)
+            connection_.Commit();
     } catch (...) {
-        connection_.Rollback();
+        if (own)
+            connection_.Rollback();
         throw;
     }
 }
@@ -308,6 +311,21 @@ TProfileLoad LoadProfileFile(ToznFDConnection& connection, const QString& file, 
         load.Stored = false;
     }
     return load;
+}
+
+TProfileLoad LoadProfileFileAsking(ToznFDConnection& connection, const QString& file, int nodeGuid, int sampleIdent)
+{
+    TProfileLoad load = LoadProfileFile(connection, file, nodeGuid, sampleIdent, false);
+    if (load.Stored || load.Existing.isEmpty() || !load.Check.Ok() || !load.Error.isEmpty())
+        return load;
+    constexpr int kNamed = 10;
+    QString names = load.Existing.mid(0, kNamed).join(QStringLiteral(", "));
+    if (load.Existing.size() > kNamed)
+        names += QStringLiteral(" и еще %1").arg(load.Existing.size() - kNamed);
+    if (!host::AskYesNo(QStringLiteral("Графики нагрузки за %1 уже есть в базе: %2.\nЗаменить их графиками из файла?")
+                            .arg(load.Check.Interval.Text(), names)))
+        return load;
+    return LoadProfileFile(connection, file, nodeGuid, load.Check.Interval.Ident, true);
 }
 
 }  // namespace profiles

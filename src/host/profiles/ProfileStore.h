@@ -55,6 +55,11 @@ struct OZN3HOST_API TProfileLoad {
 OZN3HOST_API TProfileLoad LoadProfileFile(ToznFDConnection& connection, const QString& file, int nodeGuid,
                                           int sampleIdent, bool replace);
 
+// The same for the windows: a file whose consumers already have profiles of the interval is stored in their
+// place when the user agrees (a question through the host's dialogs service).
+OZN3HOST_API TProfileLoad LoadProfileFileAsking(ToznFDConnection& connection, const QString& file, int nodeGuid,
+                                                int sampleIdent);
+
 // A row of a profile query (the columns of ProfileSql::kColumns); false with a problem when its series is
 // damaged.
 bool ProfileOfRow(const TFDQuery& q, TStoredProfile& profile, QString& problem);
