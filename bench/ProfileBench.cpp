@@ -5,6 +5,9 @@
 #include <benchmark/benchmark.h>
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <sys/resource.h>
 #include <thread>
@@ -18,6 +21,7 @@
 #include "host/fider/RegimeStore.h"
 #include "host/fider/Topology038.h"
 #include "host/profiles/ProfileBatch.h"
+#include "host/profiles/ProfileImport.h"
 #include "host/profiles/ProfileLoads.h"
 #include "host/profiles/ProfileRegime.h"
 #include "host/profiles/ProfileStore.h"
@@ -209,3 +213,51 @@ static void BM_ProfileWholeNetworkYear(benchmark::State& state)
     removeRuns();
 }
 BENCHMARK(BM_ProfileWholeNetworkYear)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// A million lines of readings (114 consumers, a year of hours) read and checked from a CSV file: the time, and how
+// much the process's largest resident memory grew, against the file's size.
+static void BM_ProfileImportMillionLines(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("readings.csv"));
+    profiles::TProfileTargets targets;
+    targets.AddFider(1, QStringLiteral("Л-1"));
+    constexpr int kConsumers = 114;
+    for (int c = 0; c < kConsumers; ++c)
+        targets.AddNode(1, 100 + c, QStringLiteral("Дом %1").arg(c + 1), true);
+    const profiles::TMinute start = profiles::MinuteOf(QDateTime(QDate(2025, 1, 1), QTime(0, 0), Qt::UTC));
+    std::vector<profiles::TProfileInterval> intervals{{1, QStringLiteral("2025г."), start, start + 8760 * 60}};
+    {
+        QFile f(file);
+        f.open(QIODevice::WriteOnly);
+        f.write("Линия;Узел;Дата и время;кВт·ч\n");
+        QByteArray line;
+        for (int c = 0; c < kConsumers; ++c) {
+            const QByteArray prefix = QStringLiteral("Л-1;Дом %1;").arg(c + 1).toUtf8();
+            for (int h = 0; h < 8760; ++h) {
+                line = prefix +
+                       profiles::TimeOfMinute(start + h * 60).toString(QStringLiteral("dd.MM.yyyy HH:mm")).toUtf8() +
+                       ";" + QByteArray::number(0.25 + (h * 7 + c) % 40 / 10.0, 'f', 3).replace('.', ',') + "\n";
+                f.write(line);
+            }
+        }
+    }
+    const double fileMb = QFileInfo(file).size() / 1048576.0;
+    const double before = maxResidentMb();
+    profiles::TProfileImport result;
+    double seconds = 0;
+    for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
+        result = profiles::ReadProfileFile(file, targets, intervals, 0);
+        seconds = timer.nsecsElapsed() / 1e9;
+    }
+    if (!result.Ok())
+        state.SkipWithError(qPrintable(result.ProblemTexts().value(0)));
+    state.counters["lines"] = result.Lines;
+    state.counters["seconds"] = seconds;
+    state.counters["lines_per_s"] = result.Lines / seconds;
+    state.counters["file_mb"] = fileMb;
+    state.counters["rss_growth_mb"] = maxResidentMb() - before;
+}
+BENCHMARK(BM_ProfileImportMillionLines)->Unit(benchmark::kMillisecond)->Iterations(1);

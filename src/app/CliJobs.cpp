@@ -304,6 +304,7 @@ int DemoDb(const QStringList& args)
                 .arg(counts.lvFiders)
                 .arg(counts.rows)
                 .arg(timer.elapsed() / 1000.0, 0, 'f', 1));
+        out(QStringLiteral("Графики нагрузки: %1 за %2 с").arg(counts.profiles).arg(counts.profileSeconds, 0, 'f', 1));
     } catch (const EDatabaseError& e) {
         bar.Finish();
         err(QStringLiteral("Ошибка при заполнении базы данных: %1").arg(e.Text()));

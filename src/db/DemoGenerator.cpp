@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QStringList>
 #include <QVariant>
 #include <algorithm>
@@ -663,7 +664,11 @@ DemoCounts DemoGenerator::Generate(const DemoShape& shape, const std::function<v
         counts.regimeRuns += result.Calculated;
         counts.regimeRefused += result.Refused;
     }
-    counts.rows += GenerateDemoProfiles(connection_, progress);
+    QElapsedTimer profileTime;
+    profileTime.start();
+    counts.profiles = GenerateDemoProfiles(connection_, progress);
+    counts.profileSeconds = profileTime.elapsed() / 1000.0;
+    counts.rows += counts.profiles;
     return counts;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QHash>
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -74,16 +75,25 @@ struct Year {
     TProfileInterval interval;
 };
 
-// A series over the year of a shape, with hour-to-hour noise, scaled to an energy (kWh) and kept in Wh.
-std::vector<double> series(const Year& y, Random& r, double noise, double energy,
-                           const std::function<double(int, int, int, int)>& shape)
+// A shape over the year, hour by hour.
+std::vector<double> overYear(const Year& y, const std::function<double(int, int, int, int)>& shape)
 {
     std::vector<double> v(y.hours);
+    for (int day = 0; day * 24 < y.hours; ++day) {
+        const QDate d = y.first.addDays(day);
+        for (int h = 0; h < 24 && day * 24 + h < y.hours; ++h)
+            v[day * 24 + h] = shape(h, d.dayOfWeek(), d.dayOfYear(), d.month());
+    }
+    return v;
+}
+
+// A shape with hour-to-hour noise, scaled to an energy (kWh) and kept in Wh.
+std::vector<double> series(const std::vector<double>& shape, Random& r, double noise, double energy)
+{
+    std::vector<double> v(shape.size());
     double sum = 0;
-    for (int t = 0; t < y.hours; ++t) {
-        const QDate d = y.first.addDays(t / 24);
-        v[t] =
-            shape(t % 24, d.dayOfWeek(), d.dayOfYear(), d.month()) * (noise > 0 ? r.Uniform(1 - noise, 1 + noise) : 1);
+    for (size_t t = 0; t < shape.size(); ++t) {
+        v[t] = shape[t] * (noise > 0 ? r.Uniform(1 - noise, 1 + noise) : 1);
         sum += v[t];
     }
     for (double& x : v)
@@ -159,11 +169,16 @@ int GenerateDemoProfiles(ToznFDConnection& connection, const std::function<void(
         if (progress)
             progress(rows, QStringLiteral("Графики нагрузки: %1").arg(rows));
     };
+    // The shapes are the same for every consumer that follows them: made once.
+    std::vector<std::vector<double>> kinds(6), own(3);
     for (int kind = 1; kind <= 5; ++kind) {
-        batch.push_back(profile(
-            year, TProfileKind::Typical, kind, 0,
-            series(year, r, 0, 1000.0, [kind](int h, int w, int d, int m) { return kindShapeAt(kind, h, w, d, m); })));
+        kinds[kind] = overYear(year, [kind](int h, int w, int d, int m) { return kindShapeAt(kind, h, w, d, m); });
+        batch.push_back(profile(year, TProfileKind::Typical, kind, 0, series(kinds[kind], r, 0, 1000.0)));
     }
+    for (Shape shape : {Shape::Household, Shape::School, Shape::Shop})
+        own[static_cast<int>(shape)] =
+            overYear(year, [shape](int h, int w, int d, int m) { return shapeAt(shape, h, w, d, m); });
+    auto kindShape = [&](int kind) -> const std::vector<double>& { return kinds[std::clamp(kind, 1, 5)]; };
     int feeders = 0;
     for (size_t i = 0; i < consumers.size();) {
         const int fider = consumers[i].fider;
@@ -177,9 +192,8 @@ int GenerateDemoProfiles(ToznFDConnection& connection, const std::function<void(
             const Shape shape = pick <= 80 ? Shape::Household : pick <= 90 ? Shape::School : Shape::Shop;
             const bool profiled = r.Chance(kPercentProfiled);
             // What the consumer takes: its own curve and noise when metered, its kind's otherwise.
-            std::vector<double> v = series(year, r, profiled ? 0.15 : 0, c.wa, [&](int h, int w, int d, int m) {
-                return profiled ? shapeAt(shape, h, w, d, m) : kindShapeAt(c.kind, h, w, d, m);
-            });
+            std::vector<double> v =
+                series(profiled ? own[static_cast<int>(shape)] : kindShape(c.kind), r, profiled ? 0.15 : 0, c.wa);
             if (meter)
                 for (int t = 0; t < year.hours; ++t)
                     head[t] += v[t];
@@ -201,9 +215,7 @@ int GenerateDemoProfiles(ToznFDConnection& connection, const std::function<void(
         const Consumer& c = plain[i];
         if ((i + 1) % kHeadEveryPlain != 0 || !(c.wa > 0))
             continue;
-        batch.push_back(profile(
-            year, TProfileKind::Head, c.fider, c.fider,
-            series(year, r, 0.15, c.wa, [&](int h, int w, int d, int m) { return kindShapeAt(c.kind, h, w, d, m); })));
+        batch.push_back(profile(year, TProfileKind::Head, c.fider, c.fider, series(kindShape(c.kind), r, 0.15, c.wa)));
         flush(false);
     }
     flush(true);
