@@ -110,6 +110,21 @@ TEST(ProfileStore, ABlankDatabaseTakesAYearOfProfilesAfterItsSchemeAllOrNothing)
     EXPECT_TRUE(replaced.out.endsWith("; заменено прежних: 2\n")) << replaced.out.toStdString();
     EXPECT_EQ(Rows(*OpenDatabase(db)), 2);
 
+    // The blank database's feeder by its profiles: Дом 1 by its own (Магазин is behind the switched-off section);
+    // Л-2 has no consumers and is refused with its reason. The head meter's constant 5 kWh makes both methods of
+    // one curve the same.
+    const AppOutcome regime = RunApp({"regime", "--db", db, "--node", node, "--sample", QString::number(sample),
+                                      "--middle", "--mode", "profiles", "--json"});
+    ASSERT_EQ(regime.code, 0) << regime.err.toStdString();
+    EXPECT_TRUE(regime.out.contains(R"("Name":"Л-2","Problems":["В схеме нет абонентов"])"))
+        << regime.out.toStdString();
+    EXPECT_TRUE(regime.out.contains(
+        R"("NProfile":1,"NHead":0,"NTypical":0,"NFlat":0,"NNoLoad":0,"HeadMeter":true,"HeadWa":43.799999999999997)"))
+        << regime.out.toStdString();
+    EXPECT_TRUE(regime.err.contains("Рассчитано линий: 1, отказано: 1 из 2"));
+    EXPECT_TRUE(regime.out.contains(R"("NotSupplied":1)"));
+    EXPECT_EQ(Scalar(*OpenDatabase(db)->GetDefaultConnection(), R"(select count(*) from "LVProfileRuns")"), 1);
+
     EXPECT_EQ(RunApp({"profiles", "import", good, "--db", db}).code, 2);  // no substation
     const AppOutcome notSubstation = RunApp({"profiles", "import", good, "--db", db, "--node", "999999"});
     EXPECT_EQ(notSubstation.code, 1);
