@@ -97,10 +97,18 @@ struct Shared {
     const TProfileInterval& interval;
 };
 
-// Calculates the jobs from `first` to `last` on `threads` threads, each taking the next feeder when done.
+// Calculates the jobs from `first` to `last` on `threads` threads, each taking the next feeder when done. Each
+// feeder's rows are handed to it apart first, so that the threads share nothing they change.
 Runs calculate(const Shared& shared, RawGroup group, size_t first, size_t last, int threads)
 {
     Runs runs(last - first);
+    std::vector<std::vector<RawRow>> rows(last - first);
+    for (size_t i = first; i < last; ++i) {
+        const auto it = group.find(shared.jobs[i].Fider.Guid);
+        if (it != group.end())
+            rows[i - first] = std::move(*it);
+    }
+    group.clear();
     std::atomic<size_t> next{first};
     auto work = [&] {
         for (size_t i = next++; i < last; i = next++) {
@@ -111,7 +119,7 @@ Runs calculate(const Shared& shared, RawGroup group, size_t first, size_t last, 
                 continue;
             }
             QStringList problems;
-            const std::vector<TStoredProfile> own = decode(group[job.Fider.Guid], problems);
+            const std::vector<TStoredProfile> own = decode(rows[i - first], problems);
             if (!problems.isEmpty()) {
                 run.Problems = problems;
                 continue;

@@ -189,6 +189,13 @@ TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTop
             s.ActiveScale = energy / steps.Steps;
         }
     }
+    // The sums of the shapes, each once however many consumers follow it.
+    std::vector<double> sums(steps.Shapes.size(), kEmpty);
+    auto shapeSum = [&](int shape) {
+        if (std::isnan(sums[shape]))
+            sums[shape] = sum(steps.Shapes[shape]);
+        return sums[shape];
+    };
     // Reactive energies where the meter gives none: the active shape at the consumer's power factor.
     for (size_t c = 0; c < f.Consumers.size(); ++c) {
         TConsumerSteps& s = steps.Consumers[c];
@@ -199,8 +206,8 @@ TFiderSteps BuildFiderSteps(const fider::TFiderHHInfo& f, const fider::TFiderTop
             s.ReactiveShape = s.ActiveShape;
             s.ReactiveScale = s.ActiveScale * fider::ConsumerTanPhi(a.Wa, a.Wr, a.CosFi, f.LoadKindCosFi, defaultCosFi);
         }
-        s.Wa = sum(steps.Shapes[s.ActiveShape]) * s.ActiveScale;
-        s.Wr = sum(steps.Shapes[s.ReactiveShape]) * s.ReactiveScale;
+        s.Wa = shapeSum(s.ActiveShape) * s.ActiveScale;
+        s.Wr = shapeSum(s.ReactiveShape) * s.ReactiveScale;
     }
     return steps;
 }

@@ -87,6 +87,7 @@ void TStepSolver::Prepare(const fider::TFiderHHInfo& fider, const fider::TFiderT
     p_.clear();
     q_.clear();
     ordered_ = false;
+    lastLoad_ = Lane{};
     low2_ = std::pow(0.9 * nominal, 2);
     high2_ = std::pow(1.1 * nominal, 2);
     sumP_.assign(m_, Lane{});
@@ -226,6 +227,30 @@ inline TStepSolver::Vector TStepSolver::Forward()
     return largest;
 }
 
+inline void TStepSolver::Predict()
+{
+    // |P| + |Q| of the loads: a measure of their size that the vector units take without a square root.
+    Vector load{};
+    const Vector zero0{};
+    for (int s = 0; s < Slots(); ++s) {
+        const Vector p = p_[s].x, q = q_[s].x;
+        load += (p < zero0 ? -p : p) + (q < zero0 ? -q : q);
+    }
+    const Vector zero{}, one = splat(1.0), limit = splat(4.0);
+    Vector ratio = lastLoad_.x > zero ? load / lastLoad_.x : one;
+    ratio = ratio > limit ? limit : ratio;
+    lastLoad_.x = load;
+    for (Voltages& v : voltages_) {
+        for (int k = 0; k < 3; ++k) {
+            const Vector sr = splat(sourceR_[k]), si = splat(sourceI_[k]);
+            v.r[k] = sr + (v.r[k] - sr) * ratio;
+            v.i[k] = si + (v.i[k] - si) * ratio;
+        }
+        v.nr *= ratio;
+        v.ni *= ratio;
+    }
+}
+
 // One version of the solver for each width of the processor's vector units, chosen when the library loads.
 [[gnu::target_clones("avx512f", "avx2", "default")]] bool TStepSolver::Solve(int count, int maxSweeps)
 {
@@ -234,6 +259,7 @@ inline TStepSolver::Vector TStepSolver::Forward()
     for (int s = 0; s < Slots(); ++s)
         for (int l = count; l < L; ++l)
             p_[s].v[l] = q_[s].v[l] = 0;
+    Predict();
     sweeps_ = 0;
     worstLane_ = -1;
     bool converged = false;

@@ -76,6 +76,9 @@ private:
     [[gnu::always_inline]] inline Vector Forward();
     [[gnu::always_inline]] inline void Gather(int count);
     void OrderSlots();
+    // Starts each lane from its last step's voltages, their drops from the supply scaled by the change of the
+    // lane's load: nearly the solution where the loads change together.
+    [[gnu::always_inline]] inline void Predict();
     int m_ = 0;
     std::vector<int> compact_, parent_;
     std::vector<double> rf_, xf_, rn_, xn_;
@@ -86,6 +89,7 @@ private:
     std::vector<int> slotOrder_, slotBegin_;  // slots by node
     bool ordered_ = false;
     std::vector<Lane> p_, q_;
+    Lane lastLoad_{};  // each lane's total load of its last step, |P| + |Q|
     std::vector<Currents> currents_, pending_;
     std::vector<Voltages> voltages_;
     std::array<double, 3> sourceR_{}, sourceI_{};
