@@ -43,7 +43,8 @@ QString HelpText()
                "                                  6 фидер 6(10) кВ, 7 ТП. Ctrl-C stops before the next element,\n"
                "                                  keeping what was saved. The log has \"element - message\" lines.\n"
                "  ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
-               "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]\n"
+               "               [--mode loads|currents|energy|profiles] [--calc-type N] [--kdp K] [--json]\n"
+               "               [--log FILE] [--xlsx FILE]\n"
                "                                  the LV regime calculation of every LV feeder under a node of the\n"
                "                                  tree (a feeder, a substation, a 6-10 kV feeder, a district, the\n"
                "                                  utility) for an interval; the run replaces the feeders' former run\n"
@@ -57,6 +58,13 @@ QString HelpText()
                "                                  currents (the maximum ones with --max); energy = scaled to the\n"
                "                                  energy supplied (--middle only). A feeder without a scheme is\n"
                "                                  one section of its parameters with its load at the end.\n"
+               "                                  profiles = every step of the interval from the consumers' metering\n"
+               "                                  profiles (else the head meter's remainder, the load kind's typical\n"
+               "                                  profile, a flat one), energies summed over the steps, the powers of\n"
+               "                                  the step of greatest head power; Kdp 1 unless --kdp. It also gives\n"
+               "                                  the losses by the mean-load and maximum-load methods for the same\n"
+               "                                  consumers, per feeder (\"Profiles\" of --json) and summed over the\n"
+               "                                  tree ({\"Comparison\": …} lines; --xlsx writes them as a workbook).\n"
                "                                  --json prints one line per feeder: nodes with three voltages (V),\n"
                "                                  sections with phase and neutral currents (A), dU (%), dP (kW),\n"
                "                                  the balance blocks and figures; a refused feeder as\n"
@@ -85,6 +93,20 @@ QString HelpText()
                "                                  which keeps the nodes whose names stay with their consumers'\n"
                "                                  data. With --sample the consumers' installed power, energy (kWh)\n"
                "                                  and cos φ are stored for that interval. One consumer per node.\n"
+               "  ozn3 profiles import FILE --db CONNECTION --node GUID [--sample IDENT] [--replace]\n"
+               "                                  loads metering profiles into a substation: a CSV text (\";\" or\n"
+               "                                  \",\", decimal comma or point, UTF-8 or Windows-1251) or the first\n"
+               "                                  sheet of an .xlsx workbook, one line per consumer and step with the\n"
+               "                                  captions \"Линия;Узел;Дата и время;кВт·ч[;квар·ч]\" (node \"ТП\":\n"
+               "                                  the feeder's head meter) or \"Счетчик;Дата и время;кВт·ч[;квар·ч]\"\n"
+               "                                  (meters of the meter register); the time is the start of the step,\n"
+               "                                  \"ДД.ММ.ГГГГ ЧЧ:ММ\" or ISO 8601; steps of 1 to 60 minutes. The\n"
+               "                                  interval is --sample, else the shortest one that holds every step.\n"
+               "                                  The whole file is checked first (unknown consumers, mixed steps,\n"
+               "                                  gaps, repeated steps, negative values, steps outside the interval,\n"
+               "                                  a clock change) and nothing is stored on any problem; each is\n"
+               "                                  printed with its line. A consumer that already has a profile of\n"
+               "                                  the interval is refused unless --replace.\n"
                "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
                "                                  writes the same workbook from the database for a substation or\n"
                "                                  one LV feeder, with the consumers' energies of the interval\n"
@@ -325,6 +347,7 @@ int DemoDb(const QStringList& args)
                 .arg(counts.lvFiders)
                 .arg(counts.rows)
                 .arg(timer.elapsed() / 1000.0, 0, 'f', 1));
+        out(QStringLiteral("Графики нагрузки: %1 за %2 с").arg(counts.profiles).arg(counts.profileSeconds, 0, 'f', 1));
     } catch (const EDatabaseError& e) {
         bar.Finish();
         err(QStringLiteral("Ошибка при заполнении базы данных: %1").arg(e.Text()));

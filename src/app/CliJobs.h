@@ -23,6 +23,8 @@ int Regime(const QStringList& args);
 int Results(const QStringList& args);
 // LV schemes and the conductor catalogue in and out of workbooks; a substation to load a scheme into.
 int SchemeJob(const QStringList& args);
+// Metering profiles of consumers and head meters imported into a substation.
+int ProfilesJob(const QStringList& args);
 // The measured losses of the LV feeders summed over the hierarchy for a year.
 int Measured(const QStringList& args);
 // The measurement and generalised-data workbooks written and read back without a window.

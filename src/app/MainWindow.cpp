@@ -33,6 +33,8 @@
 #include "host/WindowPlace.h"
 #include "host/WindowService.h"
 #include "host/fider/RegimeBatch.h"
+#include "host/profiles/MethodComparison.h"
+#include "host/profiles/ProfileStore.h"
 #include "host/scheme/SchemeBookFile.h"
 #include "host/scheme/SchemeStore.h"
 
@@ -74,6 +76,11 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
         return save ? host::dialogs().SaveFileName(QStringLiteral("Выгрузка схемы 0,4 кВ в книгу"), filter,
                                                    QStringLiteral("xlsx"), suggested)
                     : host::dialogs().OpenFileName(QStringLiteral("Загрузка схемы 0,4 кВ из книги"), filter);
+    };
+
+    ChooseProfileFile = [] {
+        return host::dialogs().OpenFileName(QStringLiteral("Загрузка графиков нагрузки"),
+                                            QStringLiteral("Графики нагрузки|*.csv *.txt *.xlsx|Все файлы|*"));
     };
 
     auto* toolbar = addToolBar(QStringLiteral("Период"));
@@ -148,6 +155,8 @@ void MainWindow::BuildMenu()
     importScheme_ =
         menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
     exportScheme_ = menu->addAction(QStringLiteral("Выгрузить схему 0,4 кВ в книгу…"), this, &MainWindow::ExportScheme);
+    importProfiles_ = menu->addAction(QStringLiteral("Загрузить графики нагрузки…"), this, &MainWindow::ImportProfiles);
+    importProfiles_->setObjectName(QStringLiteral("actImportProfiles"));
     editScheme_ = menu->addAction(QStringLiteral("Схема линии 0,4 кВ"), this, &MainWindow::EditScheme);
     key(editScheme_, QKeySequence(Qt::CTRL | Qt::Key_E));
     menu->addSeparator();
@@ -267,6 +276,8 @@ void MainWindow::RunRegime(bool maximum, ToznListItemCommon* target)
     if (!lv) {
         (outcome.Refused || !outcome.Failure.isEmpty() ? host::ShowWarning
                                                        : host::ShowInformation)(RegimeSummary(outcome));
+        if (params->GetSampleType() == fider::kProfilesSampleType && outcome.Calculated > 0)
+            ShowComparison(item, regime, params->GetSamplePeriod());
         return;
     }
     if (outcome.Calculated == 0) {
@@ -315,6 +326,7 @@ void MainWindow::ShowTreeMenu(const QPoint& position)
     if (item->GetNodeType() == NodeType::Nodes) {
         menu.addAction(importScheme_);
         menu.addAction(exportScheme_);
+        menu.addAction(importProfiles_);
     } else if (item->GetNodeType() == NodeType::LVFiders) {
         menu.addAction(editScheme_);
         menu.addAction(exportScheme_);
@@ -382,6 +394,48 @@ void MainWindow::ImportScheme()
         tree_->expand(model->IndexOf(substation));
     UpdateStatus();
     host::ShowInformation(QStringLiteral("ТП «%1», книга «%2».\n%3").arg(nodeName, bookName, summary.ToString()));
+}
+
+void MainWindow::ImportProfiles()
+{
+    ToznListItemCommon* node = SelectedOfType(NodeType::Nodes);
+    if (!node) {
+        host::ShowWarning(QStringLiteral("Выберите в дереве сети ТП, в линии которой загружаются графики нагрузки"));
+        return;
+    }
+    const QString file = ChooseProfileFile ? ChooseProfileFile() : QString();
+    if (file.isEmpty())
+        return;
+    const QString title = QStringLiteral("Загрузка графиков нагрузки");
+    // The file's dates find its interval.
+    const profiles::TProfileLoad load =
+        profiles::LoadProfileFileAsking(*database_->GetDefaultConnection(), file, node->GetIdent(), 0);
+    if (load.Stored) {
+        host::ShowInformation(
+            QStringLiteral("ТП «%1», файл «%2».\n%3").arg(node->GetText(), QFileInfo(file).fileName(), load.Summary()));
+        return;
+    }
+    if (!load.Existing.isEmpty() && load.Check.Ok() && load.Error.isEmpty())
+        return;  // the user kept the profiles the database has
+    ProblemsDialog::Show(this, title,
+                         QStringLiteral("Графики из файла «%1» не загружены в ТП «%2»; в базе ничего не изменено.")
+                             .arg(QFileInfo(file).fileName(), node->GetText()),
+                         load.Problems());
+}
+
+void MainWindow::ShowComparison(ToznListItemCommon* item, fider::TRegimeKind regime, int sampleIdent)
+{
+    const auto feeders =
+        profiles::ReadComparisons(*database_->GetDefaultConnection(), sampleIdent, static_cast<int>(regime), 0);
+    const std::vector<profiles::TComparisonRow> rows =
+        profiles::CompareOverTree(*database_->GetTree(), item->GetIdent(), feeders);
+    if (rows.empty())
+        return;
+    TOExport table;
+    profiles::FillComparisonExport(table, item->GetText(), rows);
+    TExportTableDialog dialog(table, this);
+    dialog.setObjectName(QStringLiteral("ComparisonTable"));
+    dialog.exec();
 }
 
 void MainWindow::ExportScheme()

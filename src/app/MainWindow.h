@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "app/PluginLoader.h"
+#include "host/fider/RegimeCalc.h"
 
 class TfdbDatabase;
 class ToznListItemCommon;
@@ -24,6 +25,8 @@ public:
     // The scheme workbook to read (save false) or to write (save true, a name suggested); empty when the
     // user cancels. The host's file dialogs unless replaced.
     std::function<QString(bool save, const QString& suggested)> ChooseBookFile;
+    // The file of metering profiles to load; empty when the user cancels.
+    std::function<QString()> ChooseProfileFile;
 
 protected:
     // The scheme beside the tree keeps its share of the window's width as the window changes size.
@@ -44,6 +47,10 @@ private:
     static ToznListItemCommon* OfType(ToznListItemCommon* item, int nodeType);
     // LV schemes: a workbook into a substation, stored schemes out to a workbook, one feeder's editor.
     void ImportScheme();
+    // Metering profiles from a file into the selected substation.
+    void ImportProfiles();
+    // The methods' comparison of the runs by profiles under an element, as a table.
+    void ShowComparison(ToznListItemCommon* item, fider::TRegimeKind regime, int sampleIdent);
     void ExportScheme();
     void EditScheme();
     void EditConductors();
@@ -61,6 +68,7 @@ private:
     QAction* importScheme_ = nullptr;
     QAction* exportScheme_ = nullptr;
     QAction* editScheme_ = nullptr;
+    QAction* importProfiles_ = nullptr;
     // The scheme's share of the window's width: the larger part at first, then as the user draws it.
     double detailShare_ = 0.6;
     int placedDetailWidth_ = 0;

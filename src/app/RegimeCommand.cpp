@@ -2,6 +2,7 @@
 
 #include "host/Progress.h"
 #include "host/fider/RegimeBatch.h"
+#include "host/profiles/ProfileBatch.h"
 
 fider::TRegimeRequest RequestFromParams(const TFiderHHCalcParams& params, fider::TRegimeKind regime, bool oneFeeder)
 {
@@ -36,7 +37,9 @@ RegimeOutcome RunRegimeCommand(TfdbDatabase& database, const QList<int>& fiders,
         outcome.Problems << job.Fider.Name + QStringLiteral(" - ") + reason;
     };
     events.Cancelled = [&] { return progress.Cancelled(); };
-    const fider::TRegimeBatchResult result = fider::RunRegimeBatch(database, fiders, request, events);
+    const fider::TRegimeBatchResult result = request.Mode == fider::TLoadMode::Profiles
+                                                 ? profiles::RunProfileBatch(database, fiders, request, events)
+                                                 : fider::RunRegimeBatch(database, fiders, request, events);
     progress.Finish();
     outcome.Calculated = result.Calculated;
     outcome.Refused = result.Refused;

@@ -1,6 +1,7 @@
 // The LV regime calculation without a window: every LV feeder under a node of the tree for an interval.
 #include <QFile>
 #include <atomic>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 
@@ -14,6 +15,8 @@
 #include "host/Tree.h"
 #include "host/fider/RegimeBatch.h"
 #include "host/fider/RegimeJson.h"
+#include "host/profiles/MethodComparison.h"
+#include "host/profiles/ProfileBatch.h"
 
 namespace cli {
 
@@ -22,7 +25,8 @@ std::atomic<bool> g_stop{false};
 void onStop(int) { g_stop = true; }
 
 const char* const kUsage = "Использование: ozn3 regime --db CONNECTION --node IDENT --sample IDENT (--middle | --max)\n"
-                           "               [--mode loads|currents|energy] [--calc-type N] [--json] [--log FILE]";
+                           "               [--mode loads|currents|energy|profiles] [--calc-type N] [--kdp K] [--json]\n"
+                           "               [--log FILE] [--xlsx FILE]";
 
 bool parseMode(const QString& text, fider::TLoadMode& mode)
 {
@@ -32,6 +36,8 @@ bool parseMode(const QString& text, fider::TLoadMode& mode)
         mode = fider::TLoadMode::HeadCurrents;
     else if (text == QLatin1String("energy"))
         mode = fider::TLoadMode::Energy;
+    else if (text == QLatin1String("profiles"))
+        mode = fider::TLoadMode::Profiles;
     else
         return false;
     return true;
@@ -40,6 +46,50 @@ bool parseMode(const QString& text, fider::TLoadMode& mode)
 QString fiderTitle(const fider::TFiderJob& job)
 {
     return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid);
+}
+
+QString number(double value, int decimals)
+{
+    return std::isfinite(value) ? QString::number(value, 'f', decimals) : QStringLiteral("—");
+}
+
+// The methods' comparison of the runs just stored, summed over the tree under the node: printed, as JSON lines,
+// and as a workbook.
+bool reportComparison(TfdbDatabase& database, int node, const fider::TRegimeRequest& request, bool json,
+                      const QString& workbook, const QString& interval)
+{
+    const auto feeders = profiles::ReadComparisons(*database.GetDefaultConnection(), request.SampleIdent,
+                                                   static_cast<int>(request.Regime), request.CalcType);
+    const std::vector<profiles::TComparisonRow> rows = profiles::CompareOverTree(*database.GetTree(), node, feeders);
+    if (rows.empty())
+        return true;
+    if (json)
+        for (const profiles::TComparisonRow& row : rows) {
+            const QByteArray line = "{\"Comparison\":" + profiles::ComparisonJson(row) + "}\n";
+            std::fwrite(line.constData(), 1, line.size(), stdout);
+        }
+    const profiles::TComparisonRow& top = rows.front();
+    const QString summary =
+        QStringLiteral("Нагрузочные потери «%1», линий %2: по графикам нагрузки %3 тыс. кВт·ч; по средним нагрузкам %4 "
+                       "(%5 %); по максимальной нагрузке %6 (%7 %)")
+            .arg(top.Name)
+            .arg(top.Feeders)
+            .arg(number(top.dWa, 3), number(top.dWaMiddle, 3), number(top.ErrorMiddle(), 1), number(top.dWaMax, 3),
+                 number(top.ErrorMax(), 1));
+    if (json)
+        err(summary);
+    else
+        std::printf("%s\n", summary.toUtf8().constData());
+    if (workbook.isEmpty())
+        return true;
+    QString error;
+    const QString title =
+        QStringLiteral("Сравнение методов расчета нагрузочных потерь «%1» за %2").arg(top.Name, interval);
+    if (!profiles::WriteComparisonWorkbook(workbook, title, rows, error)) {
+        err(error);
+        return false;
+    }
+    return true;
 }
 }  // namespace
 
@@ -51,17 +101,28 @@ int Regime(const QStringList& args)
     fider::TRegimeRequest request;
     fider::TLoadMode mode = fider::TLoadMode::Loads;
     const bool parsed =
-        a.Parse(
-            args, 1,
-            {{"--db", "--node", "--sample", "--mode", "--calc-type", "--log"}, {}, {"--middle", "--max", "--json"}, 0},
-            error) &&
+        a.Parse(args, 1,
+                {{"--db", "--node", "--sample", "--mode", "--calc-type", "--kdp", "--log", "--xlsx"},
+                 {},
+                 {"--middle", "--max", "--json"},
+                 0},
+                error) &&
         a.Int(QStringLiteral("--node"), true, node, error) && a.Int(QStringLiteral("--sample"), true, sample, error) &&
         a.Int(QStringLiteral("--calc-type"), false, calcType, error) &&
         a.OneOf({QStringLiteral("--middle"), QStringLiteral("--max")}, error);
     const QString modeText = a.Value(QStringLiteral("--mode"));
     const bool middle = a.Has(QStringLiteral("--middle")), maximum = a.Has(QStringLiteral("--max"));
     if (parsed && a.Has(QStringLiteral("--mode")) && !parseMode(modeText, mode))
-        error = QStringLiteral("Неизвестный режим --mode %1 (loads, currents или energy)").arg(modeText);
+        error = QStringLiteral("Неизвестный режим --mode %1 (loads, currents, energy или profiles)").arg(modeText);
+    double kdp = 0;
+    if (parsed && error.isEmpty() && a.Has(QStringLiteral("--kdp"))) {
+        bool ok = false;
+        kdp = a.Value(QStringLiteral("--kdp")).toDouble(&ok);
+        if (!ok || !(kdp > 0))
+            error = QStringLiteral("--kdp: нужно положительное число, а не «%1»").arg(a.Value(QStringLiteral("--kdp")));
+    }
+    if (parsed && error.isEmpty() && a.Has(QStringLiteral("--xlsx")) && mode != fider::TLoadMode::Profiles)
+        error = QStringLiteral("--xlsx: книга сравнения методов пишется только при --mode profiles");
     if (!parsed || !error.isEmpty() || !a.Has(QStringLiteral("--db")) || middle == maximum) {
         err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(kUsage));
         return 2;
@@ -70,6 +131,8 @@ int Regime(const QStringList& args)
     request.Regime = maximum ? fider::TRegimeKind::Maximum : fider::TRegimeKind::Middle;
     request.SampleIdent = sample;
     request.CalcType = calcType;
+    if (a.Has(QStringLiteral("--kdp")))
+        request.Given.Kdp = kdp;
     if (a.Has(QStringLiteral("--mode")))
         request.Mode = mode;
     if (request.Regime == fider::TRegimeKind::Maximum && request.Mode == fider::TLoadMode::Energy) {
@@ -132,7 +195,9 @@ int Regime(const QStringList& args)
     g_stop = false;
     std::signal(SIGINT, onStop);
     std::signal(SIGTERM, onStop);
-    const fider::TRegimeBatchResult result = fider::RunRegimeBatch(*database, fiders, request, events);
+    const bool byProfiles = request.Mode == fider::TLoadMode::Profiles;
+    const fider::TRegimeBatchResult result = byProfiles ? profiles::RunProfileBatch(*database, fiders, request, events)
+                                                        : fider::RunRegimeBatch(*database, fiders, request, events);
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     bar.Finish();
@@ -153,6 +218,9 @@ int Regime(const QStringList& args)
                      : QStringLiteral("Ошибка базы данных: последняя сохраненная линия %1").arg(result.LastStored));
         err(fider::FailureSummary(result));
     }
+    if (byProfiles && result.Failure.isEmpty() &&
+        !reportComparison(*database, node, request, json, a.Value(QStringLiteral("--xlsx")), info->Name))
+        return 1;
     if (!log.Ok()) {
         err(QStringLiteral("Не удалось записать журнал %1").arg(logFile));
         return 1;

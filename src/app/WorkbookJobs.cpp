@@ -48,8 +48,6 @@ QString kindName(const QString& kind)
     return QStringLiteral("книга обобщенных данных нормативного метода");
 }
 
-QString shown(double v) { return isEmptyFloat(v) ? QStringLiteral("пусто") : QString::number(v, 'g', 15); }
-
 int hoursOf(const TSamplePeriodInfo& p) { return static_cast<int>(std::lround((p.EndDays() - p.StartDays()) * 24)); }
 
 // One line per changed row: its name and ident, then each value the user changed, "as written → as read".

@@ -136,6 +136,10 @@ int runCommand(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::SchemeJob(args);
     }
+    if (command == QLatin1String("profiles")) {
+        QCoreApplication app(argc, argv);
+        return cli::ProfilesJob(args);
+    }
     if (command == QLatin1String("measured")) {
         QCoreApplication app(argc, argv);
         return cli::Measured(args);

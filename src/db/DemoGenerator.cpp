@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QSet>
 #include <QStringList>
 #include <QVariant>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "db/DemoNames.h"
+#include "db/DemoProfiles.h"
 #include "db/DemoRandom.h"
 #include "db/DemoSchemes.h"
 #include "host/Connection.h"
@@ -740,6 +742,11 @@ DemoCounts DemoGenerator::Generate(const DemoShape& shape, const std::function<v
         counts.regimeRuns += result.Calculated;
         counts.regimeRefused += result.Refused;
     }
+    QElapsedTimer profileTime;
+    profileTime.start();
+    counts.profiles = GenerateDemoProfiles(connection_, progress);
+    counts.profileSeconds = profileTime.elapsed() / 1000.0;
+    counts.rows += counts.profiles;
     return counts;
 }
 

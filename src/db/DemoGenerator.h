@@ -21,6 +21,8 @@ struct OZN3HOST_API DemoShape {
 struct OZN3HOST_API DemoCounts {
     int nodes = 0, lvFiders = 0, rows = 0;
     int regimeRuns = 0, regimeRefused = 0;  // feeders calculated and refused, over every year
+    int profiles = 0;                       // metering profiles of the latest year
+    double profileSeconds = 0;
 };
 
 // Fills an empty database with a deterministic, plausible utility network: the hierarchy with

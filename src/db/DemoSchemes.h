@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "db/DemoRandom.h"
+#include "host/HostApi.h"
 #include "host/fider/Scheme038.h"
 
 namespace db::demo {
@@ -26,7 +27,7 @@ struct SchemeConductors {
 };
 
 // A scheme with its consumers and their yearly energies (thousand kWh) in TAbonentNode038::Wa.
-fider::TFiderHHInfo MakeScheme(Random& random, const std::function<int()>& newGuid, const SchemeRequest& request,
-                               const SchemeConductors& conductors);
+OZN3HOST_API fider::TFiderHHInfo MakeScheme(Random& random, const std::function<int()>& newGuid,
+                                             const SchemeRequest& request, const SchemeConductors& conductors);
 
 }  // namespace db::demo

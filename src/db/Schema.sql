@@ -181,7 +181,7 @@ create table "LVResults" ("Ident" integer not null primary key,
   "dWdop" double precision,          /* thousand kWh, admissible imbalance of energy */
   "sqrKfg" double precision,         /* squared shape factor; null for a maximum-load run */
   "Regime" smallint,                 /* 0 mean loads, 1 maximum load */
-  "LoadMode" smallint,               /* 0 given loads, 1 head currents, 2 energy supplied */
+  "LoadMode" smallint,               /* 0 given loads, 1 head currents, 2 energy supplied, 3 metering profiles */
   "Kzap" double precision,           /* fill factor of the load curve the energy was computed with */
   "Tau" double precision,            /* relative hours of greatest losses of that curve */
   "Tmax" double precision,           /* hours of greatest load of that curve */
@@ -218,6 +218,8 @@ create table "LVPResultsN" ("Ident" integer not null, "GUID" integer not null,
   "U" double precision,       /* V, mean of the node's phase-to-neutral voltages */
   "UA" double precision, "UB" double precision, "UC" double precision,  /* V, null where the phase is absent */
   "dU" double precision,      /* %, voltage loss from the supply centre (the largest of the phases) */
+  "Umin" double precision,    /* V, a run by profiles: the lowest phase voltage of the interval */
+  "UOut" double precision,    /* a run by profiles: share of the steps outside 10 % of the nominal voltage */
   primary key ("Ident", "GUID"), foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
 /* Per energised section of a run. */
 create table "LVPResultsL" ("Ident" integer not null, "GUID" integer not null,
@@ -264,6 +266,33 @@ create table "LVCalcParams" ("GUID" integer not null, "Regime" integer not null,
   "Wa_bus" double precision, "Wa_tr" double precision, "Kzap" double precision, "sqrKfg" double precision,
   "Tmax" double precision, "Tau" double precision,
   constraint "LVCalcParams_Key" unique ("GUID", "Regime", "Level", "SampleIdent"));
+
+/* ---------------- metering profiles ---------------- */
+/* The energies of every step of an interval, one row per object and interval. "Kind": 0 a consumer ("GUID" its
+   "LVNodes" row), 1 the head meter of an LV feeder ("GUID" the feeder), 2 the typical profile of a load kind
+   ("GUID" its "TypeLoads"."Ident"). "FiderGUID": the LV feeder, 0 for a load kind. "Start": the start of the
+   first step, "StepMinutes" 1 to 60, "Steps" their number. "Wa", "Wr": sums of the steps, kWh and kvarh (null
+   without reactive values). "Active", "Reactive": the series in the compact form of the profile codec. */
+create table "LVProfiles" ("SampleIdent" integer not null, "FiderGUID" integer not null, "Kind" smallint not null,
+  "GUID" integer not null, "Start" timestamp not null, "StepMinutes" smallint not null, "Steps" integer not null,
+  "Wa" double precision, "Wr" double precision, "Active" blob sub_type 0, "Reactive" blob sub_type 0,
+  primary key ("SampleIdent", "FiderGUID", "Kind", "GUID"));
+/* A run by metering profiles ("LVResults"."LoadMode" 3): its steps, how many consumers took their loads from
+   each source (their own profile, the head profile's remainder, the load kind's typical profile, a flat one,
+   none), the step of greatest head power, and the load losses of the same consumers and interval by the
+   mean-load method (with the squared shape factor of the head profile) and the maximum-load method (with tau
+   of the head profile's Tmax). Energies in thousand kWh, voltages V. */
+create table "LVProfileRuns" ("Ident" integer not null primary key,
+  "StepMinutes" smallint, "Steps" integer, "PeakTime" timestamp,
+  "NProfile" integer, "NHead" integer, "NTypical" integer, "NFlat" integer, "NNoLoad" integer,
+  "HeadMeter" smallint,         /* 1: the head profile is the head meter's, 0: the calculated head power */
+  "Umin" double precision,      /* the lowest phase-to-neutral voltage over the interval */
+  "UOut" double precision,      /* share of the steps with a node outside 10 % of the nominal voltage */
+  "sqrKfg" double precision, "Tmax" double precision, "Tau" double precision,  /* of the head profile; tau relative */
+  "dWa" double precision,       /* load losses by the profiles */
+  "dWaMiddle" double precision, /* by the mean-load method */
+  "dWaMax" double precision,    /* by the maximum-load method */
+  foreign key ("Ident") references "LVResults" ("Ident") on delete cascade);
 
 /* Pairs of selected runs for one report, private to the connection. */
 create global temporary table "tmpGUIDs" ("ID" integer, "GUID" integer) on commit preserve rows;

@@ -3,15 +3,20 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSignalBlocker>
 #include <QToolButton>
 
 #include "feeders/CalcParamsMax.h"
 #include "feeders/CalcParamsMiddle.h"
 #include "feeders/CalcParamsWaAdd.h"
+#include "host/Connection.h"
 #include "host/Database.h"
+#include "host/Dialogs.h"
 #include "host/SamplePeriods.h"
 #include "host/SamplesTreeBox.h"
+#include "host/fider/RegimeSettings.h"
+#include "host/profiles/ProfileStore.h"
 
 TWaAddPanelForm::TWaAddPanelForm(QWidget* owner, QWidget* panel) : QFrame(owner, Qt::Popup)
 {
@@ -46,6 +51,12 @@ TfrmCalcParamsPW::TfrmCalcParamsPW(QWidget* owner) : TfrmCalcParamsCustom(owner)
     periods_ = new TSamplesTreeBox(this);
     periods_->setObjectName(QStringLiteral("ComboSamplesDates"));
     row->addWidget(periods_, 1);
+    loadProfiles_ = new QPushButton(QStringLiteral("Загрузить графики нагрузки…"), this);
+    loadProfiles_->setObjectName(QStringLiteral("btnLoadProfiles"));
+    loadProfiles_->setToolTip(QStringLiteral("Графики нагрузки абонентов и головного счетчика из файла CSV или книги "
+                                             "Excel в ТП линии, за выбранный период"));
+    row->addWidget(loadProfiles_);
+    connect(loadProfiles_, &QPushButton::clicked, this, &TfrmCalcParamsPW::LoadProfiles);
     Body()->insertLayout(1, row);
 
     AddBox(QStringLiteral("EditKzap"), QStringLiteral("Коэффициент заполнения, o.e."), TParamField::Kzap,
@@ -83,6 +94,51 @@ TfrmCalcParamsPW::TfrmCalcParamsPW(QWidget* owner) : TfrmCalcParamsCustom(owner)
 
 void TfrmCalcParamsPW::ShowWaAdd() { waAdd_->ShowUnder(Box(QStringLiteral("EditWa"))); }
 
+void TfrmCalcParamsPW::LoadProfiles()
+{
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!db || !Params() || !Params()->GetFiderGUID())
+        return;
+    ToznFDConnection& connection = *db->GetDefaultConnection();
+    int node = 0;
+    try {
+        GuardedRead(connection, [&] {
+            auto q = connection.NewQuery();
+            q->SetSQLText(QStringLiteral(R"(select "OwnerGUID" from "LVFiders" where "GUID"=:GUID)"));
+            q->ParamByName(QStringLiteral("GUID"), Params()->GetFiderGUID());
+            q->Open();
+            node = q->Eof() ? 0 : q->Int(QStringLiteral("OwnerGUID"));
+        });
+    } catch (const EDatabaseError& e) {
+        host::ShowWarning(e.Text());
+        return;
+    }
+    const QString file =
+        host::dialogs().OpenFileName(QStringLiteral("Загрузка графиков нагрузки"),
+                                     QStringLiteral("Графики нагрузки|*.csv *.txt *.xlsx|Все файлы|*"));
+    if (file.isEmpty())
+        return;
+    const profiles::TProfileLoad load =
+        profiles::LoadProfileFileAsking(connection, file, node, Params()->GetSamplePeriod());
+    if (load.Stored) {
+        Params()->SetSampleType(fider::kProfilesSampleType);
+        RefreshBoxes();
+        host::ShowInformation(load.Summary());
+        return;
+    }
+    if (!load.Existing.isEmpty() && load.Check.Ok() && load.Error.isEmpty())
+        return;  // the user kept the profiles the database has
+    constexpr int kShown = 30;
+    QStringList lines = load.Problems();
+    if (lines.size() > kShown) {
+        const int more = static_cast<int>(lines.size()) - kShown;
+        lines = lines.mid(0, kShown);
+        lines << QStringLiteral("… и еще %1").arg(more);
+    }
+    host::ShowWarning(QStringLiteral("Графики не загружены; в базе ничего не изменено.\n") +
+                      lines.join(QLatin1Char('\n')));
+}
+
 bool TfrmCalcParamsPW::Prepare()
 {
     if (!TfrmCalcParamsCustom::Prepare() || !CurrentDatabase())
@@ -94,6 +150,8 @@ bool TfrmCalcParamsPW::Prepare()
             return false;
     }
     Params()->SetSamplePeriod(periods_->CurrentIdent());
+    // Profiles go into one feeder's substation: the dialog of a group of feeders has no one place for them.
+    loadProfiles_->setEnabled(Params()->GetFiderGUID() != 0);
     LoadStored();
     connect(periods_, &TSamplesTreeBox::CurrentIdentChanged, this, [this](int ident) {
         if (ident == Params()->GetSamplePeriod())
@@ -120,7 +178,8 @@ TfrmCalcParamsMiddle::TfrmCalcParamsMiddle(QWidget* owner) : TfrmCalcParamsPW(ow
 {
     setObjectName(QStringLiteral("frmCalcParamsMiddle"));
     setWindowTitle(QStringLiteral("Расчет потерь эл.энергии по средним нагрузкам"));
-    SetModes({QStringLiteral("По отпуску активной электроэнергии"), QStringLiteral("По заданным нагрузкам")});
+    SetModes({QStringLiteral("По отпуску активной электроэнергии"), QStringLiteral("По заданным нагрузкам"),
+              QStringLiteral("По графикам нагрузки")});
     AddPhaseBoxes(QStringLiteral("EditI"), QStringLiteral("Измеренный ток головного участка, А"), TParamField::IA,
                   QStringLiteral("0.###"));
     AddBox(QStringLiteral("EditKfg"), QStringLiteral("Квадрат коэффициента формы графика, o.e."), TParamField::SqrKfg,

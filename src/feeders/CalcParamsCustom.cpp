@@ -39,7 +39,8 @@ TfrmCalcParamsCustom::TfrmCalcParamsCustom(QWidget* owner) : QDialog(owner), con
     mode_->setObjectName(QStringLiteral("ComboSampleType"));
     modeRow->addWidget(mode_, 1);
     body_->addLayout(modeRow);
-    SetModes({QStringLiteral("По токам головного участка"), QStringLiteral("По заданным нагрузкам")});
+    SetModes({QStringLiteral("По токам головного участка"), QStringLiteral("По заданным нагрузкам"),
+              QStringLiteral("По графикам нагрузки")});
 
     grid_ = new QGridLayout;
     grid_->addWidget(new QLabel(QStringLiteral("Фаза А"), this), 0, 1, Qt::AlignCenter);

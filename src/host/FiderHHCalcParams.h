@@ -129,8 +129,9 @@ class OZN3HOST_API TWCalcHHParams : public TFiderHHCalcParams {
 public:
     using TFiderHHCalcParams::TFiderHHCalcParams;
     QString ClassName() const override { return QStringLiteral("TWCalcHHParams"); }
-    // By given loads (mode 1) the energy comes from the loads.
-    bool isWaCalc() const override { return GetSampleType() == 1; }
+    // By given loads (mode 1) the energy comes from the loads; by metering profiles (mode 2) from them and the
+    // head meter.
+    bool isWaCalc() const override { return GetSampleType() == 1 || GetSampleType() == 2; }
 };
 
 // Regime by maximum load.
@@ -138,8 +139,9 @@ class OZN3HOST_API TWCalcTmaxHHParams : public TFiderHHCalcParams {
 public:
     using TFiderHHCalcParams::TFiderHHCalcParams;
     QString ClassName() const override { return QStringLiteral("TWCalcTmaxHHParams"); }
-    // By the head currents (mode 0) the energy comes from the maximum load and Tmax.
-    bool isWaCalc() const override { return GetSampleType() == 0; }
+    // By the head currents (mode 0) the energy comes from the maximum load and Tmax; by metering profiles (mode 2)
+    // from them and the head meter.
+    bool isWaCalc() const override { return GetSampleType() == 0 || GetSampleType() == 2; }
 };
 
 class ToznFDConnection;

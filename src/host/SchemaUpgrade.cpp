@@ -46,6 +46,9 @@ const AddedColumn kAdded[] = {
     {"LVResults", "Kzap", "double precision"},
     {"LVResults", "Tau", "double precision"},
     {"LVResults", "Tmax", "double precision"},
+    // Runs by metering profiles: each node's lowest voltage and time outside the limits over the interval.
+    {"LVPResultsN", "Umin", "double precision"},
+    {"LVPResultsN", "UOut", "double precision"},
 };
 
 // Tables added since the first version, with the statement that creates each. The schema script creates them
@@ -57,6 +60,20 @@ struct AddedTable {
 const AddedTable kAddedTables[] = {
     {"Meters", R"(create table "Meters" ("GUID" integer not null primary key, "MeterName" varchar(40), )"
                R"("State" smallint))"},
+    // Metering profiles and the runs calculated from them.
+    {"LVProfiles",
+     R"(create table "LVProfiles" ("SampleIdent" integer not null, "FiderGUID" integer not null, )"
+     R"("Kind" smallint not null, "GUID" integer not null, "Start" timestamp not null, )"
+     R"("StepMinutes" smallint not null, "Steps" integer not null, "Wa" double precision, "Wr" double precision, )"
+     R"("Active" blob sub_type 0, "Reactive" blob sub_type 0, )"
+     R"(primary key ("SampleIdent", "FiderGUID", "Kind", "GUID")))"},
+    {"LVProfileRuns",
+     R"(create table "LVProfileRuns" ("Ident" integer not null primary key, "StepMinutes" smallint, )"
+     R"("Steps" integer, "PeakTime" timestamp, "NProfile" integer, "NHead" integer, "NTypical" integer, )"
+     R"("NFlat" integer, "NNoLoad" integer, "HeadMeter" smallint, "Umin" double precision, )"
+     R"("UOut" double precision, "sqrKfg" double precision, "Tmax" double precision, "Tau" double precision, )"
+     R"("dWa" double precision, "dWaMiddle" double precision, "dWaMax" double precision, )"
+     R"(foreign key ("Ident") references "LVResults" ("Ident") on delete cascade))"},
 };
 
 // The regime parameters ("LVCalcParams") were first kept once per feeder, regime and level, under a primary

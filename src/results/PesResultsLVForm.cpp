@@ -2,7 +2,9 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -10,6 +12,7 @@
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
 #include "results/PesResultsLVUnit.h"
+#include "results/ProfileResultsView.h"
 
 int TLVResultBalancesFider::ShowModal()
 {
@@ -30,7 +33,31 @@ int TLVResultBalancesFider::ShowModal()
         for (int c = 0; c < rows_[r].size(); ++c)
             table->setItem(r, c, new QTableWidgetItem(rows_[r][c]));
     table->resizeColumnToContents(0);
-    layout->addWidget(table);
+    if (profileRun_) {
+        // A run by metering profiles: its steps over the interval and the methods beside it, each on a page.
+        auto* pages = new QTabWidget(&dialog);
+        pages->setObjectName(QStringLiteral("PagesResults"));
+        pages->addTab(table, QStringLiteral("Баланс"));
+        const profiles::TProfileStepSeries* steps = nullptr;
+        QString note;
+        ProfileSteps(steps, note);
+        auto* chartPage = new QWidget(pages);
+        auto* chartLayout = new QVBoxLayout(chartPage);
+        if (!note.isEmpty()) {
+            auto* label = new QLabel(note, chartPage);
+            label->setObjectName(QStringLiteral("LabelStepsNote"));
+            label->setWordWrap(true);
+            chartLayout->addWidget(label);
+        }
+        if (steps)
+            chartLayout->addWidget(new TProfileChart(*steps, steps->Nominal, chartPage), 1);
+        pages->addTab(chartPage, QStringLiteral("График нагрузки"));
+        pages->addTab(CreateProfileComparison(*profileRun_, pages), QStringLiteral("Сравнение методов"));
+        layout->addWidget(pages);
+        dialog.resize(1000, 760);
+    } else {
+        layout->addWidget(table);
+    }
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     QPushButton* save =

@@ -3,9 +3,11 @@
 
 #include "host/Database.h"
 #include "host/HostObjects.h"
+#include "host/InitOZN.h"
 #include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "results/LVResultsColumns.h"
+#include "results/ProfileWorkbook.h"
 #include "results/UnitLVResults.h"
 #include "results/UnitLVResultsFiderXLSX.h"
 #include "results/UnitLVResultsTree.h"
@@ -33,6 +35,12 @@ bool TLVResultBalancesFider::Load(ToznFDConnection& connection)
         return false;
     title_ += QStringLiteral(" за ") + sample.Name;
     sampleName_ = sample.Name;
+    loadedSample_ = sample.Ident;
+    profileRun_.reset();
+    steps_.reset();
+    profiles::TStoredProfileRun run;
+    if (profiles::ReadStoredProfileRun(connection, fider_->GetGUID(), sample.Ident, run))
+        profileRun_ = run;
     tree_ = std::make_unique<TPesResultsLV>(7, fider_->GetGUID(), fider_->GetName(), nullptr);
     QString error;
     if (!tree_->Open(connection, fider_->GetGUID(), 0, sample.SampleDate1, sample.SampleDate2, sample.Period, error) ||
@@ -109,7 +117,42 @@ bool TLVResultBalancesFider::SaveWorkbook(const QString& file, QString& error)
         if (const int count = nodes->Int(QStringLiteral("N")); count > 0)
             header.Nodes = count;
     });
-    return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
+    const profiles::TProfileStepSeries* steps = nullptr;
+    QString note;
+    if (!profileRun_ || !ProfileSteps(steps, note))
+        return WriteFiderResultsXlsx(file, tree_->Record(), header, error);
+    return WriteFiderResultsXlsx(file, tree_->Record(), header, error,
+                                 [&](lxw_workbook* book) { AddProfileSheets(book, *profileRun_, *steps); });
+}
+
+bool TLVResultBalancesFider::ProfileSteps(const profiles::TProfileStepSeries*& series, QString& note)
+{
+    series = nullptr;
+    TCurrentDatabase* db = CurrentDatabase();
+    if (!profileRun_ || !db)
+        return false;
+    if (!steps_ && stepsNote_.isEmpty()) {
+        profiles::TProfileStepSeries steps;
+        bool changed = false;
+        QString error;
+        try {
+            if (profiles::RecalculateProfileSteps(*db->GetDefaultConnection(), fider_->GetGUID(), loadedSample_,
+                                                  *profileRun_, db->GetInit()->GetDefaultCosFi(), steps, changed,
+                                                  error)) {
+                steps_ = std::move(steps);
+                if (changed)
+                    stepsNote_ = QStringLiteral("Схема или графики изменились после расчета: шаги показаны по "
+                                                "нынешним данным");
+            } else {
+                stepsNote_ = QStringLiteral("Шаги интервала не рассчитаны: ") + error;
+            }
+        } catch (const EDatabaseError& e) {
+            stepsNote_ = QStringLiteral("Шаги интервала не рассчитаны: ") + e.Text();
+        }
+    }
+    note = stepsNote_;
+    series = steps_ ? &*steps_ : nullptr;
+    return series != nullptr;
 }
 
 void TLVResultBalancesFider::Build(TOExport& target)

@@ -2,7 +2,10 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <optional>
 #include <vector>
+
+#include "host/profiles/ProfileFeeder.h"
 
 class TFiderHH;
 class TOExport;
@@ -28,9 +31,18 @@ public:
     // Writes the feeder's results workbook (energy and power sheets) of the loaded sample; false with a reason.
     bool SaveWorkbook(const QString& file, QString& error);
 
+    // The run by metering profiles of the loaded sample, when the feeder's run is one; its steps calculated again
+    // on first asking (false with a reason when they cannot be).
+    const profiles::TStoredProfileRun* ProfileRun() const { return profileRun_ ? &*profileRun_ : nullptr; }
+    bool ProfileSteps(const profiles::TProfileStepSeries*& series, QString& note);
+
 private:
     TFiderHH* fider_;
     int sampleIdent_;
+    int loadedSample_ = 0;
+    std::optional<profiles::TStoredProfileRun> profileRun_;
+    std::optional<profiles::TProfileStepSeries> steps_;
+    QString stepsNote_;
     std::unique_ptr<TPesResultsLV> tree_;
     QString sampleName_;
     QString title_;

@@ -463,7 +463,7 @@ void FiderSheet::Write()
 }  // namespace
 
 bool WriteFiderResultsXlsx(const QString& file, const TLVResultRecord& record, const TLVFiderResultsHeader& header,
-                           QString& error)
+                           QString& error, const std::function<void(lxw_workbook*)>& more)
 {
     TXlsxFile out(file);
     lxw_workbook* book = out.Open(error);
@@ -471,5 +471,7 @@ bool WriteFiderResultsXlsx(const QString& file, const TLVResultRecord& record, c
         return false;
     for (const Quantities* q : {&kEnergy, &kPower})
         FiderSheet(book, *q, record, header).Write();
+    if (more)
+        more(book);
     return out.Close(error);
 }

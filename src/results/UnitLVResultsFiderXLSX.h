@@ -1,8 +1,10 @@
 #pragma once
 #include <QChar>
 #include <QString>
+#include <functional>
 
 class TLVResultRecord;
+struct lxw_workbook;
 
 // What the header block of a feeder's results workbook names: the owners of the feeder and the period.
 struct TLVFiderResultsHeader {
@@ -20,5 +22,6 @@ QString LVRatioFormula(const QString& dividend, const QString& divisor, int fact
 // Writes the results of one LV feeder (its record at level 7) as a workbook with the sheets "Потери
 // электроэнергии" and "Потери мощности": header block, phase block, balance table and line table. False
 // with a reason when the file cannot be written; an existing file is replaced only by a whole workbook.
+// `more` adds sheets after those two.
 bool WriteFiderResultsXlsx(const QString& file, const TLVResultRecord& record, const TLVFiderResultsHeader& header,
-                           QString& error);
+                           QString& error, const std::function<void(lxw_workbook*)>& more = {});

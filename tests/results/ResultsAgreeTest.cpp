@@ -312,8 +312,9 @@ TEST(ResultsAgree, TheEnergyLossFollowsFromTheGridsOwnColumnsInBothRegimes)
             const double expected = regime == fider::TRegimeKind::Maximum ? f[1] * f[3] * f[2] * f[5] / 1000
                                                                           : f[1] * f[2] * f[4] * f[5] / 1000;
             EXPECT_NEAR(f[0], expected, 1e-9 * std::max(1.0, expected)) << guid;
-            if (regime == fider::TRegimeKind::Maximum)
+            if (regime == fider::TRegimeKind::Maximum) {
                 EXPECT_TRUE(isEmptyFloat(f[4])) << "no shape factor at the greatest load";
+            }
         }
     }
 }

@@ -19,6 +19,7 @@ QString LoadModeName(TLoadMode mode)
     switch (mode) {
     case TLoadMode::Loads: return QStringLiteral("loads");
     case TLoadMode::HeadCurrents: return QStringLiteral("currents");
+    case TLoadMode::Profiles: return QStringLiteral("profiles");
     default: return QStringLiteral("energy");
     }
 }
@@ -148,6 +149,8 @@ private:
             if (s_.Mode == TLoadMode::Energy)
                 p << QStringLiteral("Расчет по отпуску электроэнергии возможен только в режиме средних нагрузок");
         }
+        if (s_.Mode == TLoadMode::Profiles)
+            p << QStringLiteral("Расчет по графикам нагрузки выполняется по шагам интервала, а не одним режимом");
         if (s_.Mode == TLoadMode::Energy && !positive(s_.Wa))
             p << QStringLiteral("Не задан отпуск активной электроэнергии в линию");
     }

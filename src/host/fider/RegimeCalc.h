@@ -4,6 +4,8 @@
 // kind) and the feeder's figures. Problems are readable texts, never exceptions.
 #include <QStringList>
 #include <array>
+#include <limits>
+#include <memory>
 #include <vector>
 
 #include "host/HostApi.h"
@@ -12,8 +14,9 @@
 namespace fider {
 
 enum class TRegimeKind { Middle = 0, Maximum = 1 };
-enum class TLoadMode { Loads = 0, HeadCurrents = 1, Energy = 2 };
-OZN3HOST_API QString LoadModeName(TLoadMode mode);  // "loads", "currents", "energy"
+enum class TLoadMode { Loads = 0, HeadCurrents = 1, Energy = 2, Profiles = 3 };
+OZN3HOST_API QString LoadModeName(TLoadMode mode);  // "loads", "currents", "energy", "profiles"
+struct TProfileRunFigures;
 
 // Everything a regime needs besides the scheme; values resolved, empty floats where not given.
 struct OZN3HOST_API TRegimeSettings {
@@ -66,6 +69,9 @@ public:
         int SchemeNode = -1;      // -1: the supply centre
         std::array<double, 3> U;  // phase-to-neutral voltages, V; empty where the phase is absent
         bool Energised = false;
+        // A run by profiles: the lowest phase voltage over the interval (V) and the share of its steps outside
+        // ±10 % of the nominal voltage; empty otherwise.
+        double Umin = std::numeric_limits<double>::quiet_NaN(), UOut = std::numeric_limits<double>::quiet_NaN();
     };
     struct Section {
         int SchemeLine = -1;
@@ -119,6 +125,7 @@ public:
     TCalcWResultsHH Energy;
     std::vector<TBalanceBlock> Blocks;
     TFiderFigures Figures;
+    std::shared_ptr<const TProfileRunFigures> Profile;  // a run by metering profiles only
 };
 
 // Calculates one feeder. Fails (with problems, nothing else filled) on a scheme that is not a tree,

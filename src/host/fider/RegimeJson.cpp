@@ -1,7 +1,10 @@
 #include "host/fider/RegimeJson.h"
 
+#include <QDateTime>
+
 #include "host/JsonLines.h"
 #include "host/NumericHelpers.h"
+#include "host/fider/ProfileRunFigures.h"
 
 namespace fider {
 
@@ -49,6 +52,22 @@ QByteArray figures(const TFiderFigures& g)
     w.Number("Kzap", g.Kzap).Number("Tau", g.Tau).Number("Tmax", g.Tmax);
     return w.Finish();
 }
+QByteArray profileFigures(const TProfileRunFigures& p)
+{
+    host::JsonObjectWriter w;
+    w.Number("StepMinutes", p.StepMinutes).Number("Steps", p.Steps);
+    w.Raw("Peak",
+          host::JsonString(
+              QDateTime::fromSecsSinceEpoch(p.PeakMinute * 60, Qt::UTC).toString(QStringLiteral("yyyy-MM-ddTHH:mm"))));
+    w.Number("NProfile", p.NProfile).Number("NHead", p.NHead).Number("NTypical", p.NTypical);
+    w.Number("NFlat", p.NFlat).Number("NNoLoad", p.NNoLoad).Raw("HeadMeter", p.HeadMeter ? "true" : "false");
+    w.Number("HeadWa", p.HeadWa);
+    w.Number("Umin", p.Umin).Number("UOut", p.UOut);
+    w.Number("sqrKfg", p.SqrKfg).Number("Tmax", p.Tmax).Number("Tau", p.TauRel);
+    w.Number("dWa", p.dWa).Number("dWaMiddle", p.dWaMiddle).Number("dWaMax", p.dWaMax);
+    w.Number("ErrorMiddle", p.ErrorMiddle()).Number("ErrorMax", p.ErrorMax());
+    return w.Finish();
+}
 }  // namespace
 
 QByteArray RegimeJson(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int ident)
@@ -77,6 +96,8 @@ QByteArray RegimeJson(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int 
         node.Number("GUID", centre ? f.Guid : f.Nodes[n.SchemeNode].Guid);
         node.Raw("Name", host::JsonString(centre ? QStringLiteral("ЦП") : f.Nodes[n.SchemeNode].Name));
         node.Raw("Energised", n.Energised ? "true" : "false").Raw("U", numbers(n.U));
+        if (run.Profile)
+            node.Number("Umin", n.Umin).Number("UOut", n.UOut);
         nodes.push_back(node.Finish());
         if (pos == 0)
             continue;
@@ -92,6 +113,8 @@ QByteArray RegimeJson(const TFiderHHInfo& f, const TCalcWInfoHHCommon& run, int 
     for (const TBalanceBlock& b : run.Blocks)
         blocks.push_back(block(b));
     w.Raw("Balance", list(blocks)).Raw("Figures", figures(run.Figures));
+    if (run.Profile)
+        w.Raw("Profiles", profileFigures(*run.Profile));
     return w.Finish();
 }
 

@@ -10,6 +10,8 @@ TLoadMode ModeOfSampleType(TRegimeKind regime, int sampleType)
 {
     if (sampleType == 1)
         return TLoadMode::Loads;
+    if (sampleType == kProfilesSampleType)
+        return TLoadMode::Profiles;
     return regime == TRegimeKind::Middle ? TLoadMode::Energy : TLoadMode::HeadCurrents;
 }
 
@@ -17,6 +19,8 @@ std::optional<int> SampleTypeOfMode(TRegimeKind regime, TLoadMode mode)
 {
     if (mode == TLoadMode::Loads)
         return 1;
+    if (mode == TLoadMode::Profiles)
+        return kProfilesSampleType;
     if (regime == TRegimeKind::Middle && mode == TLoadMode::Energy)
         return 0;
     if (regime == TRegimeKind::Maximum && mode == TLoadMode::HeadCurrents)
@@ -26,6 +30,8 @@ std::optional<int> SampleTypeOfMode(TRegimeKind regime, TLoadMode mode)
 
 bool EnergyIsCalculated(TRegimeKind regime, TLoadMode mode)
 {
+    if (mode == TLoadMode::Profiles)
+        return true;  // the head meter's profile, when there is one, is the measured supply
     return regime == TRegimeKind::Middle ? mode == TLoadMode::Loads : mode == TLoadMode::HeadCurrents;
 }
 

@@ -34,7 +34,8 @@ struct OZN3HOST_API TFiderParamSources {
 };
 
 // The modes of the dialogs' combo: mean loads 0 energy supplied, 1 given loads; maximum load 0 head
-// currents, 1 given loads.
+// currents, 1 given loads; both 2 metering profiles.
+inline constexpr int kProfilesSampleType = 2;
 OZN3HOST_API TLoadMode ModeOfSampleType(TRegimeKind regime, int sampleType);
 OZN3HOST_API std::optional<int> SampleTypeOfMode(TRegimeKind regime, TLoadMode mode);
 // Whether the mode finds the energy supplied by calculation rather than taking a measured one.

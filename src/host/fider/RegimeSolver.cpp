@@ -273,6 +273,15 @@ double TRegimeSolver::HeadQ(int phase) const
     return m_ ? sourceI_[phase] * ar_[phase][0] - sourceR_[phase] * ai_[phase][0] : 0;
 }
 
+void TRegimeSolver::Impedance(int position, double& rf, double& xf, double& rn, double& xn) const
+{
+    const int j = compact_[position];
+    rf = j >= 0 ? rf_[j] : kEmpty;
+    xf = j >= 0 ? xf_[j] : kEmpty;
+    rn = j >= 0 ? rn_[j] : kEmpty;
+    xn = j >= 0 ? xn_[j] : kEmpty;
+}
+
 double TRegimeSolver::LoadPhaseSum(int phase) const
 {
     double sum = 0;

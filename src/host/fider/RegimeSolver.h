@@ -50,6 +50,9 @@ public:
     // The set active load of a phase after scaling, W.
     double LoadPhaseSum(int phase) const;
     bool Energised(int position) const { return compact_[position] >= 0; }
+    // The series impedance of the section that feeds an energised position at the prepared temperature, Ohm:
+    // phase and neutral conductors. Other solvers of the same feeder take their impedances from here.
+    void Impedance(int position, double& rf, double& xf, double& rn, double& xn) const;
 
 private:
     bool Sweep(int maxSweeps, const std::function<void()>& adjust);

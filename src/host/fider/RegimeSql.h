@@ -5,7 +5,7 @@
 namespace RegimeSql {
 
 inline constexpr const char* kFiders =
-    R"(select lf.guid, lf."Name", lf."OwnerGUID", lf."Unom", nod."RES", tl."CosFi" as "LoadCos",
+    R"(select lf.guid, lf."Name", lf."OwnerGUID", lf."Unom", nod."RES", tl."CosFi" as "LoadCos", lf."TypeLoad",
     a."ProvodPhase", a."ProvodNull", a."LineLength", a."CosFi", a."ConsumerName", a."SwitchGName"
     from "LVFiders" lf left join "Nodes" nod on nod.guid=lf."OwnerGUID"
     left join "TypeLoads" tl on tl."Ident"=lf."TypeLoad" left join "LVFidersA" a on a.guid=lf.guid %1)";
@@ -70,7 +70,12 @@ inline constexpr int kPBlockIntegers = 8;
 inline constexpr const char* kWBlockColumns[] = {"Ident",  "RES",    "Balance", "Wacalc", "Wafakt", "Wa_gen",
                                                  "Wrcalc", "Wrfakt", "Wr_gen",  "dWa",    "dWr"};
 inline constexpr int kWBlockIntegers = 3;
-inline constexpr const char* kNodeColumns[] = {"Ident", "GUID", "U", "UA", "UB", "UC", "dU"};
+inline constexpr const char* kNodeColumns[] = {"Ident", "GUID", "U", "UA", "UB", "UC", "dU", "Umin", "UOut"};
+// What a run by metering profiles adds ("LoadMode" 3): integers, the time of the peak, then doubles.
+inline constexpr const char* kProfileRunColumns[] = {
+    "Ident",    "StepMinutes", "Steps", "NProfile", "NHead", "NTypical", "NFlat", "NNoLoad",   "HeadMeter",
+    "PeakTime", "Umin",        "UOut",  "sqrKfg",   "Tmax",  "Tau",      "dWa",   "dWaMiddle", "dWaMax"};
+inline constexpr int kProfileRunIntegers = 9;
 inline constexpr const char* kSectionColumns[] = {"Ident", "GUID", "I", "dU", "dP", "IA", "IB", "IC", "IN", "dQ"};
 inline constexpr int kElementIntegers = 2;
 // A feeder's former run of the interval and calculation type goes before its new one is written: the unique

@@ -116,6 +116,7 @@ public:
                 const double unom = q.Float(QStringLiteral("Unom"));
                 f.info.Unom = isEmptyFloat(unom) ? 0.38 : unom;
                 f.info.LoadKindCosFi = q.Float(QStringLiteral("LoadCos"));
+                f.info.LoadKind = q.Int(QStringLiteral("TypeLoad"));
                 f.provodPhase = q.Int(QStringLiteral("ProvodPhase"));
                 f.provodNull = q.Int(QStringLiteral("ProvodNull"));
                 f.lineLength = q.Float(QStringLiteral("LineLength"));

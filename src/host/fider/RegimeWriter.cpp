@@ -1,9 +1,11 @@
 #include "host/fider/RegimeWriter.h"
 
+#include <QDateTime>
 #include <cmath>
 
 #include "host/Connection.h"
 #include "host/NumericHelpers.h"
+#include "host/fider/ProfileRunFigures.h"
 #include "host/fider/RegimeSql.h"
 
 namespace fider {
@@ -107,6 +109,10 @@ TRegimeWriter::TRegimeWriter(ToznFDConnection& connection, int sampleIdent, int 
     wBlocks_ = inserter(connection_, "LVWResultsAdd", kWBlockColumns, kWBlockIntegers, kBlocksPerStatement);
     nodes_ = inserter(connection_, "LVPResultsN", kNodeColumns, kElementIntegers, kElementsPerStatement);
     sections_ = inserter(connection_, "LVPResultsL", kSectionColumns, kElementIntegers, kElementsPerStatement);
+    QStringList profileTypes = types(std::size(kProfileRunColumns), kProfileRunIntegers);
+    profileTypes[kProfileRunIntegers] = QStringLiteral("timestamp");
+    profileRuns_ = std::make_unique<TBlockStatement>(connection_, insertRow("LVProfileRuns", kProfileRunColumns),
+                                                     profileTypes, kRunsPerStatement);
     deleteFormer_ = std::make_unique<TBlockStatement>(connection_, QString::fromUtf8(kDeleteFormerRuns), types(3, 3),
                                                       kDeletesPerStatement);
     auto prepare = [&](std::unique_ptr<TFDQuery>& query, const char* sql) {
@@ -209,15 +215,16 @@ void TRegimeWriter::WriteGroup(const std::vector<Pending>& group)
         Buffer(p);
     }
     deleteFormer_->Flush();
-    const int rows = runs_->Flush() + pBlocks_->Flush() + wBlocks_->Flush() + nodes_->Flush() + sections_->Flush();
+    const int rows = runs_->Flush() + pBlocks_->Flush() + wBlocks_->Flush() + nodes_->Flush() + sections_->Flush() +
+                     profileRuns_->Flush();
     rows_ += rows;
     sinceCommit_ += rows;
 }
 
 void TRegimeWriter::ClearBuffers()
 {
-    for (TBlockStatement* b :
-         {runs_.get(), pBlocks_.get(), wBlocks_.get(), nodes_.get(), sections_.get(), deleteFormer_.get()})
+    for (TBlockStatement* b : {runs_.get(), pBlocks_.get(), wBlocks_.get(), nodes_.get(), sections_.get(),
+                               deleteFormer_.get(), profileRuns_.get()})
         b->Clear();
 }
 
@@ -272,6 +279,12 @@ void TRegimeWriter::Buffer(const Pending& p)
         wBlocks_->Add({ident, b.Res, b.Balance, num(b.Wacalc), num(b.Wafakt), num(b.Wa_gen), num(b.Wrcalc),
                        num(b.Wrfakt), num(b.Wr_gen), num(b.dWa), num(b.dWr)});
     }
+    if (const TProfileRunFigures* pr = run.Profile.get())
+        profileRuns_->Add({ident, pr->StepMinutes, pr->Steps, pr->NProfile, pr->NHead, pr->NTypical, pr->NFlat,
+                           pr->NNoLoad, pr->HeadMeter ? 1 : 0,
+                           QDateTime::fromSecsSinceEpoch(pr->PeakMinute * 60, Qt::UTC), num(pr->Umin), num(pr->UOut),
+                           num(pr->SqrKfg), num(pr->Tmax), num(pr->TauRel), num(pr->dWa), num(pr->dWaMiddle),
+                           num(pr->dWaMax)});
     // Elements of a feeder without a scheme have no rows of their own to refer to.
     if (f.Equivalent)
         return;
@@ -289,7 +302,7 @@ void TRegimeWriter::Buffer(const Pending& p)
                 drop = std::isnan(drop) ? d : std::max(drop, d);
             }
         nodes_->Add({ident, f.Nodes[node.SchemeNode].Guid, num(n ? sum / n : EmptyFloat()), num(node.U[0]),
-                     num(node.U[1]), num(node.U[2]), num(drop)});
+                     num(node.U[1]), num(node.U[2]), num(drop), num(node.Umin), num(node.UOut)});
         const auto& section = run.Power.Sections[pos];
         double largest = EmptyFloat();
         for (int k = 0; k < 3; ++k)

@@ -74,7 +74,7 @@ private:
     ToznFDConnection& connection_;
     int sampleIdent_, calcType_;
     std::unique_ptr<TFDQuery> reserve_, savepoint_, release_, undo_;
-    std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_;
+    std::unique_ptr<TBlockStatement> runs_, pBlocks_, wBlocks_, nodes_, sections_, deleteFormer_, profileRuns_;
     QString lastError_;
     bool lastConflict_ = false;  // the last error was another user's rows, worth another attempt
     std::vector<Pending> pending_;

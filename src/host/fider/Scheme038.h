@@ -109,6 +109,7 @@ public:
     int Res = 0;               // the substation's district of the balance ("Nodes"."RES")
     double Unom = 0.38;        // kV
     double LoadKindCosFi = 0;  // the load kind's power factor; empty when unknown
+    int LoadKind = 0;          // the load kind ("TypeLoads"."Ident"); 0 when not given
     std::vector<TNode038> Nodes;
     std::vector<TLine038> Lines;
     std::vector<TAbonentNode038> Consumers;

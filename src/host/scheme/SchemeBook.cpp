@@ -420,22 +420,7 @@ private:
     std::vector<FiderIndex> index_;
 };
 
-// Names of the nodes of one feeder for the workbook: the supply centre is "ТП", and a name that is
-// empty, "ТП" or taken by another node gets its key in brackets.
-QHash<int, QString> NodeNames(const TFiderHHInfo& f)
-{
-    QHash<int, QString> names;
-    QSet<QString> taken{Key(u(kSupplyCentre))};
-    names.insert(f.Guid, u(kSupplyCentre));
-    for (const TNode038& n : f.Nodes) {
-        QString name = n.Name.simplified();
-        if (name.isEmpty() || taken.contains(Key(name)))
-            name = QStringLiteral("%1 [%2]").arg(name.isEmpty() ? QStringLiteral("Узел") : name).arg(n.Guid);
-        taken.insert(Key(name));
-        names.insert(n.Guid, name);
-    }
-    return names;
-}
+QHash<int, QString> NodeNames(const TFiderHHInfo& f) { return BookNodeNames(f); }
 
 QString NumberText(double value) { return isEmptyFloat(value) ? QString() : dotFloatToStr(value); }
 
@@ -514,6 +499,21 @@ void AddFider(TSchemeBook& book, const TFiderHHInfo& f, int& sectionRow, int& co
     }
 }
 }  // namespace
+
+QHash<int, QString> BookNodeNames(const TFiderHHInfo& f)
+{
+    QHash<int, QString> names;
+    QSet<QString> taken{Key(u(kSupplyCentre))};
+    names.insert(f.Guid, u(kSupplyCentre));
+    for (const TNode038& n : f.Nodes) {
+        QString name = n.Name.simplified();
+        if (name.isEmpty() || taken.contains(Key(name)))
+            name = QStringLiteral("%1 [%2]").arg(name.isEmpty() ? QStringLiteral("Узел") : name).arg(n.Guid);
+        taken.insert(Key(name));
+        names.insert(n.Guid, name);
+    }
+    return names;
+}
 
 QString SectionCaption(int column) { return u(kSectionCaptions[column]); }
 QString ConsumerCaption(int column) { return u(kConsumerCaptions[column]); }

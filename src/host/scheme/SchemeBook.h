@@ -116,6 +116,10 @@ OZN3HOST_API TCheckedBook CheckSchemeBook(const TSchemeBook& book, const TConduc
 // in a scheme) are written in kWh. Node names that would be ambiguous in the workbook are made unique.
 OZN3HOST_API TSchemeBook BookFromFiders(const std::vector<fider::TFiderHHInfo>& fiders);
 
+// Names of the nodes of one feeder as the workbook writes them, by node key: the supply centre is "ТП", and a
+// name that is empty, "ТП" or taken by another node gets its key in brackets.
+OZN3HOST_API QHash<int, QString> BookNodeNames(const fider::TFiderHHInfo& fider);
+
 // Names of feeders and nodes compare with case and repeated spaces aside.
 OZN3HOST_API QString NameKey(const QString& name);
 

@@ -1,0 +1,25 @@
+#pragma once
+// The regime by metering profiles of many LV feeders: the schemes read once, the profiles read feeder group by
+// feeder group as the run goes, the feeders calculated in parallel on every core while one connection reads the
+// next group and writes the last, stoppable between groups. Used by the command line and by the application.
+#include <QList>
+
+#include "host/HostApi.h"
+#include "host/fider/RegimeBatch.h"
+
+class TfdbDatabase;
+class ToznFDConnection;
+
+namespace profiles {
+
+// Calculates and stores the feeders for the request (its regime kind and calculation type; Kdp from the given
+// values, else 1) on a connection of its own. `threads` 0: one per core.
+OZN3HOST_API fider::TRegimeBatchResult RunProfileBatch(TfdbDatabase& database, const QList<int>& fiders,
+                                                       const fider::TRegimeRequest& request,
+                                                       const fider::TRegimeBatchEvents& events, int threads = 0);
+// The same on a connection without an open transaction, with the default cos φ.
+OZN3HOST_API fider::TRegimeBatchResult RunProfileBatch(ToznFDConnection& connection, double defaultCosFi,
+                                                       const QList<int>& fiders, const fider::TRegimeRequest& request,
+                                                       const fider::TRegimeBatchEvents& events, int threads = 0);
+
+}  // namespace profiles

@@ -1,0 +1,293 @@
+// The application with metering profiles, driven offscreen as a user would: a file of meters' readings loaded
+// from the substation's menu, the regime dialog's "По графикам нагрузки" on one feeder leading to its results
+// window with the pictures and the methods, its workbook, the group run's comparison table, and the regime
+// dialog's own loading of a file.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QChart>
+#include <QChartView>
+#include <QComboBox>
+#include <QDialog>
+#include <QFile>
+#include <QLineEdit>
+#include <QLineSeries>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScatterSeries>
+#include <QTabWidget>
+#include <QTableWidget>
+#include <QTimer>
+#include <QTreeView>
+#include <cmath>
+
+#include "app/MainWindow.h"
+#include "app/PluginLoader.h"
+#include "feeders/CalcParamsMiddle.h"
+#include "host/Database.h"
+#include "host/Dialogs.h"
+#include "host/FiderHHCalcParams.h"
+#include "host/HostObjects.h"
+#include "host/Meters.h"
+#include "host/Tree.h"
+#include "host/TreeModel.h"
+#include "results/PesResultsLVUnit.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+
+namespace {
+QAction* action(QMainWindow& window, const QString& text)
+{
+    for (QAction* a : window.menuBar()->findChildren<QAction*>())
+        if (QString(a->text()).remove(QLatin1Char('&')) == text)
+            return a;
+    return nullptr;
+}
+
+// Answers the modal windows as they come: the regime dialog with a mode and OK, every other window looked at by
+// `inspect` (with its name) and closed.
+struct WindowAnswers {
+    QStringList seen;
+    int mode = 2;
+    std::function<void(QDialog*)> inspect;
+    QTimer timer;
+    WindowAnswers()
+    {
+        timer.setInterval(10);
+        QObject::connect(&timer, &QTimer::timeout, [this] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!dialog || !dialog->isVisible() || dialog->inherits("QProgressDialog"))
+                return;
+            seen << dialog->objectName();
+            if (auto* combo = dialog->findChild<QComboBox*>("ComboSampleType")) {
+                combo->setCurrentIndex(mode);
+                dialog->done(1);
+                return;
+            }
+            if (inspect)
+                inspect(dialog);
+            dialog->done(2);
+        });
+        timer.start();
+    }
+};
+
+class ProfileWindow : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        SetCurrentDatabase(db_.get());
+        QString error;
+        ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
+        window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
+        window_->show();
+    }
+    void TearDown() override
+    {
+        window_.reset();
+        plugin_.Unload();
+        SetCurrentDatabase(nullptr);
+    }
+    void Select(int ident)
+    {
+        auto* view = window_->findChild<QTreeView*>("NetworkTree");
+        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
+    }
+    ToznFDConnection& C() { return *db_->GetDefaultConnection(); }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    host::ScriptedDialogs dialogs_;
+    host::ScopedDialogs scoped_{&dialogs_};
+    Ozn32Plugin plugin_;
+    std::unique_ptr<MainWindow> window_;
+};
+
+// A year of 2025 by hours for two meters: "M-1" steady 1 kWh, "M-2" 3 kWh from 18:00 to 22:00, else 0.5 kWh.
+QString WriteMeters(const QString& file)
+{
+    QFile f(file);
+    f.open(QIODevice::WriteOnly);
+    f.write("Счетчик;Дата и время;кВт·ч\n");
+    QDateTime t(QDate(2025, 1, 1), QTime(0, 0), Qt::UTC);
+    for (int h = 0; h < 8760; ++h, t = t.addSecs(3600)) {
+        const QByteArray time = t.toString("dd.MM.yyyy HH:mm").toUtf8();
+        const int hour = h % 24;
+        f.write("M-1;" + time + ";1\n");
+        f.write("M-2;" + time + ";" + (hour >= 18 && hour < 22 ? "3" : "0,5") + "\n");
+    }
+    return file;
+}
+}  // namespace
+
+TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithItsPicturesAndMethods)
+{
+    // A feeder with a scheme, two of its consumers given meters of the register.
+    const int feeder = static_cast<int>(Scalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
+        group by n."OwnerGUID" having count(*) >= 3 order by n."OwnerGUID")"));
+    const int substation = static_cast<int>(Scalar(C(), QStringLiteral(R"(select "OwnerGUID" from "LVFiders" where
+        "GUID"=%1)")
+                                                            .arg(feeder)));
+    const int first = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2)")
+                                                       .arg(feeder)));
+    const int second = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2 and "GUID">%2)")
+                                                        .arg(feeder)
+                                                        .arg(first)));
+    C().StartTransaction(false);
+    SaveMeter(C(), first, {QStringLiteral("M-1"), 1});
+    SaveMeter(C(), second, {QStringLiteral("M-2"), 1});
+    C().Commit();
+    const QString file = WriteMeters(folder_.Path("показания.csv"));
+    window_->ChooseProfileFile = [&] { return file; };
+
+    // From the substation's menu; the demo's own profiles of these consumers, if any, are replaced on yes.
+    Select(substation);
+    QAction* load = action(*window_, "Загрузить графики нагрузки…");
+    ASSERT_NE(load, nullptr);
+    dialogs_.AnswerMessage(host::mrYes);
+    load->trigger();
+    ASSERT_FALSE(dialogs_.Texts().isEmpty());
+    EXPECT_TRUE(dialogs_.Texts().last().contains("Загружены графики за «2025г.»"))
+        << dialogs_.Texts().join('\n').toStdString();
+    EXPECT_DOUBLE_EQ(
+        Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)").arg(first)),
+        8760.0);
+    // 4 hours of 3 and 20 of 0.5 a day: 22 kWh a day.
+    EXPECT_DOUBLE_EQ(
+        Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)").arg(second)),
+        365 * 22.0);
+
+    // The feeder by profiles from the regime dialog: stored as a run of its own mode, then its window.
+    Select(feeder);
+    auto answers = std::make_unique<WindowAnswers>();
+    int points = 0, tabs = 0;
+    double peakY = 0, largestY = 0;
+    QString methodsText;
+    answers->inspect = [&](QDialog* dialog) {
+        if (dialog->objectName() != "LVResultBalancesFider")
+            return;
+        auto* pages = dialog->findChild<QTabWidget*>("PagesResults");
+        if (!pages)
+            return;
+        tabs = pages->count();
+        auto* head = dialog->findChild<QChartView*>("ChartHeadPower");
+        if (head) {
+            for (QAbstractSeries* s : head->chart()->series()) {
+                if (auto* line = qobject_cast<QLineSeries*>(s); line && !qobject_cast<QScatterSeries*>(s)) {
+                    points = line->count();
+                    for (const QPointF& p : line->points())
+                        largestY = std::max(largestY, p.y());
+                }
+                if (auto* peak = qobject_cast<QScatterSeries*>(s); peak && peak->count() == 1)
+                    peakY = peak->at(0).y();
+            }
+        }
+        if (auto* methods = dialog->findChild<QTableWidget*>("GridMethods"))
+            methodsText = methods->item(0, 1)->text();
+    };
+    QAction* middle = action(*window_, "Расчет режима средних нагрузок...");
+    ASSERT_NE(middle, nullptr);
+    middle->trigger();
+    EXPECT_TRUE(answers->seen.contains("frmCalcParamsMiddle"));
+    EXPECT_TRUE(answers->seen.contains("LVResultBalancesFider")) << answers->seen.join(',').toStdString();
+    answers.reset();
+    const int sample = window_->SelectedPeriod();
+    const QString run =
+        QStringLiteral(R"( from "LVResults" where "GUID"=%1 and "SampleIdent"=%2)").arg(feeder).arg(sample);
+    ASSERT_EQ(Scalar(C(), "select count(*)" + run), 1);
+    EXPECT_EQ(Scalar(C(), R"(select "LoadMode")" + run), 3);
+    const double stored = Scalar(C(), QStringLiteral(R"(select p."dWa" from "LVProfileRuns" p join "LVResults" r on
+        r."Ident"=p."Ident" where r."GUID"=%1 and r."SampleIdent"=%2)")
+                                          .arg(feeder)
+                                          .arg(sample));
+    EXPECT_EQ(tabs, 3);
+    EXPECT_EQ(points, 8760);
+    EXPECT_GT(largestY, 0);
+    EXPECT_FLOAT_EQ(peakY, largestY);  // the marked step is the one of greatest head power
+    EXPECT_EQ(methodsText, QString::number(stored, 'f', 3));
+
+    // The feeder's workbook: its balance sheets, then the steps, their charts and the methods, whose errors are
+    // formulas LibreOffice recalculates to the window's values.
+    TFiderHH fider(feeder, QStringLiteral("Л"), substation);
+    TLVResultBalancesFider balances(&fider, sample);
+    ASSERT_TRUE(balances.Load(C()));
+    const QString book = folder_.Path("линия.xlsx");
+    QString error;
+    ASSERT_TRUE(balances.SaveWorkbook(book, error)) << error.toStdString();
+    EXPECT_FALSE(ReadZipEntry(book, "xl/charts/chart1.xml").isEmpty());
+    EXPECT_EQ(ExpectFormulasAsRecalculated(book, 5), 2);
+    const QString steps = QString::fromUtf8(ReadZipEntry(book, "xl/worksheets/sheet3.xml"));
+    EXPECT_EQ(steps.count("<row "), 8761);
+
+    // The substation by profiles: its feeders' comparison over the tree comes up as a table.
+    Select(substation);
+    WindowAnswers group;
+    QString firstRow;
+    group.inspect = [&](QDialog* dialog) {
+        if (dialog->objectName() != "ComparisonTable")
+            return;
+        if (auto* table = dialog->findChild<QTableWidget*>())
+            firstRow = table->item(0, 0) ? table->item(0, 0)->text() : QString();
+    };
+    dialogs_.Clear();
+    middle->trigger();
+    EXPECT_TRUE(group.seen.contains("ComparisonTable")) << group.seen.join(',').toStdString();
+    EXPECT_EQ(firstRow.trimmed(), db_->GetTree()->Find(substation)->GetText());
+}
+
+TEST_F(ProfileWindow, TheRegimeDialogOffersTheModeAndLoadsAFileForItsFeeder)
+{
+    const int feeder = static_cast<int>(Scalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
+        group by n."OwnerGUID" having count(*) >= 2 order by n."OwnerGUID" desc)"));
+    const int node = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2)")
+                                                      .arg(feeder)));
+    C().StartTransaction(false);
+    SaveMeter(C(), node, {QStringLiteral("M-1"), 1});
+    C().Commit();
+    const QString file = WriteMeters(folder_.Path("m1.csv"));
+    QFile::remove(file);
+    QFile f(file);
+    f.open(QIODevice::WriteOnly);
+    f.write("Счетчик;Дата и время;кВт·ч\n");
+    QDateTime t(QDate(2025, 1, 1), QTime(0, 0), Qt::UTC);
+    for (int h = 0; h < 8760; ++h, t = t.addSecs(3600))
+        f.write("M-1;" + t.toString("dd.MM.yyyy HH:mm").toUtf8() + ";2\n");
+    f.close();
+
+    TWCalcHHParams params;
+    params.SetFiderGUID(feeder);
+    params.SetSamplePeriod(window_->SelectedPeriod());
+    TfrmCalcParamsMiddle form;
+    form.SetParams(&params);
+    ASSERT_TRUE(form.Prepare());
+    auto* modes = form.findChild<QComboBox*>("ComboSampleType");
+    ASSERT_EQ(modes->count(), 3);
+    EXPECT_EQ(modes->itemText(2), "По графикам нагрузки");
+    auto* button = form.findChild<QPushButton*>("btnLoadProfiles");
+    ASSERT_NE(button, nullptr);
+    EXPECT_TRUE(button->isEnabled());
+    dialogs_.AnswerFile(file);
+    dialogs_.AnswerMessage(host::mrYes);  // replace what the demo has, if it has
+    button->click();
+    EXPECT_EQ(params.GetSampleType(), 2);
+    EXPECT_EQ(modes->currentIndex(), 2);
+    EXPECT_EQ(form.Box("EditWa")->text(), "Расчет");  // the energy comes from the profiles and the head meter
+    EXPECT_DOUBLE_EQ(Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0 and
+        "SampleIdent"=%2)")
+                                     .arg(node)
+                                     .arg(window_->SelectedPeriod())),
+                     17520.0);
+
+    // A group of feeders has no one substation to load into.
+    TWCalcHHParams group;
+    group.SetSamplePeriod(window_->SelectedPeriod());
+    TfrmCalcParamsMiddle groupForm;
+    groupForm.SetParams(&group);
+    ASSERT_TRUE(groupForm.Prepare());
+    EXPECT_FALSE(groupForm.findChild<QPushButton*>("btnLoadProfiles")->isEnabled());
+}
