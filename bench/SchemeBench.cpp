@@ -26,7 +26,7 @@ scheme::TSchemeBook LargeBook()
         for (int s = 1; s <= kSections; ++s) {
             const int branch = (s - 1) / 50, span = (s - 1) % 50;
             const QString to = QStringLiteral("Опора %1/%2").arg(branch).arg(span + 1);
-            const QString from = span > 0 ? QStringLiteral("Опора %1/%2").arg(branch).arg(span)
+            const QString from = span > 0      ? QStringLiteral("Опора %1/%2").arg(branch).arg(span)
                                  : branch == 0 ? QStringLiteral("ТП")
                                                : QStringLiteral("Опора 0/%1").arg(10 * branch);
             scheme::TBookRow r;
@@ -36,8 +36,9 @@ scheme::TSchemeBook LargeBook()
             if (s % 3 == 0) {
                 scheme::TBookRow c;
                 c.Row = ++consumerRow;
-                c.Cells = QStringList{fider, to, QStringLiteral("Дом %1").arg(s), QString(QChar('A' + (s / 3) % 3)),
-                                      "10", "3200", "0.95", ""};
+                c.Cells = QStringList{
+                    fider,  to, QStringLiteral("Дом %1").arg(s), QString(QChar('A' + (s / 3) % 3)), "10", "3200",
+                    "0.95", ""};
                 book.Consumers.push_back(c);
             }
         }
@@ -59,7 +60,8 @@ static void BM_SchemeWorkbookOfALargeSubstation(benchmark::State& state)
         const int tp = scheme::AddSubstation(c, QStringLiteral("ТП-1"), 0, error);
         c.StartTransaction();
         auto q = c.NewQuery();
-        q->SetSQLText(QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\") values (1, 'Год', 1)"));
+        q->SetSQLText(
+            QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\") values (1, 'Год', 1)"));
         q->ExecSQL();
         c.Commit();
         QElapsedTimer timer;

@@ -8,9 +8,9 @@
 #include "app/CliOutput.h"
 #include "host/Database.h"
 #include "host/JsonLines.h"
+#include "host/NumericHelpers.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
-#include "host/NumericHelpers.h"
 #include "results/LVMeasuredStore.h"
 #include "results/LVMeasuredXlsx.h"
 

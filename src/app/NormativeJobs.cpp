@@ -17,7 +17,7 @@
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "normative/LVNormativMethodCalcUnit.h"
-#include "normative/NormativeCalculator.h"
+#include "normative/NormativeJson.h"
 
 namespace cli {
 

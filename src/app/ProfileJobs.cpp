@@ -18,8 +18,9 @@ int Import(const QStringList& args)
     QString error;
     int node = 0, sample = 0;
     if (!a.Parse(args, 2, {{"--db", "--node", "--sample"}, {}, {"--replace"}, 1}, error) ||
-        !a.Int(QStringLiteral("--node"), true, node, error) || !a.Int(QStringLiteral("--sample"), false, sample, error) ||
-        a.PositionalCount() != 1 || !a.Has(QStringLiteral("--db"))) {
+        !a.Int(QStringLiteral("--node"), true, node, error) ||
+        !a.Int(QStringLiteral("--sample"), false, sample, error) || a.PositionalCount() != 1 ||
+        !a.Has(QStringLiteral("--db"))) {
         err((error.isEmpty() ? QString() : error + QLatin1Char('\n')) + QString::fromUtf8(kUsage));
         return 2;
     }

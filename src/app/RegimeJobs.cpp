@@ -100,16 +100,16 @@ int Regime(const QStringList& args)
     int node = 0, sample = 0, calcType = 0;
     fider::TRegimeRequest request;
     fider::TLoadMode mode = fider::TLoadMode::Loads;
-    const bool parsed =
-        a.Parse(args, 1,
-                {{"--db", "--node", "--sample", "--mode", "--calc-type", "--kdp", "--log", "--xlsx"},
-                 {},
-                 {"--middle", "--max", "--json"},
-                 0},
-                error) &&
-        a.Int(QStringLiteral("--node"), true, node, error) && a.Int(QStringLiteral("--sample"), true, sample, error) &&
-        a.Int(QStringLiteral("--calc-type"), false, calcType, error) &&
-        a.OneOf({QStringLiteral("--middle"), QStringLiteral("--max")}, error);
+    const bool parsed = a.Parse(args, 1,
+                                {{"--db", "--node", "--sample", "--mode", "--calc-type", "--kdp", "--log", "--xlsx"},
+                                 {},
+                                 {"--middle", "--max", "--json"},
+                                 0},
+                                error) &&
+                        a.Int(QStringLiteral("--node"), true, node, error) &&
+                        a.Int(QStringLiteral("--sample"), true, sample, error) &&
+                        a.Int(QStringLiteral("--calc-type"), false, calcType, error) &&
+                        a.OneOf({QStringLiteral("--middle"), QStringLiteral("--max")}, error);
     const QString modeText = a.Value(QStringLiteral("--mode"));
     const bool middle = a.Has(QStringLiteral("--middle")), maximum = a.Has(QStringLiteral("--max"));
     if (parsed && a.Has(QStringLiteral("--mode")) && !parseMode(modeText, mode))

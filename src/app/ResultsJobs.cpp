@@ -14,9 +14,9 @@
 #include "host/SamplePeriods.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
+#include "results/PesResultsNodes.h"
 #include "results/UnitLVResultsTree.h"
 #include "results/UnitLVResultsXLSX.h"
-#include "results/PesResultsNodes.h"
 
 namespace cli {
 

@@ -244,11 +244,11 @@ namespace {
 std::optional<TInputRule> columnRule(bool sections, int column)
 {
     if (sections)
-        return column == SLength ? std::optional(ranges::Length()) : std::nullopt;
+        return column == SLength ? std::optional(host::ranges::Length()) : std::nullopt;
     switch (column) {
-    case CPust: return ranges::Power();
-    case CEnergy: return ranges::Energy();
-    case CCosFi: return ranges::PowerFactor();
+    case CPust: return host::ranges::Power();
+    case CEnergy: return host::ranges::Energy();
+    case CCosFi: return host::ranges::PowerFactor();
     default: return std::nullopt;
     }
 }

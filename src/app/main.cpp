@@ -10,9 +10,9 @@
 
 #include "app/CliArgs.h"
 #include "app/CliJobs.h"
-#include "feeders/FeederSampleCalculator.h"
+#include "feeders/SampleCalcJson.h"
 #include "host/Database.h"
-#include "normative/NormativeCalculator.h"
+#include "normative/NormativeJson.h"
 
 namespace {
 bool hasDisplay()
@@ -48,7 +48,8 @@ template <class F> F WindowEntry(const char* name, QString& error)
     const QString path = WindowLibraryPath();
     void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_GLOBAL);
     if (!library) {
-        error = QStringLiteral("Не удалось загрузить окна программы %1: %2").arg(path, QString::fromLocal8Bit(dlerror()));
+        error =
+            QStringLiteral("Не удалось загрузить окна программы %1: %2").arg(path, QString::fromLocal8Bit(dlerror()));
         return nullptr;
     }
     auto entry = reinterpret_cast<F>(dlsym(library, name));

@@ -1,7 +1,8 @@
 #pragma once
-#include "host/HostApi.h"
 #include <QString>
 #include <functional>
+
+#include "host/HostApi.h"
 
 class ToznFDConnection;
 

@@ -28,6 +28,6 @@ struct SchemeConductors {
 
 // A scheme with its consumers and their yearly energies (thousand kWh) in TAbonentNode038::Wa.
 OZN3HOST_API fider::TFiderHHInfo MakeScheme(Random& random, const std::function<int()>& newGuid,
-                                             const SchemeRequest& request, const SchemeConductors& conductors);
+                                            const SchemeRequest& request, const SchemeConductors& conductors);
 
 }  // namespace db::demo

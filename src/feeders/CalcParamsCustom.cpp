@@ -168,24 +168,24 @@ TInputRule ruleOf(TParamField field)
     switch (field) {
     case TParamField::UA:
     case TParamField::UB:
-    case TParamField::UC: return ranges::PhaseVoltage();
+    case TParamField::UC: return host::ranges::PhaseVoltage();
     case TParamField::ImaxA:
     case TParamField::ImaxB:
     case TParamField::ImaxC:
     case TParamField::IA:
     case TParamField::IB:
-    case TParamField::IC: return ranges::PhaseCurrent();
+    case TParamField::IC: return host::ranges::PhaseCurrent();
     case TParamField::CosA:
     case TParamField::CosB:
-    case TParamField::CosC: return ranges::PowerFactor();
-    case TParamField::Kdp: return ranges::AdditionalLosses();
-    case TParamField::Temperature: return ranges::Temperature();
-    case TParamField::T: return ranges::IntervalHours();
-    case TParamField::Kzap: return ranges::FillFactor();
-    case TParamField::SqrKfg: return ranges::SquaredFormFactor();
-    case TParamField::Tmax: return ranges::TmaxHours();
-    case TParamField::Tau: return ranges::TauRelative();
-    default: return ranges::Energy();
+    case TParamField::CosC: return host::ranges::PowerFactor();
+    case TParamField::Kdp: return host::ranges::AdditionalLosses();
+    case TParamField::Temperature: return host::ranges::Temperature();
+    case TParamField::T: return host::ranges::IntervalHours();
+    case TParamField::Kzap: return host::ranges::FillFactor();
+    case TParamField::SqrKfg: return host::ranges::SquaredFormFactor();
+    case TParamField::Tmax: return host::ranges::TmaxHours();
+    case TParamField::Tau: return host::ranges::TauRelative();
+    default: return host::ranges::Energy();
     }
 }
 }  // namespace

@@ -375,22 +375,22 @@ void TLVFidersForm::SetupConstraints()
 {
     // What each field accepts: the ranges of the measurement workbooks and the regime dialogs.
     const std::tuple<QString, QString, TInputRule> fields[] = {
-        {QStringLiteral("EditCosFi"), QStringLiteral("К-т мощности Г.У., о.е."), ranges::PowerFactor()},
-        {QStringLiteral("EditTmax"), QStringLiteral("Тmax, часов"), ranges::TmaxHours()},
-        {QStringLiteral("EditLength"), QStringLiteral("Длина фидера, км"), ranges::Length()},
-        {QStringLiteral("EditKnm"), QStringLiteral("Кн/м, о.е."), ranges::LossRatio()},
-        {QStringLiteral("EditKrazv"), QStringLiteral("К-т разветвленности, о.е."), ranges::BranchingFactor()}};
+        {QStringLiteral("EditCosFi"), QStringLiteral("К-т мощности Г.У., о.е."), host::ranges::PowerFactor()},
+        {QStringLiteral("EditTmax"), QStringLiteral("Тmax, часов"), host::ranges::TmaxHours()},
+        {QStringLiteral("EditLength"), QStringLiteral("Длина фидера, км"), host::ranges::Length()},
+        {QStringLiteral("EditKnm"), QStringLiteral("Кн/м, о.е."), host::ranges::LossRatio()},
+        {QStringLiteral("EditKrazv"), QStringLiteral("К-т разветвленности, о.е."), host::ranges::BranchingFactor()}};
     for (const auto& [box, caption, rule] : fields)
         constraints_->AddContraints(Edit(box), caption, rule);
     const char* const phases[] = {"А", "В", "С"};
     for (int p = 0; p < 3; ++p) {
         const QString phase = QString::fromUtf8(phases[p]);
         constraints_->AddContraints(Edit(QStringLiteral("EditI") + QLatin1String(kPhases[p])),
-                                    QStringLiteral("I, А, фаза %1").arg(phase), ranges::PhaseCurrent());
+                                    QStringLiteral("I, А, фаза %1").arg(phase), host::ranges::PhaseCurrent());
         constraints_->AddContraints(Edit(QStringLiteral("EditU") + QLatin1String(kPhases[p])),
-                                    QStringLiteral("Uг.у., В, фаза %1").arg(phase), ranges::PhaseVoltage());
+                                    QStringLiteral("Uг.у., В, фаза %1").arg(phase), host::ranges::PhaseVoltage());
         constraints_->AddContraints(Edit(QStringLiteral("EditU2") + QLatin1String(kPhases[p])),
-                                    QStringLiteral("Uу.т., В, фаза %1").arg(phase), ranges::PhaseVoltage());
+                                    QStringLiteral("Uу.т., В, фаза %1").arg(phase), host::ranges::PhaseVoltage());
     }
     // Leaving a field with a text it refuses: the text stays marked and the user is told the field and its range.
     for (QLineEdit* box : findChildren<QLineEdit*>())

@@ -48,7 +48,8 @@ void SetServerCredentials(const QString& user, const QString& password)
 
 bool HasServerCredentials()
 {
-    return !typedUser().isEmpty() || (!qEnvironmentVariable("ISC_USER").isEmpty() && qEnvironmentVariableIsSet("ISC_PASSWORD"));
+    return !typedUser().isEmpty() ||
+           (!qEnvironmentVariable("ISC_USER").isEmpty() && qEnvironmentVariableIsSet("ISC_PASSWORD"));
 }
 
 // An embedded database checks no password; its user is SYSDBA unless the user says otherwise.

@@ -1,6 +1,6 @@
 #include "host/InputRanges.h"
 
-namespace ranges {
+namespace host::ranges {
 namespace {
 const QString kNonNegative = QStringLiteral("число не меньше 0");
 }  // namespace
@@ -25,4 +25,4 @@ TInputRule LossRatio() { return TInputRule::AtLeast(0, kNonNegative); }
 TInputRule Share() { return TInputRule::Range(0, 1, QStringLiteral("число от 0 до 1")); }
 TInputRule CrossSection() { return TInputRule::Above(0, QStringLiteral("число больше 0")); }
 TInputRule LineCount() { return TInputRule::WholeRange(1, 1000000, QStringLiteral("целое число от 1")); }
-}  // namespace ranges
+}  // namespace host::ranges

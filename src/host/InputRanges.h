@@ -5,7 +5,7 @@
 #include "host/HostApi.h"
 #include "host/InputRules.h"
 
-namespace ranges {
+namespace host::ranges {
 
 // Measurements and regime parameters of LV feeders and substations.
 OZN3HOST_API TInputRule Energy();             // thousand kWh (kvarh), not below 0
@@ -30,4 +30,4 @@ OZN3HOST_API TInputRule Share();         // a share or cos φ of the model, 0 to
 OZN3HOST_API TInputRule CrossSection();  // mm², above 0
 OZN3HOST_API TInputRule LineCount();     // whole, from 1
 
-}  // namespace ranges
+}  // namespace host::ranges

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "host/HostApi.h"
-#include "host/XlsxFile.h"
 #include "host/WindowService.h"
+#include "host/XlsxFile.h"
 
 class QPlainTextEdit;
 class QVBoxLayout;

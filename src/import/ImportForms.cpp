@@ -28,7 +28,7 @@
 #include "import/xlsLVZamerSocialDLL.h"
 #include "normative/LVNormativReports.h"
 
-namespace workbookform {
+namespace zamer {
 // The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
 bool treeCanOpen()
 {
@@ -144,9 +144,9 @@ void selectHandedObject(QTreeView* tree, intptr_t param)
     if (param > 0 && CurrentDatabase()->GetTree()->Find(static_cast<int>(param)))
         selectInTree(tree, static_cast<int>(param));
 }
-}  // namespace workbookform
+}  // namespace zamer
 
-using namespace workbookform;
+using namespace zamer;
 
 TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonForm(owner)
 {

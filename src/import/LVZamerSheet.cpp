@@ -46,7 +46,7 @@ Column value(int number, const QString& caption, std::function<double&(R&)> fiel
 }
 TInputRule hours()
 {
-    TInputRule r = ranges::IntervalHours();
+    TInputRule r = host::ranges::IntervalHours();
     r.message += QStringLiteral("; пустая ячейка — часы интервала");
     return r;
 }
@@ -69,52 +69,54 @@ const std::vector<Column>& ValueColumns(TLVZamerKind kind)
     static const std::vector<Column> energyColumns = [] {
         std::vector<Column> c;
         c.push_back(value(
-            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; }, ranges::Energy()));
+            4, QStringLiteral("W на шинах ТП, тыс. кВт·ч"), [](R& r) -> double& { return r.W_bus; },
+            host::ranges::Energy()));
         c.back().busbars = true;
-        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, ranges::Energy()));
+        c.push_back(value(5, QStringLiteral("W, тыс. кВт·ч"), energy, host::ranges::Energy()));
         addPhases(
-            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
+            c, 6, "U", "В", [](R & r) -> auto& { return r.U; }, host::ranges::PhaseVoltage());
         addPhases(
-            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
+            c, 9, "I", "А", [](R & r) -> auto& { return r.I; }, host::ranges::PhaseCurrent());
         addPhases(
-            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, ranges::PhaseCurrent());
+            c, 12, "Imax", "А", [](R & r) -> auto& { return r.Imax; }, host::ranges::PhaseCurrent());
         addPhases(
-            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
+            c, 15, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, host::ranges::PowerFactor());
         c.push_back(value(
             18, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
+            19, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, host::ranges::AdditionalLosses()));
         c.push_back(value(
-            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
+            20, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, host::ranges::FillFactor()));
         c.push_back(value(
-            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; }, ranges::SquaredFormFactor()));
+            21, QStringLiteral("Kф², о.е."), [](R& r) -> double& { return r.sqrKfg; },
+            host::ranges::SquaredFormFactor()));
         c.push_back(value(
             25, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
-            ranges::Temperature()));
+            host::ranges::Temperature()));
         return c;
     }();
     static const std::vector<Column> peakColumns = [] {
         std::vector<Column> c;
-        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, ranges::Energy()));
+        c.push_back(value(4, QStringLiteral("Wa, тыс. кВт·ч"), energy, host::ranges::Energy()));
         addPhases(
-            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, ranges::PhaseVoltage());
+            c, 5, "U", "В", [](R & r) -> auto& { return r.U; }, host::ranges::PhaseVoltage());
         addPhases(
-            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, ranges::PhaseCurrent());
+            c, 8, "I", "А", [](R & r) -> auto& { return r.I; }, host::ranges::PhaseCurrent());
         addPhases(
-            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, ranges::PowerFactor());
+            c, 11, "cosφ", "о.е.", [](R & r) -> auto& { return r.CosFi; }, host::ranges::PowerFactor());
         c.push_back(value(
             14, QStringLiteral("T, ч"), [](R& r) -> double& { return r.T; }, hours()));
         c.push_back(value(
-            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, ranges::TmaxHours()));
+            15, QStringLiteral("Tmax, ч"), [](R& r) -> double& { return r.Tmax; }, host::ranges::TmaxHours()));
         c.push_back(value(
-            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }, ranges::TauHours()));
+            16, QStringLiteral("τ, ч"), [](R& r) -> double& { return r.Tau; }, host::ranges::TauHours()));
         c.push_back(value(
-            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, ranges::AdditionalLosses()));
+            17, QStringLiteral("Kдп, о.е."), [](R& r) -> double& { return r.Kdp; }, host::ranges::AdditionalLosses()));
         c.push_back(value(
-            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, ranges::FillFactor()));
+            18, QStringLiteral("Kзап, о.е."), [](R& r) -> double& { return r.Kzap; }, host::ranges::FillFactor()));
         c.push_back(value(
             19, QStringLiteral("Температура, °С"), [](R& r) -> double& { return r.Temperature; },
-            ranges::Temperature()));
+            host::ranges::Temperature()));
         return c;
     }();
     return kind == TLVZamerKind::W ? energyColumns : peakColumns;
@@ -128,27 +130,30 @@ const std::vector<ConsumerColumn>& ConsumerColumns(TLVZamerKind kind)
     };
     static const std::vector<ConsumerColumn> energy = {
         col(
-            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
+            3, QStringLiteral("W, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, host::ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, host::ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; },
+            host::ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, ranges::Power()),
+            6, QStringLiteral("Pуст, кВт"), [](Consumer& c) -> double& { return c.Pust; }, host::ranges::Power()),
     };
     static const std::vector<ConsumerColumn> peak = {
         col(
-            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; }, ranges::Energy()),
+            3, QStringLiteral("Wa, тыс. кВт·ч"), [](Consumer& c) -> double& { return c.W_sum; },
+            host::ranges::Energy()),
         col(
-            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, ranges::Energy()),
+            4, QStringLiteral("Wr, тыс. квар·ч"), [](Consumer& c) -> double& { return c.Wr; }, host::ranges::Energy()),
         col(
-            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; }, ranges::PowerFactor()),
+            5, QStringLiteral("cosφ, о.е."), [](Consumer& c) -> double& { return c.CosFi; },
+            host::ranges::PowerFactor()),
         col(
-            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, ranges::Power()),
+            6, QStringLiteral("Pз, кВт"), [](Consumer& c) -> double& { return c.Pz; }, host::ranges::Power()),
         col(
-            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, ranges::Power()),
+            10, QStringLiteral("Pи, кВт"), [](Consumer& c) -> double& { return c.Pi; }, host::ranges::Power()),
         col(
-            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, ranges::PhaseCurrent()),
+            11, QStringLiteral("I, А"), [](Consumer& c) -> double& { return c.I; }, host::ranges::PhaseCurrent()),
         col(
             13, QStringLiteral("Параметр 1"), [](Consumer& c) -> double& { return c.Param1; },
             TInputRule::AnyNumber(QStringLiteral("число"))),

@@ -159,21 +159,21 @@ const std::vector<Input>& inputs()
         };
         const QString none = QStringLiteral("нет данных");
         std::vector<Input> l{
-            {cWa, hinted(ranges::Energy(), cWa, none)},
-            {cWaBus, hinted(ranges::Energy(), cWaBus, none)},
-            {cT, plain(ranges::IntervalHours(), cT)},
+            {cWa, hinted(host::ranges::Energy(), cWa, none)},
+            {cWaBus, hinted(host::ranges::Energy(), cWaBus, none)},
+            {cT, plain(host::ranges::IntervalHours(), cT)},
             {cUnom, TInputRule::OneOf({kUnomTexts[0], kUnomTexts[1]},
                                       ruleText(cUnom, QStringLiteral("«400/230» или «220/127»")))},
-            {cCosFi, hinted(ranges::Share(), cCosFi, none)},
-            {cF, hinted(ranges::CrossSection(), cF, none)},
-            {cNLines, plain(ranges::LineCount(), cNLines)},
-            {cdp, hinted(ranges::Share(), cdp, none)},
-            {cdn, hinted(ranges::Share(), cdn, none)},
+            {cCosFi, hinted(host::ranges::Share(), cCosFi, none)},
+            {cF, hinted(host::ranges::CrossSection(), cF, none)},
+            {cNLines, plain(host::ranges::LineCount(), cNLines)},
+            {cdp, hinted(host::ranges::Share(), cdp, none)},
+            {cdn, hinted(host::ranges::Share(), cdn, none)},
             // The model divides by the fill factor: 0 has no loss to give.
-            {ckzap, hinted(ranges::FillFactor(), ckzap, QStringLiteral("1/3 в формуле потерь"))},
+            {ckzap, hinted(host::ranges::FillFactor(), ckzap, QStringLiteral("1/3 в формуле потерь"))},
         };
         for (int column : kLengthColumns)
-            l.push_back({column, hinted(ranges::Length(), column, none)});
+            l.push_back({column, hinted(host::ranges::Length(), column, none)});
         return l;
     }();
     return list;

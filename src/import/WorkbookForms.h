@@ -14,7 +14,7 @@ class TxlsZamerShablonForm;
 struct TWorkbookSave;
 enum class TConflictChoice;
 
-namespace workbookform {
+namespace zamer {
 // The workbook forms list the objects of the network tree; with no tree there is nothing to fill.
 bool treeCanOpen();
 // Fills a form's network tree and intervals once, choosing the latest interval of those with data; the callback
@@ -38,4 +38,4 @@ bool saveRows(TxlsZamerShablonForm& form, int pending, const QStringList& notes,
               const std::function<TWorkbookSave(TConflictChoice)>& store);
 // Asks before rows not saved or a workbook edited but not read are given up; true to go on.
 bool confirmDiscard(int pending, bool changedOnDisk, const QString& workbook);
-}  // namespace workbookform
+}  // namespace zamer

@@ -34,7 +34,7 @@
 #include "import/xlsLVZamerTmaxDLL.h"
 #include "import/xlsLVZamerWDLL.h"
 
-using namespace workbookform;
+using namespace zamer;
 
 TxlsLVZamerWForm::TxlsLVZamerWForm(QWidget* owner) : TxlsLVZamerForm(owner, TLVZamerKind::W)
 {

@@ -3,7 +3,6 @@
 #include <QtGlobal>
 #include <cstring>
 
-
 double TAverageCrossSectionCommon::GetF(int index)
 {
     static constexpr double IdxToF[RowCount] = {10, 16, 25, 35, 50, 70, 95, 120, 150, 185, 240};
@@ -70,4 +69,3 @@ void TAverageCrossSectionCommon::Clear()
 }
 
 void TAverageCrossSection::Clear() { TAverageCrossSectionCommon::Clear(); }
-

@@ -184,28 +184,33 @@ TLVNormativInputPage::TLVNormativInputPage(QWidget* owner, ToznFDConnection& con
     auto constrain = [this](const QString& editor, const QString& caption, const TInputRule& rule) {
         constraints_->AddContraints(Editor(editor), caption, rule);
     };
-    constrain(QStringLiteral("EditWa"), QStringLiteral("Трансформация в сеть 0,4 кВ, тыс. кВт.ч"), ranges::Energy());
-    constrain(QStringLiteral("EditWa_bus"), QStringLiteral("Полезный отпуск с шин, тыс. кВт.ч"), ranges::Energy());
-    constrain(QStringLiteral("EditT"), QStringLiteral("Расчетный период, ч"), ranges::IntervalHours());
-    constrain(QStringLiteral("EditCosFi"), QStringLiteral("Коэффициент мощности cosφ"), ranges::Share());
-    constrain(QStringLiteral("EditF"), QStringLiteral("Сечение головного участка, мм²"), ranges::CrossSection());
-    constrain(QStringLiteral("EditNLines"), QStringLiteral("Количество линий, шт."), ranges::LineCount());
-    constrain(QStringLiteral("Editdp"), QStringLiteral("Доля энергии, отпускаемой населению, о.е."), ranges::Share());
+    constrain(QStringLiteral("EditWa"), QStringLiteral("Трансформация в сеть 0,4 кВ, тыс. кВт.ч"),
+              host::ranges::Energy());
+    constrain(QStringLiteral("EditWa_bus"), QStringLiteral("Полезный отпуск с шин, тыс. кВт.ч"),
+              host::ranges::Energy());
+    constrain(QStringLiteral("EditT"), QStringLiteral("Расчетный период, ч"), host::ranges::IntervalHours());
+    constrain(QStringLiteral("EditCosFi"), QStringLiteral("Коэффициент мощности cosφ"), host::ranges::Share());
+    constrain(QStringLiteral("EditF"), QStringLiteral("Сечение головного участка, мм²"), host::ranges::CrossSection());
+    constrain(QStringLiteral("EditNLines"), QStringLiteral("Количество линий, шт."), host::ranges::LineCount());
+    constrain(QStringLiteral("Editdp"), QStringLiteral("Доля энергии, отпускаемой населению, о.е."),
+              host::ranges::Share());
     constrain(QStringLiteral("Editdn"),
               QStringLiteral("Доля электроэнергии, потребляемая на расстоянии 1-2 пролета от ТП, о.е."),
-              ranges::Share());
-    constrain(QStringLiteral("Editkzap"), QStringLiteral("Коэффициент заполнения графика, о.е."), ranges::FillFactor());
+              host::ranges::Share());
+    constrain(QStringLiteral("Editkzap"), QStringLiteral("Коэффициент заполнения графика, о.е."),
+              host::ranges::FillFactor());
     for (const LengthGroup& g : kGroups)
         for (int m = 0; m < 3; ++m) {
             const QString group = QString::fromUtf8(g.caption), material = QString::fromUtf8(kMaterials[m]).trimmed();
             const QString line = QString::fromLatin1(S::LengthNames[g.lines[m]]);
-            constrain(QStringLiteral("Edit") + line, QStringLiteral("%1: %2").arg(group, material), ranges::Length());
+            constrain(QStringLiteral("Edit") + line, QStringLiteral("%1: %2").arg(group, material),
+                      host::ranges::Length());
             if (g.inputs[m] < 0)
                 continue;
             constrain(QStringLiteral("Line") + line, QStringLiteral("%1: ответвления, %2").arg(group, material),
-                      ranges::Length());
+                      host::ranges::Length());
             constrain(QStringLiteral("Edit") + QString::fromLatin1(S::LengthNames[g.inputs[m]]),
-                      QStringLiteral("%1: ввода в здания, %2").arg(group, material), ranges::Length());
+                      QStringLiteral("%1: ввода в здания, %2").arg(group, material), host::ranges::Length());
         }
     // A refused text is an edit not settled: "Сохранить" and "Отмена" stay open for it, and leaving asks.
     connect(constraints_, &TEditConstraints::ErrorsChanged, this, [this] {

@@ -19,12 +19,12 @@ double positive(double v) { return std::max(v, 0.0); }
 // The ranges in which the model takes a value as given are those the forms and the workbook check.
 bool inUnitRange(double v)
 {
-    static const TInputRule share = ranges::Share();
+    static const TInputRule share = host::ranges::Share();
     return share.Accepts(v);
 }
 bool crossSection(double v)
 {
-    static const TInputRule rule = ranges::CrossSection();
+    static const TInputRule rule = host::ranges::CrossSection();
     return rule.Accepts(v);
 }
 

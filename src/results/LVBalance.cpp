@@ -2,7 +2,7 @@
 
 #include "host/NumericHelpers.h"
 
-namespace lvbalance {
+namespace results {
 
 namespace {
 struct Fields {
@@ -103,4 +103,4 @@ double ShareOfSupply(const TLVResultCustom& r, Measure m, double value)
     return TLVResultCustom::Percent(value, Supply(r, m, Basis::Given));
 }
 
-}  // namespace lvbalance
+}  // namespace results

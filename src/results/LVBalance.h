@@ -14,7 +14,7 @@
 // a sum of results are the sums of the results' own (each result's worked out from its blocks).
 #include "results/UnitLVResultsTree.h"
 
-namespace lvbalance {
+namespace results {
 
 enum class Measure { Energy, Power };  // thousand kWh over the interval, or kW of the snapshot
 enum class Part { Active, Reactive };
@@ -38,4 +38,4 @@ double NonTechnical(const TLVResultCustom& r, Measure m);
 // A value in per cent of the given Отпуск в сеть (active); empty when that is empty or zero.
 double ShareOfSupply(const TLVResultCustom& r, Measure m, double value);
 
-}  // namespace lvbalance
+}  // namespace results

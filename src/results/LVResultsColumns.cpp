@@ -12,7 +12,7 @@ using R = const TLVResultRecord&;
 const QString kValue = QStringLiteral("#,##0.000");
 const QString kShare = QStringLiteral("#,##0.00");
 
-using namespace lvbalance;
+using namespace results;
 constexpr Measure kE = Measure::Energy, kP = Measure::Power;
 constexpr Part kR = Part::Reactive;
 constexpr Basis kGiven = Basis::Given, kCalc = Basis::Calculated;

@@ -44,7 +44,7 @@ bool TfrmLVUndersupply::FillReport(QString& title, QStringList& captions, std::v
                 QStringLiteral("Нагрузочные потери электроэнергии в линиях, тыс. кВт·ч"),
                 QStringLiteral("Недоотпуск электроэнергии (фактический небаланс), тыс. кВт·ч"),
                 QStringLiteral("Количество абонентов, штук")};
-    using namespace lvbalance;
+    using namespace results;
     const Measure E = Measure::Energy;
     auto value = [](double v) { return Cell{QString(), isEmptyFloat(v) ? qQNaN() : v, kValue}; };
     tree.ForEach([&](TPesResultsLV& node) {

@@ -1,6 +1,5 @@
 #include "results/PesResultsLVUnit.h"
 
-
 #include "host/Database.h"
 #include "host/HostObjects.h"
 #include "host/InitOZN.h"

@@ -74,4 +74,3 @@ std::vector<const TLVResultColumn*> TNodeLV32::Columns(int page) const
     SheetName(page);
     return reportColumns(AllColumns(), true);
 }
-

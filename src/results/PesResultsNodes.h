@@ -22,4 +22,3 @@ public:
     QString SheetName(int page) const override;
     std::vector<const TLVResultColumn*> Columns(int page) const override;
 };
-

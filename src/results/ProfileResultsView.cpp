@@ -1,7 +1,5 @@
 #include "results/ProfileResultsView.h"
 
-#include "results/ProfileWorkbook.h"
-
 #include <QChart>
 #include <QChartView>
 #include <QDateTimeAxis>
@@ -14,6 +12,8 @@
 #include <QValueAxis>
 #include <algorithm>
 #include <cmath>
+
+#include "results/ProfileWorkbook.h"
 
 namespace {
 // The axis shows times of the local clock: a step's wall time is placed as that local time.

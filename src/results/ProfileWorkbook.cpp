@@ -1,10 +1,9 @@
 #include "results/ProfileWorkbook.h"
 
-#include <cmath>
-#include <xlsxwriter.h>
-
 #include <QList>
 #include <QStringList>
+#include <cmath>
+#include <xlsxwriter.h>
 
 namespace {
 QString number(double v, int decimals)

@@ -2,10 +2,10 @@
 // What a feeder's results workbook adds for a run by metering profiles: the steps of the interval ("По шагам":
 // head power, losses and lowest phase voltage of each step), their charts with the step of greatest load marked
 // ("Графики"), and the losses by the methods side by side ("Сравнение методов").
-#include "host/profiles/ProfileFeeder.h"
-
 #include <QList>
 #include <QStringList>
+
+#include "host/profiles/ProfileFeeder.h"
 
 struct lxw_workbook;
 

@@ -280,7 +280,7 @@ void FiderSheet::BalanceTable()
         Ratio(at, 6, dividendRow, divisorRow, 6, 100);
     };
     // Every value is the balance's own (LVBalance.h); the shares are formulas over the rows.
-    using namespace lvbalance;
+    using namespace results;
     const Measure m = q.energy ? Measure::Energy : Measure::Power;
     const Basis G = Basis::Given, C = Basis::Calculated;
     const Part A = Part::Active, Rr = Part::Reactive;

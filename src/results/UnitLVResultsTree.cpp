@@ -241,7 +241,7 @@ void TLVResultRecord::AddRecord(const TLVResultRecord& other)
 
 std::array<double, DerivedCount> TLVResultRecord::DerivedValues() const
 {
-    using namespace lvbalance;
+    using namespace results;
     std::array<double, DerivedCount> v;
     v[dvActualW] = ActualLosses(*this, Measure::Energy);
     v[dvActualP] = ActualLosses(*this, Measure::Power);
@@ -679,12 +679,13 @@ bool TPesResultsLV::Open(ToznFDConnection& connection, int guid, int calcType, c
         return false;
     }
     record_.Level = level_;
-    TLVResultsReading reading = ReadResultsLV(connection, level_, guid, calcType, sd1, sd2, period, [this](const QString& text) {
-        if (report_)
-            report_(text);
-        else
-            host::progress().SetText(text);
-    });
+    TLVResultsReading reading =
+        ReadResultsLV(connection, level_, guid, calcType, sd1, sd2, period, [this](const QString& text) {
+            if (report_)
+                report_(text);
+            else
+                host::progress().SetText(text);
+        });
     Build(level_, guid, reading.Names.value(guid), reading.Results, reading.RowCount, reading.Names);
     return true;
 }

@@ -61,11 +61,10 @@ void TfrmPesResultsLV::ShowPage()
         return;
     std::array<bool, 8> visible;
     visible.fill(true);
-    model_->Reset(tree_.get(), rows_->Columns(pages_->currentIndex()), visible,
-                  [](int level) {
-                      const std::optional<uint32_t> rgb = ColorsLVResult::LevelRgb(level);
-                      return rgb ? QColor::fromRgb(*rgb) : QColor();
-                  });
+    model_->Reset(tree_.get(), rows_->Columns(pages_->currentIndex()), visible, [](int level) {
+        const std::optional<uint32_t> rgb = ColorsLVResult::LevelRgb(level);
+        return rgb ? QColor::fromRgb(*rgb) : QColor();
+    });
     preview_->expandToDepth(1);
     TLVResultsModel::FitColumns(*preview_, 300);
 }

@@ -4,8 +4,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "feeders/FeederSampleCalculator.h"
-#include "normative/NormativeCalculator.h"
+#include "feeders/SampleCalcJson.h"
+#include "normative/NormativeJson.h"
 #include "support/TestSupport.h"
 
 namespace {

@@ -14,8 +14,8 @@
 #include <tuple>
 
 #include "feeders/DataMod.h"
-#include "feeders/ReportHTMLForm.h"
 #include "feeders/LVFidersUnit.h"
+#include "feeders/ReportHTMLForm.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/EditConstraints.h"

@@ -12,8 +12,8 @@
 #include <cmath>
 
 #include "feeders/DataMod.h"
-#include "feeders/ReportHTMLForm.h"
 #include "feeders/LVFidersUnit.h"
+#include "feeders/ReportHTMLForm.h"
 #include "feeders/StoredSamples.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"

@@ -5,8 +5,8 @@
 #include <QProcess>
 #include <cmath>
 
-#include "feeders/FeederSampleCalculator.h"
 #include "feeders/LVFiderSampleCalc.h"
+#include "feeders/SampleCalcJson.h"
 #include "host/NumericHelpers.h"
 #include "support/TestSupport.h"
 
@@ -64,7 +64,7 @@ TEST(FeederSample, BalancedLoadWorkedByHand)
     EXPECT_DOUBLE_EQ(r.Knm, r.KnmRef);        // an empty Knm takes the reference
     EXPECT_FALSE(r.knmWarning);
     EXPECT_NEAR(r.DPpct, 3.5984925, 5e-6);
-    EXPECT_DOUBLE_EQ(r.DP, 2.284);  // three decimals
+    EXPECT_DOUBLE_EQ(r.DP, 2.284);        // three decimals
     EXPECT_NEAR(r.DW, 2.79861663, 1e-8);  // from the rounded dP
     EXPECT_NEAR(r.DWpct, 1.7637130, 5e-6);
     EXPECT_DOUBLE_EQ(r.Umean, 230);

@@ -15,7 +15,7 @@
 #include "support/TestSupport.h"
 
 using namespace testing_support;
-using namespace lvbalance;
+using namespace results;
 
 namespace {
 // A record of given block values: (field, variant) → value; everything else empty.

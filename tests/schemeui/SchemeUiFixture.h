@@ -29,42 +29,42 @@ protected:
         ASSERT_TRUE(db_);
         c_ = db_->GetDefaultConnection();
         SetCurrentDatabase(db_.get());
-        for (const char* sql : {
-                 "set generator \"GUIDGen\" to 100000",
-                 "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
-                 "values (1, '2024г.', 1, '2024-01-01', '2025-01-01')",
-                 "insert into \"AOEnergo\" (\"GUID\", \"Name\") values (100, 'АО Тест')",
-                 "insert into \"Nodes\" (\"GUID\", \"Name\", \"OwnerGUID\") values (200, 'ТП-1', 100)",
-                 "insert into \"LVFiders\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") "
-                 "values (300, 'Л-1', 200, 1, 0.38)",
-                 "insert into \"ProvodTypes\" (\"Ident\", \"Unom\", \"Name\", \"CableFlags\") "
-                 "values (5001, 0.380, 'Провод 0,38 (тест)', 0)",
-                 "insert into \"ProvodTypes\" (\"Ident\", \"Unom\", \"Name\", \"CableFlags\") "
-                 "values (5002, 0.380, 'Кабель 0,38 (тест)', 1)",
-                 "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
-                 "values (5001, 'АСт', 50, 0.6, 0.3, 5001)",
-                 "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
-                 "values (5002, 'АСт', 35, 0.85, 0.31, 5001)",
-                 "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
-                 "values (5003, 'КбТ', 120, 0.26, 0.06, 5002)",
-                 "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
-                 "values (301, 'Опора 1', 300, 1, 1)",
-                 "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
-                 "values (302, 'Опора 2', 300, 2, 4)",
-                 "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"Phases\", "
-                 "\"ConsumerName\") values (303, 'Ввод 1', 300, 3, 2, 'A', 'Иванов')",
-                 "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-                 "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
-                 "values (311, 300, 300, 301, 'Пролет 1', 0.05, 3, 5001, 1, 0, 'ABC', 1)",
-                 "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-                 "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
-                 "values (312, 300, 301, 302, 'Пролет 2', 0.04, 3, 5002, 2, 0, 'ABC', 1)",
-                 "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-                 "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
-                 "values (313, 300, 301, 303, 'Ответвление', 0.02, 3, 5002, 3, 0, 'ABC', 1)",
-                 "insert into \"LVConsumers\" (\"SampleIdent\", \"GUID\", \"Name\", \"OwnerGUID\", \"Pust\") "
-                 "values (1, 303, 'Иванов', 300, 5)",
-                 "insert into \"LVWLoads\" (\"SampleIdent\", \"GUID\", \"Wa\", \"CosFi\") values (1, 303, 1.2, 0.95)"})
+        for (const char* sql :
+             {"set generator \"GUIDGen\" to 100000",
+              "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+              "values (1, '2024г.', 1, '2024-01-01', '2025-01-01')",
+              "insert into \"AOEnergo\" (\"GUID\", \"Name\") values (100, 'АО Тест')",
+              "insert into \"Nodes\" (\"GUID\", \"Name\", \"OwnerGUID\") values (200, 'ТП-1', 100)",
+              "insert into \"LVFiders\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") "
+              "values (300, 'Л-1', 200, 1, 0.38)",
+              "insert into \"ProvodTypes\" (\"Ident\", \"Unom\", \"Name\", \"CableFlags\") "
+              "values (5001, 0.380, 'Провод 0,38 (тест)', 0)",
+              "insert into \"ProvodTypes\" (\"Ident\", \"Unom\", \"Name\", \"CableFlags\") "
+              "values (5002, 0.380, 'Кабель 0,38 (тест)', 1)",
+              "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
+              "values (5001, 'АСт', 50, 0.6, 0.3, 5001)",
+              "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
+              "values (5002, 'АСт', 35, 0.85, 0.31, 5001)",
+              "insert into \"Provods\" (\"Ident\", \"Marka\", \"F\", \"R0\", \"X0\", \"ProvodType\") "
+              "values (5003, 'КбТ', 120, 0.26, 0.06, 5002)",
+              "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
+              "values (301, 'Опора 1', 300, 1, 1)",
+              "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
+              "values (302, 'Опора 2', 300, 2, 4)",
+              "insert into \"LVNodes\" (\"GUID\", \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"Phases\", "
+              "\"ConsumerName\") values (303, 'Ввод 1', 300, 3, 2, 'A', 'Иванов')",
+              "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+              "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
+              "values (311, 300, 300, 301, 'Пролет 1', 0.05, 3, 5001, 1, 0, 'ABC', 1)",
+              "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+              "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
+              "values (312, 300, 301, 302, 'Пролет 2', 0.04, 3, 5002, 2, 0, 'ABC', 1)",
+              "insert into \"LVLines\" (\"GUID\", \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
+              "\"Phase\", \"ProvodPhase\", \"TabOrder\", \"Kind\", \"Phases\", \"State\") "
+              "values (313, 300, 301, 303, 'Ответвление', 0.02, 3, 5002, 3, 0, 'ABC', 1)",
+              "insert into \"LVConsumers\" (\"SampleIdent\", \"GUID\", \"Name\", \"OwnerGUID\", \"Pust\") "
+              "values (1, 303, 'Иванов', 300, 5)",
+              "insert into \"LVWLoads\" (\"SampleIdent\", \"GUID\", \"Wa\", \"CosFi\") values (1, 303, 1.2, 0.95)"})
             Exec(*c_, QString::fromUtf8(sql));
     }
     void TearDown() override { SetCurrentDatabase(nullptr); }

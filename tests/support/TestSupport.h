@@ -74,7 +74,6 @@ QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
 // formulas were compared.
 int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
 
-
 // The plug-in as the host loads it (built beside the tests).
 QString PluginPath();
 // The host application's binary.

@@ -95,7 +95,7 @@ private:
     // range of lengths, powers and energies the forms and workbooks check).
     double Number(const TBookRow& r, int column, bool consumers, bool required, const QString& what)
     {
-        static const TInputRule nonNegative = ranges::Length();
+        static const TInputRule nonNegative = host::ranges::Length();
         double value = EmptyFloat();
         const QString text = r.Cell(column);
         auto problem = [&](const QString& t) {
@@ -363,7 +363,7 @@ private:
         a.Pust = Number(r, CPust, true, false, QStringLiteral("Установленная мощность"));
         a.Energy = Number(r, CEnergy, true, false, QStringLiteral("Электроэнергия"));
         a.CosFi = Number(r, CCosFi, true, false, QStringLiteral("cos φ"));
-        if (!isEmptyFloat(a.CosFi) && !ranges::PowerFactor().Accepts(a.CosFi)) {
+        if (!isEmptyFloat(a.CosFi) && !host::ranges::PowerFactor().Accepts(a.CosFi)) {
             ConsumerProblem(r, CCosFi,
                             QStringLiteral("cos φ должен быть больше 0 и не больше 1 (%1)").arg(r.Cell(CCosFi)));
             a.CosFi = EmptyFloat();

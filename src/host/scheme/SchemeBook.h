@@ -19,7 +19,20 @@ inline constexpr const char* kConsumersSheet = "Абоненты";
 inline constexpr const char* kSupplyCentre = "ТП";
 
 // Columns of "Участки" and "Абоненты", in sheet order; row 1 holds the captions.
-enum TSectionColumn { SFider, SFrom, STo, SLength, SPhase, SNeutral, SPhases, SKind, SState, SOwner, SDevice, SColumns };
+enum TSectionColumn {
+    SFider,
+    SFrom,
+    STo,
+    SLength,
+    SPhase,
+    SNeutral,
+    SPhases,
+    SKind,
+    SState,
+    SOwner,
+    SDevice,
+    SColumns
+};
 enum TConsumerColumn { CFider, CNode, CName, CPhase, CPust, CEnergy, CCosFi, COwner, CColumns };
 OZN3HOST_API QString SectionCaption(int column);
 OZN3HOST_API QString ConsumerCaption(int column);
@@ -27,7 +40,7 @@ OZN3HOST_API QString ConsumerCaption(int column);
 inline constexpr int kRequiredSectionColumns = SDevice;
 
 // Texts of the coded columns, in the order the lists offer them.
-OZN3HOST_API QStringList StateTexts();       // "Включен", "Отключен"
+OZN3HOST_API QStringList StateTexts();        // "Включен", "Отключен"
 OZN3HOST_API QStringList SectionKindTexts();  // overhead, cable, connecting
 OZN3HOST_API QStringList OwnerTexts();        // "На балансе", …
 OZN3HOST_API QStringList SectionPhaseTexts();
@@ -74,9 +87,9 @@ private:
 struct TSchemeSection {
     int Row = 0;
     QString From, To;
-    double Length = 0;     // km
-    int Phase = 0;         // conductor ident; 0: none (a connecting line)
-    int Neutral = 0;       // conductor ident; 0: the phase conductor
+    double Length = 0;  // km
+    int Phase = 0;      // conductor ident; 0: none (a connecting line)
+    int Neutral = 0;    // conductor ident; 0: the phase conductor
     fider::TPhaseSet Phases = fider::PhasesABC;
     fider::TSectionKind Kind = fider::TSectionKind::Overhead;
     bool SwitchedOn = true;

@@ -16,8 +16,8 @@ namespace scheme {
 OZN3HOST_API TConductorCatalogue ReadCatalogue(ToznFDConnection& connection);
 
 struct TImportOptions {
-    int NodeGuid = 0;     // the substation ("Nodes")
-    int SampleIdent = 0;  // the interval of the consumers' energies; 0: the energies are not stored
+    int NodeGuid = 0;      // the substation ("Nodes")
+    int SampleIdent = 0;   // the interval of the consumers' energies; 0: the energies are not stored
     bool Replace = false;  // a feeder's stored scheme is replaced rather than refused
 };
 

@@ -1,4 +1,4 @@
-#include "feeders/FeederSampleCalculator.h"
+#include "feeders/SampleCalcJson.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,4 +1,4 @@
-#include "normative/NormativeCalculator.h"
+#include "normative/NormativeJson.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ QJsonObject calc(const QByteArray& line)
 }
 }  // namespace
 
-TEST(NormativeCalculator, ResultsOfTheMethodWorkedByHand)
+TEST(NormativeJson, ResultsOfTheMethodWorkedByHand)
 {
     const QByteArray input =
         R"({"Wa":123.4,"Wa_bus":7.5,"T":8784,"Unom":1,"CosFi":0.87,"F":70,"NLines":3,"dp":0.63,"dn":0.12,)"
@@ -31,7 +31,7 @@ TEST(NormativeCalculator, ResultsOfTheMethodWorkedByHand)
     EXPECT_NEAR(out["L23"].toDouble(), 0.9, 1e-12);
     EXPECT_NEAR(out["L1"].toDouble(), 0.35, 1e-12);
     EXPECT_NEAR(out["Lekv"].toDouble(), 2.4 + 0.44 * 0.9 + 0.22 * 0.35, 1e-12);  // 2.873
-    EXPECT_EQ(out["ku"].toDouble(), 3);                                        // 220/127
+    EXPECT_EQ(out["ku"].toDouble(), 3);                                          // 220/127
     // k038 = 3 · (7.78 − 2.67·0.63 − 1.48·0.63²) · (1.25 + 0.14·0.63) = 3 · 6.0085588 · 1.3382
     EXPECT_NEAR(out["k038"].toDouble(), 22.1224051248, 1e-9);
     // w = 115.9 / 3 · 0.88, D = 70 · 8784 / 24 = 25620:
@@ -56,7 +56,7 @@ TEST(NormativeCalculator, ResultsOfTheMethodWorkedByHand)
     EXPECT_TRUE(line.contains("\"ku\":3,")) << line.constData();
 }
 
-TEST(NormativeCalculator, DefaultsValidationAndErrorLines)
+TEST(NormativeJson, DefaultsValidationAndErrorLines)
 {
     QJsonObject out = calc("{}");
     EXPECT_EQ(out["deltaWa"].toDouble(), -1);
@@ -84,7 +84,7 @@ TEST(NormativeCalculator, DefaultsValidationAndErrorLines)
     EXPECT_EQ(out["Message"].toString(), "Расчет не сохранен. Потери электроэнергии превышают 100%");
 }
 
-TEST(NormativeCalculator, CommandLineAnswersLineByLine)
+TEST(NormativeJson, CommandLineAnswersLineByLine)
 {
     QProcess p;
     p.start(AppPath(), {"calc", "normative"});

@@ -1,4 +1,4 @@
-#include "normative/NormativeCalculator.h"
+#include "normative/NormativeJson.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
