@@ -1,6 +1,17 @@
 # One place for the conventions every target of the project follows.
+option(OZN3_WERROR "Warnings are errors (CI)" OFF)
+option(OZN3_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+if(OZN3_SANITIZE)
+  # Every object and link of the tree, so that the libraries and the test programs share one runtime.
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
 function(ozn3_conventions target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-unused-parameter)
+  if(OZN3_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
 endfunction()
 

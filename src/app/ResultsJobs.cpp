@@ -1,6 +1,4 @@
 // The results report for automation: the results tree of an object as JSON Lines or as a workbook.
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <cmath>
 #include <cstdio>
 #include <string>
