@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <xlsxwriter.h>
 
 #include "host/Dialogs.h"
@@ -67,7 +68,11 @@ TExportTableDialog::TExportTableDialog(const TOExport& table, QWidget* owner) : 
                 item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
             grid_->setItem(static_cast<int>(r) - 1, c, item);
         }
-    grid_->resizeColumnToContents(0);
+    // Every column as wide as its caption and values, so that no caption is cut; a very long one stops at a
+    // width the user can still widen.
+    grid_->resizeColumnsToContents();
+    for (int c = 0; c < columns; ++c)
+        grid_->setColumnWidth(c, std::min(grid_->columnWidth(c), 360));
     layout->addWidget(new QLabel(table.Title(), this));
     layout->addWidget(grid_);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
