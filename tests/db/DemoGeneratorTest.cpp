@@ -43,9 +43,9 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     EXPECT_GE(Scalar(c, "select count(*) from \"Nodes\" where \"GUID\"=\"OwnerGUID\""), 1);
     EXPECT_GE(Scalar(c, "select count(*) from \"NodeLinks\""), 1);
     for (const char* cond : {"t.\"UnomH\"<1", "t.\"UnomH\"=1", "t.\"UnomH\">1"})
-        EXPECT_GE(Scalar(c, QStringLiteral("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
-                                           "t.\"Ident\"=n.\"Transf\" where %1")
-                                .arg(QString::fromUtf8(cond))),
+        EXPECT_GE(Scalar(c, Fmt("select count(*) from \"Nodes\" n join \"Transforms2\" t on "
+                                "t.\"Ident\"=n.\"Transf\" where %1",
+                                QString::fromUtf8(cond))),
                   1)
             << cond;
     EXPECT_GE(Scalar(c, "select count(*) from \"ProvodTypes\" where \"Unom\"=0.380"), 3);
@@ -78,7 +78,7 @@ TEST(DemoNetwork, EveryLevelIsPresentAndEveryLVFeederReachesTheUtility)
     EXPECT_EQ(Scalar(c, "select count(distinct \"SampleIdent\") from \"LVWLoads\""), s.years);
     for (const char* kind : {"\"Kind\"=0", "\"Kind\"=1", "\"Kind\"=2", "\"State\"=0", "\"Owner\"<>0",
                              "\"RES\" is not null", "\"Phases\"='A'"})
-        EXPECT_GE(Scalar(c, QStringLiteral("select count(*) from \"LVLines\" where %1").arg(kind)), 1) << kind;
+        EXPECT_GE(Scalar(c, Fmt("select count(*) from \"LVLines\" where %1", kind)), 1) << kind;
     EXPECT_GE(Scalar(c, "select count(*) from \"LVNodes\" where \"Kind\"=3 and \"State\"=0"), 1);
     EXPECT_GE(Scalar(c, "select count(*) from \"LVNodes\" where \"Kind\"=1"), 1);
     // Sections and nodes of the schemes: 10 to 120 sections a feeder.

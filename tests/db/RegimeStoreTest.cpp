@@ -30,13 +30,12 @@ struct Stored {
     int ident = 0;
 };
 
-class Regime : public ::testing::Test {
+class Regime : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-        year_ = static_cast<int>(Scalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        OpenNew(true);
+        year_ = IntScalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
     }
     TRegimeBatchResult Run(const QList<int>& fiders, TRegimeRequest request, std::map<int, Stored>* stored = nullptr,
                            QStringList* problems = nullptr)
@@ -59,19 +58,14 @@ protected:
         r.Mode = mode;
         return r;
     }
-    double Db(const QString& sql) { return Scalar(*c_, sql); }
     // A feeder with a scheme of its own and an ordinary measurement in the first year.
     int SchemeFeeder(int skip = 0)
     {
-        return static_cast<int>(Db(QStringLiteral("select first 1 skip %1 l.\"OwnerGUID\" from \"LVLines\" l join "
-                                                  "\"LVWSamples\" s on s.guid=l.\"OwnerGUID\" and s.\"SampleIdent\"=%2 "
-                                                  "and s.\"TypeCalc\"=0 group by l.\"OwnerGUID\" order by 1")
-                                       .arg(skip)
-                                       .arg(year_)));
+        return static_cast<int>(Db(Fmt("select first 1 skip %1 l.\"OwnerGUID\" from \"LVLines\" l join "
+                                       "\"LVWSamples\" s on s.guid=l.\"OwnerGUID\" and s.\"SampleIdent\"=%2 "
+                                       "and s.\"TypeCalc\"=0 group by l.\"OwnerGUID\" order by 1",
+                                       skip, year_)));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int year_ = 0;
 };
 
@@ -115,7 +109,7 @@ TEST_F(Regime, EveryDemoFeederClosesItsBalanceAndIsStoredAsCalculated)
         EXPECT_NEAR(dwa, p.LossP * s.job.Settings.T * s.job.Settings.SqrKfg * s.job.Settings.Kdp / 1000,
                     1e-6 * std::max(1.0, dwa));
         // What was written is what was calculated.
-        const QString of = QStringLiteral(" where \"Ident\"=%1").arg(s.ident);
+        const QString of = Fmt(" where \"Ident\"=%1", s.ident);
         EXPECT_NEAR(Db("select sum(\"Pgen\") from \"LVPResultsAdd\"" + of), pgen, 1e-6 * std::max(1.0, pgen));
         EXPECT_NEAR(Db("select sum(\"Wa_gen\") from \"LVWResultsAdd\"" + of), wagen, 1e-6 * std::max(1.0, wagen));
         EXPECT_EQ(Db("select count(*) from \"LVPResultsAdd\"" + of), static_cast<double>(s.run.Blocks.size()));
@@ -132,10 +126,10 @@ TEST_F(Regime, EveryDemoFeederClosesItsBalanceAndIsStoredAsCalculated)
     }
     EXPECT_GE(schemes, 40);
     // One run per feeder of the year, whatever ran before.
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVResults\" where \"SampleIdent\"=%1").arg(year_)),
-              result.Calculated + Db(QStringLiteral("select count(*) from \"LVResults\" mv where mv.\"SampleIdent\"=%1 "
-                                                    "and coalesce(mv.\"CalcType\", 0)<>0")
-                                         .arg(year_)));
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVResults\" where \"SampleIdent\"=%1", year_)),
+              result.Calculated + Db(Fmt("select count(*) from \"LVResults\" mv where mv.\"SampleIdent\"=%1 "
+                                         "and coalesce(mv.\"CalcType\", 0)<>0",
+                                         year_)));
 }
 
 TEST_F(Regime, ARunReplacesTheFormerOneAndAFailingRunKeepsIt)
@@ -147,12 +141,10 @@ TEST_F(Regime, ARunReplacesTheFormerOneAndAFailingRunKeepsIt)
     ASSERT_EQ(Run({feeder}, Request(TLoadMode::Loads), &stored).Calculated, 1);
     const int second = stored.at(feeder).ident;
     EXPECT_NE(first, second);
-    const QString runs = QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                             .arg(feeder)
-                             .arg(year_);
+    const QString runs = Fmt("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_);
     EXPECT_EQ(Db(runs), 1);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(first)), 0);
-    EXPECT_EQ(Db(QStringLiteral("select \"LoadMode\" from \"LVResults\" where \"Ident\"=%1").arg(second)), 0);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVPResultsL\" where \"Ident\"=%1", first)), 0);
+    EXPECT_EQ(Db(Fmt("select \"LoadMode\" from \"LVResults\" where \"Ident\"=%1", second)), 0);
     // Another calculation type is another run beside it.
     TRegimeRequest other = Request();
     other.CalcType = 3;
@@ -160,26 +152,23 @@ TEST_F(Regime, ARunReplacesTheFormerOneAndAFailingRunKeepsIt)
     EXPECT_EQ(Db(runs), 2);
 
     // A conductor missing from the catalogue: the feeder is refused and its run stays as it was.
-    const double lossesBefore =
-        Db(QStringLiteral("select sum(\"dP\") from \"LVPResultsL\" where \"Ident\"=%1").arg(second));
-    Exec(*c_, QStringLiteral("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where guid=(select first 1 guid "
-                             "from \"LVLines\" where \"OwnerGUID\"=%1 order by guid)")
-                  .arg(feeder));
+    const double lossesBefore = Db(Fmt("select sum(\"dP\") from \"LVPResultsL\" where \"Ident\"=%1", second));
+    Exec(*c_, Fmt("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where guid=(select first 1 guid "
+                  "from \"LVLines\" where \"OwnerGUID\"=%1 order by guid)",
+                  feeder));
     QStringList problems;
     const TRegimeBatchResult failed = Run({feeder}, Request(TLoadMode::Loads), nullptr, &problems);
     EXPECT_EQ(failed.Refused, 1);
     ASSERT_EQ(problems.size(), 1);
     EXPECT_TRUE(problems[0].contains("не задана марка провода или её нет в справочнике")) << problems[0].toStdString();
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVResults\" where \"Ident\"=%1").arg(second)), 1);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select sum(\"dP\") from \"LVPResultsL\" where \"Ident\"=%1").arg(second)),
-                     lossesBefore);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVResults\" where \"Ident\"=%1", second)), 1);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select sum(\"dP\") from \"LVPResultsL\" where \"Ident\"=%1", second)), lossesBefore);
 }
 
 TEST_F(Regime, ModesReachTheMeasurementsAndStoredParametersComeFirst)
 {
     const int feeder = SchemeFeeder(1);
-    const QString sample =
-        QStringLiteral(" from \"LVWSamples\" where guid=%1 and \"SampleIdent\"=%2").arg(feeder).arg(year_);
+    const QString sample = Fmt(" from \"LVWSamples\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_);
     std::map<int, Stored> stored;
     ASSERT_EQ(Run({feeder}, Request(TLoadMode::Energy), &stored).Calculated, 1);
     const Stored& energy = stored.at(feeder);
@@ -194,16 +183,15 @@ TEST_F(Regime, ModesReachTheMeasurementsAndStoredParametersComeFirst)
     maximum.CalcType = 1;
     ASSERT_EQ(Run({feeder}, maximum, &stored).Calculated, 1);
     EXPECT_NEAR(stored.at(feeder).run.Power.GetI(2), Db("select \"ImaxC\"" + sample), 1e-6);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"CalcType\"=1 and \"sqrKfg\" "
-                                "is null and \"Regime\"=1")
-                     .arg(feeder)),
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVResults\" where guid=%1 and \"CalcType\"=1 and \"sqrKfg\" "
+                     "is null and \"Regime\"=1",
+                     feeder)),
               1);
 
     // Stored current parameters of the same interval win over the measurement; of another, they do not.
-    Exec(*c_, QStringLiteral("insert into \"LVCalcParams\" (guid, \"Regime\", \"Level\", \"SampleIdent\", "
-                             "\"SampleType\", \"Temperature\", \"UA\") values (%1, 0, 0, %2, 1, 30, 225)")
-                  .arg(feeder)
-                  .arg(year_));
+    Exec(*c_, Fmt("insert into \"LVCalcParams\" (guid, \"Regime\", \"Level\", \"SampleIdent\", "
+                  "\"SampleType\", \"Temperature\", \"UA\") values (%1, 0, 0, %2, 1, 30, 225)",
+                  feeder, year_));
     TRegimeRequest byStored = Request();
     byStored.Mode.reset();
     ASSERT_EQ(Run({feeder}, byStored, &stored).Calculated, 1);
@@ -211,8 +199,7 @@ TEST_F(Regime, ModesReachTheMeasurementsAndStoredParametersComeFirst)
     EXPECT_DOUBLE_EQ(stored.at(feeder).job.Settings.Temperature, 30);
     EXPECT_DOUBLE_EQ(stored.at(feeder).job.Settings.U[0], 225);
     EXPECT_DOUBLE_EQ(stored.at(feeder).job.Settings.U[1], Db("select \"UB\"" + sample));
-    Exec(*c_,
-         QStringLiteral("update \"LVCalcParams\" set \"SampleIdent\"=%1 where guid=%2").arg(year_ + 1).arg(feeder));
+    Exec(*c_, Fmt("update \"LVCalcParams\" set \"SampleIdent\"=%1 where guid=%2", year_ + 1, feeder));
     ASSERT_EQ(Run({feeder}, byStored, &stored).Calculated, 1);
     EXPECT_DOUBLE_EQ(stored.at(feeder).job.Settings.Temperature, Db("select \"Temperature\"" + sample));
 }
@@ -277,8 +264,7 @@ TEST(RegimeUpgrade, ADatabaseOfTheFormerVersionOpensUpgradedWithEveryRow)
 TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
 {
     const int feeder = SchemeFeeder(2);
-    const int tp =
-        static_cast<int>(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     db_.reset();
     const QString log = folder_.Path("regime.log");
     QProcess app;
@@ -305,9 +291,8 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
             EXPECT_EQ(n.toObject()["U"].toArray().size(), 3);
         EXPECT_GE(o["UnbalanceRatio"].toDouble(), 0.99);
     }
-    EXPECT_EQ(lines, static_cast<int>(
-                         Scalar(*OpenDatabase(folder_.Path("demo.fdb"))->GetDefaultConnection(),
-                                QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(tp))));
+    EXPECT_EQ(lines, static_cast<int>(Scalar(*OpenDatabase(folder_.Path("demo.fdb"))->GetDefaultConnection(),
+                                             Fmt("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1", tp))));
     EXPECT_TRUE(QFile::exists(log));
 
     QProcess bad;
@@ -321,8 +306,7 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
 TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
 {
     const int feeder = SchemeFeeder();
-    const int tp =
-        static_cast<int>(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
     ASSERT_GE(all.size(), 2);
     std::map<int, Stored> stored;
@@ -330,13 +314,13 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
     ASSERT_TRUE(stored.count(feeder));
     const int former = stored.at(feeder).ident;
     // The database refuses one section row of the feeder.
-    const int line = static_cast<int>(Db(QStringLiteral("select first 1 guid from \"LVLines\" where \"OwnerGUID\"=%1 "
-                                                        "order by guid")
-                                             .arg(feeder)));
+    const int line = static_cast<int>(Db(Fmt("select first 1 guid from \"LVLines\" where \"OwnerGUID\"=%1 "
+                                             "order by guid",
+                                             feeder)));
     Exec(*c_, "create exception \"RegimeTestRefusal\" 'отказ записи'");
-    Exec(*c_, QStringLiteral("create trigger \"RegimeTestRefusal\" for \"LVPResultsL\" before insert as begin "
-                             "if (new.guid = %1) then exception \"RegimeTestRefusal\"; end")
-                  .arg(line));
+    Exec(*c_, Fmt("create trigger \"RegimeTestRefusal\" for \"LVPResultsL\" before insert as begin "
+                  "if (new.guid = %1) then exception \"RegimeTestRefusal\"; end",
+                  line));
     stored.clear();
     QStringList problems;
     const TRegimeBatchResult result = Run(all, Request(TLoadMode::Loads), &stored, &problems);
@@ -347,28 +331,21 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
     EXPECT_TRUE(problems[0].contains("отказ записи")) << problems[0].toStdString();
     EXPECT_FALSE(stored.count(feeder));
     // The refused feeder keeps its former run whole; every other feeder has its new run only.
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                     .arg(feeder)
-                     .arg(year_)),
-              1);
-    EXPECT_EQ(Db(QStringLiteral("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                     .arg(feeder)
-                     .arg(year_)),
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_)), 1);
+    EXPECT_EQ(Db(Fmt("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_)),
               former);
-    EXPECT_GT(Db(QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(former)), 0);
+    EXPECT_GT(Db(Fmt("select count(*) from \"LVPResultsL\" where \"Ident\"=%1", former)), 0);
     for (const auto& [guid, s] : stored)
-        EXPECT_EQ(Db(QStringLiteral("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2 and "
-                                    "coalesce(\"CalcType\", 0)=0")
-                         .arg(guid)
-                         .arg(year_)),
+        EXPECT_EQ(Db(Fmt("select \"Ident\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2 and "
+                         "coalesce(\"CalcType\", 0)=0",
+                         guid, year_)),
                   s.ident);
 }
 
 TEST_F(Regime, AFeederWhoseRunAnotherUserHoldsIsReportedAndTheOthersAreStored)
 {
     const int feeder = SchemeFeeder();
-    const int tp =
-        static_cast<int>(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
     ASSERT_GE(all.size(), 2);
     ASSERT_EQ(Run(all, Request(TLoadMode::Loads)).Failure, QString());
@@ -376,9 +353,7 @@ TEST_F(Regime, AFeederWhoseRunAnotherUserHoldsIsReportedAndTheOthersAreStored)
     auto other = db_->NewConnection();
     other->StartTransaction();
     auto hold = other->NewQuery();
-    hold->SetSQLText(QStringLiteral("update \"LVResults\" set \"T\"=\"T\" where guid=%1 and \"SampleIdent\"=%2")
-                         .arg(feeder)
-                         .arg(year_));
+    hold->SetSQLText(Fmt("update \"LVResults\" set \"T\"=\"T\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_));
     hold->ExecSQL();
     ASSERT_EQ(hold->RowsAffected(), 1);
 
@@ -404,18 +379,16 @@ TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheE
 {
     const int feeder = SchemeFeeder();
     for (const char* table : {"LVLines", "LVNodes"})
-        Exec(*c_, QStringLiteral("delete from \"%1\" where \"OwnerGUID\"=%2").arg(table).arg(feeder));
-    Exec(*c_, QStringLiteral("update \"LVFidersA\" set \"ProvodPhase\"=644, \"ProvodNull\"=640, \"LineLength\"=0.5, "
-                             "\"CosFi\"=1 where guid=%1")
-                  .arg(feeder));
+        Exec(*c_, Fmt("delete from \"%1\" where \"OwnerGUID\"=%2", table, feeder));
+    Exec(*c_, Fmt("update \"LVFidersA\" set \"ProvodPhase\"=644, \"ProvodNull\"=640, \"LineLength\"=0.5, "
+                  "\"CosFi\"=1 where guid=%1",
+                  feeder));
     std::map<int, Stored> stored;
     ASSERT_EQ(Run({feeder}, Request(TLoadMode::Loads), &stored).Calculated, 1);
     const Stored& s = stored.at(feeder);
     EXPECT_TRUE(s.job.Fider.Equivalent);
     // The measured energy of the year over its hours, balanced over three phases of A-50 with A-16 neutral.
-    const double wa = Db(QStringLiteral("select \"Wa\" from \"LVWSamples\" where guid=%1 and \"SampleIdent\"=%2")
-                             .arg(feeder)
-                             .arg(year_));
+    const double wa = Db(Fmt("select \"Wa\" from \"LVWSamples\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_));
     const double perPhase = wa * 1e6 / 8760 / 3, u = s.job.Settings.U[0];
     ASSERT_NEAR(s.job.Settings.U[1], u, 1e-9);
     const double r = 0.64 * 0.5 * (1 + 0.004 * (s.job.Settings.Temperature - 20)), x = 0.325 * 0.5;
@@ -425,13 +398,13 @@ TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheE
         load = std::sqrt(u * u - std::pow(perPhase * x / load, 2)) - perPhase * r / load;
     EXPECT_NEAR(s.run.Power.LossP, 3 * std::pow(perPhase / load, 2) * r / 1000, 1e-6 * s.run.Power.LossP);
     EXPECT_NEAR(s.run.Power.Sections[1].I[3], 0, 1e-6) << "a balanced load: nothing in the neutral";
-    const QString of = QStringLiteral(" where \"Ident\"=%1").arg(s.ident);
+    const QString of = Fmt(" where \"Ident\"=%1", s.ident);
     EXPECT_EQ(Db("select count(*) from \"LVPResultsN\"" + of), 0) << "no rows of elements it does not have";
     EXPECT_EQ(Db("select count(*) from \"LVPResultsAdd\"" + of), 1);
     EXPECT_NEAR(Db("select \"HeadEndLength\" from \"LVResults\"" + of), 0.5, 1e-12);
 
     // Without a measured energy the same feeder has no load to calculate.
-    Exec(*c_, QStringLiteral("update \"LVWSamples\" set \"Wa\"=null where guid=%1").arg(feeder));
+    Exec(*c_, Fmt("update \"LVWSamples\" set \"Wa\"=null where guid=%1", feeder));
     QStringList problems;
     EXPECT_EQ(Run({feeder}, Request(TLoadMode::Loads), nullptr, &problems).Refused, 1);
     ASSERT_EQ(problems.size(), 1);

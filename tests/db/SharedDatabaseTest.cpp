@@ -77,10 +77,10 @@ TEST(SharedDatabase, DuplicateRunsOfAnOldDatabaseCollapseToTheNewestAndNoSecondO
     // A second run of a feeder for the same interval and type does not get in, however its type is written; the
     // refusal is in the users' words and names the table, the engine's text goes to the log.
     for (const char* calcType : {"0", "null"}) {
-        const EDatabaseError e = ErrorOf(
-            c, QStringLiteral("insert into \"LVResults\" (\"Ident\", guid, \"SampleIdent\", \"CalcType\") values "
-                              "(300, 10, 1, %1)")
-                   .arg(QString::fromLatin1(calcType)));
+        const EDatabaseError e =
+            ErrorOf(c, Fmt("insert into \"LVResults\" (\"Ident\", guid, \"SampleIdent\", \"CalcType\") values "
+                           "(300, 10, 1, %1)",
+                           QString::fromLatin1(calcType)));
         EXPECT_EQ(e.Kind(), host::TEngineErrorKind::UniqueKey);
         EXPECT_TRUE(e.Text().contains("Такая запись уже есть в таблице «LVResults»")) << e.Text().toStdString();
         EXPECT_TRUE(IsConflict(e)) << "another writer's run: worth another attempt";
@@ -205,7 +205,7 @@ TEST(SharedDatabase, EveryTextLimitIsTheLengthOfItsColumnInTheSchema)
 }
 
 namespace {
-int Count(ToznFDConnection& c, const QString& sql) { return static_cast<int>(Scalar(c, sql)); }
+int Count(ToznFDConnection& c, const QString& sql) { return IntScalar(c, sql); }
 }  // namespace
 
 TEST(SharedDatabase, ABatchStoppedByAFullDiskReportsExactlyWhatIsStored)
@@ -223,15 +223,14 @@ TEST(SharedDatabase, ABatchStoppedByAFullDiskReportsExactlyWhatIsStored)
     }
     int failed = 0;
     for (const int marginKb : {600, 900, 1100}) {
-        const QString path = folder.Path(QStringLiteral("full%1.fdb").arg(marginKb));
+        const QString path = folder.Path(Fmt("full%1.fdb", marginKb));
         QFile::remove(path);
         ASSERT_TRUE(QFile::copy(source, path));
         const qint64 limitKb = QFileInfo(path).size() / 1024 + marginKb;
-        const QString log = folder.Path(QStringLiteral("regime%1.log").arg(marginKb));
+        const QString log = folder.Path(Fmt("regime%1.log", marginKb));
         QProcess p;
-        p.start("bash",
-                {"-c", QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"").arg(limitKb), AppPath(),
-                 "regime", "--db", path, "--node", "1", "--sample", QString::number(year), "--middle", "--log", log});
+        p.start("bash", {"-c", Fmt("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"", limitKb), AppPath(), "regime",
+                         "--db", path, "--node", "1", "--sample", QString::number(year), "--middle", "--log", log});
         ASSERT_TRUE(p.waitForFinished(180000));
         const QString err = QString::fromUtf8(p.readAllStandardError());
         QFile logFile(log);
@@ -239,7 +238,7 @@ TEST(SharedDatabase, ABatchStoppedByAFullDiskReportsExactlyWhatIsStored)
         const QStringList lines = QString::fromUtf8(logFile.readAll()).split('\n', Qt::SkipEmptyParts);
         auto db = OpenDatabase(path);
         ToznFDConnection& c = *db->GetDefaultConnection();
-        const QString newRuns = QStringLiteral(" from \"LVResults\" r where r.\"Ident\" > %1").arg(formerMax);
+        const QString newRuns = Fmt(" from \"LVResults\" r where r.\"Ident\" > %1", formerMax);
         const int stored = Count(c, "select count(*)" + newRuns);
         // Whole runs only: each new run has its balance and its nodes.
         EXPECT_EQ(Count(c, "select count(*)" + newRuns +
@@ -260,7 +259,7 @@ TEST(SharedDatabase, ABatchStoppedByAFullDiskReportsExactlyWhatIsStored)
         ++failed;
         EXPECT_EQ(p.exitCode(), 1) << err.toStdString();
         // The summary counts what the database holds, and the log ends with the last feeder stored.
-        EXPECT_TRUE(err.contains(QStringLiteral("Сохранено линий: %1,").arg(stored))) << err.toStdString();
+        EXPECT_TRUE(err.contains(Fmt("Сохранено линий: %1,", stored))) << err.toStdString();
         EXPECT_TRUE(err.contains("предельный размер файла")) << err.toStdString();
         EXPECT_FALSE(err.contains("I/O error")) << err.toStdString();
         if (stored == 0) {

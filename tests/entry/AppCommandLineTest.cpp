@@ -10,27 +10,13 @@
 using namespace testing_support;
 
 namespace {
-struct Outcome {
-    int code;
-    QString out, err;
-};
-
+using Outcome = AppOutcome;
+// Without a display unless one is named; offscreen windows when asked for.
 Outcome run(const QStringList& args, bool display = false, const QString& x11Display = {})
 {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove("DISPLAY");
-    env.remove("WAYLAND_DISPLAY");
-    if (!x11Display.isNull())
-        env.insert("DISPLAY", x11Display);
-    if (display)
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-    else
-        env.remove("QT_QPA_PLATFORM");
-    p.setProcessEnvironment(env);
-    p.start(AppPath(), args);
-    EXPECT_TRUE(p.waitForFinished(120000));
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+    return RunApp(args, {{"DISPLAY", x11Display},
+                         {"WAYLAND_DISPLAY", {}},
+                         {"QT_QPA_PLATFORM", display ? QStringLiteral("offscreen") : QString()}});
 }
 }  // namespace
 
@@ -92,26 +78,14 @@ TEST(AppCommandLine, BadInputGetsAClearMessageAndAFailingExit)
     EXPECT_TRUE(r.err.contains("Не удалось открыть"));
 }
 
-TEST(AppCommandLine, DemoDatabaseIsFilledOnceAndOpensInTheWindow)
+TEST(AppCommandLine, ADemoDatabaseOpensInTheWindowWhichEndsCleanlyWhenAskedToStop)
 {
     TempFolder folder;
     const QString path = folder.Path("demo.fdb");
-    Outcome r = run({"demo-db", path, "--size", "small"});
-    ASSERT_EQ(r.code, 0) << r.err.toStdString();
-    EXPECT_TRUE(r.out.contains("ТП 192"));
-    r = run({"demo-db", path});
-    EXPECT_NE(r.code, 0);
-    EXPECT_TRUE(r.err.contains("уже есть сеть"));
-    r = run({"stats", "--db", path});
-    EXPECT_TRUE(r.out.contains("7 Линии 0,4 кВ: "));
-    EXPECT_TRUE(r.out.contains("4 Секции: 16"));
-}
-
-TEST(AppCommandLine, TheWindowEndsCleanlyWhenTheProcessIsAskedToStop)
-{
-    TempFolder folder;
-    const QString path = folder.Path("demo.fdb");
-    ASSERT_EQ(run({"demo-db", path, "--size", "small"}).code, 0);
+    const Outcome demo = run({"demo-db", path, "--size", "small"});
+    ASSERT_EQ(demo.code, 0) << demo.err.toStdString();
+    EXPECT_TRUE(demo.out.contains("ТП 192"));
+    EXPECT_TRUE(run({"stats", "--db", path}).out.contains("4 Секции: 16"));
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 
 #include "host/Connection.h"
 #include "host/Database.h"
@@ -13,23 +12,8 @@
 using namespace testing_support;
 
 namespace {
-struct Outcome {
-    int code;
-    QString out, err;
-};
-
-Outcome Ozn3(const QStringList& args)
-{
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove("ISC_USER");
-    env.remove("ISC_PASSWORD");
-    env.remove("DISPLAY");
-    p.setProcessEnvironment(env);
-    p.start(AppPath(), args);
-    EXPECT_TRUE(p.waitForFinished(120000));
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
-}
+using Outcome = AppOutcome;
+Outcome Ozn3(const QStringList& args) { return RunApp(args, NoDisplayNoUser()); }
 }  // namespace
 
 TEST(CommandRefusals, UnknownIntervalsYearsUsersOptionsAndFoldersAreRefusedByName)
@@ -40,9 +24,9 @@ TEST(CommandRefusals, UnknownIntervalsYearsUsersOptionsAndFoldersAreRefusedByNam
     {
         auto database = OpenDatabase(db);
         ToznFDConnection& c = *database->GetDefaultConnection();
-        year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
-        tp = static_cast<int>(Scalar(c, "select min(\"OwnerGUID\") from \"LVFiders\""));
-        feeders = static_cast<int>(Scalar(c, "select count(*) from \"LVFiders\""));
+        year = IntScalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
+        tp = IntScalar(c, "select min(\"OwnerGUID\") from \"LVFiders\"");
+        feeders = IntScalar(c, "select count(*) from \"LVFiders\"");
     }
     const QString sample = QString::number(year), node = QString::number(tp), book = folder.Path("w.xlsx");
     const QString missing = folder.Path("no/such/folder/x.fdb");
@@ -96,7 +80,7 @@ TEST(CommandRefusals, UnknownIntervalsYearsUsersOptionsAndFoldersAreRefusedByNam
     EXPECT_FALSE(QFileInfo::exists(folder.Path("no")));
     const Outcome unnamed = Ozn3({"substation", "add", "--db", db, "--name", ""});
     EXPECT_FALSE(unnamed.err.contains("scheme import")) << unnamed.err.toStdString();
-    EXPECT_TRUE(Ozn3({"stats", "--db", db}).out.contains(QStringLiteral("7 Линии 0,4 кВ: %1").arg(feeders)));
+    EXPECT_TRUE(Ozn3({"stats", "--db", db}).out.contains(Fmt("7 Линии 0,4 кВ: %1", feeders)));
 
     // A workbook of one kind read as another: the message says what the workbook is.
     ASSERT_EQ(Ozn3({"workbook", "write", "w", "--db", db, "--node", node, "--sample", sample, book}).code, 0);

@@ -52,17 +52,17 @@ QStringList trace()
 {
     QStringList lines;
     for (const auto& l : TxlsZamerShablonForm::Trace())
-        lines << QStringLiteral("%1|%2|%3").arg(l.text).arg(l.kind).arg(l.value);
+        lines << Fmt("%1|%2|%3", l.text, l.kind, l.value);
     return lines;
 }
 
 // A demo database as the host's current one, a main window, scripted dialogs and a chosen spreadsheet.
-class Frames : public ::testing::Test {
+class Frames : public DatabaseTest {
 protected:
     void SetUp() override
     {
         ASSERT_NE(plugin().handle, nullptr) << dlerror();
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        OpenNew(true);
         SetCurrentDatabase(db_.get());
         host::SetDialogs(&dialogs_);
         main_.show();
@@ -89,8 +89,6 @@ protected:
     }
     int YearPeriod() { return db_->GetSamplePeriods()->GetItems(0).Ident; }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
     host::ScriptedDialogs dialogs_;
     QWidget main_;
     int node_ = 0;
@@ -324,9 +322,9 @@ TEST_F(Frames, CalculationMenuReportsOnTheChosenSubstationOrLine)
     });
     all();
     auto q = db_->GetDefaultConnection()->NewQuery();
-    q->SetSQLText(QStringLiteral(R"(select n."Name" as "Node", f."Name" from "LVFiders" f
-        join "Nodes" n on n.GUID = f."OwnerGUID" where f.GUID = %1)")
-                      .arg(line));
+    q->SetSQLText(Fmt(R"(select n."Name" as "Node", f."Name" from "LVFiders" f
+        join "Nodes" n on n.GUID = f."OwnerGUID" where f.GUID = %1)",
+                      line));
     q->Open();
     ASSERT_EQ(titles.size(), 2);
     EXPECT_EQ(titles[0], "Отчет по ТП " + q->Str("Node"));

@@ -24,8 +24,7 @@ TEST(GuideShots, EveryEverydayWindowFitsA1366x768ScreenAndSpeaksRussian)
     const QString database = NewDemoDatabase(folder);
     QProcess app;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("QT_QPA_PLATFORM",
-               QStringLiteral("offscreen:configfile=%1/../docs/screen-1366x768.json").arg(OZN3_TEST_DATA));
+    env.insert("QT_QPA_PLATFORM", Fmt("offscreen:configfile=%1/../docs/screen-1366x768.json", OZN3_TEST_DATA));
     env.insert("OZN3_CONFIG_DIR", folder.Path("config"));  // no window sizes of an earlier run
     app.setProcessEnvironment(env);
     app.start(AppPath(), {"guide-shots", "--db", database, "--out", folder.Path("shots")});

@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QDialog>
-#include <QProcess>
 #include <QTimer>
 #include <functional>
 
@@ -36,19 +35,11 @@ TEST(NoGrants, EveryCommandAndTheWindowAnswerWithAMessage)
         {"--db", db},  // the main window
     };
     for (const QStringList& args : commands) {
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("ISC_USER", "NOBODY");
-        env.insert("ISC_PASSWORD", "nothing");
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        p.setProcessEnvironment(env);
-        p.start(AppPath(), args);
-        ASSERT_TRUE(p.waitForFinished(60000)) << args.join(' ').toStdString();
-        const QString err = QString::fromUtf8(p.readAllStandardError());
-        EXPECT_EQ(p.exitStatus(), QProcess::NormalExit) << args.join(' ').toStdString();
-        EXPECT_EQ(p.exitCode(), 1) << args.join(' ').toStdString() << "\n" << err.toStdString();
-        EXPECT_TRUE(err.contains("Нет прав на чтение таблицы «")) << args.join(' ').toStdString() << "\n"
-                                                                  << err.toStdString();
+        const AppOutcome o =
+            RunApp(args, {{"ISC_USER", "NOBODY"}, {"ISC_PASSWORD", "nothing"}, {"QT_QPA_PLATFORM", "offscreen"}});
+        EXPECT_EQ(o.code, 1) << args.join(' ').toStdString() << "\n" << o.err.toStdString();
+        EXPECT_TRUE(o.err.contains("Нет прав на чтение таблицы «")) << args.join(' ').toStdString() << "\n"
+                                                                    << o.err.toStdString();
     }
 }
 
@@ -91,11 +82,10 @@ TEST(NoGrants, EveryExportAnswersAUserWhoMayReadOnlyTheTree)
     ToznFDConnection& c = *admin->GetDefaultConnection();
     for (const char* table : {"AOEnergo", "PES", "RES", "Centers", "Sections", "Fiders", "Nodes", "Transforms2",
                               "TransformsSS", "LVFiders", "NodeLinks"})
-        Exec(c, QStringLiteral("grant select on \"%1\" to TREEONLY").arg(QString::fromLatin1(table)));
-    const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
-    const int lv = static_cast<int>(Scalar(c, "select min(guid) from \"LVFiders\""));
-    const int tp =
-        static_cast<int>(Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(lv)));
+        Exec(c, Fmt("grant select on \"%1\" to TREEONLY", QString::fromLatin1(table)));
+    const int year = IntScalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
+    const int lv = IntScalar(c, "select min(guid) from \"LVFiders\"");
+    const int tp = IntScalar(c, Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", lv));
     if (c.inTransaction())
         c.Commit();
 

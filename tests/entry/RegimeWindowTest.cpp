@@ -60,11 +60,11 @@ struct DialogAnswers {
     }
 };
 // The main window on a fresh demo database, with the plug-in loaded and the dialogs scripted.
-class RegimeWindow : public ::testing::Test {
+class RegimeWindow : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        OpenNew(true);
         SetCurrentDatabase(db_.get());
         QString error;
         ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
@@ -82,8 +82,6 @@ protected:
         auto* view = window_->findChild<QTreeView*>("NetworkTree");
         view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
     host::ScriptedDialogs dialogs_;
     host::ScopedDialogs scoped_{&dialogs_};
     Ozn32Plugin plugin_;
@@ -96,9 +94,9 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     MainWindow& window = *window_;
     const int period = window.SelectedPeriod();
     ToznFDConnection& c = *db_->GetDefaultConnection();
-    const int feeder = static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
-                                                                 "group by l.\"OwnerGUID\" order by count(*) desc")));
-    Exec(c, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(feeder));
+    const int feeder = IntScalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                                   "group by l.\"OwnerGUID\" order by count(*) desc"));
+    Exec(c, Fmt("delete from \"LVResults\" where guid=%1", feeder));
     Select(feeder);
 
     DialogAnswers answers;
@@ -108,12 +106,11 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
 
     // One run by the given loads for the chosen period, with its elements.
-    const QString run =
-        QStringLiteral(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2").arg(feeder).arg(period);
+    const QString run = Fmt(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, period);
     ASSERT_EQ(Scalar(c, "select count(*)" + run), 1);
     EXPECT_EQ(Scalar(c, "select \"LoadMode\"" + run), 0);
-    const int ident = static_cast<int>(Scalar(c, "select \"Ident\"" + run));
-    EXPECT_GT(Scalar(c, QStringLiteral("select count(*) from \"LVPResultsL\" where \"Ident\"=%1").arg(ident)), 5);
+    const int ident = IntScalar(c, "select \"Ident\"" + run);
+    EXPECT_GT(Scalar(c, Fmt("select count(*) from \"LVPResultsL\" where \"Ident\"=%1", ident)), 5);
 
     // The detail shows that run: every energised node has its voltage.
     auto* dock = window.findChild<QDockWidget*>("DetailDock");
@@ -127,8 +124,7 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     int withVoltage = 0;
     for (int r = 0; r < nodes->rowCount(); ++r)
         withVoltage += nodes->item(r, u)->data(Qt::DisplayRole).typeId() == QMetaType::Double ? 1 : 0;
-    EXPECT_EQ(withVoltage,
-              1 + Scalar(c, QStringLiteral("select count(*) from \"LVPResultsN\" where \"Ident\"=%1").arg(ident)));
+    EXPECT_EQ(withVoltage, 1 + Scalar(c, Fmt("select count(*) from \"LVPResultsN\" where \"Ident\"=%1", ident)));
 
     // The scheme opens on the larger part of the window and keeps its share as the window widens.
     window.resize(1000, 700);
@@ -156,18 +152,17 @@ TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefuse
     host::ScriptedDialogs& dialogs = dialogs_;
     ToznFDConnection& c = *db_->GetDefaultConnection();
     // The substation with the most LV feeders; one of them gets a conductor the catalogue lacks.
-    const int tp = static_cast<int>(Scalar(c, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
-                                              "\"OwnerGUID\" order by count(*) desc, 1"));
-    const int feeders = static_cast<int>(Scalar(c, QStringLiteral("select count(*) from \"LVFiders\" where "
-                                                                  "\"OwnerGUID\"=%1")
-                                                       .arg(tp)));
+    const int tp = IntScalar(c, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
+                                "\"OwnerGUID\" order by count(*) desc, 1");
+    const int feeders = IntScalar(c, Fmt("select count(*) from \"LVFiders\" where "
+                                         "\"OwnerGUID\"=%1",
+                                         tp));
     ASSERT_GE(feeders, 2);
-    const int broken = static_cast<int>(Scalar(c, QStringLiteral("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
-                                                                 "join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" "
-                                                                 "where f.\"OwnerGUID\"=%1")
-                                                      .arg(tp)));
-    Exec(c,
-         QStringLiteral("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where \"OwnerGUID\"=%1").arg(broken));
+    const int broken = IntScalar(c, Fmt("select first 1 l.\"OwnerGUID\" from \"LVLines\" l "
+                                        "join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" "
+                                        "where f.\"OwnerGUID\"=%1",
+                                        tp));
+    Exec(c, Fmt("update \"LVLines\" set \"ProvodPhase\"=99999, \"Kind\"=0 where \"OwnerGUID\"=%1", broken));
     Exec(c, "delete from \"LVResults\"");
     Select(tp);
 
@@ -176,19 +171,19 @@ TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefuse
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle"})) << "no feeder's balance after a group";
     ASSERT_EQ(dialogs.Calls().size(), 1);
     const QString text = dialogs.Calls()[0].text;
-    EXPECT_TRUE(text.startsWith(QStringLiteral("Рассчитано линий 0,4 кВ: %1, не рассчитано: 1").arg(feeders - 1)))
+    EXPECT_TRUE(text.startsWith(Fmt("Рассчитано линий 0,4 кВ: %1, не рассчитано: 1", feeders - 1)))
         << text.toStdString();
     EXPECT_TRUE(text.contains("нет в справочнике")) << text.toStdString();
     EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Warning);
-    EXPECT_EQ(Scalar(c, QStringLiteral("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1")
-                            .arg(window.SelectedPeriod())),
+    EXPECT_EQ(Scalar(c, Fmt("select count(distinct guid) from \"LVResults\" where \"SampleIdent\"=%1",
+                            window.SelectedPeriod())),
               feeders - 1);
 }
 
 TEST_F(RegimeWindow, TheFeederBalanceGoesToAnExportTableThatIsShownAndSaved)
 {
     ToznFDConnection& c = *db_->GetDefaultConnection();
-    const int feeder = static_cast<int>(Scalar(c, "select first 1 guid from \"LVResults\" order by guid"));
+    const int feeder = IntScalar(c, "select first 1 guid from \"LVResults\" order by guid");
     Select(feeder);
     QAction* toExport = action(*window_, "Баланс линии в таблицу экспорта");
     ASSERT_NE(toExport, nullptr);
@@ -216,11 +211,10 @@ TEST_F(RegimeWindow, TheFeederBalanceGoesToAnExportTableThatIsShownAndSaved)
     double shown = 0;
     ASSERT_TRUE(ParseFloat(received, shown)) << received.toStdString();
     EXPECT_NEAR(m.captured(2).toDouble(), shown, 1e-9);
-    const double stored =
-        Scalar(c, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on "
-                                 "mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 and mv.\"SampleIdent\"=(select "
-                                 "max(\"SampleIdent\") from \"LVResults\" where guid=%1)")
-                      .arg(feeder));
+    const double stored = Scalar(c, Fmt("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join \"LVResults\" mv on "
+                                        "mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 and mv.\"SampleIdent\"=(select "
+                                        "max(\"SampleIdent\") from \"LVResults\" where guid=%1)",
+                                        feeder));
     EXPECT_NEAR(shown, stored, 0.0005 + 1e-9 * stored);  // shown to three decimals
 }
 

@@ -14,22 +14,8 @@
 using namespace testing_support;
 
 namespace {
-struct Outcome {
-    int code;
-    QString out, err;
-};
-
-Outcome Ozn3(const QStringList& args, const QString& stdoutFile = {}, const QByteArray& input = {})
-{
-    QProcess p;
-    if (!stdoutFile.isEmpty())
-        p.setStandardOutputFile(stdoutFile);
-    p.start(AppPath(), args);
-    p.write(input);
-    p.closeWriteChannel();
-    EXPECT_TRUE(p.waitForFinished(120000));
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
-}
+using Outcome = AppOutcome;
+Outcome Ozn3(const QStringList& args) { return RunApp(args); }
 
 bool IsFifo(const QString& path)
 {
@@ -115,9 +101,13 @@ TEST(SetupSafety, LogsAndWorkbooksAreNeverWrittenOverADeviceOrAPipe)
 
 TEST(SetupSafety, AnAnswerThatCannotBeWrittenFailsTheCalculation)
 {
-    const Outcome o = Ozn3({"calc", "normative"}, "/dev/full",
-                           R"({"Wa":100,"F":50,"dp":0.5,"dn":0.1,"Lma":1})"
-                           "\n");
-    EXPECT_EQ(o.code, 1);
-    EXPECT_TRUE(o.err.contains("Не удалось записать результаты")) << o.err.toStdString();
+    QProcess p;
+    p.setStandardOutputFile("/dev/full");
+    p.start(AppPath(), {"calc", "normative"});
+    p.write(R"({"Wa":100,"F":50,"dp":0.5,"dn":0.1,"Lma":1})"
+            "\n");
+    p.closeWriteChannel();
+    ASSERT_TRUE(p.waitForFinished(120000));
+    EXPECT_EQ(p.exitCode(), 1);
+    EXPECT_TRUE(p.readAllStandardError().contains("Не удалось записать результаты"));
 }

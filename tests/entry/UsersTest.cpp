@@ -3,7 +3,6 @@
 
 #include <QComboBox>
 #include <QLabel>
-#include <QProcess>
 #include <QTableWidget>
 
 #include "app/RightsDialog.h"
@@ -16,25 +15,12 @@
 using namespace testing_support;
 
 namespace {
-struct Outcome {
-    int code;
-    QString out, err;
-};
-
+using Outcome = AppOutcome;
+// As a user of an embedded database, which checks names, not passwords.
 Outcome Ozn3(const QStringList& args, const QString& user = {})
 {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove("ISC_USER");
-    env.remove("ISC_PASSWORD");
-    if (!user.isEmpty()) {
-        env.insert("ISC_USER", user);
-        env.insert("ISC_PASSWORD", "any");  // an embedded database checks names, not passwords
-    }
-    p.setProcessEnvironment(env);
-    p.start(AppPath(), args);
-    EXPECT_TRUE(p.waitForFinished(60000));
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+    return RunApp(args, {{"ISC_USER", user.isEmpty() ? QString() : user},
+                         {"ISC_PASSWORD", user.isEmpty() ? QString() : QStringLiteral("any")}});
 }
 }  // namespace
 

@@ -22,19 +22,17 @@ namespace {
 // A feeder of the test's own under a demo substation, calculated and stored:
 //   centre -Пролет 1- Опора 1 (tap) -перемычка- Рубильник (off) -Пролет 2- Опора 2 -кабель- Ввод 2 (three-phase)
 //                      Опора 1 -Ввод 1 (phase B, the consumer's own)- Ввод 1
-class Detail : public ::testing::Test {
+class Detail : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-        year_ = static_cast<int>(Scalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
-        const int tp = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" order by guid"));
+        OpenNew(true);
+        year_ = IntScalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
+        const int tp = IntScalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" order by guid");
         const QStringList sql = {
-            QStringLiteral("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") values "
-                           "(%1, 'Л-9 Опытная', %2, 1, 0.38)")
-                .arg(kFeeder)
-                .arg(tp),
+            Fmt("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") values "
+                "(%1, 'Л-9 Опытная', %2, 1, 0.38)",
+                kFeeder, tp),
             "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") values "
             "(900001, 'Опора 1', 900000, 1, 1)",
             "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"State\") values "
@@ -57,10 +55,8 @@ protected:
             "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
             "\"ProvodPhase\", \"ProvodNull\", \"TabOrder\") values "
             "(900015, 900000, 900003, 900005, 'Кабель', 0.02, 660, 661, 5)",
-            QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900004, 4)")
-                .arg(year_),
-            QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900005, 20)")
-                .arg(year_),
+            Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900004, 4)", year_),
+            Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900005, 20)", year_),
         };
         for (const QString& statement : sql)
             Exec(*c_, statement);
@@ -76,9 +72,6 @@ protected:
         ASSERT_EQ(fider::RunRegimeBatch(*db_, {kFeeder}, request, events).Calculated, 1);
     }
     static constexpr int kFeeder = 900000;
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int year_ = 0, ident_ = 0;
     double unom_ = 0.38;
     fider::TCalcWInfoHHCommon run_;
@@ -129,9 +122,9 @@ TEST_F(Detail, SchemeElementsTheirKindsStatesOwnersAndTheRunsValues)
 
     // Voltages and currents are the stored run's: the same numbers the calculation gave.
     const Row& pole1 = named(nodes, "Опора 1");
-    const double stored = Scalar(*c_, QStringLiteral("select \"UB\" from \"LVPResultsN\" where \"Ident\"=%1 and "
-                                                     "guid=900001")
-                                          .arg(ident_));
+    const double stored = Scalar(*c_, Fmt("select \"UB\" from \"LVPResultsN\" where \"Ident\"=%1 and "
+                                          "guid=900001",
+                                          ident_));
     EXPECT_DOUBLE_EQ(pole1.Value("UB").toDouble(), stored);
     EXPECT_DOUBLE_EQ(stored, run_.Power.Nodes[1].U[1]);
     EXPECT_LT(stored, 230);
@@ -144,7 +137,7 @@ TEST_F(Detail, SchemeElementsTheirKindsStatesOwnersAndTheRunsValues)
     EXPECT_EQ(named(sections, "Кабель").Value("I").toString(), "+NAN");
 
     // Without a run of its own the same scheme shows no values.
-    Exec(*c_, QStringLiteral("delete from \"LVResults\" where \"Ident\"=%1").arg(ident_));
+    Exec(*c_, Fmt("delete from \"LVResults\" where \"Ident\"=%1", ident_));
     const Scheme bare = Load(*c_, kFeeder);
     EXPECT_EQ(named(bare.Rows[Nodes], "Опора 1").Value("U").toString(), "+NAN");
     EXPECT_EQ(bare.Rows[Sections].size(), 5u);

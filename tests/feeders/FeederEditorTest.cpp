@@ -34,16 +34,15 @@ void type(QLineEdit* box, const QString& text)
 }
 
 // The editor on the first substation with several LV feeders, as ShowLVFiders opens it.
-class Editor : public ::testing::Test {
+class Editor : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        OpenNew(true);
         SetCurrentDatabase(db_.get());
         host::SetDialogs(&dialogs_);
-        c_ = db_->GetDefaultConnection();
-        node_ = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
-                                             "having count(*) >= 3 order by \"OwnerGUID\""));
+        node_ = IntScalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                               "having count(*) >= 3 order by \"OwnerGUID\"");
         c_->StartTransaction(false);
         form_ = std::make_unique<TLVFidersForm>(nullptr, *c_);
         form_->SetRepData(new TRep_Data(form_.get(), *c_));
@@ -63,11 +62,7 @@ protected:
     QString Result(const char* name) { return form_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
     QPushButton* Button(const char* name) { return form_->findChild<QPushButton*>(QString::fromLatin1(name)); }
     QListWidget* fiders() { return form_->findChild<QListWidget*>("FidersList"); }
-    double Db(const QString& sql) { return Scalar(*c_, sql); }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     host::ScriptedDialogs dialogs_;
     std::unique_ptr<TLVFidersForm> form_;
     int node_ = 0;
@@ -106,9 +101,8 @@ TEST_F(Editor, TypingMeasuredValuesRecalculatesTheSample)
     type(Box("EditU2B"), "220");
     Button("btnSave")->click();
     const QDate date = form_->CurrentDate();
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"P\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'")
-                            .arg(form_->LVFider())
-                            .arg(date.toString(Qt::ISODate))),
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"P\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'", form_->LVFider(),
+                            date.toString(Qt::ISODate))),
                      r.P);
     EXPECT_FALSE(Button("btnSave")->isEnabled());
 }
@@ -116,8 +110,7 @@ TEST_F(Editor, TypingMeasuredValuesRecalculatesTheSample)
 TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
 {
     const int lv = form_->LVFider();
-    const QString mainRows =
-        QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1").arg(lv);
+    const QString mainRows = Fmt("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1", lv);
     ASSERT_EQ(Db(mainRows), 1);
     // A sample of 2021, copied from the main one: no year period exists for it yet.
     const QDate day(2021, 3, 15);
@@ -142,9 +135,9 @@ TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
     EXPECT_EQ(Db(mainRows), 1);  // the database changes only when the edits are saved
     form_->SaveChanges();
     EXPECT_EQ(Db(mainRows), 1);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
-                                "\"SampleDate\"='2021-03-15'")
-                     .arg(lv)),
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
+                     "\"SampleDate\"='2021-03-15'",
+                     lv)),
               1);
     const int year =
         static_cast<int>(Db("select \"Ident\" from \"SamplesDates\" where \"Name\"='2021г.' and "
@@ -152,10 +145,8 @@ TEST_F(Editor, OneMainSamplePerFeederMirroredIntoTheYear)
     ASSERT_GT(year, 0);
     const QString mirror = QStringLiteral("select count(*) from \"LVPSamples\" where GUID=%1 and \"SampleIdent\"=%2");
     EXPECT_EQ(Db(mirror.arg(lv).arg(year)), 1);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"CosFiB\" from \"LVPSamples\" where GUID=%1 and \"SampleIdent\"=%2")
-                            .arg(lv)
-                            .arg(year)),
-                     Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)));
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"CosFiB\" from \"LVPSamples\" where GUID=%1 and \"SampleIdent\"=%2", lv, year)),
+                     Db(Fmt("select \"CosFi\" from \"LVFidersA\" where GUID=%1", lv)));
     // No longer main: its year row goes.
     form_->ToggleMain();
     form_->SaveChanges();
@@ -188,27 +179,26 @@ TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
     EXPECT_EQ(dialogs_.Calls()[0].caption, "Создание новой линии ");
     EXPECT_EQ(dialogs_.Calls()[0].text, "Введите имя новой линии");
     const int lv = form_->LVFider();
-    EXPECT_EQ(Db(QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Новая' "
-                                "and \"TypeLoad\"=1")
-                     .arg(lv)),
+    EXPECT_EQ(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Новая' "
+                     "and \"TypeLoad\"=1",
+                     lv)),
               node_);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"Unom\" from \"LVFiders\" where GUID=%1").arg(lv)), 0.38);
-    EXPECT_EQ(Db(QStringLiteral("select \"ProvodPhase\" + \"ProvodNull\" from \"LVFidersA\" where GUID=%1").arg(lv)),
-              644 * 2);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
-                                "\"Krazv\"=0.8 and \"SampleDate\"=current_date")
-                     .arg(lv)),
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"Unom\" from \"LVFiders\" where GUID=%1", lv)), 0.38);
+    EXPECT_EQ(Db(Fmt("select \"ProvodPhase\" + \"ProvodNull\" from \"LVFidersA\" where GUID=%1", lv)), 644 * 2);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVPResultsA\" where GUID=%1 and \"IsMain\"=1 and "
+                     "\"Krazv\"=0.8 and \"SampleDate\"=current_date",
+                     lv)),
               1);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"UA\" from \"LVPResultsA\" where GUID=%1").arg(lv)), previousU);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"UA\" from \"LVPResultsA\" where GUID=%1", lv)), previousU);
     EXPECT_NE(db_->GetTree()->Find(lv), nullptr);  // the host's tree has it too
     // …and its view at once: the new line is the substation's last row, the others where they were.
     ASSERT_EQ(model.rowCount(substation), linesBefore + 1);
     EXPECT_EQ(model.index(linesBefore, 0, substation).data().toString(), "Л-9 ул. Новая");
     EXPECT_TRUE(view.isExpanded(substation));
     // Its power factor is its load kind's, so its samples calculate without choosing the kind again.
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)),
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"CosFi\" from \"LVFidersA\" where GUID=%1", lv)),
                      Db("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=1"));
-    EXPECT_GT(Db(QStringLiteral("select \"CosFi\" from \"LVFidersA\" where GUID=%1").arg(lv)), 0);
+    EXPECT_GT(Db(Fmt("select \"CosFi\" from \"LVFidersA\" where GUID=%1", lv)), 0);
 
     dialogs_.AnswerInput("", true);  // an empty name does nothing
     form_->NewLine();
@@ -220,9 +210,7 @@ TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
     EXPECT_EQ(dialogs_.Calls()[0].caption, "Переименовать линию");
     EXPECT_EQ(dialogs_.Calls()[0].text, "Введите новое имя линии");
     form_->SaveChanges();
-    EXPECT_EQ(
-        Db(QStringLiteral("select count(*) from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Садовая'").arg(lv)),
-        1);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVFiders\" where GUID=%1 and \"Name\"='Л-9 ул. Садовая'", lv)), 1);
 
     const QString day = form_->CurrentDate().toString("dd.MM.yyyy");
     dialogs_.AnswerMessage(host::mrNo);
@@ -234,9 +222,9 @@ TEST_F(Editor, NewLineRenameAndDeleteWithTheirTexts)
     EXPECT_EQ(dialogs_.Calls().last().text, "Удалить линию \"Л-9 ул. Садовая\"?");
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
     form_->DeleteLine();  // yes
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVFiders\" where GUID=%1").arg(lv)), 0);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVPResultsA\" where GUID=%1").arg(lv)), 0);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVFidersA\" where GUID=%1").arg(lv)), 0);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVFiders\" where GUID=%1", lv)), 0);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVPResultsA\" where GUID=%1", lv)), 0);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVFidersA\" where GUID=%1", lv)), 0);
 }
 
 TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
@@ -248,9 +236,8 @@ TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
     const int other = (typeLoad->currentIndex() + 1) % typeLoad->count();
     typeLoad->setCurrentIndex(other);
     emit typeLoad->activated(other);
-    EXPECT_EQ(Box("EditCosFi")->text(),
-              FormatFloat3(Db(QStringLiteral("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1")
-                                  .arg(typeLoad->itemData(other).toInt()))));
+    EXPECT_EQ(Box("EditCosFi")->text(), FormatFloat3(Db(Fmt("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1",
+                                                            typeLoad->itemData(other).toInt()))));
     // A conductor without its own neutral lets the neutral be chosen; a self-supporting wire does not.
     const int a50 = phase->findData(644);
     phase->setCurrentIndex(a50);
@@ -258,8 +245,7 @@ TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
     EXPECT_TRUE(null->isEnabled());
     EXPECT_EQ(null->currentData().toInt(), 644);
     EXPECT_EQ(Box("EditR0")->text(), "0,640");
-    const double length =
-        Db(QStringLiteral("select \"LineLength\" from \"LVFidersA\" where GUID=%1").arg(form_->LVFider()));
+    const double length = Db(Fmt("select \"LineLength\" from \"LVFidersA\" where GUID=%1", form_->LVFider()));
     EXPECT_EQ(Box("EditRf")->text(), FormatFloat3(0.64 * length));
     const int sip = phase->findData(650);
     phase->setCurrentIndex(sip);
@@ -272,9 +258,8 @@ TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
     EXPECT_FALSE(cosReset->isHidden());
     cosReset->click();
     EXPECT_TRUE(cosReset->isHidden());
-    EXPECT_EQ(Box("EditCosFi")->text(),
-              FormatFloat3(Db(QStringLiteral("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1")
-                                  .arg(typeLoad->itemData(other).toInt()))));
+    EXPECT_EQ(Box("EditCosFi")->text(), FormatFloat3(Db(Fmt("select \"CosFi\" from \"TypeLoads\" where \"Ident\"=%1",
+                                                            typeLoad->itemData(other).toInt()))));
 
     const QString day = form_->CurrentDate().toString("dd.MM.yyyy");
     dialogs_.AnswerMessage(host::mrNo);
@@ -323,19 +308,15 @@ namespace {
 // The sample rows of the editor's feeder at a date.
 QString sampleAt(int lv, const QDate& date, const char* what)
 {
-    return QStringLiteral("select %1 from \"LVPResultsA\" where GUID=%2 and \"SampleDate\"='%3'")
-        .arg(QString::fromLatin1(what))
-        .arg(lv)
-        .arg(date.toString(Qt::ISODate));
+    return Fmt("select %1 from \"LVPResultsA\" where GUID=%2 and \"SampleDate\"='%3'", QString::fromLatin1(what), lv,
+               date.toString(Qt::ISODate));
 }
 // The year row ("LVPSamples") of a feeder for the year period of a date.
 QString yearRow(int lv, const QDate& date, const char* what)
 {
-    return QStringLiteral("select %1 from \"LVPSamples\" where GUID=%2 and \"SampleIdent\" in (select \"Ident\" "
-                          "from \"SamplesDates\" where \"Period\"=1 and \"SampleDate1\"='%3-01-01')")
-        .arg(QString::fromLatin1(what))
-        .arg(lv)
-        .arg(date.year());
+    return Fmt("select %1 from \"LVPSamples\" where GUID=%2 and \"SampleIdent\" in (select \"Ident\" "
+               "from \"SamplesDates\" where \"Period\"=1 and \"SampleDate1\"='%3-01-01')",
+               QString::fromLatin1(what), lv, date.year());
 }
 }  // namespace
 
@@ -492,9 +473,8 @@ TEST_F(Editor, OfTwoUsersSavingOneSampleTheSecondIsRefusedAndNothingIsOverwritte
     second.OpenFiders();
     ASSERT_EQ(second.LVFider(), form_->LVFider());
     ASSERT_EQ(second.CurrentDate(), form_->CurrentDate());
-    const QString stored = QStringLiteral("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'")
-                               .arg(form_->LVFider())
-                               .arg(form_->CurrentDate().toString(Qt::ISODate));
+    const QString stored = Fmt("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'",
+                               form_->LVFider(), form_->CurrentDate().toString(Qt::ISODate));
 
     type(Box("EditIA"), "111");
     Button("btnSave")->click();

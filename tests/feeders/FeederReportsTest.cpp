@@ -117,14 +117,13 @@ const double kI1[3] = {100, 120, 80}, kU1[3] = {230, 231, 232}, kU21[3] = {221, 
 // Л-2's main sample: СИП-2 with its own neutral, so Rн/Rф = 1; cos φ 0.8.
 const double kI2[3] = {50, 40, 60}, kU2[3] = {229, 230, 228}, kU22[3] = {224, 226, 222};
 
-class Reports : public ::testing::Test {
+class Reports : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
+        OpenNew(false);
         SetCurrentDatabase(db_.get());
         host::SetDialogs(&dialogs_);
-        c_ = db_->GetDefaultConnection();
         for (
             const char* sql : {
                 R"(insert into "Transforms2" ("Ident", "TypeTR", "Snom") values (5, 'ТМ', 250))",
@@ -182,9 +181,6 @@ protected:
         host::SetDialogs(nullptr);
     }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     host::ScriptedDialogs dialogs_;
     std::unique_ptr<TRep_Data> data_;
 };
@@ -195,7 +191,7 @@ TEST_F(Reports, TheLineShowsItsSamplesCalculatedAndItsYearSamples)
     const QString html = LineReportHtml(*data_, kL1);
     EXPECT_TRUE(html.contains("<h2>Отчет по линии Л-1</h2>"));
     for (const char* text : {"ТП-17 (КТП 10/0,4)", "Коммунально-бытовая", "АС-50", "А-35", "0,500", "0,900"})
-        EXPECT_TRUE(html.contains(QStringLiteral("<b>%1</b>").arg(QString::fromUtf8(text)))) << text;
+        EXPECT_TRUE(html.contains(Fmt("<b>%1</b>", QString::fromUtf8(text)))) << text;
 
     const QString header = "Дата замера";
     const QList<Row> rows = TableRows(html, header);
@@ -262,8 +258,8 @@ TEST_F(Reports, TheSubstationSumsTheMainSamplesOfItsLines)
     // 41.4 % of 250 kV·A.
     const double kva = l1.P / 0.9 + l2.P / 0.8;
     EXPECT_EQ(f(kva, "0.00"), "103,61");
-    EXPECT_TRUE(html.contains(
-        QStringLiteral("<tr><td>Нагрузка по основным замерам, кВ·А:</td><td><b>%1</b></td></tr>").arg(f(kva, "0.00"))));
+    EXPECT_TRUE(
+        html.contains(Fmt("<tr><td>Нагрузка по основным замерам, кВ·А:</td><td><b>%1</b></td></tr>", f(kva, "0.00"))));
     EXPECT_TRUE(html.contains("<tr><td>Загрузка трансформатора, % от Sном:</td><td><b>41,4</b></td></tr>"));
     EXPECT_TRUE(html.contains("Основной замер линии Л-4 от 20.08.2023 не рассчитан в редакторе линий и в итог по ТП "
                               "не вошел"));
@@ -418,22 +414,22 @@ TEST(StoredSamples, RecalculationGivesTheEditorsValuesAndKeepsThem)
     EXPECT_GT(again.Samples, 500);
     EXPECT_EQ(again.Changed, 0);
 
-    const int guid = static_cast<int>(Scalar(c, "select first 1 guid from \"LVPResultsA\" where \"IsMain\"=1 "
-                                                "order by guid"));
-    const QString row = QStringLiteral(" from \"LVPResultsA\" where guid=%1 and \"IsMain\"=1").arg(guid);
+    const int guid = IntScalar(c, "select first 1 guid from \"LVPResultsA\" where \"IsMain\"=1 "
+                                  "order by guid");
+    const QString row = Fmt(" from \"LVPResultsA\" where guid=%1 and \"IsMain\"=1", guid);
     const double dp = Scalar(c, "select \"dP\"" + row), wa = Scalar(c, "select \"Wa\"" + row);
-    const QString mirror = QStringLiteral("select first 1 \"Wa\" from \"LVPSamples\" where guid=%1 order by "
-                                          "\"SampleIdent\" desc")
-                               .arg(guid);
+    const QString mirror = Fmt("select first 1 \"Wa\" from \"LVPSamples\" where guid=%1 order by "
+                               "\"SampleIdent\" desc",
+                               guid);
     EXPECT_NEAR(Scalar(c, mirror), wa, 1e-9);
     // P by hand: the phase powers U·I·cos φ summed, in kW.
-    const double p = Scalar(c, QStringLiteral("select (a.\"UA\"*a.\"IA\"+a.\"UB\"*a.\"IB\"+a.\"UC\"*a.\"IC\")"
-                                              "*fa.\"CosFi\"/1000 from \"LVPResultsA\" a join \"LVFidersA\" fa on "
-                                              "fa.guid=a.guid where a.guid=%1 and a.\"IsMain\"=1")
-                                   .arg(guid));
+    const double p = Scalar(c, Fmt("select (a.\"UA\"*a.\"IA\"+a.\"UB\"*a.\"IB\"+a.\"UC\"*a.\"IC\")"
+                                   "*fa.\"CosFi\"/1000 from \"LVPResultsA\" a join \"LVFidersA\" fa on "
+                                   "fa.guid=a.guid where a.guid=%1 and a.\"IsMain\"=1",
+                                   guid));
     EXPECT_NEAR(Scalar(c, "select \"P\"" + row), p, 1e-6 * p);
     Exec(c, "update \"LVPResultsA\" set \"dP\"=999, \"Wa\"=1" + row.section(" from \"LVPResultsA\"", 1));
-    Exec(c, QStringLiteral("update \"LVPSamples\" set \"Wa\"=1 where guid=%1").arg(guid));
+    Exec(c, Fmt("update \"LVPSamples\" set \"Wa\"=1 where guid=%1", guid));
     const feeders::TSamplesRecalculation repaired = feeders::RecalculateStoredSamples(c);
     EXPECT_EQ(repaired.Changed, 1);
     EXPECT_NEAR(Scalar(c, "select \"dP\"" + row), dp, 1e-9);

@@ -33,11 +33,11 @@ void type(QLineEdit* box, const QString& text)
     emit box->editingFinished();
 }
 
-class Regime : public ::testing::Test {
+class Regime : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        OpenNew(true);
         SetCurrentDatabase(db_.get());
         host::SetDialogs(&dialogs_);
         auto q = db_->GetDefaultConnection()->NewQuery();
@@ -56,8 +56,6 @@ protected:
         SetCurrentDatabase(nullptr);
         host::SetDialogs(nullptr);
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
     host::ScriptedDialogs dialogs_;
     int lv_ = 0, period_ = 0;
     double lineWa_ = 0;
@@ -225,7 +223,7 @@ namespace {
 // Stored rows of the regime parameters of a feeder.
 QString storedRows(int lv, const QString& where = {})
 {
-    return QStringLiteral("select count(*) from \"LVCalcParams\" where GUID=%1 %2").arg(lv).arg(where);
+    return Fmt("select count(*) from \"LVCalcParams\" where GUID=%1 %2", lv, where);
 }
 // The keys (primary and unique) of the regime parameters: their columns in key order, one key a line.
 QStringList calcParamsKeys(ToznFDConnection& c)
@@ -250,11 +248,9 @@ TEST_F(Regime, StoredValuesBelongToTheirIntervalAndOthersShowTheirMeasurements)
     ToznFDConnection& c = *db_->GetDefaultConnection();
     // An earlier interval of the same feeder with a measured energy of its own.
     auto q = c.NewQuery();
-    q->SetSQLText(QStringLiteral("select first 1 \"SampleIdent\", \"Wa\" from \"LVWSamples\" where GUID=%1 and "
-                                 "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc")
-                      .arg(lv_)
-                      .arg(period_)
-                      .arg(lineWa_));
+    q->SetSQLText(Fmt("select first 1 \"SampleIdent\", \"Wa\" from \"LVWSamples\" where GUID=%1 and "
+                      "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc",
+                      lv_, period_, lineWa_));
     q->Open();
     ASSERT_FALSE(q->Eof());
     const int earlier = q->Int("SampleIdent");
@@ -270,7 +266,7 @@ TEST_F(Regime, StoredValuesBelongToTheirIntervalAndOthersShowTheirMeasurements)
     latest.SetKdp(1.2);
     latest.CopyCurrentToLine();
     SaveWCalcParamsHH(c, latest);
-    EXPECT_EQ(Scalar(c, storedRows(lv_, QStringLiteral("and \"SampleIdent\"=%1").arg(period_))), 2);
+    EXPECT_EQ(Scalar(c, storedRows(lv_, Fmt("and \"SampleIdent\"=%1", period_))), 2);
 
     // The earlier interval has nothing stored: its measurement, on the line and as the current values.
     TWCalcHHParams other;
@@ -298,26 +294,21 @@ TEST_F(Regime, StoredValuesBelongToTheirIntervalAndOthersShowTheirMeasurements)
     backEarlier.SetSamplePeriod(earlier);
     LoadWCalcParamsHH(c, backEarlier);
     EXPECT_DOUBLE_EQ(backEarlier.Get(TParamField::Wa, TLVCalcLevel::Line), 600);
-    EXPECT_DOUBLE_EQ(Scalar(c, QStringLiteral("select \"Wa\" from \"LVCalcParams\" where GUID=%1 and \"Regime\"=0 "
-                                              "and \"Level\"=1 and \"SampleIdent\"=%2")
-                                   .arg(lv_)
-                                   .arg(period_)),
+    EXPECT_DOUBLE_EQ(Scalar(c, Fmt("select \"Wa\" from \"LVCalcParams\" where GUID=%1 and \"Regime\"=0 "
+                                   "and \"Level\"=1 and \"SampleIdent\"=%2",
+                                   lv_, period_)),
                      500);
 }
 
 TEST_F(Regime, TheDialogShowsAndKeepsTheValuesOfTheIntervalChosen)
 {
     ToznFDConnection& c = *db_->GetDefaultConnection();
-    const int earlier = static_cast<int>(
-        Scalar(c, QStringLiteral("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
-                                 "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc")
-                      .arg(lv_)
-                      .arg(period_)
-                      .arg(lineWa_)));
+    const int earlier = IntScalar(c, Fmt("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
+                                         "\"SampleIdent\"<>%2 and \"Wa\"<>%3 order by \"SampleIdent\" desc",
+                                         lv_, period_, lineWa_));
     ASSERT_GT(earlier, 0);
-    const double earlierWa = Scalar(
-        c,
-        QStringLiteral("select \"Wa\" from \"LVWSamples\" where GUID=%1 and \"SampleIdent\"=%2").arg(lv_).arg(earlier));
+    const double earlierWa =
+        Scalar(c, Fmt("select \"Wa\" from \"LVWSamples\" where GUID=%1 and \"SampleIdent\"=%2", lv_, earlier));
     // Values kept for the latest interval.
     {
         TWCalcTmaxHHParams stored;
@@ -430,11 +421,9 @@ TEST(RegimeParamsUpgrade, AnOlderDatabaseKeysItsParametersByIntervalKeepingTheRo
 TEST_F(Regime, AnotherIntervalDoesNotReplaceTypedValuesWithoutAQuestion)
 {
     ToznFDConnection& c = *db_->GetDefaultConnection();
-    const int other = static_cast<int>(
-        Scalar(c, QStringLiteral("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
-                                 "\"SampleIdent\"<>%2 order by \"SampleIdent\" desc")
-                      .arg(lv_)
-                      .arg(period_)));
+    const int other = IntScalar(c, Fmt("select first 1 \"SampleIdent\" from \"LVWSamples\" where GUID=%1 and "
+                                       "\"SampleIdent\"<>%2 order by \"SampleIdent\" desc",
+                                       lv_, period_));
     ASSERT_GT(other, 0);
     TWCalcHHParams params;
     params.SetFiderGUID(lv_);
@@ -445,7 +434,7 @@ TEST_F(Regime, AnotherIntervalDoesNotReplaceTypedValuesWithoutAQuestion)
     ASSERT_TRUE(form.Prepare());
     TSamplesTreeBox* periods = form.PeriodBox();
     const QString shownName = db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(period_)->Name;
-    const QString question = QStringLiteral("Сохранить значения, введенные для интервала «%1»?").arg(shownName);
+    const QString question = Fmt("Сохранить значения, введенные для интервала «%1»?", shownName);
 
     // Nothing typed: no question.
     periods->SetCurrentIdent(other);

@@ -2,7 +2,6 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <cmath>
 
 #include "feeders/LVFiderSampleCalc.h"
@@ -193,21 +192,18 @@ TEST(FeederSample, ReferenceCoefficientsAndTheirWarnings)
 
 TEST(FeederSample, CommandLineAnswersEachLine)
 {
-    QProcess p;
-    p.start(AppPath(), {"calc", "feeder-sample"});
-    ASSERT_TRUE(p.waitForStarted());
-    p.write(R"({"Ia":100,"Ib":100,"Ic":100,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":220,)"
-            R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45,"Tmax":2500,"Krazv":null})"
-            "\n"
-            R"({"Ia":0,"Ib":0,"Ic":0,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":220,)"
-            R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45})"
-            "\n"
-            R"({"Ia":1,"Ib":1,"Ic":1,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":232,)"
-            R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45})"
-            "\n{\"Ia\":\"много\"}\n");
-    p.closeWriteChannel();
-    ASSERT_TRUE(p.waitForFinished(30000));
-    const QList<QByteArray> lines = p.readAllStandardOutput().split('\n');
+    const AppOutcome p =
+        RunApp({"calc", "feeder-sample"}, {},
+               R"({"Ia":100,"Ib":100,"Ic":100,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":220,)"
+               R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45,"Tmax":2500,"Krazv":null})"
+               "\n"
+               R"({"Ia":0,"Ib":0,"Ic":0,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":220,)"
+               R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45})"
+               "\n"
+               R"({"Ia":1,"Ib":1,"Ic":1,"Ua":230,"Ub":230,"Uc":230,"U2a":220,"U2b":220,"U2c":232,)"
+               R"("CosFi":0.92,"Rf":0.3,"Xf":0.1,"Rn":0.45})"
+               "\n{\"Ia\":\"много\"}\n");
+    const QList<QByteArray> lines = p.out.toUtf8().split('\n');
     ASSERT_GE(lines.size(), 4);
     const QJsonObject first = QJsonDocument::fromJson(lines[0]).object();
     EXPECT_NEAR(first["P"].toDouble(), 63.480001152, 1e-8);  // the balanced load worked by hand above

@@ -16,7 +16,7 @@ namespace {
 int countRows(ToznFDConnection& c, const QString& table)
 {
     auto q = c.NewQuery();
-    q->SetSQLText(QStringLiteral("select count(*) from \"%1\"").arg(table));
+    q->SetSQLText(Fmt("select count(*) from \"%1\"", table));
     q->Open();
     return q->Value(0).toInt();
 }

@@ -217,7 +217,7 @@ QString Refusal(const QString& path, qint64* elapsedMs = nullptr, const TXlsxLim
     EXPECT_FALSE(opened) << path.toStdString();
     EXPECT_LT(ms, kRefusalMs) << path.toStdString();
     EXPECT_TRUE(book.SheetNames().isEmpty()) << path.toStdString();
-    EXPECT_TRUE(error.startsWith(QStringLiteral("Книга %1 не читается: ").arg(path))) << error.toStdString();
+    EXPECT_TRUE(error.startsWith(Fmt("Книга %1 не читается: ", path))) << error.toStdString();
     return error;
 }
 
@@ -276,9 +276,8 @@ TEST(XlsxHostileFiles, AZipBombIsRefusedUnderTheUsualLimitsWithoutUnpackingItInt
         EXPECT_EQ(book.Cell(0, 1, 1).toDouble(), 1.0);
     }
 
-    const QString tooLarge =
-        QStringLiteral("часть xl/worksheets/sheet1.xml больше допустимого (%1 МБ в распакованном виде)")
-            .arg(TXlsxLimits().PartBytes / kMB);
+    const QString tooLarge = Fmt("часть xl/worksheets/sheet1.xml больше допустимого (%1 МБ в распакованном виде)",
+                                 TXlsxLimits().PartBytes / kMB);
     ExpectRefusedAtABoundedCost(path, tooLarge);
 
     // The same bomb stating that its sheet unpacks to a kilobyte: what it states is not what is counted.
@@ -300,13 +299,13 @@ TEST(XlsxHostileFiles, AWorkbookOfCountlessSheetsIsRefusedWithoutReadingThem)
                                   {"xl/worksheets/sheet1.xml", Sheet(1, R"(<c r="A1"><v>1</v></c>)")}};
     const QString path = BookWithGeneratedPart(folder.Path("sheets.xlsx"), parts, "xl/workbook.xml", workbook);
     ASSERT_LT(QFileInfo(path).size(), 2 * kMB);
-    ExpectRefusedAtABoundedCost(path, QStringLiteral("в xl/workbook.xml больше %1 листов").arg(TXlsxLimits().Sheets));
+    ExpectRefusedAtABoundedCost(path, Fmt("в xl/workbook.xml больше %1 листов", TXlsxLimits().Sheets));
 
     // the limit is the number of sheets: as many as it allows are read, one more is refused
     TXlsxLimits three;
     three.Sheets = 3;
     const auto book = [&](int sheets) {
-        return Book(folder.Path(QStringLiteral("%1.xlsx").arg(sheets)),
+        return Book(folder.Path(Fmt("%1.xlsx", sheets)),
                     {{"xl/workbook.xml", head + sheet.repeated(sheets) + "</sheets></workbook>"}, parts[0], parts[1]});
     };
     TXlsxWorkbook read;
@@ -335,7 +334,7 @@ TEST(XlsxHostileFiles, APartThatDoesNotMatchItsChecksumIsRefusedAsDamaged)
     ASSERT_TRUE(book.Open(Book(folder.Path("stored.xlsx"), parts, ZIP_CM_STORE), error)) << error.toStdString();
     EXPECT_EQ(book.Cell(0, 1, 2).toDouble(), 1234.0);
     for (int i = 0; i < 3; ++i) {
-        const QString path = Book(folder.Path(QStringLiteral("damaged%1.xlsx").arg(i)), parts, ZIP_CM_STORE);
+        const QString path = Book(folder.Path(Fmt("damaged%1.xlsx", i)), parts, ZIP_CM_STORE);
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
         QByteArray bytes = file.readAll();
@@ -344,7 +343,7 @@ TEST(XlsxHostileFiles, APartThatDoesNotMatchItsChecksumIsRefusedAsDamaged)
         ASSERT_TRUE(file.seek(0) && file.write(bytes) == bytes.size());
         file.close();
         error = Refusal(path);
-        EXPECT_TRUE(error.endsWith(QStringLiteral("часть %1 повреждена").arg(damaged[i]))) << error.toStdString();
+        EXPECT_TRUE(error.endsWith(Fmt("часть %1 повреждена", damaged[i]))) << error.toStdString();
     }
 }
 
@@ -364,7 +363,7 @@ TEST(XlsxHostileFiles, RowsAndColumnsPastTheFormatsSheetAreRefusedWithTheirCell)
     };
     int n = 0;
     for (const auto& [sheet, expected] : cases) {
-        const QString error = Refusal(BookWithSheet(folder, QStringLiteral("ref%1.xlsx").arg(++n), sheet));
+        const QString error = Refusal(BookWithSheet(folder, Fmt("ref%1.xlsx", ++n), sheet));
         EXPECT_TRUE(error.endsWith(expected)) << error.toStdString();
     }
     // the last row and column of the format are still in the sheet
@@ -453,8 +452,8 @@ TEST(XlsxHostileFiles, NumbersThatAreNotFiniteAreRefusedWithTheirCell)
     for (const char* value : values) {
         for (const QByteArray& type : {QByteArray(), QByteArray(R"( t="n")")}) {
             const QByteArray cell = R"(<c r="C3")" + type + "><v>" + value + "</v></c>";
-            const QString error = Refusal(BookWithSheet(folder, QStringLiteral("num%1.xlsx").arg(++n), Sheet(3, cell)));
-            EXPECT_TRUE(error.endsWith(QStringLiteral("лист «Лист1», ячейка C3: «%1» не конечное число").arg(value)))
+            const QString error = Refusal(BookWithSheet(folder, Fmt("num%1.xlsx", ++n), Sheet(3, cell)));
+            EXPECT_TRUE(error.endsWith(Fmt("лист «Лист1», ячейка C3: «%1» не конечное число", value)))
                 << value << type.constData() << ": " << error.toStdString();
         }
     }

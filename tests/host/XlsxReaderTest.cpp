@@ -76,12 +76,11 @@ TEST(XlsxReader, DamagedAndHostileWorkbooksAreRefusedWithTheirPartAndCell)
     };
     int n = 0;
     for (const auto& [sheet, expected] : cases) {
-        const QString path = Book(folder, QStringLiteral("bad%1.xlsx").arg(++n), sheet);
+        const QString path = Book(folder, Fmt("bad%1.xlsx", ++n), sheet);
         TXlsxWorkbook book;
         QString error;
         EXPECT_FALSE(book.Open(path, error));
-        EXPECT_TRUE(error.startsWith(QStringLiteral("Книга %1 не читается: ").arg(path) + expected))
-            << error.toStdString();
+        EXPECT_TRUE(error.startsWith(Fmt("Книга %1 не читается: ", path) + expected)) << error.toStdString();
         EXPECT_TRUE(book.SheetNames().isEmpty());
     }
     TXlsxWorkbook book;

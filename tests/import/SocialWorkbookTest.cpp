@@ -16,23 +16,19 @@
 using namespace testing_support;
 
 namespace {
-class Social : public ::testing::Test {
+class Social : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
             if (p.Period == 1)
                 years_.push_back(p);
         ASSERT_GE(years_.size(), 3u);
-        tp_ = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
-                                                          "\"SampleIdent\"=%1 order by guid")
-                                               .arg(years_[0].Ident)));
+        tp_ = IntScalar(*c_, Fmt("select first 1 guid from \"LVWResultsB\" where "
+                                 "\"SampleIdent\"=%1 order by guid",
+                                 years_[0].Ident));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     std::vector<TSamplePeriodInfo> years_;
     int tp_ = 0;
 };
@@ -53,10 +49,8 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
     EXPECT_DOUBLE_EQ(d.k038(), model.k038());
 
     // The later years without their results: the scheme carries over, the energies start empty.
-    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\" in (%2, %3)")
-                  .arg(tp_)
-                  .arg(years_[1].Ident)
-                  .arg(years_[2].Ident));
+    Exec(*c_, Fmt("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\" in (%2, %3)", tp_, years_[1].Ident,
+                  years_[2].Ident));
     TDataAnaliz next;
     ASSERT_TRUE(next.ReadRecord(*c_, tp_, years_[1]));
     EXPECT_EQ(next.Info, info);
@@ -68,9 +62,8 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
     c_->StartTransaction(false);
     next.SaveRecord(*c_, tp_, years_[1].Ident);
     c_->Commit();
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(tp_)
-                              .arg(years_[1].Ident)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_,
+                              years_[1].Ident)),
               info);
     EXPECT_EQ(next.Flags & TDataAnaliz::HasLoss, TDataAnaliz::HasLoss);
     // A changed scheme shared with the earlier year is written under a key of its own; the earlier year keeps
@@ -81,46 +74,30 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
     next.SaveRecord(*c_, tp_, years_[1].Ident);
     c_->Commit();
     EXPECT_NE(next.Info, info);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(tp_)
-                              .arg(years_[1].Ident)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_,
+                              years_[1].Ident)),
               next.Info);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1").arg(info)),
-                     dpBefore);
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1").arg(next.Info)),
-                     dpBefore / 2);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(tp_)
-                              .arg(years_[0].Ident)),
+    EXPECT_DOUBLE_EQ(Scalar(*c_, Fmt("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1", info)), dpBefore);
+    EXPECT_DOUBLE_EQ(Scalar(*c_, Fmt("select \"dp\" from \"LVFidersB\" where \"Ident\"=%1", next.Info)), dpBefore / 2);
+    EXPECT_EQ(Scalar(*c_, Fmt("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_,
+                              years_[0].Ident)),
               info);
-    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3")
-                  .arg(info)
-                  .arg(tp_)
-                  .arg(years_[1].Ident));
+    Exec(*c_, Fmt("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3", info, tp_,
+                  years_[1].Ident));
 
     // Earlier and later stored periods: the earlier one wins.
-    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3")
-                  .arg(info + 1000)
-                  .arg(tp_)
-                  .arg(years_[1].Ident));
-    Exec(*c_, QStringLiteral("insert into \"LVFidersB\" (\"Ident\", \"dp\") values (%1, 0.25)").arg(info + 1000));
-    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                  .arg(tp_)
-                  .arg(years_[0].Ident));
-    Exec(*c_, QStringLiteral("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)")
-                  .arg(years_[2].Ident)
-                  .arg(tp_)
-                  .arg(info));
+    Exec(*c_, Fmt("update \"LVWResultsB\" set \"Info\"=%1 where guid=%2 and \"SampleIdent\"=%3", info + 1000, tp_,
+                  years_[1].Ident));
+    Exec(*c_, Fmt("insert into \"LVFidersB\" (\"Ident\", \"dp\") values (%1, 0.25)", info + 1000));
+    Exec(*c_, Fmt("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_, years_[0].Ident));
+    Exec(*c_, Fmt("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)", years_[2].Ident,
+                  tp_, info));
     TDataAnaliz middle;
     ASSERT_TRUE(middle.ReadRecord(*c_, tp_, years_[0]));  // only the later periods: the earliest of them
     EXPECT_EQ(middle.Info, info + 1000);
-    Exec(*c_, QStringLiteral("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                  .arg(tp_)
-                  .arg(years_[1].Ident));
-    Exec(*c_, QStringLiteral("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)")
-                  .arg(years_[0].Ident)
-                  .arg(tp_)
-                  .arg(info + 1000));
+    Exec(*c_, Fmt("delete from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_, years_[1].Ident));
+    Exec(*c_, Fmt("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Info\") values (%1, %2, %3)", years_[0].Ident,
+                  tp_, info + 1000));
     ASSERT_TRUE(middle.ReadRecord(*c_, tp_, years_[1]));  // 2023 before and 2025 after: 2023 wins
     EXPECT_EQ(middle.Info, info + 1000);
 
@@ -142,26 +119,24 @@ TEST_F(Social, RecordsTakeTheNearestSchemeAndKeepItOnSaving)
 
 TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
 {
-    const int fider =
-        static_cast<int>(Scalar(*c_, QStringLiteral("select \"OwnerGUID\" from \"Nodes\" where guid=%1").arg(tp_)));
+    const int fider = IntScalar(*c_, Fmt("select \"OwnerGUID\" from \"Nodes\" where guid=%1", tp_));
     TNodeSocialHigh high;
     high.Open(*c_, fider, 5, years_[0]);
     ASSERT_GT(high.Count(), 1);
-    const double lowSide = Scalar(*c_, QStringLiteral("select count(*) from \"Nodes\" nod left join \"Transforms2\" t2 "
-                                                      "on t2.\"Ident\"=nod.\"Transf\" left join \"TransformsSS\" ts on "
-                                                      "ts.\"Ident\"=nod.\"Transf\" where nod.\"OwnerGUID\"=%1 and "
-                                                      "(t2.\"UnomH\"<1 or ts.\"UnomH1\"<1 or ts.\"UnomH2\"<1)")
-                                           .arg(fider));
+    const double lowSide = Scalar(*c_, Fmt("select count(*) from \"Nodes\" nod left join \"Transforms2\" t2 "
+                                           "on t2.\"Ident\"=nod.\"Transf\" left join \"TransformsSS\" ts on "
+                                           "ts.\"Ident\"=nod.\"Transf\" where nod.\"OwnerGUID\"=%1 and "
+                                           "(t2.\"UnomH\"<1 or ts.\"UnomH1\"<1 or ts.\"UnomH2\"<1)",
+                                           fider));
     EXPECT_EQ(high.Count(), lowSide);
     EXPECT_THROW(high.ChangePeriod(*c_, TSamplePeriodInfo{987654, "нет", 1, {}, {}, {}}), std::runtime_error);
 
     // Energies of a substation: no monthly values in the demo, the year's own medium-voltage result answers.
     high.FillEnergies(*c_, *db_->GetTree());
     const TNodeSocial& first = high.GetItem(0);
-    const double wn = Scalar(*c_, QStringLiteral("select sum(wn.\"Wa\") from \"WResultsN\" wn join \"MVResults\" mv on "
-                                                 "mv.\"Ident\"=wn.\"Ident\" where wn.guid=%1 and mv.\"SampleIdent\"=%2")
-                                      .arg(first.GUID)
-                                      .arg(years_[0].Ident));
+    const double wn = Scalar(*c_, Fmt("select sum(wn.\"Wa\") from \"WResultsN\" wn join \"MVResults\" mv on "
+                                      "mv.\"Ident\"=wn.\"Ident\" where wn.guid=%1 and mv.\"SampleIdent\"=%2",
+                                      first.GUID, years_[0].Ident));
     EXPECT_NEAR(first.Data.Wa, wn, 1e-9);
     EXPECT_TRUE(first.Edited);
 
@@ -187,9 +162,8 @@ TEST_F(Social, RowsOfALevelEnergiesAndTheWorkbookRoundTrip)
     EXPECT_EQ(read.Cell(0, 3, 8).toString(), "400/230");
 
     EXPECT_EQ(high.Save(*c_, TConflictChoice::Refuse).Written, high.Count());  // the energies filled mark every row
-    EXPECT_NEAR(Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                                .arg(first.GUID)
-                                .arg(years_[0].Ident)),
+    EXPECT_NEAR(Scalar(*c_, Fmt("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", first.GUID,
+                                years_[0].Ident)),
                 wn, 1e-9);
     EXPECT_EQ(high.ReadWorkbook(book, error), 0);  // the workbook holds what was saved
 
@@ -233,8 +207,7 @@ TEST_F(Social, FormOfTheWorkbook)
     SetCurrentDatabase(db_.get());
     host::ScriptedDialogs dialogs;
     host::ScopedDialogs scope(&dialogs);
-    const int fider =
-        static_cast<int>(Scalar(*c_, QStringLiteral("select \"OwnerGUID\" from \"Nodes\" where guid=%1").arg(tp_)));
+    const int fider = IntScalar(*c_, Fmt("select \"OwnerGUID\" from \"Nodes\" where guid=%1", tp_));
     TxlsLVZamerSocialForm form;
     form.SetFileName(folder_.Path("form.xlsx"));
     form.SetParam(fider);
@@ -271,18 +244,17 @@ TEST_F(Social, FormOfTheWorkbook)
     EXPECT_EQ(form.Rows().Level(), 5);
     EXPECT_TRUE(dialogs.Texts().last().startsWith("Будут потеряны правки в книге"));
     EXPECT_TRUE(form.Save());
-    EXPECT_DOUBLE_EQ(Scalar(*c_, QStringLiteral("select f.\"dp\" from \"LVWResultsB\" r join \"LVFidersB\" f on "
-                                                "f.\"Ident\"=r.\"Info\" where r.guid=%1 and r.\"SampleIdent\"=%2")
-                                     .arg(form.Rows().GetItem(0).GUID)
-                                     .arg(years_[0].Ident)),
+    EXPECT_DOUBLE_EQ(Scalar(*c_, Fmt("select f.\"dp\" from \"LVWResultsB\" r join \"LVFidersB\" f on "
+                                     "f.\"Ident\"=r.\"Info\" where r.guid=%1 and r.\"SampleIdent\"=%2",
+                                     form.Rows().GetItem(0).GUID, years_[0].Ident)),
                      0.35);
     EXPECT_FALSE(form.Save());  // nothing more to store, and the user is told so
     EXPECT_TRUE(dialogs.Texts().last().startsWith("Нет изменений для сохранения"));
     form.SelectLevel(6);  // the feeder's LV lines
-    EXPECT_EQ(form.Rows().Count(), Scalar(*c_, QStringLiteral("select count(*) from \"LVFiders\" lf join \"Nodes\" "
-                                                              "nod on nod.guid=lf.\"OwnerGUID\" where "
-                                                              "nod.\"OwnerGUID\"=%1")
-                                                   .arg(fider)));
+    EXPECT_EQ(form.Rows().Count(), Scalar(*c_, Fmt("select count(*) from \"LVFiders\" lf join \"Nodes\" "
+                                                   "nod on nod.guid=lf.\"OwnerGUID\" where "
+                                                   "nod.\"OwnerGUID\"=%1",
+                                                   fider)));
     EXPECT_EQ(form.Rows().Level(), 6);
     SetCurrentDatabase(nullptr);
 }

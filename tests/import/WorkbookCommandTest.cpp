@@ -25,9 +25,9 @@ TEST(WorkbookCommand, WritesReadsReportsAndStoresOnlyWhenAskedAndAllowed)
     {
         auto db = OpenDatabase(path);
         ToznFDConnection& c = *db->GetDefaultConnection();
-        tp = static_cast<int>(Scalar(c, "select first 1 ti.guid from \"LVWTPInfo\" ti where exists (select 1 from "
-                                        "\"LVFiders\" lf where lf.\"OwnerGUID\"=ti.guid) order by 1"));
-        sample = static_cast<int>(Scalar(c, "select max(\"SampleIdent\") from \"LVWTPInfo\""));
+        tp = IntScalar(c, "select first 1 ti.guid from \"LVWTPInfo\" ti where exists (select 1 from "
+                          "\"LVFiders\" lf where lf.\"OwnerGUID\"=ti.guid) order by 1");
+        sample = IntScalar(c, "select max(\"SampleIdent\") from \"LVWTPInfo\"");
     }
     const QString book = folder.Path("w.xlsx");
     const QStringList write = {
@@ -58,17 +58,14 @@ TEST(WorkbookCommand, WritesReadsReportsAndStoresOnlyWhenAskedAndAllowed)
     read = Ozn3({"workbook", "read", "w", "--db", path, book});
     EXPECT_EQ(read.code, 0);
     EXPECT_TRUE(
-        read.out.contains(QStringLiteral("%1 (%2): W, тыс. кВт·ч: %3 → 77.5")
-                              .arg(feederName)
-                              .arg(feeder)
-                              .arg(isEmptyFloat(before) ? QStringLiteral("пусто") : QString::number(before, 'g', 15))))
+        read.out.contains(Fmt("%1 (%2): W, тыс. кВт·ч: %3 → 77.5", feederName, feeder,
+                              isEmptyFloat(before) ? QStringLiteral("пусто") : QString::number(before, 'g', 15))))
         << read.out.toStdString();
     auto stored = [&] {
         auto db = OpenDatabase(path);
-        return Scalar(*db->GetDefaultConnection(), QStringLiteral("select coalesce(\"Wa\", -1) from \"LVWSamples\" "
-                                                                  "where guid=%1 and \"SampleIdent\"=%2")
-                                                       .arg(feeder)
-                                                       .arg(sample));
+        return Scalar(*db->GetDefaultConnection(), Fmt("select coalesce(\"Wa\", -1) from \"LVWSamples\" "
+                                                       "where guid=%1 and \"SampleIdent\"=%2",
+                                                       feeder, sample));
     };
     EXPECT_NE(stored(), 77.5);
     // Without the right of the measurement form nothing is stored.
@@ -95,8 +92,8 @@ TEST(WorkbookCommand, WritesReadsReportsAndStoresOnlyWhenAskedAndAllowed)
     TypeTextIntoCell(book, 1, GetNameCell(5, TLVZamerData::FirstRow + 1), "много");
     read = Ozn3({"workbook", "read", "w", "--db", path, book, "--save"});
     EXPECT_EQ(read.code, 1);
-    EXPECT_TRUE(read.err.contains(
-        QStringLiteral("ячейка E%1: «много» — W, тыс. кВт·ч: число не меньше 0").arg(TLVZamerData::FirstRow + 1)))
+    EXPECT_TRUE(
+        read.err.contains(Fmt("ячейка E%1: «много» — W, тыс. кВт·ч: число не меньше 0", TLVZamerData::FirstRow + 1)))
         << read.err.toStdString();
     EXPECT_DOUBLE_EQ(stored(), 77.5);
 

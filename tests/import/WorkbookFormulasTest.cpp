@@ -151,7 +151,7 @@ TEST(WorkbookFormulas, GeneralisedDataAgreesWithTheNormativeModelInLibreOffice)
     TNodeSocialHigh sheet;
     for (size_t i = 0; i < rows.size(); ++i) {
         const SocialInputs& in = rows[i];
-        TNodeSocial& n = sheet.Add(1000 + static_cast<int>(i), QStringLiteral("ТП-%1").arg(i + 1));
+        TNodeSocial& n = sheet.Add(1000 + static_cast<int>(i), Fmt("ТП-%1", i + 1));
         TDataAnaliz& d = n.Data;
         d.Wa = in.Wa;
         d.Wa_bus = in.Wa_bus;
@@ -225,15 +225,14 @@ TEST(WorkbookFormulas, GeneralisedDataAgreesWithTheNormativeModelInLibreOffice)
 
 namespace {
 // The measurement workbooks, filled from the demo network and then given the rows of the test.
-class MeasurementFormulas : public ::testing::Test {
+class MeasurementFormulas : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-        tp_ = static_cast<int>(Scalar(*c_, "select first 1 nod.guid from \"Nodes\" nod where exists (select 1 from "
-                                           "\"LVFiders\" lf where lf.\"OwnerGUID\"=nod.guid) order by 1"));
-        sample_ = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        OpenNew(true);
+        tp_ = IntScalar(*c_, "select first 1 nod.guid from \"Nodes\" nod where exists (select 1 from "
+                             "\"LVFiders\" lf where lf.\"OwnerGUID\"=nod.guid) order by 1");
+        sample_ = IntScalar(*c_, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
         defaultKzap_ = Init()->GetDefaultKzap();
         defaultCos_ = Init()->GetDefaultCosFi();
     }
@@ -244,7 +243,7 @@ protected:
         TLVZamerRecord r;
         r.TypeRec = kind;
         r.Guid = 900000 + static_cast<int>(data.Records().size());
-        r.Name = QStringLiteral("Строка %1").arg(data.Records().size() + 1);
+        r.Name = Fmt("Строка %1", data.Records().size() + 1);
         r.Num = static_cast<int>(data.Records().size()) + 1;
         r.NumStr = TLVZamerData::FirstRow + static_cast<int>(data.Records().size());
         data.Records().push_back(r);
@@ -254,7 +253,7 @@ protected:
     {
         TLVZamerConsumer c;
         c.Guid = 800000 + static_cast<int>(data.Consumers().size());
-        c.Name = QStringLiteral("Абонент %1").arg(data.Consumers().size() + 1);
+        c.Name = Fmt("Абонент %1", data.Consumers().size() + 1);
         c.Num = static_cast<int>(data.Consumers().size()) + 1;
         c.NumStr = TLVZamerData::FirstRow + static_cast<int>(data.Consumers().size());
         data.Consumers().push_back(c);
@@ -310,9 +309,6 @@ protected:
         EXPECT_EQ(ExpectFormulasAsRecalculated(book, 2), static_cast<int>(data.Consumers().size() * 3));
     }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int tp_ = 0, sample_ = 0;
     double defaultKzap_ = 0, defaultCos_ = 0;
 };

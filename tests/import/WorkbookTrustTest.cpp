@@ -24,12 +24,12 @@ protected:
         path_ = NewDemoDatabase(folder_);
         auto db = OpenDatabase(path_);
         ToznFDConnection& c = *db->GetDefaultConnection();
-        sample_ = static_cast<int>(Scalar(c, "select max(\"SampleIdent\") from \"LVWTPInfo\""));
+        sample_ = IntScalar(c, "select max(\"SampleIdent\") from \"LVWTPInfo\"");
         // A substation with measurements of the interval and at least two LV feeders.
-        tp_ = static_cast<int>(Scalar(c, QStringLiteral("select first 1 ti.guid from \"LVWTPInfo\" ti where "
-                                                        "ti.\"SampleIdent\"=%1 and (select count(*) from \"LVFiders\" "
-                                                        "lf where lf.\"OwnerGUID\"=ti.guid) >= 2 order by 1")
-                                             .arg(sample_)));
+        tp_ = IntScalar(c, Fmt("select first 1 ti.guid from \"LVWTPInfo\" ti where "
+                               "ti.\"SampleIdent\"=%1 and (select count(*) from \"LVFiders\" "
+                               "lf where lf.\"OwnerGUID\"=ti.guid) >= 2 order by 1",
+                               sample_));
         TLVZamerData data;
         data.Load(c, db->GetTree()->Find(tp_), sample_, 8760, true);
         for (const TLVZamerRecord& r : data.Records())
@@ -99,9 +99,7 @@ TEST_F(Trust, AStaleWorkbookNeverOverwritesWhatWasStoredAfterItWasWritten)
     // stored, the feeder's edit included.
     TypeTextIntoCell(first, 1, GetNameCell(7, kRow), "229");
     TypeTextIntoCell(first, 1, GetNameCell(5, kRow + 1), "55.5");
-    Update(QStringLiteral("update \"LVWSamples\" set \"Wa\"=999 where guid=%1 and \"SampleIdent\"=%2")
-               .arg(feeders_[1])
-               .arg(sample_));
+    Update(Fmt("update \"LVWSamples\" set \"Wa\"=999 where guid=%1 and \"SampleIdent\"=%2", feeders_[1], sample_));
     read = Read(first);
     EXPECT_EQ(read.code, 1);
     EXPECT_TRUE(read.err.contains(QStringLiteral("Конфликт: %1 (%2): в базе после записи книги UA, В: %3 → 231.5; "
@@ -140,24 +138,24 @@ TEST_F(Trust, ARowTypedBelowTheTableOrWithoutItsKeyRefusesTheWorkbook)
     const Case cases[] = {
         // A row typed under the last one: no object to store it for.
         {[&](const QString& book) { TypeTextIntoCell(book, 1, GetNameCell(5, below), "12"); },
-         QStringLiteral("строка %1: нет ключа строки (скрытые ячейки AA, AB пусты или изменены)").arg(below)},
+         Fmt("строка %1: нет ключа строки (скрытые ячейки AA, AB пусты или изменены)", below)},
         // The substation's row whose hidden key was cleared, with an edit in it.
         {[&](const QString& book) {
              TypeTextIntoCell(book, 1, GetNameCell(27, kRow), QString());
              TypeTextIntoCell(book, 1, GetNameCell(5, kRow), "333");
          },
-         QStringLiteral("строка %1: нет ключа строки").arg(kRow)},
+         Fmt("строка %1: нет ключа строки", kRow)},
         // A row naming an object that is not in the workbook's table.
         {[&](const QString& book) {
              TypeNumberIntoCell(book, 1, GetNameCell(27, below), 987654);
              TypeNumberIntoCell(book, 1, GetNameCell(28, below), 2);
              TypeTextIntoCell(book, 1, GetNameCell(5, below), "5");
          },
-         QStringLiteral("строка %1: нет такого элемента в книге (код 987654)").arg(below)},
+         Fmt("строка %1: нет такого элемента в книге (код 987654)", below)},
     };
     int n = 0;
     for (const Case& c : cases) {
-        const QString book = Write(QStringLiteral("w%1.xlsx").arg(++n));
+        const QString book = Write(Fmt("w%1.xlsx", ++n));
         TypeTextIntoCell(book, 1, GetNameCell(5, kRow + 1), "44");  // a good edit beside it is not stored either
         c.edit(book);
         const AppOutcome read = Read(book);
@@ -183,8 +181,7 @@ TEST_F(Trust, ARowTypedBelowTheTableOrWithoutItsKeyRefusesTheWorkbook)
     TypeTextIntoCell(social, 1, GetNameCell(4, last + 1), "100");
     EXPECT_EQ(rows.ReadWorkbook(social, error), -1);
     for (int row : {last, last + 1})
-        EXPECT_TRUE(error.contains(
-            QStringLiteral("строка %1: нет ключа строки (скрытая ячейка C пуста или изменена)").arg(row)))
+        EXPECT_TRUE(error.contains(Fmt("строка %1: нет ключа строки (скрытая ячейка C пуста или изменена)", row)))
             << row << "\n"
             << error.toStdString();
     EXPECT_EQ(rows.Pending(), 0);
@@ -204,8 +201,7 @@ TEST_F(Trust, TheFormListsConflictsAndStoresOnlyWhatTheUserChooses)
     form.SelectInterval(sample_);
     ASSERT_TRUE(form.WriteWorkbook());
     // Another user stores the substation's energy; the user edits it and a feeder's in the workbook.
-    Update(
-        QStringLiteral("update \"WLoads\" set \"Wa\"=4444 where guid=%1 and \"SampleIdent\"=%2").arg(tp_).arg(sample_));
+    Update(Fmt("update \"WLoads\" set \"Wa\"=4444 where guid=%1 and \"SampleIdent\"=%2", tp_, sample_));
     TypeTextIntoCell(form.Workbook(), 1, GetNameCell(5, kRow), "1111");
     TypeTextIntoCell(form.Workbook(), 1, GetNameCell(5, kRow + 1), "22.5");
 
@@ -215,8 +211,7 @@ TEST_F(Trust, TheFormListsConflictsAndStoresOnlyWhatTheUserChooses)
     ASSERT_FALSE(dialogs.Calls().isEmpty());
     const host::ScriptedDialogs::Call question = dialogs.Calls().last();
     EXPECT_EQ(question.buttons, host::Buttons::YesNoCancel);
-    EXPECT_TRUE(question.text.contains(
-        QStringLiteral("%1 (%2): в базе после записи книги W, тыс. кВт·ч: ").arg(tpName_).arg(tp_)))
+    EXPECT_TRUE(question.text.contains(Fmt("%1 (%2): в базе после записи книги W, тыс. кВт·ч: ", tpName_, tp_)))
         << question.text.toStdString();
     EXPECT_TRUE(question.text.contains(QStringLiteral("→ 4444")));
     EXPECT_DOUBLE_EQ(Stored("WLoads", "Wa", tp_), 4444);
@@ -232,8 +227,7 @@ TEST_F(Trust, TheFormListsConflictsAndStoresOnlyWhatTheUserChooses)
     EXPECT_EQ(form.Data().Pending(), 0);
 
     // Once more, and "Да": the user's value wins.
-    Update(
-        QStringLiteral("update \"WLoads\" set \"Wa\"=5555 where guid=%1 and \"SampleIdent\"=%2").arg(tp_).arg(sample_));
+    Update(Fmt("update \"WLoads\" set \"Wa\"=5555 where guid=%1 and \"SampleIdent\"=%2", tp_, sample_));
     TypeTextIntoCell(form.Workbook(), 1, GetNameCell(5, kRow), "1111");
     dialogs.AnswerMessage(host::mrYes);
     EXPECT_TRUE(form.Save());
@@ -269,7 +263,7 @@ TEST_F(Trust, EveryCaptionOfTheSheetsReadsBackAsWritten)
         for (bool consumers : {false, true}) {
             TLVZamerData data(kind);
             data.Load(c, db->GetTree()->Find(tp_), sample_, 8760, !consumers, consumers);
-            const QString book = folder_.Path(QStringLiteral("captions%1%2.xlsx").arg(energy).arg(consumers));
+            const QString book = folder_.Path(Fmt("captions%1%2.xlsx", energy, consumers));
             ASSERT_TRUE(data.WriteWorkbook(book, error)) << error.toStdString();
             QStringList expected = {"№ п/п", "Наименование"};
             if (energy)

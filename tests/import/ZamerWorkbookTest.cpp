@@ -34,19 +34,18 @@ TEST(ZamerSwitches, OneAlwaysStaysOnAndLinesExcludeConsumers)
 }
 
 namespace {
-class Zamer : public ::testing::Test {
+class Zamer : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-        sample_ = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVWTPInfo\""));
-        tp_ = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 ti.guid from \"LVWTPInfo\" ti where "
-                                                          "ti.\"SampleIdent\"=%1 and exists (select 1 from "
-                                                          "\"LVFiders\" lf where lf.\"OwnerGUID\"=ti.guid and "
-                                                          "exists (select 1 from \"LVFiders\" l2 where "
-                                                          "l2.\"OwnerGUID\"=ti.guid and l2.guid<>lf.guid)) order by 1")
-                                               .arg(sample_)));
+        OpenNew(true);
+        sample_ = IntScalar(*c_, "select max(\"SampleIdent\") from \"LVWTPInfo\"");
+        tp_ = IntScalar(*c_, Fmt("select first 1 ti.guid from \"LVWTPInfo\" ti where "
+                                 "ti.\"SampleIdent\"=%1 and exists (select 1 from "
+                                 "\"LVFiders\" lf where lf.\"OwnerGUID\"=ti.guid and "
+                                 "exists (select 1 from \"LVFiders\" l2 where "
+                                 "l2.\"OwnerGUID\"=ti.guid and l2.guid<>lf.guid)) order by 1",
+                                 sample_));
     }
     // A stored value of an object in an interval table; -1 for NULL.
     double Stored(const char* table, const char* column, int guid, int sample)
@@ -57,9 +56,6 @@ protected:
                           .arg(guid)
                           .arg(sample));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int sample_ = 0, tp_ = 0;
 };
 }  // namespace
@@ -97,11 +93,9 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     TypeTextIntoCell(changed, 1, GetNameCell(20, first), "0.7");  // both given: the form factor decides
     // A feeder whose stored value differs from the table but which the user did not touch.
     const int untouched = rows[2].Guid;
-    Exec(*c_,
-         QStringLiteral("update or insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 999) "
-                        "matching (\"SampleIdent\", guid)")
-             .arg(sample_)
-             .arg(untouched));
+    Exec(*c_, Fmt("update or insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 999) "
+                  "matching (\"SampleIdent\", guid)",
+                  sample_, untouched));
     EXPECT_EQ(data.ReadWorkbook(changed, error), 2);
     EXPECT_TRUE(rows[0].EditRec);
     EXPECT_TRUE(rows[1].EditRec);
@@ -132,8 +126,8 @@ TEST_F(Zamer, WorkbookRoundTripMarksAndStoresOnlyChangedRows)
     ASSERT_TRUE(wrong.WriteWorkbook(hours, error));
     const double t = rows[1].T, w = rows[0].W;
     EXPECT_EQ(data.ReadWorkbook(hours, error), -1);
-    EXPECT_TRUE(error.contains(QStringLiteral("ячейка R%1: «1000000000000» — T, ч: целое число часов от 1 до 8784")
-                                   .arg(TLVZamerData::FirstRow + 1)))
+    EXPECT_TRUE(error.contains(
+        Fmt("ячейка R%1: «1000000000000» — T, ч: целое число часов от 1 до 8784", TLVZamerData::FirstRow + 1)))
         << error.toStdString();
     EXPECT_DOUBLE_EQ(rows[1].T, t);
     EXPECT_DOUBLE_EQ(rows[0].W, w);
@@ -189,25 +183,22 @@ TEST_F(Zamer, FormWritesReadsAndSavesUnlessReadOnly)
     form.SetReadOnly(false);
     EXPECT_TRUE(form.Save());
     // Carried over to another interval, the row keeps its values and is stored there.
-    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select min(\"Ident\") from \"SamplesDates\" where "
-                                                                  "\"Ident\"<>%1")
-                                                       .arg(sample_)));
+    const int other = IntScalar(*c_, Fmt("select min(\"Ident\") from \"SamplesDates\" where "
+                                         "\"Ident\"<>%1",
+                                         sample_));
     ASSERT_TRUE(form.MoveToInterval(other));
     EXPECT_FALSE(form.MoveToInterval(other));
     EXPECT_DOUBLE_EQ(form.Data().Records()[0].W, 77);
     EXPECT_TRUE(form.Save());
     EXPECT_DOUBLE_EQ(Stored("WLoads", "Wa", tp_, other), 77);
     EXPECT_DOUBLE_EQ(
-        Scalar(
-            *c_,
-            QStringLiteral("select \"Wa\" from \"WLoads\" where guid=%1 and \"SampleIdent\"=%2").arg(tp_).arg(sample_)),
-        77);
+        Scalar(*c_, Fmt("select \"Wa\" from \"WLoads\" where guid=%1 and \"SampleIdent\"=%2", tp_, sample_)), 77);
     SetCurrentDatabase(nullptr);
 }
 
 TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
 {
-    const int year = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\""));
+    const int year = IntScalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\"");
     TLVZamerData data(TLVZamerKind::Tmax);
     data.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, true);
     auto& rows = data.Records();
@@ -216,10 +207,9 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     EXPECT_EQ(data.ColumnCaption(15), "Tmax, ч");
     EXPECT_TRUE(rows[0].TypeTp.contains('-')) << rows[0].TypeTp.toStdString();  // type and rated power
     EXPECT_TRUE(rows[1].TypeTp.isEmpty());
-    const double stored = Scalar(*c_, QStringLiteral("select coalesce(\"Wa\", -1) from \"LVPSamples\" where guid=%1 "
-                                                     "and \"SampleIdent\"=%2")
-                                          .arg(rows[1].Guid)
-                                          .arg(year));
+    const double stored = Scalar(*c_, Fmt("select coalesce(\"Wa\", -1) from \"LVPSamples\" where guid=%1 "
+                                          "and \"SampleIdent\"=%2",
+                                          rows[1].Guid, year));
     ASSERT_GE(stored, 0);
     EXPECT_DOUBLE_EQ(rows[1].W_sum, stored);
     EXPECT_TRUE(rows[1].inBase);
@@ -240,31 +230,25 @@ TEST_F(Zamer, PeakLoadWorkbookKeepsItsOwnTables)
     EXPECT_DOUBLE_EQ(Stored("LVPTPInfo", "Tau", tp_, year), 2500);
     EXPECT_DOUBLE_EQ(Stored("LVPSamples", "Tmax", rows[1].Guid, year), 4100);
     // The energy tables are not touched by the peak-load workbook.
-    EXPECT_EQ(
-        Scalar(*c_, QStringLiteral("select count(*) from \"WLoads\" where guid=%1 and \"Kzap\" is null").arg(tp_)), 0);
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"WLoads\" where guid=%1 and \"Kzap\" is null", tp_)), 0);
 }
 
 TEST_F(Zamer, ConsumersHaveASheetOfTheirOwn)
 {
-    const int feeder =
-        static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 "
-                                                    "order by guid")
-                                         .arg(tp_)));
+    const int feeder = IntScalar(*c_, Fmt("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 "
+                                          "order by guid",
+                                          tp_));
     // Only the consumers of this test: the demo's own of the substation go first.
-    Exec(*c_, QStringLiteral("delete from \"LVConsumers\" where \"SampleIdent\"=%1 and \"OwnerGUID\" in "
-                             "(select guid from \"LVFiders\" where \"OwnerGUID\"=%2)")
-                  .arg(sample_)
-                  .arg(tp_));
+    Exec(*c_, Fmt("delete from \"LVConsumers\" where \"SampleIdent\"=%1 and \"OwnerGUID\" in "
+                  "(select guid from \"LVFiders\" where \"OwnerGUID\"=%2)",
+                  sample_, tp_));
     for (int k = 1; k <= 2; ++k)
-        Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\", "
-                                 "\"Pust\", \"flagPu\") values (%1, %2, 'Дом %3', %4, 15, 1)")
-                      .arg(sample_)
-                      .arg(800000 + k)
-                      .arg(k)
-                      .arg(feeder));
-    Exec(*c_, QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\", \"Wr\", \"CosFi\") values "
-                             "(%1, 800001, 12.5, 4, 0.95)")
-                  .arg(sample_));
+        Exec(*c_, Fmt("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\", "
+                      "\"Pust\", \"flagPu\") values (%1, %2, 'Дом %3', %4, 15, 1)",
+                      sample_, 800000 + k, k, feeder));
+    Exec(*c_, Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\", \"Wr\", \"CosFi\") values "
+                  "(%1, 800001, 12.5, 4, 0.95)",
+                  sample_));
     TLVZamerData data;
     data.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, false, true);
     EXPECT_EQ(data.Records().size(), 1u);  // substations only beside consumers
@@ -311,7 +295,7 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
     EXPECT_EQ(shown.Cell(0, 1, TLVZamerData::MeterColumn).toString(), "Счетчик");
     EXPECT_EQ(data.ReadWorkbook(book, error), 2) << error.toStdString();
     EXPECT_EQ(data.Save(*c_, TConflictChoice::Refuse).Written, 2);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"State\" from \"Meters\" where guid=%1").arg(tp_)), 3);
+    EXPECT_EQ(Scalar(*c_, Fmt("select \"State\" from \"Meters\" where guid=%1", tp_)), 3);
     TLVZamerData again;
     again.Load(*c_, db_->GetTree()->Find(tp_), sample_, 8760, true);
     EXPECT_EQ(again.Records()[0].MeterName, "СЕ 301 № 0125");
@@ -329,11 +313,10 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
     TypeTextIntoCell(typed, 1, GetNameCell(6, row + 1), "1e999");
     const double w = again.Records()[0].W;
     EXPECT_EQ(again.ReadWorkbook(typed, error), -1);
-    for (const QString& line :
-         {QStringLiteral("ячейка E%1: «сто двадцать» — W, тыс. кВт·ч: число не меньше 0").arg(row),
-          QStringLiteral("ячейка C%1: «сломан» — Состояние счетчика: одно из «не указано», «исправен»").arg(row),
-          QStringLiteral("ячейка Z%1: «%2» — Счетчик: не более 40 знаков").arg(row + 1).arg(QString(41, 'x')),
-          QStringLiteral("ячейка F%1: «1e999» — UA, В: число от 0 до 300").arg(row + 1)})
+    for (const QString& line : {Fmt("ячейка E%1: «сто двадцать» — W, тыс. кВт·ч: число не меньше 0", row),
+                                Fmt("ячейка C%1: «сломан» — Состояние счетчика: одно из «не указано», «исправен»", row),
+                                Fmt("ячейка Z%1: «%2» — Счетчик: не более 40 знаков", row + 1, QString(41, 'x')),
+                                Fmt("ячейка F%1: «1e999» — UA, В: число от 0 до 300", row + 1)})
         EXPECT_TRUE(error.contains(line)) << line.toStdString() << "\n" << error.toStdString();
     EXPECT_DOUBLE_EQ(again.Records()[0].W, w);
     EXPECT_EQ(again.Pending(), 0);
@@ -341,15 +324,14 @@ TEST_F(Zamer, MetersStatesAndWrongCellsAreNeitherLostNorTaken)
 
 TEST_F(Zamer, PeakLoadConsumersShowAndKeepEveryColumn)
 {
-    const int year = static_cast<int>(Scalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\""));
-    const int feeder = static_cast<int>(Scalar(
-        *c_, QStringLiteral("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 order by guid").arg(tp_)));
-    Exec(*c_, QStringLiteral("delete from \"LVConsumers\" where \"SampleIdent\"=%1").arg(year));
-    Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\") values "
-                             "(%1, 810001, 'Школа', %2)")
-                  .arg(year)
-                  .arg(feeder));
-    const int kind = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"TypeLoads\""));
+    const int year = IntScalar(*c_, "select max(\"SampleIdent\") from \"LVPSamples\"");
+    const int feeder =
+        IntScalar(*c_, Fmt("select first 1 guid from \"LVFiders\" where \"OwnerGUID\"=%1 order by guid", tp_));
+    Exec(*c_, Fmt("delete from \"LVConsumers\" where \"SampleIdent\"=%1", year));
+    Exec(*c_, Fmt("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\") values "
+                  "(%1, 810001, 'Школа', %2)",
+                  year, feeder));
+    const int kind = IntScalar(*c_, "select max(\"Ident\") from \"TypeLoads\"");
     ASSERT_GT(kind, 0);
     TLVZamerData data(TLVZamerKind::Tmax);
     data.Load(*c_, db_->GetTree()->Find(tp_), year, 8760, false, true);
@@ -433,9 +415,9 @@ TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
     EXPECT_TRUE(dialogs.Texts().last().contains("правки в книге")) << dialogs.Texts().last().toStdString();
     EXPECT_EQ(form.Switches(), (std::array<bool, 3>{true, true, false}));
     dialogs.AnswerMessage(host::mrNo);
-    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select min(\"Ident\") from \"SamplesDates\" where "
-                                                                  "\"Ident\"<>%1")
-                                                       .arg(sample_)));
+    const int other = IntScalar(*c_, Fmt("select min(\"Ident\") from \"SamplesDates\" where "
+                                         "\"Ident\"<>%1",
+                                         sample_));
     form.SelectInterval(other);
     EXPECT_EQ(form.Interval(), sample_);
     bool closed = false;
@@ -452,8 +434,7 @@ TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
     // A new interval: created on request, and values stored there are replaced only after a question.
     const int created = form.CreateInterval(2031, 3);
     ASSERT_GT(created, 0);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select \"Period\" from \"SamplesDates\" where \"Ident\"=%1").arg(created)),
-              4);
+    EXPECT_EQ(Scalar(*c_, Fmt("select \"Period\" from \"SamplesDates\" where \"Ident\"=%1", created)), 4);
     EXPECT_EQ(form.CreateInterval(2031, 3), created);  // the same month is not made twice
     ASSERT_TRUE(form.MoveToInterval(created));         // nothing stored there: no question
     EXPECT_EQ(form.Interval(), created);
@@ -463,9 +444,8 @@ TEST_F(Zamer, FormAsksBeforeEditsAreLostAndSavesWhatTheUserSaved)
     dialogs.AnswerMessage(host::mrNo);
     EXPECT_FALSE(form.MoveToInterval(sample_));
     ASSERT_EQ(dialogs.Texts().size(), 1);
-    EXPECT_TRUE(
-        dialogs.Texts()[0].startsWith(QStringLiteral("В интервале «%1» уже есть данные по")
-                                          .arg(db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample_)->Name)))
+    EXPECT_TRUE(dialogs.Texts()[0].startsWith(Fmt("В интервале «%1» уже есть данные по",
+                                                  db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(sample_)->Name)))
         << dialogs.Texts()[0].toStdString();
     EXPECT_EQ(form.Interval(), created);
 
@@ -487,7 +467,7 @@ TEST_F(Zamer, FormOpensOnTheLatestIntervalWithMeasurementsChosenFromATreeOfYears
                               "\"WLoads\" w where w.\"SampleIdent\"=sd.\"Ident\") or exists (select 1 from "
                               "\"LVWSamples\" s where s.\"SampleIdent\"=sd.\"Ident\") order by sd.\"SampleDate1\" "
                               "desc, sd.\"SampleDate2\" desc";
-    const int expected = static_cast<int>(Scalar(*c_, latestWithW));
+    const int expected = IntScalar(*c_, latestWithW);
     ASSERT_GT(expected, 0);
     {
         TxlsLVZamerWForm form;
@@ -499,21 +479,19 @@ TEST_F(Zamer, FormOpensOnTheLatestIntervalWithMeasurementsChosenFromATreeOfYears
         EXPECT_EQ(box->CurrentIdent(), expected);
         // Years at the top with their months under them, not one flat list.
         const auto shape = box->Shape();
-        const int years = static_cast<int>(Scalar(*c_, "select count(*) from \"SamplesDates\" where \"Period\"=1"));
+        const int years = IntScalar(*c_, "select count(*) from \"SamplesDates\" where \"Period\"=1");
         EXPECT_EQ(std::count_if(shape.begin(), shape.end(), [](const auto& y) { return !y.second.isEmpty(); }), years);
     }
     // A measurement typed for a later month moves the default there; intervals without one do not count.
-    const int later = static_cast<int>(Scalar(*c_, "select max(\"Ident\") from \"SamplesDates\"")) + 1;
-    Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
-                             "\"SampleDate2\") values (%1, 'Март 2030', 4, '2030-03-01', '2030-04-01')")
-                  .arg(later));
-    Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
-                             "\"SampleDate2\") values (%1, 'Апрель 2030', 4, '2030-04-01', '2030-05-01')")
-                  .arg(later + 1));
-    Exec(*c_, QStringLiteral("insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 5)")
-                  .arg(later)
-                  .arg(static_cast<int>(Scalar(
-                      *c_, QStringLiteral("select min(guid) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(tp_)))));
+    const int later = IntScalar(*c_, "select max(\"Ident\") from \"SamplesDates\"") + 1;
+    Exec(*c_, Fmt("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
+                  "\"SampleDate2\") values (%1, 'Март 2030', 4, '2030-03-01', '2030-04-01')",
+                  later));
+    Exec(*c_, Fmt("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", "
+                  "\"SampleDate2\") values (%1, 'Апрель 2030', 4, '2030-04-01', '2030-05-01')",
+                  later + 1));
+    Exec(*c_, Fmt("insert into \"LVWSamples\" (\"SampleIdent\", guid, \"Wa\") values (%1, %2, 5)", later,
+                  IntScalar(*c_, Fmt("select min(guid) from \"LVFiders\" where \"OwnerGUID\"=%1", tp_))));
     db_->GetSamplePeriods()->Load(*c_);
     TxlsLVZamerWForm w;
     w.SetParam(tp_);
@@ -522,8 +500,8 @@ TEST_F(Zamer, FormOpensOnTheLatestIntervalWithMeasurementsChosenFromATreeOfYears
     TxlsLVZamerTmaxForm tmax;  // the maximum-load measurements are where they were
     tmax.SetParam(tp_);
     ASSERT_TRUE(tmax.CanOpen());
-    EXPECT_EQ(tmax.Interval(), static_cast<int>(Scalar(*c_, "select first 1 sd.\"Ident\" from \"SamplesDates\" sd "
-                                                            "where exists (select 1 from \"LVPSamples\" p where "
-                                                            "p.\"SampleIdent\"=sd.\"Ident\") order by "
-                                                            "sd.\"SampleDate1\" desc, sd.\"SampleDate2\" desc")));
+    EXPECT_EQ(tmax.Interval(), IntScalar(*c_, "select first 1 sd.\"Ident\" from \"SamplesDates\" sd "
+                                              "where exists (select 1 from \"LVPSamples\" p where "
+                                              "p.\"SampleIdent\"=sd.\"Ident\") order by "
+                                              "sd.\"SampleDate1\" desc, sd.\"SampleDate2\" desc"));
 }

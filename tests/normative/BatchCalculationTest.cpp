@@ -5,7 +5,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
-#include <QProcess>
 #include <QPushButton>
 #include <QSet>
 #include <QTableWidget>
@@ -69,12 +68,11 @@ int savedElements(const QStringList& log)
     return static_cast<int>(saved.size());
 }
 
-class Batch : public ::testing::Test {
+class Batch : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         firstYear_ = Year("2023г.");
         root_ = db_->GetTree()->GetItems(0)->GetIdent();
     }
@@ -87,9 +85,6 @@ protected:
         return {};
     }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     TSamplePeriodInfo firstYear_;
     int root_ = 0;
 };
@@ -181,9 +176,8 @@ TEST_F(Batch, AnElementAnotherUserHoldsIsLeftWithItsReasonAndTheOthersAreSaved)
     auto other = db_->NewConnection();
     other->StartTransaction();
     auto q = other->NewQuery();
-    q->SetSQLText(QStringLiteral("update \"LVWResultsB\" set \"Wa\"=\"Wa\" where guid=%1 and \"SampleIdent\"=%2")
-                      .arg(guid)
-                      .arg(firstYear_.Ident));
+    q->SetSQLText(
+        Fmt("update \"LVWResultsB\" set \"Wa\"=\"Wa\" where guid=%1 and \"SampleIdent\"=%2", guid, firstYear_.Ident));
     q->ExecSQL();
     ASSERT_EQ(q->RowsAffected(), 1);
 
@@ -246,7 +240,7 @@ TEST_F(Batch, ProgressFormShowsTheRunAndSavesItsLog)
     while (dialogs.Calls().isEmpty() && timer.elapsed() < 60000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     ASSERT_EQ(dialogs.Calls().size(), 1);
-    EXPECT_EQ(dialogs.Calls()[0].text, QStringLiteral("Обработано %1 элементов сети").arg(fider->GetCount()));
+    EXPECT_EQ(dialogs.Calls()[0].text, Fmt("Обработано %1 элементов сети", fider->GetCount()));
     EXPECT_EQ(dialogs.Calls()[0].icon, host::Icon::Information);
     EXPECT_EQ(stop->text(), "Выход");
     EXPECT_TRUE(save->isEnabled());
@@ -273,22 +267,17 @@ TEST_F(Batch, HeadlessRunPrintsTheCountAndWritesTheLog)
     const QString path = db_->ConnectionString();
     const int districts = db_->GetTree()->CountOfType(NodeType::RES);
     db_.reset();  // the embedded engine serves one process at a time
-    QProcess p;
-    p.start(AppPath(), {"normative", "--db", path, "--node", QString::number(root_), "--level", "3", "--period",
-                        QString::number(firstYear_.Ident), "--log", log});
-    ASSERT_TRUE(p.waitForFinished(120000));
-    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
-    EXPECT_TRUE(QString::fromUtf8(p.readAllStandardOutput())
-                    .contains(QStringLiteral("Обработано %1 элементов сети").arg(districts)));
+    const AppOutcome p = RunApp({"normative", "--db", path, "--node", QString::number(root_), "--level", "3",
+                                 "--period", QString::number(firstYear_.Ident), "--log", log});
+    EXPECT_EQ(p.code, 0) << p.err.toStdString();
+    EXPECT_TRUE(p.out.contains(Fmt("Обработано %1 элементов сети", districts)));
     QFile f(log);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(f.readAll()).count('\n'), districts);
 
-    QProcess bad;
-    bad.start(AppPath(), {"normative", "--db", path, "--node", "1", "--level", "7", "--period", "9999"});
-    ASSERT_TRUE(bad.waitForFinished(60000));
-    EXPECT_NE(bad.exitCode(), 0);
-    EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("Не найден расчетный период"));
+    const AppOutcome bad = RunApp({"normative", "--db", path, "--node", "1", "--level", "7", "--period", "9999"});
+    EXPECT_NE(bad.code, 0);
+    EXPECT_TRUE(bad.err.contains("Не найден расчетный период"));
 }
 
 TEST_F(Batch, NormativeFormOffersTheLevelMenuOnlyWhenEditing)
@@ -336,8 +325,7 @@ TEST_F(Batch, ThePeriodTheFormProposesHasTheEnergiesItsBatchNeeds)
         << run.log.filter("Отсутствует").join('\n').toStdString();
     // Every substation with stored inputs for the period is calculated again.
     const int withInputs = static_cast<int>(
-        Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and \"Wa\">0")
-                        .arg(proposed.Ident)));
+        Scalar(*c_, Fmt("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and \"Wa\">0", proposed.Ident)));
     EXPECT_GE(savedElements(run.log), withInputs * 9 / 10);
     EXPECT_GT(withInputs, 100);
 }
@@ -369,7 +357,7 @@ TEST(DemoNormative, InputsAreTheFeedersLossesRealisticAndStoredResultsWhatTheBat
     for (const char* column :
          {"CosFi", "F",     "NLines", "dp",    "kzap", "dn",  "Lma", "Lms",  "Lmm",  "L23a", "L23s",
           "L23m",  "L23ia", "L23is",  "L23im", "L1a",  "L1s", "L1m", "L1ia", "L1is", "L1im"})
-        negative << QStringLiteral("f.\"%1\" < 0").arg(column);
+        negative << Fmt("f.\"%1\" < 0", column);
     EXPECT_EQ(Scalar(c, "select count(*) " + rows + "where " + negative.join(" or ")), 0);
     // Losses of real 0.38 kV networks: a few per cent to about 20 % of the supply.
     EXPECT_GE(Scalar(c, "select min(r.\"deltaWa\" / r.\"Wa\" * 100) " + rows), 2);

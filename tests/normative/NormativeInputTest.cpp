@@ -30,12 +30,11 @@
 using namespace testing_support;
 
 namespace {
-class Input : public ::testing::Test {
+class Input : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
             if (p.Name == "2023г.")
                 year_ = p;
@@ -57,14 +56,9 @@ protected:
     }
     double Stored(const char* column, int guid)
     {
-        return Scalar(*c_, QStringLiteral("select \"%1\" from \"LVWResultsB\" where guid=%2 and \"SampleIdent\"=%3")
-                               .arg(column)
-                               .arg(guid)
-                               .arg(year_.Ident));
+        return Scalar(*c_, Fmt("select \"%1\" from \"LVWResultsB\" where guid=%2 and \"SampleIdent\"=%3", column, guid,
+                               year_.Ident));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     TSamplePeriodInfo year_;
     std::unique_ptr<TLVNormativMethodForm4> form_;
     TLVNormativInputPage* page_ = nullptr;
@@ -75,9 +69,9 @@ protected:
 
 TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
 {
-    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
-                                                               "\"SampleIdent\"=%1 order by guid")
-                                                    .arg(year_.Ident)));
+    const int tp = IntScalar(*c_, Fmt("select first 1 guid from \"LVWResultsB\" where "
+                                      "\"SampleIdent\"=%1 order by guid",
+                                      year_.Ident));
     Select(tp);
     ASSERT_TRUE(page_->isEnabled());
     EXPECT_EQ(page_->Editor("EditWa")->text(), FormatFloat("0.######", Stored("Wa", tp)));
@@ -98,10 +92,9 @@ TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
     EXPECT_EQ(page_->Editor("EditL23a")->text(), FormatFloat("0.######", TLVNormativSample0::KindTotal(0.25, 0.05)));
 
     // Leaving the element: cancelling the question keeps it and its edits.
-    const int other = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
-                                                                  "\"SampleIdent\"=%1 and guid>%2 order by guid")
-                                                       .arg(year_.Ident)
-                                                       .arg(tp)));
+    const int other = IntScalar(*c_, Fmt("select first 1 guid from \"LVWResultsB\" where "
+                                         "\"SampleIdent\"=%1 and guid>%2 order by guid",
+                                         year_.Ident, tp));
     dialogs_.AnswerMessage(host::mrCancel);
     Select(other);
     EXPECT_EQ(dialogs_.Texts().last(), "Сохранить исходные данные и результаты расчета?");
@@ -136,16 +129,15 @@ TEST_F(Input, StoredInputsAreShownEditedRecalculatedAndSaved)
     dialogs_.AnswerMessage(host::mrYes);
     EXPECT_TRUE(page_->Delete());
     EXPECT_EQ(dialogs_.Texts().last(), "Удалить исходные данные и результаты расчета?");
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(tp)
-                              .arg(year_.Ident)),
-              0);
+    EXPECT_EQ(
+        Scalar(*c_, Fmt("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp, year_.Ident)),
+        0);
 }
 
 TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
 {
-    const int tp = static_cast<int>(Scalar(*c_, "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join "
-                                                "\"LVResults\" mv on mv.guid=lf.guid order by 1"));
+    const int tp = IntScalar(*c_, "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join "
+                                  "\"LVResults\" mv on mv.guid=lf.guid order by 1");
     auto period = [&](const QString& name) {
         for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
             if (p.Name == name)
@@ -160,15 +152,14 @@ TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
     // No measurement and no medium-voltage result of the substation: what its LV lines received in the regime
     // calculation of the year.
     for (const char* table : {"WResultsN", "WLoads", "LVWTPInfo"})
-        Exec(*c_, QStringLiteral("delete from \"%1\" where guid=%2").arg(table).arg(tp));
+        Exec(*c_, Fmt("delete from \"%1\" where guid=%2", table, tp));
     Select(tp);
     QString told = fill();
-    const double received = Scalar(*c_, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
-                                                       "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join "
-                                                       "\"LVFiders\" lf on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 "
-                                                       "and mv.\"SampleIdent\"=%2")
-                                            .arg(tp)
-                                            .arg(year_.Ident));
+    const double received = Scalar(*c_, Fmt("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
+                                            "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join "
+                                            "\"LVFiders\" lf on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 "
+                                            "and mv.\"SampleIdent\"=%2",
+                                            tp, year_.Ident));
     ASSERT_GT(received, 0);
     EXPECT_NEAR(page_->Sample().GetWa(), received, 1e-9);
     EXPECT_LT(page_->Sample().GetWa_bus(), 0);
@@ -196,18 +187,13 @@ TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
     // the busbar supply from its 0.4 kV measurements, where only ordinary rows count.
     const int january = period("Январь 2023"), february = period("Февраль 2023");
     for (auto [ident, wa] : {std::pair{year_.Ident, 500.0}, {january, 40.0}, {february, 60.5}})
-        Exec(*c_, QStringLiteral("insert into \"WLoads\" (\"SampleIdent\", guid, \"SampleType\", \"Wa\") "
-                                 "values (%1, %2, 0, %3)")
-                      .arg(ident)
-                      .arg(tp)
-                      .arg(wa));
+        Exec(*c_, Fmt("insert into \"WLoads\" (\"SampleIdent\", guid, \"SampleType\", \"Wa\") "
+                      "values (%1, %2, 0, %3)",
+                      ident, tp, wa));
     for (auto [ident, type, bus] : {std::tuple{year_.Ident, 0, 12.5}, {january, 1, 99.0}})
-        Exec(*c_, QStringLiteral("insert into \"LVWTPInfo\" (\"SampleIdent\", guid, \"TypeCalc\", \"Wa_bus\") "
-                                 "values (%1, %2, %3, %4)")
-                      .arg(ident)
-                      .arg(tp)
-                      .arg(type)
-                      .arg(bus));
+        Exec(*c_, Fmt("insert into \"LVWTPInfo\" (\"SampleIdent\", guid, \"TypeCalc\", \"Wa_bus\") "
+                      "values (%1, %2, %3, %4)",
+                      ident, tp, type, bus));
     told = fill();
     EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 100.5);
     EXPECT_DOUBLE_EQ(page_->Sample().GetWa_bus(), 12.5);
@@ -215,7 +201,7 @@ TEST_F(Input, EnergyFromTheElementsSourcesInTheirOrder)
                     "Полезный отпуск с шин: замеры на шинах 0,4 кВ ТП за период");
     // The generalised-data workbook fills the same energies for the substation.
     EXPECT_EQ(workbookEnergy(), std::pair(100.5, 12.5));
-    Exec(*c_, QStringLiteral("delete from \"WLoads\" where guid=%1 and \"SampleIdent\"<>%2").arg(tp).arg(year_.Ident));
+    Exec(*c_, Fmt("delete from \"WLoads\" where guid=%1 and \"SampleIdent\"<>%2", tp, year_.Ident));
     told = fill();
     EXPECT_DOUBLE_EQ(page_->Sample().GetWa(), 500);
     EXPECT_TRUE(told.startsWith("Трансформация в сеть: замеры W ТП за период\n")) << told.toStdString();
@@ -232,14 +218,13 @@ TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
 {
     // A 6(10) kV feeder with substations that have stored normative results.
     const int fider = static_cast<int>(
-        Scalar(*c_, QStringLiteral("select first 1 nod.\"OwnerGUID\" from \"LVWResultsB\" b join \"Nodes\" nod on "
-                                   "nod.guid=b.guid where b.\"SampleIdent\"=%1 group by nod.\"OwnerGUID\" "
-                                   "having count(*) > 1 order by 1")
-                        .arg(year_.Ident)));
-    const QString under = QStringLiteral("from \"LVWResultsB\" b join \"Nodes\" nod on nod.guid=b.guid where "
-                                         "nod.\"OwnerGUID\"=%1 and b.\"SampleIdent\"=%2")
-                              .arg(fider)
-                              .arg(year_.Ident);
+        Scalar(*c_, Fmt("select first 1 nod.\"OwnerGUID\" from \"LVWResultsB\" b join \"Nodes\" nod on "
+                        "nod.guid=b.guid where b.\"SampleIdent\"=%1 group by nod.\"OwnerGUID\" "
+                        "having count(*) > 1 order by 1",
+                        year_.Ident)));
+    const QString under = Fmt("from \"LVWResultsB\" b join \"Nodes\" nod on nod.guid=b.guid where "
+                              "nod.\"OwnerGUID\"=%1 and b.\"SampleIdent\"=%2",
+                              fider, year_.Ident);
     ToznListItemCommon* item = db_->GetTree()->Find(fider);
     ASSERT_NE(item, nullptr);
     const TNormativeSummary summary(*c_, item, year_);
@@ -258,7 +243,7 @@ TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
                                 FormatFloat("#,##0.000", summary.Root()->DeltaWa) + "</td>"));
     // The current density belongs to a single substation only.
     EXPECT_TRUE(report.contains("<td>Плотность тока, А/мм²</td><td align='right'></td>"));
-    ToznListItemCommon* tp = db_->GetTree()->Find(static_cast<int>(Scalar(*c_, "select first 1 b.guid " + under)));
+    ToznListItemCommon* tp = db_->GetTree()->Find(IntScalar(*c_, "select first 1 b.guid " + under));
     const QString single = NormativeReportHtml(*c_, tp, year_);
     EXPECT_FALSE(single.contains("<td>Плотность тока, А/мм²</td><td align='right'></td>"));
     EXPECT_FALSE(single.contains("<td>Тип трансформатора, кВ·А</td><td align='right'></td>"));
@@ -310,9 +295,9 @@ TEST_F(Input, ReportSummaryAndRewritingOfAFeedersSubstations)
 
 TEST_F(Input, SaveAsksOnlyForRefusedFieldsStoresNoRefusedResultAndDeleteLeavesNothing)
 {
-    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
-                                                               "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid")
-                                                    .arg(year_.Ident)));
+    const int tp = IntScalar(*c_, Fmt("select first 1 guid from \"LVWResultsB\" where "
+                                      "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid",
+                                      year_.Ident));
     Select(tp);
     const double cos = page_->Sample().GetCosFi();
     EXPECT_EQ(page_->StoredText(), "Исходные данные за период сохранены");
@@ -350,10 +335,9 @@ TEST_F(Input, SaveAsksOnlyForRefusedFieldsStoresNoRefusedResultAndDeleteLeavesNo
     ASSERT_TRUE(page_->Save());
     EXPECT_EQ(dialogs_.Texts().last(), "Ошибка в исходных данных. Результаты расчета сохранены не будут!");
     EXPECT_DOUBLE_EQ(Stored("Wa", tp), 250);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
-                                         "and \"deltaWa\" is null and \"Lekv\" is null")
-                              .arg(tp)
-                              .arg(year_.Ident)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
+                              "and \"deltaWa\" is null and \"Lekv\" is null",
+                              tp, year_.Ident)),
               1);
     const QString scheme = QStringLiteral("select f.\"%1\" from \"LVFidersB\" f join \"LVWResultsB\" r on "
                                           "r.\"Info\"=f.\"Ident\" where r.guid=%2 and r.\"SampleIdent\"=%3");
@@ -372,30 +356,26 @@ TEST_F(Input, SaveAsksOnlyForRefusedFieldsStoresNoRefusedResultAndDeleteLeavesNo
     ASSERT_TRUE(page_->Save());
     EXPECT_EQ(dialogs_.Calls().size(), asked);
     EXPECT_DOUBLE_EQ(Stored("Wa", tp), 100000);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
-                                         "and \"deltaWa\" is null")
-                              .arg(tp)
-                              .arg(year_.Ident)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2 "
+                              "and \"deltaWa\" is null",
+                              tp, year_.Ident)),
               1);
 
     // "Удалить": the element's row, its inputs and their cross-section table go, in one step.
-    const int info = static_cast<int>(Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where "
-                                                                 "guid=%1 and \"SampleIdent\"=%2")
-                                                      .arg(tp)
-                                                      .arg(year_.Ident)));
-    Exec(*c_, QStringLiteral("insert into \"LVFidersBSections\" (\"Info\", \"Idx\", \"LenVL\", \"LenKL\") values "
-                             "(%1, 0, 100, 0)")
-                  .arg(info));
-    ASSERT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVWResultsB\" where \"Info\"=%1").arg(info)), 1);
+    const int info = IntScalar(*c_, Fmt("select \"Info\" from \"LVWResultsB\" where "
+                                        "guid=%1 and \"SampleIdent\"=%2",
+                                        tp, year_.Ident));
+    Exec(*c_, Fmt("insert into \"LVFidersBSections\" (\"Info\", \"Idx\", \"LenVL\", \"LenKL\") values "
+                  "(%1, 0, 100, 0)",
+                  info));
+    ASSERT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVWResultsB\" where \"Info\"=%1", info)), 1);
     dialogs_.AnswerMessage(host::mrYes);
     ASSERT_TRUE(page_->Delete());
-    for (const QString& left :
-         {QStringLiteral("select count(*) from \"LVWResultsB\" where guid=%1 and "
-                         "\"SampleIdent\"=%2")
-              .arg(tp)
-              .arg(year_.Ident),
-          QStringLiteral("select count(*) from \"LVFidersB\" where \"Ident\"=%1").arg(info),
-          QStringLiteral("select count(*) from \"LVFidersBSections\" where \"Info\"=%1").arg(info)})
+    for (const QString& left : {Fmt("select count(*) from \"LVWResultsB\" where guid=%1 and "
+                                    "\"SampleIdent\"=%2",
+                                    tp, year_.Ident),
+                                Fmt("select count(*) from \"LVFidersB\" where \"Ident\"=%1", info),
+                                Fmt("select count(*) from \"LVFidersBSections\" where \"Info\"=%1", info)})
         EXPECT_EQ(Scalar(*c_, left), 0) << left.toStdString();
     // The page says that nothing is stored, and there is nothing more to delete.
     EXPECT_FALSE(page_->StoredForPeriod());
@@ -407,9 +387,9 @@ TEST_F(Input, SaveAsksOnlyForRefusedFieldsStoresNoRefusedResultAndDeleteLeavesNo
 
 TEST_F(Input, TheSummaryShowsWhatTheBatchStored)
 {
-    const int tp = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVWResultsB\" where "
-                                                               "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid")
-                                                    .arg(year_.Ident)));
+    const int tp = IntScalar(*c_, Fmt("select first 1 guid from \"LVWResultsB\" where "
+                                      "\"SampleIdent\"=%1 and \"deltaWa\" > 0 order by guid",
+                                      year_.Ident));
     Select(tp);
     auto* view = form_->findChild<QTextBrowser*>("SummaryView");
     ASSERT_NE(view, nullptr);
@@ -418,10 +398,8 @@ TEST_F(Input, TheSummaryShowsWhatTheBatchStored)
     // The element's energy changes in the database while the summary is shown (another user, a workbook); the
     // batch calculates the element again.
     const double wa = Stored("Wa", tp);
-    Exec(*c_, QStringLiteral("update \"LVWResultsB\" set \"Wa\"=%1 where guid=%2 and \"SampleIdent\"=%3")
-                  .arg(wa * 1.5)
-                  .arg(tp)
-                  .arg(year_.Ident));
+    Exec(*c_,
+         Fmt("update \"LVWResultsB\" set \"Wa\"=%1 where guid=%2 and \"SampleIdent\"=%3", wa * 1.5, tp, year_.Ident));
     ToznListItemCommon* feeder = db_->GetTree()->Find(tp)->Parent();
     while (feeder && feeder->GetNodeType() != NodeType::Fiders)
         feeder = feeder->Parent();

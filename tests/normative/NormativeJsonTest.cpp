@@ -5,7 +5,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 #include "support/TestSupport.h"
 
@@ -86,23 +85,17 @@ TEST(NormativeJson, DefaultsValidationAndErrorLines)
 
 TEST(NormativeJson, CommandLineAnswersLineByLine)
 {
-    QProcess p;
-    p.start(AppPath(), {"calc", "normative"});
-    ASSERT_TRUE(p.waitForStarted());
-    p.write("{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}\n\nбез смысла\n{\"Unom\":1,\"dp\":0}\n");
-    p.closeWriteChannel();
-    ASSERT_TRUE(p.waitForFinished(30000));
-    EXPECT_EQ(p.exitCode(), 0);
-    const QList<QByteArray> lines = p.readAllStandardOutput().split('\n');
+    const AppOutcome p =
+        RunApp({"calc", "normative"}, {},
+               "{\"Wa\":100,\"F\":50,\"dp\":0.5,\"dn\":0.1,\"Lma\":1}\n\nбез смысла\n{\"Unom\":1,\"dp\":0}\n");
+    EXPECT_EQ(p.code, 0);
+    const QList<QByteArray> lines = p.out.toUtf8().split('\n');
     ASSERT_EQ(lines.size(), 4);  // three answers and the final newline; the blank line is skipped
     EXPECT_EQ(QJsonDocument::fromJson(lines[0]).object()["Message"].toString(), "Расчет выполнен");
     EXPECT_TRUE(QJsonDocument::fromJson(lines[1]).object().contains("Error"));
     EXPECT_DOUBLE_EQ(QJsonDocument::fromJson(lines[2]).object()["k038"].toDouble(), 3 * 9.725);
 
-    QProcess help;
-    help.start(AppPath(), {"--help"});
-    ASSERT_TRUE(help.waitForFinished(30000));
-    const QString text = QString::fromUtf8(help.readAllStandardOutput());
+    const QString text = RunApp({"--help"}).out;
     EXPECT_TRUE(text.contains("ozn3 calc normative"));
     EXPECT_TRUE(text.contains("ozn3 normative --db"));
 }

@@ -48,31 +48,20 @@ TEST(NormativeModel, DefaultsAfterClear)
     EXPECT_EQ(s.GetT(), 8760);
 }
 
-TEST(NormativeModel, SettersValidateCacheAndNotify)
+TEST(NormativeModel, SettersNotifyOnlyOfChangesAndTheLossIsCached)
 {
     S s;
     int changes = 0;
     s.OnChange = [&] { ++changes; };
-    s.SetCosFi(1.2);
-    EXPECT_EQ(s.GetCosFi(), -1);  // out of range is stored as -1, never clipped
-    s.Setdp(-0.1);
-    s.Setdn(1.0001);
-    s.Setkzap(2);
     s.SetF(0);
-    s.SetNLines(0);
     s.SetT(-5);
-    for (double v : {s.Getdp(), s.Getdn(), s.Getkzap(), s.GetF()})
-        EXPECT_EQ(v, -1);
-    EXPECT_EQ(s.GetNLines(), -1);
-    EXPECT_EQ(s.GetT(), -1);
+    EXPECT_EQ(s.GetT(), -1);  // out of range is stored as -1, never clipped
     const int before = changes;
     s.SetF(-3);  // the same stored value: nothing happens
     s.SetT(-1);
     EXPECT_EQ(changes, before);
     s.SetCosFi(0);
     s.Setdp(1);
-    EXPECT_EQ(s.GetCosFi(), 0);
-    EXPECT_EQ(s.Getdp(), 1);
     EXPECT_EQ(changes, before + 2);
 
     // The loss is cached until an input changes.
@@ -102,43 +91,14 @@ TEST(NormativeModel, NetSupplyAndEquivalentLengths)
     s.SetWa(-1);
     EXPECT_EQ(s.WaNet(), -1);
 
-    s.SetLength(S::Lma, 1);
-    s.SetLength(S::Lms, 1);
-    s.SetLength(S::Lmm, 1);
-    EXPECT_DOUBLE_EQ(s.Lm(), 5.6);
-    EXPECT_DOUBLE_EQ(s.Lekv(), 5.6);
-    for (S::Length l : {S::Lma, S::Lms, S::Lmm})
-        s.SetLength(l, -1);
+    // Without a main line the equivalent length is that of the branches alone.
     EXPECT_EQ(s.Lm(), -1);
     EXPECT_EQ(s.Lekv(), -1);
     s.SetLength(S::L23a, 1);
     s.SetLength(S::L23ia, 0.5);
-    EXPECT_DOUBLE_EQ(s.L23(), 1.5);
-    EXPECT_DOUBLE_EQ(s.Lekv(), 0.66);  // the branches alone
-    s.SetLength(S::L1s, 0.5);
-    s.SetLength(S::L1im, 1);
-    EXPECT_DOUBLE_EQ(s.L1(), 2 + 0.6);
-    EXPECT_DOUBLE_EQ(s.Lekv(), 0.66 + 0.22 * 2.6);
-
-    // The 31 indexes, totals by material, and the total and average length.
-    EXPECT_DOUBLE_EQ(s.GetLengths(6), 1.5);
-    EXPECT_DOUBLE_EQ(s.GetLengths(13), 1);
-    EXPECT_DOUBLE_EQ(s.GetLengths(14), 0.5);
-    EXPECT_DOUBLE_EQ(s.GetLengths(21), 0.5);
-    EXPECT_DOUBLE_EQ(s.GetLengths(24), 1);
-    EXPECT_DOUBLE_EQ(s.GetLengths(25), 2);
-    EXPECT_DOUBLE_EQ(s.GetLengths(26), 0.6);
+    EXPECT_DOUBLE_EQ(s.Lekv(), 0.66);
     EXPECT_EQ(s.GetLengths(9), -1);
-    EXPECT_DOUBLE_EQ(s.GetLengths(28), 3);
-    s.SetNLines(2);
-    EXPECT_DOUBLE_EQ(s.GetLengths(29), 1.5);
-    EXPECT_DOUBLE_EQ(s.GetLengths(30), s.Lekv());
-    EXPECT_EQ(s.GetLengths(31), -1);
-    EXPECT_DOUBLE_EQ(s.MaterialTotal(S::Aluminium), 1.5);
-    EXPECT_DOUBLE_EQ(s.MaterialTotal(S::Steel), 0.5);
-    EXPECT_DOUBLE_EQ(s.MaterialTotal(S::Copper), 1);
     S empty;
-    EXPECT_EQ(empty.MaterialTotal(S::Copper), -1);
     EXPECT_DOUBLE_EQ(empty.AverageLength(), 0);
     empty.SetNLines(0);
     EXPECT_DOUBLE_EQ(empty.AverageLength(), 0);
@@ -148,12 +108,8 @@ TEST(NormativeModel, NetworkCoefficientAndLoss)
 {
     S s;
     EXPECT_EQ(s.k038(), -1);
-    s.Setdp(0);
-    EXPECT_DOUBLE_EQ(s.k038(), 9.725);
     s.Setdp(1);
-    EXPECT_NEAR(s.k038(), 5.0457, 1e-12);
     s.SetUnom(1);
-    EXPECT_DOUBLE_EQ(s.ku(), 3);
     EXPECT_NEAR(s.k038(), 3 * 5.0457, 1e-12);
 
     S t;
@@ -197,7 +153,6 @@ TEST(NormativeModel, PreconditionsAndOutcomes)
     EXPECT_EQ(without([](S& t) { t.Setdn(-1); }), -1);
     EXPECT_EQ(without([](S& t) { t.Setdp(-1); }), -1);
     EXPECT_EQ(without([](S& t) { t.SetLength(S::Lma, -1); }), -1);
-    EXPECT_EQ(without([](S& t) { t.SetCosFi(0); }), -1);
     EXPECT_GT(without([](S& t) { t.SetLength(S::Lma, 0); }), -1);  // a zero length is given
     EXPECT_EQ(without([](S& t) { t.SetLength(S::Lma, 0); }), 0);
 
@@ -220,17 +175,7 @@ TEST(NormativeModel, PreconditionsAndOutcomes)
     }
     EXPECT_EQ(withSupply(wa).Classify(), S::Outcome::Over100);
     EXPECT_EQ(withSupply(below).Classify(), S::Outcome::Saved);
-    S over;
-    fill(over);
-    over.SetWa(10000);
-    EXPECT_EQ(over.Classify(), S::Outcome::Over100);
     EXPECT_EQ(S::OutcomeMessage(S::Outcome::Over100), "Расчет не сохранен. Потери электроэнергии превышают 100%");
-    S almost;
-    fill(almost);
-    almost.SetWa(10000 / at100 * 0.9999);  // 99.99 %
-    EXPECT_LT(almost.deltaWaPercent(), 100);
-    EXPECT_GT(almost.deltaWaPercent(), 99.97);
-    EXPECT_EQ(almost.Classify(), S::Outcome::Saved);
 
     // Without supply: a stored scheme with a main line tells what is missing.
     S noSupply;
@@ -420,15 +365,10 @@ TEST(NormativeModel, UnitRangeSettersIncludeBothEnds)
             (s.*f.set)(value);
             return (s.*f.get)();
         };
-        EXPECT_EQ(stored(0.5), 0.5);
         EXPECT_EQ(stored(1), 1);
         EXPECT_EQ(stored(std::nextafter(1.0, 2.0)), -1);
         EXPECT_EQ(stored(0), 0);
         EXPECT_EQ(stored(-std::numeric_limits<double>::denorm_min()), -1);
-        EXPECT_EQ(stored(1), 1);
-        EXPECT_EQ(stored(1.01), -1);
-        EXPECT_EQ(stored(0), 0);
-        EXPECT_EQ(stored(-0.01), -1);
         EXPECT_EQ(stored(0.999), 0.999);
         EXPECT_EQ(stored(1e-9), 1e-9);
     }
@@ -439,22 +379,12 @@ TEST(NormativeModel, UnitRangeSettersIncludeBothEnds)
     EXPECT_EQ(s.GetF(), 1e-6);
     s.SetF(0);
     EXPECT_EQ(s.GetF(), -1);
-    s.SetF(500);
-    EXPECT_EQ(s.GetF(), 500);
-    s.SetF(-0.5);
-    EXPECT_EQ(s.GetF(), -1);
     s.SetNLines(1);
     EXPECT_EQ(s.GetNLines(), 1);
     s.SetNLines(0);
-    EXPECT_EQ(s.GetNLines(), -1);
-    s.SetNLines(40);
-    EXPECT_EQ(s.GetNLines(), 40);
-    s.SetNLines(-2);
     EXPECT_EQ(s.GetNLines(), -1);
     s.SetT(1);
     EXPECT_EQ(s.GetT(), 1);
     s.SetT(0);
     EXPECT_EQ(s.GetT(), -1);
-    s.SetT(744);
-    EXPECT_EQ(s.GetT(), 744);
 }

@@ -12,23 +12,19 @@ using S = TLVNormativSample0;
 namespace {
 // Years 2022 to 2025 (idents 1 to 4); element 500 has schemes stored for 2022 (scheme 10, Lma 1)
 // and 2025 (scheme 20, Lma 2), none for 2023 or 2024.
-class Store : public ::testing::Test {
+class Store : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(false);
         for (int y = 2022; y <= 2025; ++y)
-            Exec(*c_, QStringLiteral("insert into \"SamplesDates\" (\"Ident\",\"Name\",\"Period\",\"SampleDate1\","
-                                     "\"SampleDate2\") values (%1, '%2г.', 1, '%2-01-01', '%3-01-01')")
-                          .arg(y - 2021)
-                          .arg(y)
-                          .arg(y + 1));
+            Exec(*c_, Fmt("insert into \"SamplesDates\" (\"Ident\",\"Name\",\"Period\",\"SampleDate1\","
+                          "\"SampleDate2\") values (%1, '%2г.', 1, '%2-01-01', '%3-01-01')",
+                          y - 2021, y, y + 1));
         for (auto [ident, lma] : {std::pair{10, 1.0}, {20, 2.0}})
-            Exec(*c_, QStringLiteral("insert into \"LVFidersB\" (\"Ident\",\"CosFi\",\"Unom\",\"F\",\"NLines\",\"dp\","
-                                     "\"kzap\",\"dn\",\"Lma\") values (%1, 0.92, 0, 50, 2, 0.6, 0.5, 0.1, %2)")
-                          .arg(ident)
-                          .arg(lma));
+            Exec(*c_, Fmt("insert into \"LVFidersB\" (\"Ident\",\"CosFi\",\"Unom\",\"F\",\"NLines\",\"dp\","
+                          "\"kzap\",\"dn\",\"Lma\") values (%1, 0.92, 0, 50, 2, 0.6, 0.5, 0.1, %2)",
+                          ident, lma));
         Exec(*c_, "insert into \"LVWResultsB\" (\"SampleIdent\",GUID,\"Wa\",\"Wa_bus\",T,\"Info\") "
                   "values (1, 500, 300, 15, 8760, 10)");
         Exec(*c_,
@@ -38,9 +34,6 @@ protected:
     }
     const TSamplePeriodInfo& Year(int year) { return *periods_->GetPSamplePeriodInfoByIdent(year - 2021); }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     TSamplePeriodsList* periods_ = nullptr;
 };
 }  // namespace
@@ -154,13 +147,10 @@ TEST_F(Store, ChangingASchemeOfAnotherYearCopiesItAndLeavesThatYearIntact)
     TAverageCrossSection sections;
     sections.SetItem(4, {300, 0});
     store.SaveSections(10, sections);
-    auto lma = [&](int info) {
-        return Scalar(*c_, QStringLiteral("select \"Lma\" from \"LVFidersB\" where \"Ident\"=%1").arg(info));
-    };
+    auto lma = [&](int info) { return Scalar(*c_, Fmt("select \"Lma\" from \"LVFidersB\" where \"Ident\"=%1", info)); };
     auto infoOf = [&](int year) {
-        return static_cast<int>(
-            Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where GUID=500 and \"SampleIdent\"=%1")
-                            .arg(year - 2021)));
+        return static_cast<int>(Scalar(
+            *c_, Fmt("select \"Info\" from \"LVWResultsB\" where GUID=500 and \"SampleIdent\"=%1", year - 2021)));
     };
 
     // 2023 opens with the scheme of 2022; its main line is changed and saved.

@@ -131,42 +131,30 @@ TEST(ResultTree, RewritingTakesTheSummedLengthsAndTheMeansOfWhatDiffers)
 }
 
 namespace {
-class MonthSums : public ::testing::Test {
+class MonthSums : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
             idents_.insert(p.Name, p.Ident);
         year_ = *db_->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(idents_.value("2023г."));
         // A substation with a stored result of the year, under a feeder.
-        tp_ =
-            static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 b.guid from \"LVWResultsB\" b join \"Nodes\" "
-                                                        "nod on nod.guid=b.guid where b.\"SampleIdent\"=%1 order by 1")
-                                             .arg(year_.Ident)));
-        info_ = static_cast<int>(
-            Scalar(*c_, QStringLiteral("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                            .arg(tp_)
-                            .arg(year_.Ident)));
+        tp_ = IntScalar(*c_, Fmt("select first 1 b.guid from \"LVWResultsB\" b join \"Nodes\" "
+                                 "nod on nod.guid=b.guid where b.\"SampleIdent\"=%1 order by 1",
+                                 year_.Ident));
+        info_ = IntScalar(
+            *c_, Fmt("select \"Info\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_, year_.Ident));
         // Its results of January and February, on the same scheme.
         for (auto [month, wa, t] : {std::tuple{"Январь 2023", 30.0, 744}, {"Февраль 2023", 40.5, 672}})
-            Exec(*c_, QStringLiteral("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Wa\", T, \"Info\", "
-                                     "\"deltaWa\") values (%1, %2, %3, %4, %5, 0.5)")
-                          .arg(idents_.value(month))
-                          .arg(tp_)
-                          .arg(wa)
-                          .arg(t)
-                          .arg(info_));
+            Exec(*c_, Fmt("insert into \"LVWResultsB\" (\"SampleIdent\", guid, \"Wa\", T, \"Info\", "
+                          "\"deltaWa\") values (%1, %2, %3, %4, %5, 0.5)",
+                          idents_.value(month), tp_, wa, t, info_));
     }
     double SchemeValue(const char* column)
     {
-        return Scalar(*c_,
-                      QStringLiteral("select \"%1\" from \"LVFidersB\" where \"Ident\"=%2").arg(column).arg(info_));
+        return Scalar(*c_, Fmt("select \"%1\" from \"LVFidersB\" where \"Ident\"=%2", column, info_));
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     QHash<QString, int> idents_;
     TSamplePeriodInfo year_;
     int tp_ = 0, info_ = 0;
@@ -188,10 +176,8 @@ TEST_F(MonthSums, AnElementOverTheMonthsOfTheYearAddsItsEnergiesAndHoursNotItsLi
     EXPECT_DOUBLE_EQ(e.Wa, 70.5);
     // Each month's loss by the model, from the scheme and the year's stored Lekv and k0.4.
     auto stored = [&](const char* column) {
-        return Scalar(*c_, QStringLiteral("select \"%1\" from \"LVWResultsB\" where guid=%2 and \"SampleIdent\"=%3")
-                               .arg(column)
-                               .arg(tp_)
-                               .arg(year_.Ident));
+        return Scalar(*c_, Fmt("select \"%1\" from \"LVWResultsB\" where guid=%2 and \"SampleIdent\"=%3", column, tp_,
+                               year_.Ident));
     };
     const double lekv = stored("Lekv"), k038 = stored("k038"), lines = SchemeValue("NLines"), dn = SchemeValue("dn"),
                  cos = SchemeValue("CosFi"), f = SchemeValue("F"), kzap = SchemeValue("kzap");
@@ -222,9 +208,7 @@ TEST_F(MonthSums, AnElementOverTheMonthsOfTheYearAddsItsEnergiesAndHoursNotItsLi
     const TNormativeSummary ofYear(*c_, tp, year_);
     EXPECT_DOUBLE_EQ(
         ofYear.Root()->Wa,
-        Scalar(*c_, QStringLiteral("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2")
-                        .arg(tp_)
-                        .arg(year_.Ident)));
+        Scalar(*c_, Fmt("select \"Wa\" from \"LVWResultsB\" where guid=%1 and \"SampleIdent\"=%2", tp_, year_.Ident)));
     EXPECT_EQ(ofYear.Root()->ChildCount(), 0);
 }
 

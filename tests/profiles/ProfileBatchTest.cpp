@@ -32,11 +32,11 @@ TEST(ProfileBatch, EveryDemoFeederByProfilesKeepsTheBalanceAndTheMethodsAddUpOve
     {
         auto db = OpenDatabase(path);
         ToznFDConnection& c = *db->GetDefaultConnection();
-        root = static_cast<int>(Scalar(c, R"(select first 1 "GUID" from "AOEnergo")"));
-        sample = static_cast<int>(Scalar(c, R"(select first 1 "Ident" from "SamplesDates" where "Period"=1
-            order by "SampleDate1" desc)"));
-        profiles = static_cast<int>(Scalar(c, R"(select count(*) from "LVProfiles" where "Kind"=0)"));
-        heads = static_cast<int>(Scalar(c, R"(select count(*) from "LVProfiles" where "Kind"=1)"));
+        root = IntScalar(c, R"(select first 1 "GUID" from "AOEnergo")");
+        sample = IntScalar(c, R"(select first 1 "Ident" from "SamplesDates" where "Period"=1
+            order by "SampleDate1" desc)");
+        profiles = IntScalar(c, R"(select count(*) from "LVProfiles" where "Kind"=0)");
+        heads = IntScalar(c, R"(select count(*) from "LVProfiles" where "Kind"=1)");
         EXPECT_EQ(Scalar(c, R"(select count(*) from "LVProfiles" where "Kind"=2)"), 5);  // a typical one per load kind
     }
     ASSERT_GT(profiles, 500);
@@ -130,9 +130,8 @@ TEST(ProfileBatch, EveryDemoFeederByProfilesKeepsTheBalanceAndTheMethodsAddUpOve
     EXPECT_NEAR(top["ErrorMiddle"].toDouble(), (sumMiddle - sumLosses) / sumLosses * 100, 1e-6);
     EXPECT_LT(top["ErrorMiddle"].toDouble(), 0);
     EXPECT_GT(top["ErrorMax"].toDouble(), 0);
-    EXPECT_TRUE(run.err.contains(QStringLiteral("Нагрузочные потери «%1», линий %2: по графикам нагрузки")
-                                     .arg(top["Name"].toString())
-                                     .arg(top["Feeders"].toInt())))
+    EXPECT_TRUE(run.err.contains(
+        Fmt("Нагрузочные потери «%1», линий %2: по графикам нагрузки", top["Name"].toString(), top["Feeders"].toInt())))
         << run.err.toStdString();
 
     // The workbook's errors are formulas that give the same values.
@@ -143,8 +142,7 @@ TEST(ProfileBatch, EveryDemoFeederByProfilesKeepsTheBalanceAndTheMethodsAddUpOve
     {
         auto db = OpenDatabase(path);
         ToznFDConnection& c = *db->GetDefaultConnection();
-        const QString where =
-            QStringLiteral(R"( from "LVResults" r where r."SampleIdent"=%1 and r."LoadMode"=3)").arg(sample);
+        const QString where = Fmt(R"( from "LVResults" r where r."SampleIdent"=%1 and r."LoadMode"=3)", sample);
         EXPECT_EQ(Scalar(c, "select count(*)" + where), calculated);
         EXPECT_EQ(Scalar(c, R"(select count(*) from "LVProfileRuns" p join "LVResults" r on r."Ident"=p."Ident"
             where r."SampleIdent"=)" +

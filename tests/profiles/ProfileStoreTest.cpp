@@ -46,10 +46,7 @@ void WriteYear(const QString& file, bool withBadLine)
     }
 }
 
-int Rows(TfdbDatabase& db)
-{
-    return static_cast<int>(Scalar(*db.GetDefaultConnection(), R"(select count(*) from "LVProfiles")"));
-}
+int Rows(TfdbDatabase& db) { return IntScalar(*db.GetDefaultConnection(), R"(select count(*) from "LVProfiles")"); }
 }  // namespace
 
 TEST(ProfileStore, ABlankDatabaseTakesAYearOfProfilesAfterItsSchemeAllOrNothing)
@@ -76,8 +73,7 @@ TEST(ProfileStore, ABlankDatabaseTakesAYearOfProfilesAfterItsSchemeAllOrNothing)
                           "00:00): абонентов 1, головных счетчиков 1 (шаг 60 мин), строк 17520\n");
     auto database = OpenDatabase(db);
     ASSERT_EQ(Rows(*database), 2);
-    const int sample =
-        static_cast<int>(Scalar(*database->GetDefaultConnection(), R"(select "Ident" from "SamplesDates")"));
+    const int sample = IntScalar(*database->GetDefaultConnection(), R"(select "Ident" from "SamplesDates")");
     const int fider = static_cast<int>(
         Scalar(*database->GetDefaultConnection(), R"(select "GUID" from "LVFiders" where "Name"='Л-1')"));
     QStringList problems;

@@ -74,11 +74,11 @@ struct WindowAnswers {
     }
 };
 
-class ProfileWindow : public ::testing::Test {
+class ProfileWindow : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
+        OpenNew(true);
         SetCurrentDatabase(db_.get());
         QString error;
         ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
@@ -97,8 +97,6 @@ protected:
         view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
     }
     ToznFDConnection& C() { return *db_->GetDefaultConnection(); }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
     host::ScriptedDialogs dialogs_;
     host::ScopedDialogs scoped_{&dialogs_};
     Ozn32Plugin plugin_;
@@ -125,18 +123,17 @@ QString WriteMeters(const QString& file)
 TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithItsPicturesAndMethods)
 {
     // A feeder with a scheme, two of its consumers given meters of the register.
-    const int feeder = static_cast<int>(Scalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
-        group by n."OwnerGUID" having count(*) >= 3 order by n."OwnerGUID")"));
-    const int substation = static_cast<int>(Scalar(C(), QStringLiteral(R"(select "OwnerGUID" from "LVFiders" where
-        "GUID"=%1)")
-                                                            .arg(feeder)));
-    const int first = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
-        "OwnerGUID"=%1 and "Kind"=2)")
-                                                       .arg(feeder)));
-    const int second = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
-        "OwnerGUID"=%1 and "Kind"=2 and "GUID">%2)")
-                                                        .arg(feeder)
-                                                        .arg(first)));
+    const int feeder = IntScalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
+        group by n."OwnerGUID" having count(*) >= 3 order by n."OwnerGUID")");
+    const int substation = IntScalar(C(), Fmt(R"(select "OwnerGUID" from "LVFiders" where
+        "GUID"=%1)",
+                                              feeder));
+    const int first = IntScalar(C(), Fmt(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2)",
+                                         feeder));
+    const int second = IntScalar(C(), Fmt(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2 and "GUID">%2)",
+                                          feeder, first));
     C().StartTransaction(false);
     SaveMeter(C(), first, {QStringLiteral("M-1"), 1});
     SaveMeter(C(), second, {QStringLiteral("M-2"), 1});
@@ -153,13 +150,10 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
     ASSERT_FALSE(dialogs_.Texts().isEmpty());
     EXPECT_TRUE(dialogs_.Texts().last().contains("Загружены графики за «2025г.»"))
         << dialogs_.Texts().join('\n').toStdString();
-    EXPECT_DOUBLE_EQ(
-        Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)").arg(first)),
-        8760.0);
+    EXPECT_DOUBLE_EQ(Scalar(C(), Fmt(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)", first)), 8760.0);
     // 4 hours of 3 and 20 of 0.5 a day: 22 kWh a day.
-    EXPECT_DOUBLE_EQ(
-        Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)").arg(second)),
-        365 * 22.0);
+    EXPECT_DOUBLE_EQ(Scalar(C(), Fmt(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0)", second)),
+                     365 * 22.0);
 
     // The feeder by profiles from the regime dialog: stored as a run of its own mode, then its window.
     Select(feeder);
@@ -196,14 +190,12 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
     EXPECT_TRUE(answers->seen.contains("LVResultBalancesFider")) << answers->seen.join(',').toStdString();
     answers.reset();
     const int sample = window_->SelectedPeriod();
-    const QString run =
-        QStringLiteral(R"( from "LVResults" where "GUID"=%1 and "SampleIdent"=%2)").arg(feeder).arg(sample);
+    const QString run = Fmt(R"( from "LVResults" where "GUID"=%1 and "SampleIdent"=%2)", feeder, sample);
     ASSERT_EQ(Scalar(C(), "select count(*)" + run), 1);
     EXPECT_EQ(Scalar(C(), R"(select "LoadMode")" + run), 3);
-    const double stored = Scalar(C(), QStringLiteral(R"(select p."dWa" from "LVProfileRuns" p join "LVResults" r on
-        r."Ident"=p."Ident" where r."GUID"=%1 and r."SampleIdent"=%2)")
-                                          .arg(feeder)
-                                          .arg(sample));
+    const double stored = Scalar(C(), Fmt(R"(select p."dWa" from "LVProfileRuns" p join "LVResults" r on
+        r."Ident"=p."Ident" where r."GUID"=%1 and r."SampleIdent"=%2)",
+                                          feeder, sample));
     EXPECT_EQ(tabs, 3);
     EXPECT_EQ(points, 8760);
     EXPECT_GT(largestY, 0);
@@ -241,11 +233,11 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
 
 TEST_F(ProfileWindow, TheRegimeDialogOffersTheModeAndLoadsAFileForItsFeeder)
 {
-    const int feeder = static_cast<int>(Scalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
-        group by n."OwnerGUID" having count(*) >= 2 order by n."OwnerGUID" desc)"));
-    const int node = static_cast<int>(Scalar(C(), QStringLiteral(R"(select min("GUID") from "LVNodes" where
-        "OwnerGUID"=%1 and "Kind"=2)")
-                                                      .arg(feeder)));
+    const int feeder = IntScalar(C(), R"(select first 1 n."OwnerGUID" from "LVNodes" n where n."Kind"=2
+        group by n."OwnerGUID" having count(*) >= 2 order by n."OwnerGUID" desc)");
+    const int node = IntScalar(C(), Fmt(R"(select min("GUID") from "LVNodes" where
+        "OwnerGUID"=%1 and "Kind"=2)",
+                                        feeder));
     C().StartTransaction(false);
     SaveMeter(C(), node, {QStringLiteral("M-1"), 1});
     C().Commit();
@@ -277,10 +269,9 @@ TEST_F(ProfileWindow, TheRegimeDialogOffersTheModeAndLoadsAFileForItsFeeder)
     EXPECT_EQ(params.GetSampleType(), 2);
     EXPECT_EQ(modes->currentIndex(), 2);
     EXPECT_EQ(form.Box("EditWa")->text(), "Расчет");  // the energy comes from the profiles and the head meter
-    EXPECT_DOUBLE_EQ(Scalar(C(), QStringLiteral(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0 and
-        "SampleIdent"=%2)")
-                                     .arg(node)
-                                     .arg(window_->SelectedPeriod())),
+    EXPECT_DOUBLE_EQ(Scalar(C(), Fmt(R"(select "Wa" from "LVProfiles" where "GUID"=%1 and "Kind"=0 and
+        "SampleIdent"=%2)",
+                                     node, window_->SelectedPeriod())),
                      17520.0);
 
     // A group of feeders has no one substation to load into.

@@ -95,7 +95,7 @@ TEST(Balance, TheIdentitiesHoldOnEveryNodeOfTheDemoNetwork)
     TempFolder folder;
     auto db = OpenDatabase(NewDemoDatabase(folder));
     ToznFDConnection& c = *db->GetDefaultConnection();
-    const int root = static_cast<int>(Scalar(c, "select first 1 guid from \"AOEnergo\""));
+    const int root = IntScalar(c, "select first 1 guid from \"AOEnergo\"");
     for (const TSamplePeriodInfo& year : db->GetSamplePeriods()->Items()) {
         if (!year.Name.endsWith("г."))
             continue;  // the demo's results are of years

@@ -32,7 +32,7 @@ Sheet readSheet(const QString& book, int index)
     Sheet sheet;
     static const QRegularExpression cell(
         QStringLiteral("<c r=\"([A-Z]+[0-9]+)\"([^>]*)>(?:<f>([^<]*)</f>)?(?:<v>([^<]*)</v>)?"));
-    const QString xml = QString::fromUtf8(ReadZipEntry(book, QStringLiteral("xl/worksheets/sheet%1.xml").arg(index)));
+    const QString xml = QString::fromUtf8(ReadZipEntry(book, Fmt("xl/worksheets/sheet%1.xml", index)));
     for (auto it = cell.globalMatch(xml); it.hasNext();) {
         const auto m = it.next();
         if (!m.captured(3).isEmpty())
@@ -55,8 +55,8 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     auto db = OpenDatabase(NewDemoDatabase(folder));
     SetCurrentDatabase(db.get());
     ToznFDConnection& c = *db->GetDefaultConnection();
-    const int guid = static_cast<int>(Scalar(c, "select first 1 guid from \"LVResults\" order by guid"));
-    const int sample = static_cast<int>(Scalar(c, "select max(\"SampleIdent\") from \"LVResults\""));
+    const int guid = IntScalar(c, "select first 1 guid from \"LVResults\" order by guid");
+    const int sample = IntScalar(c, "select max(\"SampleIdent\") from \"LVResults\"");
     TFiderHH fider(guid, QStringLiteral("Линия"), 0);
     TLVResultBalancesFider balances(&fider);
     const QString book = folder.Path("линия.xlsx");
@@ -71,7 +71,7 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     // Header: the owners from the database, the period rows on the energy sheet only.
     EXPECT_EQ(energy.text.value("A8"), "Наименование линии");
     auto names = c.NewQuery();
-    names->SetSQLText(QStringLiteral("select \"Name\" from \"LVFiders\" where guid=%1").arg(guid));
+    names->SetSQLText(Fmt("select \"Name\" from \"LVFiders\" where guid=%1", guid));
     names->Open();
     EXPECT_EQ(energy.text.value("C8"), names->Str("Name"));
     EXPECT_EQ(energy.text.value("A11"), "Расчетный период, часов");
@@ -96,11 +96,10 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_EQ(power.formula.value("F15"), "(C15+D15+E15)/3");
 
     // Balance: the received energy is the feeder's stored total; rows without kinds show "-".
-    const double received = Scalar(c, QStringLiteral("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
-                                                     "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 "
-                                                     "and mv.\"SampleIdent\"=%2")
-                                          .arg(guid)
-                                          .arg(sample));
+    const double received = Scalar(c, Fmt("select sum(wa.\"Wa_gen\") from \"LVWResultsAdd\" wa join "
+                                          "\"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" where mv.guid=%1 "
+                                          "and mv.\"SampleIdent\"=%2",
+                                          guid, sample));
     EXPECT_EQ(energy.text.value("B28"), "Прием электроэнергии в сеть");
     EXPECT_NEAR(energy.number.value("G28"), received, 1e-9);
     EXPECT_EQ(energy.text.value("E28"), "-");
@@ -116,7 +115,7 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     for (const Sheet* s : {&energy, &power}) {
         auto at = [&](int energyRow) {
             const int row = s == &energy || energyRow < 16 ? energyRow : energyRow - 5;
-            return s->number.value(QStringLiteral("G%1").arg(row));
+            return s->number.value(Fmt("G%1", row));
         };
         EXPECT_NEAR(at(28), at(30) + at(40), 1e-9 * at(28));
         EXPECT_NEAR(at(28), at(32) + at(42), 1e-9 * at(28));
@@ -147,9 +146,8 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     EXPECT_TRUE(energy.number.contains("I91"));
 
     // A feeder with a scheme: the number of its nodes (its substation not counted).
-    const int schemed =
-        static_cast<int>(Scalar(c, "select first 1 mv.guid from \"LVResults\" mv where exists (select 1 "
-                                   "from \"LVNodes\" n where n.\"OwnerGUID\"=mv.guid) order by mv.guid"));
+    const int schemed = IntScalar(c, "select first 1 mv.guid from \"LVResults\" mv where exists (select 1 "
+                                     "from \"LVNodes\" n where n.\"OwnerGUID\"=mv.guid) order by mv.guid");
     TFiderHH withScheme(schemed, QStringLiteral("Линия со схемой"), 0);
     TLVResultBalancesFider schemeBalances(&withScheme);
     const QString schemeBook = folder.Path("схема.xlsx");
@@ -158,9 +156,9 @@ TEST(FiderWorkbook, TwoSheetsWithTheirLayoutValuesAndGuardedFormulas)
     const Sheet schemeSheet = readSheet(schemeBook, 1);
     EXPECT_EQ(schemeSheet.text.value("B83"), QString(QChar(0x00A0)) + "Количество узлов в линии");
     EXPECT_DOUBLE_EQ(schemeSheet.number.value("I83"),
-                     Scalar(c, QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(schemed)));
-    EXPECT_EQ(energy.number.contains("I83"), Scalar(c, QStringLiteral("select count(*) from \"LVNodes\" where "
-                                                                      "\"OwnerGUID\"=%1")
-                                                           .arg(guid)) > 0);
+                     Scalar(c, Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", schemed)));
+    EXPECT_EQ(energy.number.contains("I83"), Scalar(c, Fmt("select count(*) from \"LVNodes\" where "
+                                                           "\"OwnerGUID\"=%1",
+                                                           guid)) > 0);
     SetCurrentDatabase(nullptr);
 }

@@ -17,12 +17,11 @@
 using namespace testing_support;
 
 namespace {
-class Fixture : public ::testing::Test {
+class Fixture : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(false);
         for (const char* sql : {
                  R"(insert into "AOEnergo" (GUID, "Name") values (1, 'АО'))",
                  R"(insert into PES (GUID, "Name", "OwnerGUID") values (2, 'ПЭС', 1))",
@@ -83,9 +82,6 @@ protected:
         ADD_FAILURE() << field;
         return EmptyFloat();
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     TPesResultsLV tree_{0, 0, {}, nullptr};
 };
 

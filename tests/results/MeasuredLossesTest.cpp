@@ -23,7 +23,7 @@
 using namespace testing_support;
 
 namespace {
-class Measured : public ::testing::Test {
+class Measured : public DatabaseTest {
 protected:
     void SetUp() override
     {
@@ -81,10 +81,7 @@ protected:
         });
         return found;
     }
-    TempFolder folder_;
     QString path_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
 };
 }  // namespace
 

@@ -82,7 +82,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     SetCurrentDatabase(db.get());
     host::ScriptedDialogs dialogs;
     host::ScopedDialogs scope(&dialogs);
-    const int root = static_cast<int>(Scalar(*db->GetDefaultConnection(), "select first 1 guid from \"AOEnergo\""));
+    const int root = IntScalar(*db->GetDefaultConnection(), "select first 1 guid from \"AOEnergo\"");
 
     TfrmPesResultsLV32 form;
     ASSERT_TRUE(form.Init(db.get(), root));
@@ -189,10 +189,10 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     // The normative of every substation that has LV results in the tree, each once.
     auto storedNormative = [&] {
         return Scalar(*db->GetDefaultConnection(),
-                      QStringLiteral("select sum(b.\"deltaWa\") from \"LVWResultsB\" b where b.\"SampleIdent\"=%1 "
-                                     "and exists (select 1 from \"LVResults\" mv join \"LVFiders\" lf on "
-                                     "lf.guid=mv.guid where lf.\"OwnerGUID\"=b.guid and mv.\"SampleIdent\"=%1)")
-                          .arg(samples->currentData().toInt()));
+                      Fmt("select sum(b.\"deltaWa\") from \"LVWResultsB\" b where b.\"SampleIdent\"=%1 "
+                          "and exists (select 1 from \"LVResults\" mv join \"LVFiders\" lf on "
+                          "lf.guid=mv.guid where lf.\"OwnerGUID\"=b.guid and mv.\"SampleIdent\"=%1)",
+                          samples->currentData().toInt()));
     };
     const double latestNormative = form.Tree()->Record().Normative;
     EXPECT_NEAR(latestNormative, storedNormative(), 1e-6);
@@ -215,9 +215,9 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_FALSE(none.Init(db.get(), 987654));
     EXPECT_EQ(dialogs.Texts().last(), "Не найден GUID");
 
-    const int node = static_cast<int>(Scalar(
-        *db->GetDefaultConnection(), "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join \"LVResults\" mv "
-                                     "on mv.guid=lf.guid order by lf.\"OwnerGUID\""));
+    const int node = IntScalar(*db->GetDefaultConnection(),
+                               "select first 1 lf.\"OwnerGUID\" from \"LVFiders\" lf join \"LVResults\" mv "
+                               "on mv.guid=lf.guid order by lf.\"OwnerGUID\"");
     TfrmLVUndersupply undersupply;
     undersupply.SetParam(node);
     const QString report = folder.Path("недоотпуск.xlsx");
@@ -230,8 +230,7 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_TRUE(styles.contains("#,##0.000;-#,##0.000;"));
     EXPECT_TRUE(styles.contains("#,##0;-#,##0;"));
     const int lines =
-        static_cast<int>(Scalar(*db->GetDefaultConnection(),
-                                QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(node)));
+        IntScalar(*db->GetDefaultConnection(), Fmt("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1", node));
     const QString reportSheet = QString::fromUtf8(ReadZipEntry(report, "xl/worksheets/sheet1.xml"));
     EXPECT_EQ(reportSheet.count("<row "), lines + 2);
     EXPECT_TRUE(
@@ -242,15 +241,13 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
     EXPECT_TRUE(strings.contains("Трансформаторная подстанция"));
     const QString substation = WorkbookTexts(report);
     auto name = db->GetDefaultConnection()->NewQuery();
-    name->SetSQLText(QStringLiteral("select \"Name\" from \"Nodes\" where guid=%1").arg(node));
+    name->SetSQLText(Fmt("select \"Name\" from \"Nodes\" where guid=%1", node));
     name->Open();
     EXPECT_TRUE(substation.contains(name->Str("Name"))) << name->Str("Name").toStdString();
-    const int sample =
-        static_cast<int>(Scalar(*db->GetDefaultConnection(), "select max(\"SampleIdent\") from \"LVResults\""));
+    const int sample = IntScalar(*db->GetDefaultConnection(), "select max(\"SampleIdent\") from \"LVResults\"");
     const double expected =
         Scalar(*db->GetDefaultConnection(),
-               QStringLiteral(
-                   "select sum(t.gen - t.fakt_off - t.loss_off - t.fakt_on - t.loss_on) from (select mv.guid, "
+               Fmt("select sum(t.gen - t.fakt_off - t.loss_off - t.fakt_on - t.loss_on) from (select mv.guid, "
                    "sum(wa.\"Wa_gen\") gen, "
                    "sum(iif(wa.\"Balance\"=0, wa.\"Wafakt\", null)) fakt_on, "
                    "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"Wafakt\", null)), 0) fakt_off, "
@@ -258,29 +255,26 @@ TEST(PesReports, WorkbooksOfTheResultsAndTheUndersupply)
                    "coalesce(sum(iif(wa.\"Balance\"<>0, wa.\"dWa\", null)), 0) loss_off "
                    "from \"LVWResultsAdd\" wa join \"LVResults\" mv on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf "
                    "on lf.guid=mv.guid where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 group by mv.guid) t "
-                   "where t.fakt_on is not null")
-                   .arg(node)
-                   .arg(sample));
+                   "where t.fakt_on is not null",
+                   node, sample));
     double written = 0;
     int empty = 0;
     const QHash<QString, Cell> reportCells = cellsOf(reportSheet);
     for (int row = 4; row < 4 + lines; ++row) {
-        if (reportCells.contains(QStringLiteral("G%1").arg(row)))
-            written += reportCells.value(QStringLiteral("G%1").arg(row)).value;
+        if (reportCells.contains(Fmt("G%1", row)))
+            written += reportCells.value(Fmt("G%1", row)).value;
         else
             ++empty;
     }
     EXPECT_NEAR(written, expected, 1e-6 * std::max(1.0, std::fabs(expected)));
     // The lines without metered consumption have an empty cell, not a zero.
-    EXPECT_EQ(empty, lines - static_cast<int>(Scalar(
-                                 *db->GetDefaultConnection(),
-                                 QStringLiteral(
-                                     "select count(distinct mv.guid) from \"LVWResultsAdd\" wa join \"LVResults\" mv "
-                                     "on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf on lf.guid=mv.guid "
-                                     "where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 and wa.\"Balance\"=0 "
-                                     "and wa.\"Wafakt\" is not null")
-                                     .arg(node)
-                                     .arg(sample))));
+    EXPECT_EQ(empty,
+              lines - IntScalar(*db->GetDefaultConnection(),
+                                Fmt("select count(distinct mv.guid) from \"LVWResultsAdd\" wa join \"LVResults\" mv "
+                                    "on mv.\"Ident\"=wa.\"Ident\" join \"LVFiders\" lf on lf.guid=mv.guid "
+                                    "where lf.\"OwnerGUID\"=%1 and mv.\"SampleIdent\"=%2 and wa.\"Balance\"=0 "
+                                    "and wa.\"Wafakt\" is not null",
+                                    node, sample)));
 
     // The window shows the report before it is written: a row per line, the same undersupply in total,
     // the empty cells empty.

@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSet>
 #include <cmath>
 #include <map>
@@ -58,8 +57,7 @@ std::map<PartKey, Part> StoredParts(ToznFDConnection& c, int sample, int calcTyp
     }
     auto q = c.NewQuery();
     q->SetSQLText(
-        QStringLiteral(
-            "select mv.guid, pa.res, mv.\"dWdop\", mv.\"dPdop\", sum(wa.\"Wa_gen\"), "
+        Fmt("select mv.guid, pa.res, mv.\"dWdop\", mv.\"dPdop\", sum(wa.\"Wa_gen\"), "
             "sum(iif(pa.\"Balance\"<>0, wa.\"Wafakt\" + wa.\"dWa\", 0)), sum(iif(pa.\"Balance\"=0, wa.\"Wafakt\", 0)), "
             "sum(iif(pa.\"Balance\"=0, wa.\"dWa\", 0)), sum(wa.\"dWa\"), sum(pa.\"Pgen\"), "
             "sum(iif(pa.\"Balance\"<>0, pa.\"Pfakt\" + pa.\"dP\", 0)), sum(iif(pa.\"Balance\"=0, pa.\"Pfakt\", 0)), "
@@ -67,9 +65,8 @@ std::map<PartKey, Part> StoredParts(ToznFDConnection& c, int sample, int calcTyp
             "from \"LVResults\" mv join \"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" left join \"LVWResultsAdd\" "
             "wa "
             "on wa.\"Ident\"=pa.\"Ident\" and wa.res=pa.res and wa.\"Balance\"=pa.\"Balance\" "
-            "where mv.\"SampleIdent\"=%1 and mv.\"CalcType\"=%2 group by mv.guid, pa.res, mv.\"dWdop\", mv.\"dPdop\"")
-            .arg(sample)
-            .arg(calcType));
+            "where mv.\"SampleIdent\"=%1 and mv.\"CalcType\"=%2 group by mv.guid, pa.res, mv.\"dWdop\", mv.\"dPdop\"",
+            sample, calcType));
     std::map<PartKey, Part> parts;
     std::map<int, QList<int>> districtsOf;
     std::map<int, std::pair<double, double>> allowedOf;
@@ -172,7 +169,7 @@ TEST(ResultsAgree, EveryNodeIsTheSumOfTheStoredPartsBelowAndOpensAloneAsInTheUti
             << error.toStdString();
     };
     TPesResultsLV utility(0, 0, {}, nullptr);
-    open(utility, static_cast<int>(Scalar(c, "select first 1 guid from \"AOEnergo\"")));
+    open(utility, IntScalar(c, "select first 1 guid from \"AOEnergo\""));
 
     // Every part of every feeder stands once in the utility's tree, under its own district and the feeder's
     // owners below it; a shared feeder says where its other part is.
@@ -184,7 +181,7 @@ TEST(ResultsAgree, EveryNodeIsTheSumOfTheStoredPartsBelowAndOpensAloneAsInTheUti
         EXPECT_FALSE(seen.contains(key)) << "a part twice: " << key.first;
         seen.insert(key);
         EXPECT_EQ(leaf->Parent()->GUID(),
-                  Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(leaf->GUID())));
+                  Scalar(c, Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", leaf->GUID())));
         if (!leaf->Note().isEmpty()) {
             ++shared;
             EXPECT_TRUE(leaf->Note().startsWith("общая линия")) << leaf->Note().toStdString();
@@ -233,9 +230,9 @@ TEST(ResultsAgree, EveryNodeIsTheSumOfTheStoredPartsBelowAndOpensAloneAsInTheUti
 
     // A substation opened alone is the whole substation: the sum of its parts in the districts' trees.
     const QList<int> substations = {
-        static_cast<int>(Scalar(c, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
-                                   "lf.guid=l.\"OwnerGUID\" where l.res is not null order by 1")),
-        static_cast<int>(Scalar(c, "select min(\"OwnerGUID\") from \"LVFiders\""))};
+        IntScalar(c, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
+                     "lf.guid=l.\"OwnerGUID\" where l.res is not null order by 1"),
+        IntScalar(c, "select min(\"OwnerGUID\") from \"LVFiders\"")};
     for (int guid : substations) {
         TPesResultsLV alone(0, 0, {}, nullptr);
         open(alone, guid);
@@ -251,12 +248,10 @@ TEST(ResultsAgree, EveryNodeIsTheSumOfTheStoredPartsBelowAndOpensAloneAsInTheUti
 
     // The command line prints what the tree holds, node by node in the tree's order.
     db.reset();
-    QProcess p;
-    p.start(AppPath(), {"results", "--db", path, "--guid", QString::number(utility.GUID()), "--sample",
-                        QString::number(sample.Ident), "--json"});
-    ASSERT_TRUE(p.waitForFinished(120000));
-    ASSERT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
-    const QList<QByteArray> lines = p.readAllStandardOutput().split('\n');
+    const AppOutcome p = RunApp({"results", "--db", path, "--guid", QString::number(utility.GUID()), "--sample",
+                                 QString::number(sample.Ident), "--json"});
+    ASSERT_EQ(p.code, 0) << p.err.toStdString();
+    const QList<QByteArray> lines = p.out.toUtf8().split('\n');
     int line = 0;
     utility.ForEach([&](TPesResultsLV& node) {
         const QJsonObject o = QJsonDocument::fromJson(lines.value(line++)).object();
@@ -278,7 +273,7 @@ TEST(ResultsAgree, TheEnergyLossFollowsFromTheGridsOwnColumnsInBothRegimes)
     auto db = OpenDatabase(NewDemoDatabase(folder));
     ToznFDConnection& c = *db->GetDefaultConnection();
     const TLVResultSample sample = SamplesWithResultsLV(c, 0).last();
-    const int root = static_cast<int>(Scalar(c, "select first 1 guid from \"AOEnergo\""));
+    const int root = IntScalar(c, "select first 1 guid from \"AOEnergo\"");
     const QList<int> feeders = fider::LVFidersUnder(*db->GetTree(), root);
     for (const auto regime : {fider::TRegimeKind::Maximum, fider::TRegimeKind::Middle}) {
         fider::TRegimeRequest request;
@@ -322,12 +317,11 @@ TEST(ResultsAgree, TheEnergyLossFollowsFromTheGridsOwnColumnsInBothRegimes)
 namespace {
 // A network of one substation made by hand: feeders of given sections, each ending in three-phase consumers of
 // unity power factor, and a conductor without reactance.
-class HandFeeders : public ::testing::Test {
+class HandFeeders : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(false);
         QString error;
         tp_ = scheme::AddSubstation(*c_, "ТП-1", 0, error);
         ASSERT_GT(tp_, 0) << error.toStdString();
@@ -341,39 +335,26 @@ protected:
     int Feeder(const QList<std::tuple<double, int, int>>& sections, double wa)
     {
         const int feeder = c_->GetNewGUID();
-        Exec(*c_, QStringLiteral("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") "
-                                 "values (%1, 'Л-%1', %2, 1, 0.38)")
-                      .arg(feeder)
-                      .arg(tp_));
+        Exec(*c_, Fmt("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") "
+                      "values (%1, 'Л-%1', %2, 1, 0.38)",
+                      feeder, tp_));
         int from = feeder, order = 0;
         for (const auto& [length, kind, conductor] : sections) {
             const int node = c_->GetNewGUID();
-            Exec(*c_, QStringLiteral("insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
-                                     "values (%1, 'Опора %1', %2, %3, 2)")
-                          .arg(node)
-                          .arg(feeder)
-                          .arg(++order));
-            Exec(*c_, QStringLiteral("insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", "
-                                     "\"LineLength\", \"Kind\", \"ProvodPhase\", \"TabOrder\") values (%1, %2, %3, %4, "
-                                     "%5, %6, %7, %8)")
-                          .arg(c_->GetNewGUID())
-                          .arg(feeder)
-                          .arg(from)
-                          .arg(node)
-                          .arg(length)
-                          .arg(kind)
-                          .arg(conductor ? QString::number(conductor) : QStringLiteral("null"))
-                          .arg(order));
-            Exec(*c_, QStringLiteral("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\") "
-                                     "values (%1, %2, 'Дом', %3)")
-                          .arg(year_)
-                          .arg(node)
-                          .arg(feeder));
-            Exec(*c_, QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\", \"Wr\") values (%1, %2, "
-                                     "%3, 0)")
-                          .arg(year_)
-                          .arg(node)
-                          .arg(wa));
+            Exec(*c_, Fmt("insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") "
+                          "values (%1, 'Опора %1', %2, %3, 2)",
+                          node, feeder, ++order));
+            Exec(*c_, Fmt("insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", "
+                          "\"LineLength\", \"Kind\", \"ProvodPhase\", \"TabOrder\") values (%1, %2, %3, %4, "
+                          "%5, %6, %7, %8)",
+                          c_->GetNewGUID(), feeder, from, node, length, kind,
+                          conductor ? QString::number(conductor) : QStringLiteral("null"), order));
+            Exec(*c_, Fmt("insert into \"LVConsumers\" (\"SampleIdent\", guid, \"Name\", \"OwnerGUID\") "
+                          "values (%1, %2, 'Дом', %3)",
+                          year_, node, feeder));
+            Exec(*c_, Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\", \"Wr\") values (%1, %2, "
+                          "%3, 0)",
+                          year_, node, wa));
             from = node;
         }
         return feeder;
@@ -391,9 +372,9 @@ protected:
     {
         std::vector<std::pair<double, double>> sections;
         auto q = c_->NewQuery();
-        q->SetSQLText(QStringLiteral("select r.\"IA\", r.\"dP\" from \"LVPResultsL\" r join \"LVLines\" l on "
-                                     "l.guid=r.guid where l.\"OwnerGUID\"=%1 order by l.\"TabOrder\"")
-                          .arg(feeder));
+        q->SetSQLText(Fmt("select r.\"IA\", r.\"dP\" from \"LVPResultsL\" r join \"LVLines\" l on "
+                          "l.guid=r.guid where l.\"OwnerGUID\"=%1 order by l.\"TabOrder\"",
+                          feeder));
         for (q->Open(); !q->Eof(); q->Next())
             sections.push_back({q->Value(0).toDouble(), q->Value(1).toDouble()});
         return sections;
@@ -406,9 +387,6 @@ protected:
         EXPECT_TRUE(tree.Open(*c_, guid, 0, y->SampleDate1, y->SampleDate2, 1, error)) << error.toStdString();
         return tree;
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int tp_ = 0, year_ = 0;
 };
 }  // namespace
@@ -455,10 +433,9 @@ TEST_F(HandFeeders, AConnectingLineWithAConductorHasItsImpedanceAndCountsAsItsCo
     EXPECT_GT(l[1].second, 0);
     // Counted with the cables; the link with nothing.
     auto lines = [&](int feeder, const char* field) {
-        return Scalar(*c_, QStringLiteral("select sum(pa.\"%1\") from \"LVPResultsAdd\" pa join \"LVResults\" r on "
-                                          "r.\"Ident\"=pa.\"Ident\" where r.guid=%2")
-                               .arg(QLatin1String(field))
-                               .arg(feeder));
+        return Scalar(*c_, Fmt("select sum(pa.\"%1\") from \"LVPResultsAdd\" pa join \"LVResults\" r on "
+                               "r.\"Ident\"=pa.\"Ident\" where r.guid=%2",
+                               QLatin1String(field), feeder));
     };
     EXPECT_EQ(lines(connecting, "NLineC"), 1);
     EXPECT_NEAR(lines(connecting, "LsumC"), 0.05, 1e-12);

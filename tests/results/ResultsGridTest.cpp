@@ -26,19 +26,15 @@ constexpr int kGuidRole = TLVResultsModel::GuidRole;
 }
 
 namespace {
-class Grid : public ::testing::Test {
+class Grid : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         host::SetDialogs(&dialogs_);
-        root_ = static_cast<int>(Scalar(*c_, "select first 1 guid from \"AOEnergo\""));
+        root_ = IntScalar(*c_, "select first 1 guid from \"AOEnergo\"");
     }
     void TearDown() override { host::SetDialogs(nullptr); }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     host::ScriptedDialogs dialogs_;
     int root_ = 0;
 };
@@ -147,9 +143,9 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     TfrmLVResultsGrid grid;
     ASSERT_TRUE(grid.Init(db_.get(), root_));
     const int sample = grid.Samples()->currentData().toInt();
-    const int lv = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVResults\" where "
-                                                               "\"SampleIdent\"=%1 order by guid")
-                                                    .arg(sample)));
+    const int lv = IntScalar(*c_, Fmt("select first 1 guid from \"LVResults\" where "
+                                      "\"SampleIdent\"=%1 order by guid",
+                                      sample));
     grid.SelectGUID(lv);
     const QString name = grid.View()->currentIndex().data().toString();
     const QModelIndex parent = grid.View()->currentIndex().parent();
@@ -158,15 +154,11 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     grid.DeleteSelected();
     EXPECT_EQ(dialogs_.Calls().last().text, "Удалить результаты расчета по фидеру " + name + " ?");
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(lv)
-                              .arg(sample)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", lv, sample)),
               1);
     const int parentGuid = parent.data(kGuidRole).toInt();
     grid.DeleteSelected();  // yes
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                              .arg(lv)
-                              .arg(sample)),
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", lv, sample)),
               0);
     EXPECT_EQ(dialogs_.Calls().last().text, "Удалено результатов расчета: 1");
     auto rowsUnder = [&](int guid) {
@@ -177,31 +169,28 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     EXPECT_EQ(rowsUnder(parentGuid), siblings - 1);
 
     // A result stored without a calculation type is shown as type 0, and deleted as shown.
-    const int untyped = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVResults\" where "
-                                                                    "\"SampleIdent\"=%1 order by guid")
-                                                         .arg(sample)));
-    Exec(*c_, QStringLiteral("update \"LVResults\" set \"CalcType\"=null where guid=%1 and \"SampleIdent\"=%2")
-                  .arg(untyped)
-                  .arg(sample));
+    const int untyped = IntScalar(*c_, Fmt("select first 1 guid from \"LVResults\" where "
+                                           "\"SampleIdent\"=%1 order by guid",
+                                           sample));
+    Exec(*c_, Fmt("update \"LVResults\" set \"CalcType\"=null where guid=%1 and \"SampleIdent\"=%2", untyped, sample));
     grid.Refresh();
     grid.SelectGUID(untyped);
     ASSERT_EQ(grid.View()->currentIndex().data(kGuidRole).toInt(), untyped);
     const int shownUnder = rowsUnder(grid.View()->currentIndex().parent().data(kGuidRole).toInt());
     grid.DeleteSelected();
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1").arg(untyped)),
-              Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"<>%2")
-                              .arg(untyped)
-                              .arg(sample)));
+    EXPECT_EQ(
+        Scalar(*c_, Fmt("select count(*) from \"LVResults\" where guid=%1", untyped)),
+        Scalar(*c_, Fmt("select count(*) from \"LVResults\" where guid=%1 and \"SampleIdent\"<>%2", untyped, sample)));
     EXPECT_EQ(dialogs_.Calls().last().text, "Удалено результатов расчета: 1");
 
     // A row whose result somebody else deleted meanwhile stays, with a message: nothing was deleted here.
-    const int gone = static_cast<int>(Scalar(*c_, QStringLiteral("select first 1 guid from \"LVResults\" where "
-                                                                 "\"SampleIdent\"=%1 order by guid")
-                                                      .arg(sample)));
+    const int gone = IntScalar(*c_, Fmt("select first 1 guid from \"LVResults\" where "
+                                        "\"SampleIdent\"=%1 order by guid",
+                                        sample));
     grid.SelectGUID(gone);
     const QModelIndex goneParent = grid.View()->currentIndex().parent();
     const int goneSiblings = grid.Model()->rowCount(goneParent);
-    Exec(*c_, QStringLiteral("delete from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2").arg(gone).arg(sample));
+    Exec(*c_, Fmt("delete from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", gone, sample));
     grid.DeleteSelected();
     EXPECT_TRUE(dialogs_.Calls().last().text.endsWith("ничего не удалено"))
         << dialogs_.Calls().last().text.toStdString();
@@ -214,15 +203,14 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     EXPECT_TRUE(WorkbookTexts(file).contains("Сводные результаты расчета  "));
     EXPECT_EQ(GarbledTexts(file), QStringList());
 
-    const int before = static_cast<int>(
-        Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where \"SampleIdent\"=%1").arg(sample)));
+    const int before =
+        static_cast<int>(Scalar(*c_, Fmt("select count(*) from \"LVResults\" where \"SampleIdent\"=%1", sample)));
     grid.ClearTable();
     ASSERT_GE(dialogs_.Calls().size(), 2);
     EXPECT_EQ(dialogs_.Calls()[dialogs_.Calls().size() - 2].text,
               "Удалить все результаты расчетов за " + grid.Samples()->currentText() + "?");
-    EXPECT_EQ(dialogs_.Calls().last().text, QStringLiteral("Удалено результатов расчета: %1").arg(before));
-    EXPECT_EQ(Scalar(*c_, QStringLiteral("select count(*) from \"LVResults\" where \"SampleIdent\"=%1").arg(sample)),
-              0);
+    EXPECT_EQ(dialogs_.Calls().last().text, Fmt("Удалено результатов расчета: %1", before));
+    EXPECT_EQ(Scalar(*c_, Fmt("select count(*) from \"LVResults\" where \"SampleIdent\"=%1", sample)), 0);
     EXPECT_EQ(grid.Model()->rowCount(), 0);
     EXPECT_GT(Scalar(*c_, "select count(*) from \"LVResults\""), 0);  // the other samples stay
 

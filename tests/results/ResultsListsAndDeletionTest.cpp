@@ -7,17 +7,9 @@
 using namespace testing_support;
 
 namespace {
-class Results : public ::testing::Test {
+class Results : public DatabaseTest {
 protected:
-    void SetUp() override
-    {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-    }
-    double Db(const QString& sql) { return Scalar(*c_, sql); }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
+    void SetUp() override { OpenNew(true); }
 };
 
 // LV feeders under a supply centre, through ownership.
@@ -31,13 +23,12 @@ TEST_F(Results, DeletingAtACentreRemovesExactlyThatSampleAndTypeBeneathIt)
     const int sample = static_cast<int>(Db("select min(\"SampleIdent\") from \"LVResults\""));
     // Another run of type 1 for the same sample under the centre must stay.
     const int lv = static_cast<int>(Db(QString::fromUtf8(kUnderCenter).arg(center)));
-    Exec(*c_, QStringLiteral("insert into \"LVResults\" (\"Ident\", GUID, \"SampleIdent\", \"CalcType\") values "
-                             "(900001, %1, %2, 1)")
-                  .arg(lv)
-                  .arg(sample));
-    const QString under = QStringLiteral("select count(*) from \"LVResults\" where guid in (%1) and \"SampleIdent\"=%2 "
-                                         "and \"CalcType\"=%3")
-                              .arg(QString::fromUtf8(kUnderCenter).arg(center));
+    Exec(*c_, Fmt("insert into \"LVResults\" (\"Ident\", GUID, \"SampleIdent\", \"CalcType\") values "
+                  "(900001, %1, %2, 1)",
+                  lv, sample));
+    const QString under = Fmt("select count(*) from \"LVResults\" where guid in (%1) and \"SampleIdent\"=%2 "
+                              "and \"CalcType\"=%3",
+                              QString::fromUtf8(kUnderCenter).arg(center));
     const double all = Db("select count(*) from \"LVResults\"");
     const double target = Db(under.arg(sample).arg(0));
     const double balanceRows = Db("select count(*) from \"LVPResultsAdd\"");
@@ -76,7 +67,7 @@ TEST_F(Results, SamplesAndPeriodsWithResults)
 
     // Names of the hierarchy: only objects above feeders with results, with the names the tables hold.
     const int without = static_cast<int>(Db("select max(guid) from \"LVResults\""));
-    Exec(*c_, QStringLiteral("delete from \"LVResults\" where guid=%1").arg(without));
+    Exec(*c_, Fmt("delete from \"LVResults\" where guid=%1", without));
     const QHash<int, QString> withResults = NamesLV(*c_, 0, from, to), all = ObjectNamesLV(*c_);
     const int feeder = static_cast<int>(Db("select first 1 guid from \"LVResults\" order by guid"));
     EXPECT_FALSE(withResults.value(feeder).isEmpty());

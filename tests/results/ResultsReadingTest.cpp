@@ -111,11 +111,11 @@ TEST(ResultsReading, PeriodsLevelsAndTheSameTreeInsideAndOutsideATransaction)
     }
     // A feeder balanced by two districts, under the second one.
     const int shared =
-        static_cast<int>(Scalar(c, "select first 1 pa.\"Ident\" from \"LVPResultsAdd\" pa group by pa.\"Ident\" having "
-                                   "count(distinct pa.res) > 1"));
+        IntScalar(c, "select first 1 pa.\"Ident\" from \"LVPResultsAdd\" pa group by pa.\"Ident\" having "
+                     "count(distinct pa.res) > 1");
     ASSERT_GT(shared, 0) << "the demo network has feeders of two districts";
-    const int sharedRes = static_cast<int>(
-        Scalar(c, QStringLiteral("select max(res) from \"LVPResultsAdd\" where \"Ident\"=%1").arg(shared)));
+    const int sharedRes =
+        static_cast<int>(Scalar(c, Fmt("select max(res) from \"LVPResultsAdd\" where \"Ident\"=%1", shared)));
     objects << sharedRes;
     int trees = 0, nodes = 0;
     for (const TLVResultSample& sample : SamplesWithResultsLV(c, 0))

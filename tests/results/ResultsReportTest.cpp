@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSet>
 
 #include "host/Database.h"
@@ -83,7 +82,7 @@ TEST(ResultsReport, JsonLinesAndWorkbookFromTheCommandLine)
     {
         auto db = OpenDatabase(NewDemoDatabase(folder));
         path = db->ConnectionString();
-        root = static_cast<int>(Scalar(*db->GetDefaultConnection(), "select first 1 guid from \"AOEnergo\""));
+        root = IntScalar(*db->GetDefaultConnection(), "select first 1 guid from \"AOEnergo\"");
         for (const TSamplePeriodInfo& p : db->GetSamplePeriods()->Items())
             if (p.Name == "2025г.")
                 sample = p.Ident;
@@ -96,12 +95,10 @@ TEST(ResultsReport, JsonLinesAndWorkbookFromTheCommandLine)
     }  // the embedded engine serves one process at a time
 
     const QString book = folder.Path("итоги.xlsx");
-    QProcess p;
-    p.start(AppPath(), {"results", "--db", path, "--guid", QString::number(root), "--sample", QString::number(sample),
-                        "--json", "--xlsx", book});
-    ASSERT_TRUE(p.waitForFinished(120000));
-    ASSERT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
-    const QList<QByteArray> lines = p.readAllStandardOutput().split('\n');
+    const AppOutcome p = RunApp({"results", "--db", path, "--guid", QString::number(root), "--sample",
+                                 QString::number(sample), "--json", "--xlsx", book});
+    ASSERT_EQ(p.code, 0) << p.err.toStdString();
+    const QList<QByteArray> lines = p.out.toUtf8().split('\n');
     ASSERT_EQ(lines.size(), nodes + 1);
     const QJsonObject first = QJsonDocument::fromJson(lines[0]).object();
     EXPECT_EQ(first["Level"].toInt(), 0);
@@ -129,10 +126,8 @@ TEST(ResultsReport, JsonLinesAndWorkbookFromTheCommandLine)
     // that recalculates finds the values already cached.
     EXPECT_GT(ExpectFormulasAsRecalculated(book, 1), 500);
 
-    QProcess missing;
-    missing.start(AppPath(),
-                  {"results", "--db", path, "--guid", "987654", "--sample", QString::number(sample), "--json"});
-    ASSERT_TRUE(missing.waitForFinished(60000));
-    EXPECT_NE(missing.exitCode(), 0);
-    EXPECT_TRUE(QString::fromUtf8(missing.readAllStandardError()).contains("Не найден GUID"));
+    const AppOutcome missing =
+        RunApp({"results", "--db", path, "--guid", "987654", "--sample", QString::number(sample), "--json"});
+    EXPECT_NE(missing.code, 0);
+    EXPECT_TRUE(missing.err.contains("Не найден GUID"));
 }

@@ -16,24 +16,19 @@
 using namespace testing_support;
 
 namespace {
-class Tree : public ::testing::Test {
+class Tree : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(true);
         for (const TSamplePeriodInfo& p : db_->GetSamplePeriods()->Items())
             if (p.Name == "2024г.")
                 year_ = p;
     }
-    double Db(const QString& sql) { return Scalar(*c_, sql); }
     bool Open(TPesResultsLV& tree, int guid, QString& error)
     {
         return tree.Open(*c_, guid, 0, year_.SampleDate1, year_.SampleDate2, 1, error);
     }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     TSamplePeriodInfo year_;
 };
 
@@ -51,10 +46,10 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
     EXPECT_EQ(tree.Level(), 0);
     EXPECT_NEAR(tree.Record().GetValue(bfWa_gen, VariantTotal), Db(kSumOfYear.arg(year_.Ident).arg("")), 1e-6);
     // A feeder stands under each district it has blocks of, with that district's blocks.
-    const int lvCount = static_cast<int>(
-        Db(QStringLiteral("select count(*) from (select distinct mv.guid, pa.res from \"LVResults\" mv join "
-                          "\"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1)")
-               .arg(year_.Ident)));
+    const int lvCount =
+        static_cast<int>(Db(Fmt("select count(*) from (select distinct mv.guid, pa.res from \"LVResults\" mv join "
+                                "\"LVPResultsAdd\" pa on pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1)",
+                                year_.Ident)));
     int leaves = 0;
     tree.ForEach([&](TPesResultsLV& node) {
         if (node.ChildCount() == 0) {
@@ -62,8 +57,7 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
             EXPECT_EQ(node.Level(), 7);
             const int district = node.ParentNode(2)->GUID();
             EXPECT_NEAR(node.Record().GetValue(bfWa_gen, VariantTotal),
-                        Db(kSumOfYear.arg(year_.Ident)
-                               .arg(QStringLiteral("and mv.guid=%1 and wa.res=%2").arg(node.GUID()).arg(district))),
+                        Db(kSumOfYear.arg(year_.Ident).arg(Fmt("and mv.guid=%1 and wa.res=%2", node.GUID(), district))),
                         1e-9);
             return;
         }
@@ -123,9 +117,9 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
     TPesResultsLV tp(0, 0, {}, nullptr);
     ASSERT_TRUE(Open(tp, node, error));
     EXPECT_EQ(tp.Level(), 6);
-    EXPECT_EQ(tp.ChildCount(), static_cast<int>(Db(QStringLiteral("select count(*) from \"LVFiders\" where "
-                                                                  "\"OwnerGUID\"=%1")
-                                                       .arg(node))));
+    EXPECT_EQ(tp.ChildCount(), static_cast<int>(Db(Fmt("select count(*) from \"LVFiders\" where "
+                                                       "\"OwnerGUID\"=%1",
+                                                       node))));
     TPesResultsLV none(0, 0, {}, nullptr);
     EXPECT_FALSE(Open(none, 987654, error));
     EXPECT_EQ(error, "Не найден GUID");
@@ -135,10 +129,10 @@ TEST_F(Tree, TotalsAtEveryLevelAreTheSumsOfTheStoredRows)
 TEST_F(Tree, FeederWithTwoDistrictsHasOneRecordWithAListOfBlocks)
 {
     const int twoRes =
-        static_cast<int>(Db(QStringLiteral("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
-                                           "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
-                                           "having count(distinct pa.res) = 2 and count(*) = 4")
-                                .arg(year_.Ident)));
+        static_cast<int>(Db(Fmt("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
+                                "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
+                                "having count(distinct pa.res) = 2 and count(*) = 4",
+                                year_.Ident)));
     ASSERT_GT(twoRes, 0);
     TPesResultsLV tree(0, 0, {}, nullptr);
     QString error;
@@ -173,10 +167,10 @@ TEST_F(Tree, FeederWithTwoDistrictsHasOneRecordWithAListOfBlocks)
 
     // A feeder of one district: a list of one gives 1.
     const int oneRes =
-        static_cast<int>(Db(QStringLiteral("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
-                                           "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
-                                           "having count(distinct pa.res) = 1")
-                                .arg(year_.Ident)));
+        static_cast<int>(Db(Fmt("select first 1 mv.guid from \"LVResults\" mv join \"LVPResultsAdd\" pa on "
+                                "pa.\"Ident\"=mv.\"Ident\" where mv.\"SampleIdent\"=%1 group by mv.guid "
+                                "having count(distinct pa.res) = 1",
+                                year_.Ident)));
     TPesResultsLV single(0, 0, {}, nullptr);
     ASSERT_TRUE(Open(single, oneRes, error));
     EXPECT_EQ(single.Record().CountRes(), 1);
@@ -308,11 +302,9 @@ TEST_F(Tree, ProgressTextsAndMethodsOfTheLoadFactor)
 {
     // One feeder's result is stored without the form factor: its load factor comes from energy and power.
     const int feeder = static_cast<int>(
-        Db(QStringLiteral("select first 1 guid from \"LVResults\" where \"SampleIdent\"=%1 order by guid")
-               .arg(year_.Ident)));
-    Exec(*c_, QStringLiteral("update \"LVResults\" set \"sqrKfg\"=null where guid=%1 and \"SampleIdent\"=%2")
-                  .arg(feeder)
-                  .arg(year_.Ident));
+        Db(Fmt("select first 1 guid from \"LVResults\" where \"SampleIdent\"=%1 order by guid", year_.Ident)));
+    Exec(*c_,
+         Fmt("update \"LVResults\" set \"sqrKfg\"=null where guid=%1 and \"SampleIdent\"=%2", feeder, year_.Ident));
     RecordingProgress progress;
     host::SetProgress(&progress);
     TPesResultsLV tree(0, 0, {}, nullptr);
@@ -328,10 +320,9 @@ TEST_F(Tree, ProgressTextsAndMethodsOfTheLoadFactor)
     ASSERT_FALSE(counts.isEmpty());
     const auto last = filling.match(counts.last());
     EXPECT_EQ(last.captured(1), last.captured(2));
-    EXPECT_GE(last.captured(2).toInt(),
-              Db(QStringLiteral("select count(*) from \"LVPResultsAdd\" pa join \"LVResults\" mv on "
-                                "mv.\"Ident\"=pa.\"Ident\" where mv.\"SampleIdent\"=%1")
-                     .arg(year_.Ident)));
+    EXPECT_GE(last.captured(2).toInt(), Db(Fmt("select count(*) from \"LVPResultsAdd\" pa join \"LVResults\" mv on "
+                                               "mv.\"Ident\"=pa.\"Ident\" where mv.\"SampleIdent\"=%1",
+                                               year_.Ident)));
 
     TPesResultsLV* leaf = nullptr;
     TPesResultsLV* other = nullptr;
@@ -347,11 +338,10 @@ TEST_F(Tree, ProgressTextsAndMethodsOfTheLoadFactor)
     EXPECT_EQ(r.Mode, 2);
     EXPECT_EQ(r.MethodName(), "Метод числа часов наибольших потерь");
     // The fill factor the maximum-load run used: its hours of greatest load over the hours of the year.
-    EXPECT_NEAR(r.Kzap(),
-                Db(QStringLiteral("select \"Tmax\" / \"T\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2")
-                       .arg(feeder)
-                       .arg(year_.Ident)),
-                1e-12);
+    EXPECT_NEAR(
+        r.Kzap(),
+        Db(Fmt("select \"Tmax\" / \"T\" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_.Ident)),
+        1e-12);
     EXPECT_EQ(other->Record().Mode, 0);
     EXPECT_EQ(other->Record().MethodName(), "Метод средних нагрузок");
     EXPECT_EQ(tree.Record().MethodName(), "Различные методы");  // the utility sums results of both kinds
@@ -380,11 +370,9 @@ TEST_F(Tree, NormativeLossesOfEveryNode)
     tree.ForEach([&](TPesResultsLV& n) {
         if (n.Level() == 6 && !std::isnan(n.Record().Normative)) {
             ++withValue;
-            EXPECT_DOUBLE_EQ(n.Record().Normative,
-                             Db(QStringLiteral("select \"deltaWa\" from \"LVWResultsB\" where guid=%1 and "
-                                               "\"SampleIdent\"=%2")
-                                    .arg(n.GUID())
-                                    .arg(first.Ident)));
+            EXPECT_DOUBLE_EQ(n.Record().Normative, Db(Fmt("select \"deltaWa\" from \"LVWResultsB\" where guid=%1 and "
+                                                          "\"SampleIdent\"=%2",
+                                                          n.GUID(), first.Ident)));
             if (n.Parent()->Parent()->Parent()->Parent() != district)
                 substations += n.Record().Normative;
         }
@@ -401,14 +389,13 @@ TEST_F(Tree, NodesAreFoundByTheirPathTheirWorksheetRowAndTheirLevelAbove)
     // A feeder's path from the utility, read from the hierarchy tables.
     auto q = c_->NewQuery();
     q->SetSQLText(
-        QStringLiteral(
-            "select first 1 e.guid e, p.guid p, r.guid r, c.guid c, s.guid s, f.guid f, nod.guid nod, lf.guid lf "
+        Fmt("select first 1 e.guid e, p.guid p, r.guid r, c.guid c, s.guid s, f.guid f, nod.guid nod, lf.guid lf "
             "from \"LVFiders\" lf join \"LVResults\" mv on mv.guid=lf.guid and mv.\"SampleIdent\"=%1 join \"Nodes\" "
             "nod "
             "on nod.guid=lf.\"OwnerGUID\" join \"Fiders\" f on f.guid=nod.\"OwnerGUID\" join \"Sections\" s on "
             "s.guid=f.\"OwnerGUID\" join \"Centers\" c on c.guid=s.\"OwnerGUID\" join res r on r.guid=c.\"OwnerGUID\" "
-            "join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" order by lf.guid")
-            .arg(year_.Ident));
+            "join pes p on p.guid=r.\"OwnerGUID\" join \"AOEnergo\" e on e.guid=p.\"OwnerGUID\" order by lf.guid",
+            year_.Ident));
     q->Open();
     ASSERT_FALSE(q->Eof());
     const QList<int> path = {q->Int("P"), q->Int("R"),   q->Int("C"), q->Int("S"),

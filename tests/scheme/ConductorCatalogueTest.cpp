@@ -16,19 +16,15 @@ using namespace testing_support;
 using namespace scheme;
 
 namespace {
-class ConductorCatalogueTest : public ::testing::Test {
+class ConductorCatalogueTest : public DatabaseTest {
 protected:
-    void SetUp() override
-    {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-    }
+    void SetUp() override { OpenNew(false); }
     double Q(const QString& sql) { return Scalar(*c_, sql); }
 
     // A catalogue sheet written cell by cell, as a user would type it.
     QString Sheet(const std::vector<QStringList>& rows)
     {
-        const QString file = folder_.Path(QStringLiteral("provoda%1.xlsx").arg(++files_));
+        const QString file = folder_.Path(Fmt("provoda%1.xlsx", ++files_));
         lxw_workbook* book = workbook_new(file.toUtf8().constData());
         lxw_worksheet* sheet = workbook_add_worksheet(book, "Провода");
         for (size_t r = 0; r < rows.size(); ++r)
@@ -45,9 +41,6 @@ protected:
     }
     const QStringList captions_{"Марка", "Сечение, мм²", "r0, Ом/км", "x0, Ом/км", "Кабель", "Напряжение, кВ"};
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int files_ = 0;
 };
 }  // namespace
@@ -140,8 +133,7 @@ TEST_F(ConductorCatalogueTest, AWorkbookIsCheckedWholeThenAddsAndUpdatesBrands)
     QStringList conflicts;
     EXPECT_FALSE(TConductorStore(*c_).Import(edited, added, updated, error, false, &conflicts));
     ASSERT_EQ(conflicts.size(), 1);
-    EXPECT_TRUE(
-        conflicts[0].startsWith(QStringLiteral("строка %1, «А-35»: в базе после выгрузки книги r0 0,95").arg(a35)))
+    EXPECT_TRUE(conflicts[0].startsWith(Fmt("строка %1, «А-35»: в базе после выгрузки книги r0 0,95", a35)))
         << conflicts[0].toStdString();
     EXPECT_DOUBLE_EQ(Q("select \"R0\" from \"Provods\" where \"Ident\"=644"),
                      0.6);  // the other one is not stored either

@@ -52,7 +52,7 @@ TEST(SchemeCommandLine, ABlankDatabaseTakesASubstationAndItsSchemeWorkbook)
     const QString exported = folder.Path("out.xlsx");
     const Outcome out = Ozn3({"scheme", "export", "--db", db, "--node", guid, exported});
     ASSERT_EQ(out.code, 0) << out.err.toStdString();
-    EXPECT_EQ(out.out, QStringLiteral("Выгружено: участков 6, абонентов 2 в %1\n").arg(exported));
+    EXPECT_EQ(out.out, Fmt("Выгружено: участков 6, абонентов 2 в %1\n", exported));
     std::vector<scheme::TBookProblem> problems;
     EXPECT_EQ(scheme::ReadSchemeBookFile(exported, problems).Sections.size(), 6u);
     EXPECT_EQ(GarbledTexts(exported), QStringList());

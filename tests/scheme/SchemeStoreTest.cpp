@@ -22,12 +22,11 @@ using scheme_tests::Book;
 using scheme_tests::GoodBook;
 
 namespace {
-class SchemeStoreTest : public ::testing::Test {
+class SchemeStoreTest : public DatabaseTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewSchemaDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
+        OpenNew(false);
         QString error;
         tp_ = AddSubstation(*c_, "ТП-1", 0, error);
         ASSERT_GT(tp_, 0) << error.toStdString();
@@ -40,7 +39,7 @@ protected:
     // The book through a real file, as a user's workbook would come.
     TSchemeBook ThroughFile(const TSchemeBook& book)
     {
-        const QString file = folder_.Path(QStringLiteral("book%1.xlsx").arg(++files_));
+        const QString file = folder_.Path(Fmt("book%1.xlsx", ++files_));
         QString error;
         EXPECT_TRUE(WriteSchemeBook(file, book, error)) << error.toStdString();
         std::vector<TBookProblem> problems;
@@ -66,20 +65,16 @@ protected:
     {
         QStringList counts;
         for (const char* table : {"LVFiders", "LVNodes", "LVLines", "LVConsumers", "LVWLoads"})
-            counts << QString::number(Q(QStringLiteral("select count(*) from \"%1\"").arg(table)));
+            counts << QString::number(Q(Fmt("select count(*) from \"%1\"", table)));
         return counts.join(',');
     }
     int NodeGuid(const QString& name)
     {
-        return static_cast<int>(
-            Q(QStringLiteral("select n.guid from \"LVNodes\" n join \"LVFiders\" f on f.guid=n.\"OwnerGUID\" "
-                             "where f.\"Name\"='Л-1' and n.\"Name\"='%1'")
-                  .arg(name)));
+        return static_cast<int>(Q(Fmt("select n.guid from \"LVNodes\" n join \"LVFiders\" f on f.guid=n.\"OwnerGUID\" "
+                                      "where f.\"Name\"='Л-1' and n.\"Name\"='%1'",
+                                      name)));
     }
 
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
     int tp_ = 0, files_ = 0;
     TImportSummary summary_;
 };
@@ -92,7 +87,7 @@ TEST_F(SchemeStoreTest, ABlankDatabaseTakesAWorkbookThatTheCalculationAndTheTree
               "Загружено: линий 2 (новых 2), узлов 6, участков 6, абонентов 2, нагрузок интервала 1");
 
     const QString line = "select %1 from \"LVLines\" l join \"LVNodes\" n on n.guid=l.\"Node2\" where n.\"Name\"='%2'";
-    EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(tp_)), 2);
+    EXPECT_EQ(Q(Fmt("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1", tp_)), 2);
     EXPECT_DOUBLE_EQ(Q(line.arg("l.\"LineLength\"", "1")), 0.05);
     EXPECT_EQ(Q(line.arg("l.\"ProvodPhase\"", "1")), 644);  // А-50 of the default catalogue
     EXPECT_EQ(Q(line.arg("l.\"ProvodNull\"", "1")), 642);   // А-35
@@ -110,11 +105,10 @@ TEST_F(SchemeStoreTest, ABlankDatabaseTakesAWorkbookThatTheCalculationAndTheTree
     EXPECT_EQ(Q(node.arg("\"Kind\"", "4")), 2);
     EXPECT_EQ(Q(node.arg("\"Kind\"", "3")), 4);
     EXPECT_EQ(Q(node.arg("\"Owner\"", "5")), 1);  // "Не на балансе"
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w where w.\"SampleIdent\"=1 and w.guid=%1")
-                           .arg(NodeGuid("4"))),
-                     3.5005);  // 3500.5 kWh in thousand kWh
-    EXPECT_DOUBLE_EQ(Q(QStringLiteral("select \"Pust\" from \"LVConsumers\" where \"SampleIdent\"=1 and guid=%1")
-                           .arg(NodeGuid("4"))),
+    EXPECT_DOUBLE_EQ(
+        Q(Fmt("select w.\"Wa\" from \"LVWLoads\" w where w.\"SampleIdent\"=1 and w.guid=%1", NodeGuid("4"))),
+        3.5005);  // 3500.5 kWh in thousand kWh
+    EXPECT_DOUBLE_EQ(Q(Fmt("select \"Pust\" from \"LVConsumers\" where \"SampleIdent\"=1 and guid=%1", NodeGuid("4"))),
                      12);
 
     // The regime calculation reads what was stored as a tree with its consumers.
@@ -166,10 +160,8 @@ TEST_F(SchemeStoreTest, AnyProblemStoresNothingAndAStoredSchemeIsReplacedOnlyWhe
 
     // Another interval's energies of the consumers at "4" and "5"; then "5" leaves the scheme and "6" comes.
     const int node4 = NodeGuid("4"), node5 = NodeGuid("5");
-    Exec(*c_,
-         QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 2.5)").arg(node4));
-    Exec(*c_,
-         QStringLiteral("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 7.5)").arg(node5));
+    Exec(*c_, Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 2.5)", node4));
+    Exec(*c_, Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (2, %1, 7.5)", node5));
     Book changed;
     changed.S({"Л-1", "ТП", "1", "0.06", "А-50", "", "", "", "", "", ""})
         .S({"Л-1", "1", "4", "0.02", "А-35", "", "B", "", "", "", ""})
@@ -178,12 +170,10 @@ TEST_F(SchemeStoreTest, AnyProblemStoresNothingAndAStoredSchemeIsReplacedOnlyWhe
     ASSERT_TRUE(Import(changed.book, 1, true));
     EXPECT_EQ(summary_.Replaced, QStringList{"Л-1"});
     EXPECT_EQ(NodeGuid("4"), node4);  // a node that stays keeps its key
-    EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVNodes\" where guid=%1").arg(node5)), 0);
-    EXPECT_EQ(Q(QStringLiteral("select count(*) from \"LVWLoads\" where guid=%1").arg(node5)), 0);
-    EXPECT_DOUBLE_EQ(
-        Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=2 and guid=%1").arg(node4)), 2.5);
-    EXPECT_DOUBLE_EQ(
-        Q(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and guid=%1").arg(node4)), 4.0);
+    EXPECT_EQ(Q(Fmt("select count(*) from \"LVNodes\" where guid=%1", node5)), 0);
+    EXPECT_EQ(Q(Fmt("select count(*) from \"LVWLoads\" where guid=%1", node5)), 0);
+    EXPECT_DOUBLE_EQ(Q(Fmt("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=2 and guid=%1", node4)), 2.5);
+    EXPECT_DOUBLE_EQ(Q(Fmt("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and guid=%1", node4)), 4.0);
     EXPECT_EQ(
         Q("select count(*) from \"LVLines\" l join \"LVFiders\" f on f.guid=l.\"OwnerGUID\" where f.\"Name\"='Л-1'"),
         3);
@@ -198,24 +188,21 @@ TEST_F(SchemeStoreTest, ADemoSubstationExportedAndLoadedElsewhereGivesTheSameWor
     auto demo = OpenDatabase(NewDemoDatabase(demoFolder));
     ToznFDConnection& d = *demo->GetDefaultConnection();
     // The substation with the most sections, and the latest year.
-    const int tp =
-        static_cast<int>(Scalar(d, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
-                                   "lf.guid=l.\"OwnerGUID\" group by lf.\"OwnerGUID\" order by count(*) desc"));
-    const int year = static_cast<int>(Scalar(d, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    const int tp = IntScalar(d, "select first 1 lf.\"OwnerGUID\" from \"LVLines\" l join \"LVFiders\" lf on "
+                                "lf.guid=l.\"OwnerGUID\" group by lf.\"OwnerGUID\" order by count(*) desc");
+    const int year = IntScalar(d, "select max(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
     TSchemeBook first, second;
     QString error;
     ASSERT_TRUE(TSchemeStore(d).Export(tp, year, first, error)) << error.toStdString();
-    const int sections =
-        static_cast<int>(Scalar(d, QStringLiteral("select count(*) from \"LVLines\" l join \"LVFiders\" lf on "
-                                                  "lf.guid=l.\"OwnerGUID\" where lf.\"OwnerGUID\"=%1")
-                                       .arg(tp)));
+    const int sections = IntScalar(d, Fmt("select count(*) from \"LVLines\" l join \"LVFiders\" lf on "
+                                          "lf.guid=l.\"OwnerGUID\" where lf.\"OwnerGUID\"=%1",
+                                          tp));
     ASSERT_EQ(static_cast<int>(first.Sections.size()), sections);
     ASSERT_FALSE(first.Consumers.empty());
 
-    Exec(*c_, QStringLiteral(
-                  "insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
-                  "values (%1, 'Год', 1, '2023-01-01', '2024-01-01')")
-                  .arg(year));
+    Exec(*c_, Fmt("insert into \"SamplesDates\" (\"Ident\", \"Name\", \"Period\", \"SampleDate1\", \"SampleDate2\") "
+                  "values (%1, 'Год', 1, '2023-01-01', '2024-01-01')",
+                  year));
     ASSERT_TRUE(Import(first, year, false));
     EXPECT_EQ(summary_.Sections, sections);
     ASSERT_TRUE(TSchemeStore(*c_).Export(tp_, year, second, error)) << error.toStdString();

@@ -10,6 +10,7 @@
 #include "schemeui/SchemeUiFixture.h"
 
 using namespace schemeui;
+using testing_support::Fmt;
 
 namespace {
 const QString kMarka = QStringLiteral("Марка");
@@ -114,8 +115,8 @@ TEST_F(ConductorDialogUi, ProblemsOfTheRowsBlockSavingAndNothingIsStored)
     const auto at = [&](const QString& cell) {
         return std::count_if(problems.begin(), problems.end(), [&](const QString& p) { return p.startsWith(cell); });
     };
-    EXPECT_EQ(at(QStringLiteral("Провода!A%1:").arg(added + 1)), 1) << problems.join('\n').toStdString();
-    EXPECT_EQ(at(QStringLiteral("Провода!C%1:").arg(added + 1)), 1) << problems.join('\n').toStdString();
+    EXPECT_EQ(at(Fmt("Провода!A%1:", added + 1)), 1) << problems.join('\n').toStdString();
+    EXPECT_EQ(at(Fmt("Провода!C%1:", added + 1)), 1) << problems.join('\n').toStdString();
     EXPECT_TRUE(dialog_->isVisible());
     EXPECT_EQ(Db("select count(*) from \"Provods\""), count);
     EXPECT_DOUBLE_EQ(Db("select \"R0\" from \"Provods\" where \"Ident\"=5002"), 0.85);

@@ -16,6 +16,7 @@
 
 using namespace schemeui;
 using testing_support::CloseNextModal;
+using testing_support::Fmt;
 
 namespace {
 const QString kFrom = QStringLiteral("Узел начала");
@@ -136,7 +137,7 @@ TEST_F(SchemeEditorUi, AProblemBlocksSavingAndNothingIsStored)
 
     EXPECT_FALSE(editor->Save());
     // Rows numbered as the table shows them, columns by their captions.
-    const QString cell = QStringLiteral("Участки, строка %1, «Марка провода»:").arg(added + 1);
+    const QString cell = Fmt("Участки, строка %1, «Марка провода»:", added + 1);
     const QStringList problems = editor->Problems();
     ASSERT_EQ(problems.size(), 1) << problems.join('\n').toStdString();
     EXPECT_TRUE(problems[0].startsWith(cell)) << problems[0].toStdString();
@@ -161,7 +162,7 @@ TEST_F(SchemeEditorUi, AProblemBlocksSavingAndNothingIsStored)
     SetText(sections, opora1, kFrom, "Опора 2");
     EXPECT_FALSE(editor->Check());
     EXPECT_FALSE(editor->Save());
-    const QString loopCell = QStringLiteral("Участки, строка %1, «Узел начала»:").arg(std::min(opora1, opora2) + 1);
+    const QString loopCell = Fmt("Участки, строка %1, «Узел начала»:", std::min(opora1, opora2) + 1);
     const QStringList loop = editor->Problems();
     EXPECT_TRUE(std::any_of(loop.begin(), loop.end(), [&](const QString& p) { return p.startsWith(loopCell); }))
         << loop.join('\n').toStdString();
@@ -202,21 +203,17 @@ TEST_F(SchemeEditorUi, AValidSaveReplacesTheStoredScheme)
     // Nodes whose names stay keep their keys; the new node hangs off "Опора 2".
     const int opora3 =
         static_cast<int>(Db("select \"GUID\" from \"LVNodes\" where \"OwnerGUID\"=300 and \"Name\"='Опора 3'"));
-    EXPECT_EQ(Db(QStringLiteral("select \"Node1\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), kOpora2);
-    EXPECT_DOUBLE_EQ(Db(QStringLiteral("select \"LineLength\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), 0.03);
-    EXPECT_EQ(Db(QStringLiteral("select \"ProvodPhase\" from \"LVLines\" where \"Node2\"=%1").arg(opora3)), kA35);
+    EXPECT_EQ(Db(Fmt("select \"Node1\" from \"LVLines\" where \"Node2\"=%1", opora3)), kOpora2);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"LineLength\" from \"LVLines\" where \"Node2\"=%1", opora3)), 0.03);
+    EXPECT_EQ(Db(Fmt("select \"ProvodPhase\" from \"LVLines\" where \"Node2\"=%1", opora3)), kA35);
     EXPECT_DOUBLE_EQ(Db("select \"LineLength\" from \"LVLines\" where \"Node2\"=301"), 0.06);
     EXPECT_DOUBLE_EQ(Db("select \"LineLength\" from \"LVLines\" where \"Node2\"=302"), 0.04);  // shown as 0,04
     EXPECT_EQ(Db("select \"Node1\" from \"LVLines\" where \"Node2\"=303"), kOpora1);
     // The new consumer with its energy of the interval (thousand kWh), and the old one as it was.
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVNodes\" where \"GUID\"=%1 and \"ConsumerName\"='Петров'")
-                     .arg(opora3)),
-              1);
-    EXPECT_DOUBLE_EQ(
-        Db(QStringLiteral("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1").arg(opora3)), 2.5);
-    EXPECT_DOUBLE_EQ(
-        Db(QStringLiteral("select \"CosFi\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1").arg(opora3)),
-        0.9);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVNodes\" where \"GUID\"=%1 and \"ConsumerName\"='Петров'", opora3)), 1);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1", opora3)), 2.5);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select \"CosFi\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=%1", opora3)),
+                     0.9);
     EXPECT_DOUBLE_EQ(Db("select \"Wa\" from \"LVWLoads\" where \"SampleIdent\"=1 and \"GUID\"=303"), 1.2);
     // The tables show the stored scheme.
     EXPECT_EQ(sections->rowCount(), 4);
@@ -347,9 +344,9 @@ TEST_F(SchemeEditorUi, ANumberOutOfItsRangeIsNamedAsTheUserLeavesItsCell)
     SetText(sections, row, kLength, "-0,2");
     ASSERT_EQ(dialogs.Calls().size(), 1);
     EXPECT_EQ(dialogs.Calls()[0].text,
-              QStringLiteral("Значение не принято: Участки, строка %1, «Длина, км»: «-0,2» — число не меньше 0.\n"
-                             "Исправьте его или закройте схему без сохранения.")
-                  .arg(row + 1));
+              Fmt("Значение не принято: Участки, строка %1, «Длина, км»: «-0,2» — число не меньше 0.\n"
+                  "Исправьте его или закройте схему без сохранения.",
+                  row + 1));
     EXPECT_EQ(Text(sections, row, kLength), "-0,2");  // the typed text stays, marked
     EXPECT_EQ(sections->item(row, Column(sections, kLength))->background().color(), QColor(0xFF, 0xC7, 0xCE));
     SetText(consumers, 0, "cos φ", "1,5");

@@ -22,6 +22,7 @@
 
 using namespace schemeui;
 using testing_support::CloseNextModal;
+using testing_support::Fmt;
 
 namespace {
 // A section row of the workbook: feeder, near and far node, length, conductor; the rest left empty.
@@ -118,18 +119,16 @@ TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsI
     ASSERT_EQ(window_->SelectedPeriod(), kPeriod);
     ASSERT_EQ(Db("select count(*) from \"LVFiders\" where \"Name\"='Л-5 Новая' and \"OwnerGUID\"=200"), 1);
     const int fider = NewFeeder();
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(fider)), 2);
-    EXPECT_EQ(Db(QStringLiteral("select count(*) from \"LVNodes\" where \"OwnerGUID\"=%1").arg(fider)), 2);
-    EXPECT_EQ(
-        Db(QStringLiteral("select l.\"ProvodPhase\" from \"LVLines\" l join \"LVNodes\" n on n.\"GUID\"=l.\"Node2\" "
-                          "where n.\"OwnerGUID\"=%1 and n.\"Name\"='Ввод'")
-               .arg(fider)),
-        kCable120);
-    EXPECT_DOUBLE_EQ(
-        Db(QStringLiteral("select w.\"Wa\" from \"LVWLoads\" w join \"LVNodes\" n on n.\"GUID\"=w.\"GUID\" "
-                          "where n.\"OwnerGUID\"=%1 and w.\"SampleIdent\"=1")
-               .arg(fider)),
-        3.0);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", fider)), 2);
+    EXPECT_EQ(Db(Fmt("select count(*) from \"LVNodes\" where \"OwnerGUID\"=%1", fider)), 2);
+    EXPECT_EQ(Db(Fmt("select l.\"ProvodPhase\" from \"LVLines\" l join \"LVNodes\" n on n.\"GUID\"=l.\"Node2\" "
+                     "where n.\"OwnerGUID\"=%1 and n.\"Name\"='Ввод'",
+                     fider)),
+              kCable120);
+    EXPECT_DOUBLE_EQ(Db(Fmt("select w.\"Wa\" from \"LVWLoads\" w join \"LVNodes\" n on n.\"GUID\"=w.\"GUID\" "
+                            "where n.\"OwnerGUID\"=%1 and w.\"SampleIdent\"=1",
+                            fider)),
+                     3.0);
     ASSERT_FALSE(dialogs_.Calls().isEmpty());
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Information);
     EXPECT_TRUE(dialogs_.Calls().last().text.contains("ТП-1")) << dialogs_.Calls().last().text.toStdString();

@@ -20,14 +20,13 @@ inline constexpr int kAo = 100, kTp = 200, kFider = 300, kPeriod = 1;
 inline constexpr int kOpora1 = 301, kOpora2 = 302, kVvod1 = 303;
 inline constexpr int kA50 = 5001, kA35 = 5002, kCable120 = 5003;
 
-class SchemeUiTest : public ::testing::Test {
+class SchemeUiTest : public testing_support::DatabaseTest {
 protected:
     void SetUp() override
     {
         using testing_support::Exec;
-        db_ = testing_support::OpenDatabase(testing_support::NewSchemaDatabase(folder_));
+        OpenNew(false);
         ASSERT_TRUE(db_);
-        c_ = db_->GetDefaultConnection();
         SetCurrentDatabase(db_.get());
         for (const char* sql :
              {"set generator \"GUIDGen\" to 100000",
@@ -69,7 +68,6 @@ protected:
     }
     void TearDown() override { SetCurrentDatabase(nullptr); }
 
-    double Db(const QString& sql) { return testing_support::Scalar(*c_, sql); }
     // Rows and length of a feeder's stored scheme, to compare before and after.
     QString Stored(int fider)
     {
@@ -80,10 +78,6 @@ protected:
                 Db(QStringLiteral("select sum(\"LineLength\") from \"LVLines\" where \"OwnerGUID\"=%1").arg(fider)),
                 'g', 10));
     }
-
-    testing_support::TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
 };
 
 // The column of a table with this caption; -1 when there is none.

@@ -189,8 +189,8 @@ TEST_F(OnServer, TwoNormativeBatchesOnOverlappingSubtreesBothSaveEveryElement)
         ToznListItemCommon* top = database->GetTree()->GetItems(0);
         root = top->GetIdent();
         district = top->GetItems(0)->GetIdent();
-        year = static_cast<int>(Scalar(*database->GetDefaultConnection(),
-                                       "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        year = IntScalar(*database->GetDefaultConnection(),
+                         "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
     }
     const QString wholeLog = folder_.Path("whole.log"), partLog = folder_.Path("part.log");
     QProcess whole, part;
@@ -222,12 +222,8 @@ TEST_F(OnServer, TwoNormativeBatchesOnOverlappingSubtreesBothSaveEveryElement)
     for (const QString& line : wholeLines.filter(" - Расчет выполнен"))
         savedElements.insert(line.section(':', 0, 0));
     const int saved = static_cast<int>(savedElements.size());
-    EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)),
-              saved);
-    EXPECT_EQ(
-        Scalar(c,
-               QStringLiteral("select count(distinct guid) from \"LVWResultsB\" where \"SampleIdent\"=%1").arg(year)),
-        saved);
+    EXPECT_EQ(Scalar(c, Fmt("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1", year)), saved);
+    EXPECT_EQ(Scalar(c, Fmt("select count(distinct guid) from \"LVWResultsB\" where \"SampleIdent\"=%1", year)), saved);
 }
 
 TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
@@ -235,31 +231,28 @@ TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
     const QString db = DemoOnServer();
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
-    const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+    const int year = IntScalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
     // A substation with several feeders that have schemes.
-    const int tp = static_cast<int>(Scalar(c, "select first 1 f.\"OwnerGUID\" from \"LVFiders\" f where exists "
-                                              "(select 1 from \"LVLines\" l where l.\"OwnerGUID\"=f.guid) group by "
-                                              "f.\"OwnerGUID\" having count(*) >= 3 order by 1"));
+    const int tp = IntScalar(c, "select first 1 f.\"OwnerGUID\" from \"LVFiders\" f where exists "
+                                "(select 1 from \"LVLines\" l where l.\"OwnerGUID\"=f.guid) group by "
+                                "f.\"OwnerGUID\" having count(*) >= 3 order by 1");
     const QStringList run = {"regime",  "--db", db, "--node", QString::number(tp), "--sample", QString::number(year),
                              "--middle"};
     const Outcome first = Ozn3(run, admin_);
     ASSERT_EQ(first.code, 0) << first.err.toStdString();
-    const QString ofTp = QStringLiteral(" from \"LVResults\" r join \"LVFiders\" f on f.guid=r.guid where "
-                                        "f.\"OwnerGUID\"=%1 and r.\"SampleIdent\"=%2 ")
-                             .arg(tp)
-                             .arg(year);
-    const int feeders = static_cast<int>(Scalar(c, "select count(distinct r.guid)" + ofTp));
+    const QString ofTp = Fmt(" from \"LVResults\" r join \"LVFiders\" f on f.guid=r.guid where "
+                             "f.\"OwnerGUID\"=%1 and r.\"SampleIdent\"=%2 ",
+                             tp, year);
+    const int feeders = IntScalar(c, "select count(distinct r.guid)" + ofTp);
     ASSERT_GE(feeders, 2);
     EXPECT_EQ(Scalar(c, "select count(*)" + ofTp), feeders);  // one run each
-    const int held = static_cast<int>(Scalar(c, "select min(r.guid)" + ofTp));
-    const double former = Scalar(c, "select r.\"Ident\"" + ofTp + QStringLiteral("and r.guid=%1").arg(held));
+    const int held = IntScalar(c, "select min(r.guid)" + ofTp);
+    const double former = Scalar(c, "select r.\"Ident\"" + ofTp + Fmt("and r.guid=%1", held));
 
     // Another user changes that feeder's run and leaves the transaction open.
     auto other = database->NewConnection();
     other->StartTransaction(false);
-    Exec(*other, QStringLiteral("update \"LVResults\" set \"GUID\"=\"GUID\" where guid=%1 and \"SampleIdent\"=%2")
-                     .arg(held)
-                     .arg(year));
+    Exec(*other, Fmt("update \"LVResults\" set \"GUID\"=\"GUID\" where guid=%1 and \"SampleIdent\"=%2", held, year));
 
     const QString log = folder_.Path("regime.log");
     QElapsedTimer timer;
@@ -267,18 +260,18 @@ TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
     const Outcome second = Ozn3(run + QStringList{"--log", log}, admin_);
     const qint64 waited = timer.elapsed();
     EXPECT_EQ(second.code, 0) << second.err.toStdString();
-    EXPECT_TRUE(second.out.contains(QStringLiteral("отказано: 1 из %1").arg(feeders))) << second.out.toStdString();
+    EXPECT_TRUE(second.out.contains(Fmt("отказано: 1 из %1", feeders))) << second.out.toStdString();
     EXPECT_GE(waited,
               (1 + fider::TRegimeWriter::kWriteAttempts) * 5000 - 1000);  // the group's wait, then the feeder's own
     EXPECT_LT(waited, 60000);
     const QStringList lines = Lines(log);
     EXPECT_EQ(lines.size(), feeders);
-    EXPECT_EQ(lines.filter(QStringLiteral("(%1) - Ошибка записи в базу данных").arg(held)).size(), 1)
+    EXPECT_EQ(lines.filter(Fmt("(%1) - Ошибка записи в базу данных", held)).size(), 1)
         << lines.join('\n').toStdString();
     EXPECT_EQ(lines.filter(" - Рассчитана и сохранена").size(), feeders - 1);
     // The held feeder keeps its former run; the others have new ones, one each.
     EXPECT_EQ(Scalar(c, "select count(*)" + ofTp), feeders);
-    EXPECT_EQ(Scalar(c, "select r.\"Ident\"" + ofTp + QStringLiteral("and r.guid=%1").arg(held)), former);
+    EXPECT_EQ(Scalar(c, "select r.\"Ident\"" + ofTp + Fmt("and r.guid=%1", held)), former);
 
     // Ctrl-C while the batch waits for the held rows: it stops at once, not after the wait.
     QProcess third;
@@ -303,9 +296,8 @@ TEST_F(OnServer, OfTwoEditorsOfOneSampleTheSecondSaveIsRefused)
     auto first = OpenDatabase(db), second = OpenDatabase(db);
     ToznFDConnection& c1 = *first->GetDefaultConnection();
     ToznFDConnection& c2 = *second->GetDefaultConnection();
-    const int node =
-        static_cast<int>(Scalar(c1, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
-                                    "having count(*) >= 3 order by \"OwnerGUID\""));
+    const int node = IntScalar(c1, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                                   "having count(*) >= 3 order by \"OwnerGUID\"");
     auto open = [node](ToznFDConnection& c) {
         c.StartTransaction(false);
         auto form = std::make_unique<TLVFidersForm>(nullptr, c);
@@ -327,9 +319,8 @@ TEST_F(OnServer, OfTwoEditorsOfOneSampleTheSecondSaveIsRefused)
     };
     SetCurrentDatabase(first.get());
     edit(*one, "111");
-    const QString stored = QStringLiteral("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'")
-                               .arg(one->LVFider())
-                               .arg(one->CurrentDate().toString(Qt::ISODate));
+    const QString stored = Fmt("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'",
+                               one->LVFider(), one->CurrentDate().toString(Qt::ISODate));
     auto reader = first->NewConnection();
     EXPECT_DOUBLE_EQ(Scalar(*reader, stored), 111);
 
@@ -374,9 +365,9 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
     const QString db = DemoOnServer();
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
-    const int year = static_cast<int>(Scalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
-    const QString runs = QStringLiteral(" from \"LVResults\" r where r.\"SampleIdent\"=%1").arg(year);
-    const int before = static_cast<int>(Scalar(c, "select max(\"Ident\")" + runs));
+    const int year = IntScalar(c, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
+    const QString runs = Fmt(" from \"LVResults\" r where r.\"SampleIdent\"=%1", year);
+    const int before = IntScalar(c, "select max(\"Ident\")" + runs);
     const double feeders = Scalar(c, "select count(*)" + runs);
     const double withoutNodes =
         Scalar(c, "select count(*)" + runs +
@@ -410,7 +401,7 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
     }
 
     // The normative batch: the elements it logs as calculated have their results, whatever it was doing when killed.
-    Exec(c, QStringLiteral("update \"LVWResultsB\" set \"deltaWa\"=null where \"SampleIdent\"=%1").arg(year));
+    Exec(c, Fmt("update \"LVWResultsB\" set \"deltaWa\"=null where \"SampleIdent\"=%1", year));
     const QString normativeLog = folder_.Path("normative.log");
     killed = false;
     for (int attempt = 0; attempt < 5 && !killed; ++attempt) {
@@ -423,10 +414,9 @@ TEST_F(OnServer, AKilledBatchLeavesWholeRunsAndALogThatNeverClaimsMoreThanIsStor
     const QStringList calculated = Lines(normativeLog).filter(" - Расчет выполнен");
     ASSERT_FALSE(calculated.isEmpty()) << Lines(normativeLog).join('\n').toStdString();
     for (const QString& line : calculated)
-        EXPECT_EQ(Scalar(c, QStringLiteral("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and guid=%2 "
-                                           "and \"deltaWa\" is not null")
-                                .arg(year)
-                                .arg(line.section(':', 0, 0))),
+        EXPECT_EQ(Scalar(c, Fmt("select count(*) from \"LVWResultsB\" where \"SampleIdent\"=%1 and guid=%2 "
+                                "and \"deltaWa\" is not null",
+                                year, line.section(':', 0, 0))),
                   1)
             << line.toStdString();
 }
@@ -436,18 +426,16 @@ TEST_F(OnServer, ASchemeImportWaitsAFewSecondsForRowsAnotherUserHoldsAndThenChan
     const QString db = DemoOnServer();
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
-    const int feeder = static_cast<int>(Scalar(c, "select min(\"OwnerGUID\") from \"LVLines\""));
-    const QString tp =
-        QString::number(Scalar(c, QStringLiteral("select \"OwnerGUID\" from \"LVFiders\" where guid=%1").arg(feeder)));
+    const int feeder = IntScalar(c, "select min(\"OwnerGUID\") from \"LVLines\"");
+    const QString tp = QString::number(Scalar(c, Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     const QString book = folder_.Path("scheme.xlsx");
     ASSERT_EQ(Ozn3({"scheme", "export", "--db", db, "--node", tp, book}, admin_).code, 0);
-    const QString sections = QStringLiteral("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1").arg(feeder);
+    const QString sections = Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", feeder);
     const double stored = Scalar(c, sections);
 
     auto other = database->NewConnection();
     other->StartTransaction(false);
-    Exec(*other,
-         QStringLiteral("update \"LVLines\" set \"OwnerGUID\"=\"OwnerGUID\" where \"OwnerGUID\"=%1").arg(feeder));
+    Exec(*other, Fmt("update \"LVLines\" set \"OwnerGUID\"=\"OwnerGUID\" where \"OwnerGUID\"=%1", feeder));
     QElapsedTimer timer;
     timer.start();
     const Outcome held = Ozn3({"scheme", "import", book, "--db", db, "--node", tp, "--replace"}, admin_);
@@ -469,12 +457,11 @@ struct RunTotals {
 };
 RunTotals Totals(ToznFDConnection& c, int sample)
 {
-    const QString of = QStringLiteral(" from \"LVResults\" r where r.\"SampleIdent\"=%1").arg(sample);
-    return {Scalar(c, QStringLiteral("select sum(w.\"Wa_gen\") from \"LVWResultsAdd\" w join \"LVResults\" r on "
-                                     "r.\"Ident\"=w.\"Ident\" where r.\"SampleIdent\"=%1")
-                          .arg(sample)),
-            static_cast<int>(Scalar(c, "select count(*)" + of)),
-            static_cast<int>(Scalar(c, "select count(distinct r.guid)" + of))};
+    const QString of = Fmt(" from \"LVResults\" r where r.\"SampleIdent\"=%1", sample);
+    return {Scalar(c, Fmt("select sum(w.\"Wa_gen\") from \"LVWResultsAdd\" w join \"LVResults\" r on "
+                          "r.\"Ident\"=w.\"Ident\" where r.\"SampleIdent\"=%1",
+                          sample)),
+            IntScalar(c, "select count(*)" + of), IntScalar(c, "select count(distinct r.guid)" + of)};
 }
 }  // namespace
 
@@ -489,12 +476,12 @@ TEST_F(OnServer, TwoWritersOnOverlappingNodesLeaveOneRunPerFeederAndTheSumsOfOne
         ToznListItemCommon* pes = database->GetTree()->GetItems(0)->GetItems(0);
         enterprise = pes->GetIdent();
         district = pes->GetItems(0)->GetIdent();
-        year = static_cast<int>(Scalar(*database->GetDefaultConnection(),
-                                       "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1"));
+        year = IntScalar(*database->GetDefaultConnection(),
+                         "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
     }
     auto database = OpenDatabase(db);
     ToznFDConnection& c = *database->GetDefaultConnection();
-    Exec(c, QStringLiteral("delete from \"LVResults\" where \"SampleIdent\"=%1").arg(year));
+    Exec(c, Fmt("delete from \"LVResults\" where \"SampleIdent\"=%1", year));
     auto regime = [&](int node) {
         return QStringList{"regime",  "--db", db, "--node", QString::number(node), "--sample", QString::number(year),
                            "--middle"};
@@ -508,7 +495,7 @@ TEST_F(OnServer, TwoWritersOnOverlappingNodesLeaveOneRunPerFeederAndTheSumsOfOne
         EXPECT_EQ(b.code, 0) << b.err.toStdString();
         const RunTotals t = Totals(c, year);
         EXPECT_EQ(t.runs, t.feeders) << "round " << round;
-        EXPECT_TRUE(b.out.contains(QStringLiteral("Рассчитано линий: %1,").arg(t.runs))) << b.out.toStdString();
+        EXPECT_TRUE(b.out.contains(Fmt("Рассчитано линий: %1,", t.runs))) << b.out.toStdString();
     }
     const RunTotals together = Totals(c, year);
     // One batch alone gives the same sums.

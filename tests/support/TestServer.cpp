@@ -14,6 +14,8 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 
+#include "support/TestSupport.h"
+
 namespace testing_support {
 
 namespace {
@@ -23,7 +25,7 @@ const char* const kServerBinary = "/usr/sbin/firebird";
 QString MessageFile()
 {
     for (const QString& lib : QDir(QStringLiteral("/usr/lib")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        const QString candidate = QStringLiteral("/usr/lib/%1/firebird/3.0/firebird.msg").arg(lib);
+        const QString candidate = Fmt("/usr/lib/%1/firebird/3.0/firebird.msg", lib);
         if (QFileInfo::exists(candidate))
             return candidate;
     }
@@ -77,8 +79,8 @@ void DieWithParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 std::unique_ptr<TestServer> TestServer::Start(QString& error)
 {
     if (!QFileInfo::exists(QString::fromLatin1(kServerBinary))) {
-        error = QStringLiteral("the Firebird server is not installed (%1); run scripts/bootstrap")
-                    .arg(QString::fromLatin1(kServerBinary));
+        error =
+            Fmt("the Firebird server is not installed (%1); run scripts/bootstrap", QString::fromLatin1(kServerBinary));
         return nullptr;
     }
     std::unique_ptr<TestServer> server(new TestServer);
@@ -107,19 +109,17 @@ bool TestServer::Launch(QString& error)
     QFile::remove(dir + QStringLiteral("/firebird.msg"));
     QFile::remove(dir + QStringLiteral("/security.fdb"));
     QFile::link(message, dir + QStringLiteral("/firebird.msg"));
-    const bool configured =
-        WriteText(dir + QStringLiteral("/firebird.conf"), QStringLiteral("RemoteBindAddress = 127.0.0.1\n"
-                                                                         "RemoteServicePort = %1\n"
-                                                                         "SecurityDatabase = %2/security.fdb\n"
-                                                                         "AuthServer = Srp\n"
-                                                                         "UserManager = Srp\n"
-                                                                         "ServerMode = Super\n")
-                                                              .arg(port_)
-                                                              .arg(dir)) &&
-        WriteText(dir + QStringLiteral("/databases.conf"), QString()) &&
-        WriteText(dir + QStringLiteral("/plugins.conf"), QString());
+    const bool configured = WriteText(dir + QStringLiteral("/firebird.conf"), Fmt("RemoteBindAddress = 127.0.0.1\n"
+                                                                                  "RemoteServicePort = %1\n"
+                                                                                  "SecurityDatabase = %2/security.fdb\n"
+                                                                                  "AuthServer = Srp\n"
+                                                                                  "UserManager = Srp\n"
+                                                                                  "ServerMode = Super\n",
+                                                                                  port_, dir)) &&
+                            WriteText(dir + QStringLiteral("/databases.conf"), QString()) &&
+                            WriteText(dir + QStringLiteral("/plugins.conf"), QString());
     if (!configured) {
-        error = QStringLiteral("cannot write the server's configuration in %1").arg(dir);
+        error = Fmt("cannot write the server's configuration in %1", dir);
         return false;
     }
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -149,7 +149,7 @@ bool TestServer::Launch(QString& error)
     process_.setChildProcessModifier(DieWithParent);
     process_.start(QString::fromLatin1(kServerBinary), {});
     if (!process_.waitForStarted(10000)) {
-        error = QStringLiteral("the server did not start: %1").arg(process_.errorString());
+        error = Fmt("the server did not start: %1", process_.errorString());
         return false;
     }
     // Ready once it accepts connections.
@@ -160,9 +160,7 @@ bool TestServer::Launch(QString& error)
             return true;
         QThread::msleep(50);
     }
-    error = QStringLiteral("the server on port %1 does not answer: %2")
-                .arg(port_)
-                .arg(QString::fromUtf8(process_.readAll()));
+    error = Fmt("the server on port %1 does not answer: %2", port_, QString::fromUtf8(process_.readAll()));
     process_.kill();
     process_.waitForFinished(5000);
     return false;
@@ -180,10 +178,7 @@ TestServer::~TestServer()
     }
 }
 
-QString TestServer::Address(const QString& path) const
-{
-    return QStringLiteral("127.0.0.1/%1:%2").arg(port_).arg(path);
-}
+QString TestServer::Address(const QString& path) const { return Fmt("127.0.0.1/%1:%2", port_, path); }
 
 QProcessEnvironment TestServer::Environment(const QString& user, const QString& password) const
 {

@@ -133,10 +133,10 @@ namespace {
 // Puts a cell's content (" t=…><…></c>", empty to clear it) in place of a cell, adding the cell when missing.
 void PutCell(const QString& workbook, int sheet, const QString& address, const QString& typed)
 {
-    const QString part = QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet);
+    const QString part = Fmt("xl/worksheets/sheet%1.xml", sheet);
     QString xml = QString::fromUtf8(ReadZipEntry(workbook, part));
     const bool clear = typed.isEmpty();
-    const QRegularExpression cell(QStringLiteral("<c r=\"%1\"([^>]*?)(/>|>.*?</c>)").arg(address),
+    const QRegularExpression cell(Fmt("<c r=\"%1\"([^>]*?)(/>|>.*?</c>)", address),
                                   QRegularExpression::DotMatchesEverythingOption);
     const auto m = cell.match(xml);
     if (m.hasMatch()) {
@@ -148,8 +148,8 @@ void PutCell(const QString& workbook, int sheet, const QString& address, const Q
         // A cell the workbook did not write: into its row, or into a new row at the end of the sheet.
         ASSERT_FALSE(clear) << address.toStdString();
         const QString row = QString(address).remove(QRegularExpression(QStringLiteral("^[A-Z]+")));
-        const QString newCell = QStringLiteral("<c r=\"%1\"").arg(address) + typed;
-        const QRegularExpression rowEnd(QStringLiteral("(<row r=\"%1\"[^>]*>.*?)(</row>)").arg(row),
+        const QString newCell = Fmt("<c r=\"%1\"", address) + typed;
+        const QRegularExpression rowEnd(Fmt("(<row r=\"%1\"[^>]*>.*?)(</row>)", row),
                                         QRegularExpression::DotMatchesEverythingOption);
         const auto r = rowEnd.match(xml);
         if (r.hasMatch())
@@ -165,13 +165,12 @@ void PutCell(const QString& workbook, int sheet, const QString& address, const Q
 void TypeTextIntoCell(const QString& workbook, int sheet, const QString& address, const QString& text)
 {
     PutCell(workbook, sheet, address,
-            text.isEmpty() ? QString()
-                           : QStringLiteral(" t=\"inlineStr\"><is><t>%1</t></is></c>").arg(text.toHtmlEscaped()));
+            text.isEmpty() ? QString() : Fmt(" t=\"inlineStr\"><is><t>%1</t></is></c>", text.toHtmlEscaped()));
 }
 
 void TypeNumberIntoCell(const QString& workbook, int sheet, const QString& address, double value)
 {
-    PutCell(workbook, sheet, address, QStringLiteral("><v>%1</v></c>").arg(QString::number(value, 'g', 17)));
+    PutCell(workbook, sheet, address, Fmt("><v>%1</v></c>", QString::number(value, 'g', 17)));
 }
 
 QStringList GarbledTexts(const QString& workbook)
@@ -219,7 +218,7 @@ QString WorkbookTexts(const QString& workbook)
     QStringList texts;
     QStringList parts{QStringLiteral("xl/sharedStrings.xml")};
     for (int sheet = 1; sheet <= 20; ++sheet)
-        parts << QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet);
+        parts << Fmt("xl/worksheets/sheet%1.xml", sheet);
     for (const QString& part : parts)
         for (auto it = text.globalMatch(QString::fromUtf8(ReadZipEntry(workbook, part))); it.hasNext();)
             texts << Unescape(it.next().captured(1));
@@ -234,8 +233,7 @@ QHash<QString, CachedFormula> WorksheetCells(const QString& workbook, int sheet)
                                          QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression f(QStringLiteral("<f[^>]*>([^<]*)</f>")), v(QStringLiteral("<v>([^<]*)</v>"));
     static const QRegularExpression type(QStringLiteral("t=\"([a-z]+)\""));
-    const QString xml =
-        QString::fromUtf8(ReadZipEntry(workbook, QStringLiteral("xl/worksheets/sheet%1.xml").arg(sheet)));
+    const QString xml = QString::fromUtf8(ReadZipEntry(workbook, Fmt("xl/worksheets/sheet%1.xml", sheet)));
     for (auto it = cell.globalMatch(xml); it.hasNext();) {
         const auto m = it.next();
         CachedFormula c;
@@ -349,10 +347,32 @@ int ExpectFormulasAsRecalculated(const QString& workbook, int sheet)
 QString PluginPath() { return QStringLiteral(OZN3_PLUGIN_PATH); }
 QString AppPath() { return QStringLiteral(OZN3_APP_PATH); }
 
-AppOutcome RunApp(const QStringList& args)
+DatabaseTest::~DatabaseTest() = default;
+
+void DatabaseTest::OpenNew(bool demo)
+{
+    db_ = OpenDatabase(demo ? NewDemoDatabase(folder_) : NewSchemaDatabase(folder_));
+    c_ = db_->GetDefaultConnection();
+}
+
+EnvChanges NoDisplayNoUser()
+{
+    return {{"DISPLAY", {}}, {"WAYLAND_DISPLAY", {}}, {"ISC_USER", {}}, {"ISC_PASSWORD", {}}};
+}
+
+AppOutcome RunApp(const QStringList& args, const EnvChanges& env, const QByteArray& input)
 {
     QProcess p;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const auto& [name, value] : env)
+        if (value.isNull())
+            environment.remove(name);
+        else
+            environment.insert(name, value);
+    p.setProcessEnvironment(environment);
     p.start(AppPath(), args);
+    p.write(input);
+    p.closeWriteChannel();
     EXPECT_TRUE(p.waitForFinished(120000)) << args.join(' ').toStdString();
     return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
 }

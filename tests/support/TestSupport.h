@@ -1,4 +1,6 @@
 #pragma once
+#include <gtest/gtest.h>
+
 #include <QDir>
 #include <QHash>
 #include <QString>
@@ -38,10 +40,22 @@ QString NewFormerSchemaDatabase(const TempFolder& folder, const QString& name = 
 // Opens a database or fails the test.
 std::unique_ptr<TfdbDatabase> OpenDatabase(const QString& path);
 
+// A text with its %1, %2… filled in order, as chained QString::arg calls fill them.
+template <class... Args> QString Fmt(const QString& text, const Args&... args)
+{
+    QString out = text;
+    ((out = out.arg(args)), ...);
+    return out;
+}
+
 // Runs a statement that writes.
 void Exec(ToznFDConnection& connection, const QString& sql);
 // The first value of the first row of a select (0 for NULL, -999 when there is no row).
 double Scalar(ToznFDConnection& connection, const QString& sql);
+inline int IntScalar(ToznFDConnection& connection, const QString& sql)
+{
+    return static_cast<int>(Scalar(connection, sql));
+}
 
 // One entry of a zip archive (a part of an .xlsx workbook); empty when missing.
 QByteArray ReadZipEntry(const QString& archive, const QString& entry);
@@ -78,12 +92,28 @@ int ExpectFormulasAsRecalculated(const QString& workbook, int sheet);
 QString PluginPath();
 // The host application's binary.
 QString AppPath();
-// Runs the host application with arguments and waits for it (two minutes at most).
+// Runs the host application with arguments and waits for it (two minutes at most). The environment is the
+// test's own with the changes given (a null value removes a variable); the input is written to the standard input,
+// which is then closed.
 struct AppOutcome {
     int code;
     QString out, err;
 };
-AppOutcome RunApp(const QStringList& args);
+using EnvChanges = QList<std::pair<QString, QString>>;
+AppOutcome RunApp(const QStringList& args, const EnvChanges& env = {}, const QByteArray& input = {});
+// The environment of a run of the application without a display and without the engine's user names.
+EnvChanges NoDisplayNoUser();
+
+// A test on a database of its own, made fresh for it: the schema alone or the small demo network.
+class DatabaseTest : public ::testing::Test {
+protected:
+    ~DatabaseTest() override;
+    void OpenNew(bool demo);
+    double Db(const QString& sql) { return Scalar(*c_, sql); }
+    TempFolder folder_;
+    std::unique_ptr<TfdbDatabase> db_;
+    ToznFDConnection* c_ = nullptr;
+};
 
 // A progress display that keeps every text it is shown.
 struct RecordingProgress : host::Progress {
