@@ -43,7 +43,11 @@ void TEditConstraints::AddContraints(QLineEdit* control, const QString& caption,
             order_.removeAll(control);
         });
     }
-    entries_.insert(control, Entry{caption, rule, required});
+    Entry entry;
+    entry.caption = caption;
+    entry.rule = rule;
+    entry.required = required;
+    entries_.insert(control, entry);
     if (auto* numeric = qobject_cast<TNumericEdit*>(control); numeric && std::isfinite(rule.max))
         numeric->SetMaxValue(std::min(numeric->MaxValue(), rule.max));
 }
