@@ -43,6 +43,21 @@ bool parseMode(const QString& text, fider::TLoadMode& mode)
     return true;
 }
 
+// Two batches of one command as one: what each stored and refused, the failure or stop of the later one.
+fider::TRegimeBatchResult Combined(const fider::TRegimeBatchResult& first, const fider::TRegimeBatchResult& second)
+{
+    fider::TRegimeBatchResult r = second;
+    r.Calculated += first.Calculated;
+    r.Refused += first.Refused;
+    r.NotStored += first.NotStored;
+    r.Rows += first.Rows;
+    r.ReadSeconds += first.ReadSeconds;
+    r.Seconds += first.Seconds;
+    if (r.LastStored.isEmpty())
+        r.LastStored = first.LastStored;
+    return r;
+}
+
 QString fiderTitle(const fider::TFiderJob& job)
 {
     return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid);
@@ -195,9 +210,24 @@ int Regime(const QStringList& args)
     g_stop = false;
     std::signal(SIGINT, onStop);
     std::signal(SIGTERM, onStop);
-    const bool byProfiles = request.Mode == fider::TLoadMode::Profiles;
-    const fider::TRegimeBatchResult result = byProfiles ? profiles::RunProfileBatch(*database, fiders, request, events)
-                                                        : fider::RunRegimeBatch(*database, fiders, request, events);
+    // Without --mode each feeder follows the mode its regime dialog keeps: those kept "by profiles" go to the
+    // profile batch after the others.
+    QList<int> stepwise, single;
+    const QSet<int> keptByProfiles = request.Mode ? QSet<int>()
+                                                  : profiles::FidersStoredByProfiles(*database->GetDefaultConnection(),
+                                                                                     sample, request.Regime, fiders);
+    for (int guid : fiders)
+        (request.Mode == fider::TLoadMode::Profiles || keptByProfiles.contains(guid) ? stepwise : single) << guid;
+    const bool byProfiles = !stepwise.isEmpty();
+    fider::TRegimeBatchResult result;
+    if (!single.isEmpty())
+        result = fider::RunRegimeBatch(*database, single, request, events);
+    if (byProfiles && result.Failure.isEmpty() && !result.Cancelled) {
+        fider::TRegimeRequest stepRequest = request;
+        stepRequest.Mode = fider::TLoadMode::Profiles;
+        result = Combined(result, profiles::RunProfileBatch(*database, stepwise, stepRequest, events));
+    }
+    result.Total = static_cast<int>(fiders.size());
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     bar.Finish();

@@ -161,6 +161,24 @@ TEST(ProfileBatch, EveryDemoFeederByProfilesKeepsTheBalanceAndTheMethodsAddUpOve
     const AppOutcome loads = RunApp({"regime", "--db", path, "--node", QString::number(root), "--sample",
                                      QString::number(sample), "--middle", "--mode", "loads"});
     ASSERT_EQ(loads.code, 0) << loads.err.toStdString();
+    {
+        auto db = OpenDatabase(path);
+        EXPECT_EQ(Scalar(*db->GetDefaultConnection(), R"(select count(*) from "LVProfileRuns")"), 0);
+        // One feeder's regime dialog keeps "По графикам нагрузки" (sample type 2) for the mean-load regime.
+        Exec(*db->GetDefaultConnection(),
+             Fmt(R"(insert into "LVCalcParams" (guid, "Regime", "Level", "SampleIdent", "SampleType") )"
+                 R"(values (%1, 0, 0, %2, 2))",
+                 someFeeder, sample));
+    }
+    // Without --mode each feeder follows its own: that one by profiles, the others by their loads.
+    const AppOutcome own = RunApp(
+        {"regime", "--db", path, "--node", QString::number(root), "--sample", QString::number(sample), "--middle"});
+    ASSERT_EQ(own.code, 0) << own.err.toStdString();
     auto db = OpenDatabase(path);
-    EXPECT_EQ(Scalar(*db->GetDefaultConnection(), R"(select count(*) from "LVProfileRuns")"), 0);
+    ToznFDConnection& c = *db->GetDefaultConnection();
+    EXPECT_EQ(Scalar(c, Fmt(R"(select count(*) from "LVResults" where "SampleIdent"=%1 and "LoadMode"=3)", sample)), 1);
+    EXPECT_EQ(
+        Scalar(c, Fmt(R"(select "LoadMode" from "LVResults" where "SampleIdent"=%1 and guid=%2)", sample, someFeeder)),
+        3);
+    EXPECT_EQ(Scalar(c, R"(select count(*) from "LVProfileRuns")"), 1);
 }

@@ -310,4 +310,21 @@ TRegimeBatchResult RunProfileBatch(ToznFDConnection& connection, double defaultC
     return result;
 }
 
+QSet<int> FidersStoredByProfiles(ToznFDConnection& connection, int sampleIdent, fider::TRegimeKind regime,
+                                 const QList<int>& fiders)
+{
+    const QSet<int> wanted(fiders.begin(), fiders.end());
+    QSet<int> found;
+    auto q = connection.NewQuery();
+    q->SetSQLText(QStringLiteral(R"(select p.guid from "LVCalcParams" p where p."Regime"=:Regime and p."Level"=0 )"
+                                 R"(and p."SampleIdent"=:SampleIdent and p."SampleType"=:SampleType)"));
+    q->ParamByName(QStringLiteral("Regime"), static_cast<int>(regime))
+        .ParamByName(QStringLiteral("SampleIdent"), sampleIdent)
+        .ParamByName(QStringLiteral("SampleType"), fider::kProfilesSampleType);
+    for (q->Open(); !q->Eof(); q->Next())
+        if (const int guid = q->Int(QStringLiteral("GUID")); wanted.contains(guid))
+            found.insert(guid);
+    return found;
+}
+
 }  // namespace profiles
