@@ -6,14 +6,14 @@ namespace {
 bool isOption(const QString& word) { return word.startsWith(QLatin1String("--")); }
 }  // namespace
 
-bool TArgs::Parse(const QStringList& args, int first, const TOptionSpec& spec, QString& error)
+bool TArgs::Parse(const QStringList& args, int first, const TOptionKinds& kinds, QString& error)
 {
     values_.clear();
     positionals_.clear();
     for (int i = first; i < args.size(); ++i) {
         const QString& word = args.at(i);
         if (!isOption(word) || word == QLatin1String("--")) {
-            if (positionals_.size() >= spec.positionals) {
+            if (positionals_.size() >= kinds.positionals) {
                 error = QStringLiteral("Лишний аргумент: %1").arg(word);
                 return false;
             }
@@ -24,17 +24,17 @@ bool TArgs::Parse(const QStringList& args, int first, const TOptionSpec& spec, Q
             error = QStringLiteral("Параметр %1 указан дважды").arg(word);
             return false;
         }
-        if (spec.flags.contains(word)) {
+        if (kinds.flags.contains(word)) {
             values_.insert(word, {});
-        } else if (spec.valued.contains(word)) {
+        } else if (kinds.valued.contains(word)) {
             // A value may itself begin with a dash ("--year -1"), but not be another option of the command.
-            if (i + 1 >= args.size() || spec.valued.contains(args.at(i + 1)) || spec.flags.contains(args.at(i + 1)) ||
-                spec.multi.contains(args.at(i + 1))) {
+            if (i + 1 >= args.size() || kinds.valued.contains(args.at(i + 1)) || kinds.flags.contains(args.at(i + 1)) ||
+                kinds.multi.contains(args.at(i + 1))) {
                 error = QStringLiteral("После %1 нужно значение").arg(word);
                 return false;
             }
             values_.insert(word, {args.at(++i)});
-        } else if (spec.multi.contains(word)) {
+        } else if (kinds.multi.contains(word)) {
             QStringList values;
             while (i + 1 < args.size() && !isOption(args.at(i + 1)))
                 values << args.at(++i);

@@ -7,7 +7,7 @@
 
 namespace cli {
 
-struct TOptionSpec {
+struct TOptionKinds {
     QStringList valued;   // "--db X"
     QStringList multi;    // "--right 12 13": every word up to the next option
     QStringList flags;    // "--json"
@@ -17,7 +17,7 @@ struct TOptionSpec {
 class TArgs {
 public:
     // Reads `args` from `first` on (the command words before it); false with a message.
-    bool Parse(const QStringList& args, int first, const TOptionSpec& spec, QString& error);
+    bool Parse(const QStringList& args, int first, const TOptionKinds& kinds, QString& error);
     bool Has(const QString& option) const { return values_.contains(option); }
     QString Value(const QString& option) const { return values_.value(option).value(0); }
     QStringList Values(const QString& option) const { return values_.value(option); }

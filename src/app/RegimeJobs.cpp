@@ -58,11 +58,6 @@ fider::TRegimeBatchResult Combined(const fider::TRegimeBatchResult& first, const
     return r;
 }
 
-QString fiderTitle(const fider::TFiderJob& job)
-{
-    return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid);
-}
-
 QString number(double value, int decimals)
 {
     return std::isfinite(value) ? QString::number(value, 'f', decimals) : QStringLiteral("—");
@@ -187,7 +182,7 @@ int Regime(const QStringList& args)
     };
     events.Refused = [&](const fider::TFiderJob& job, const QStringList& problems) {
         for (const QString& p : problems)
-            log.Line(fiderTitle(job) + QStringLiteral(" - ") + p);
+            log.Line(fider::FiderTitle(job) + QStringLiteral(" - ") + p);
         if (json) {
             const QByteArray line = fider::RefusedJson(job.Fider, problems) + '\n';
             std::fwrite(line.constData(), 1, line.size(), stdout);
@@ -195,14 +190,14 @@ int Regime(const QStringList& args)
     };
     events.Stored = [&](const fider::TFiderJob& job, const fider::TCalcWInfoHHCommon& run, int ident) {
         bar.SetText(job.Fider.Name);
-        log.Line(fiderTitle(job) + QStringLiteral(" - Рассчитана и сохранена"));
+        log.Line(fider::FiderTitle(job) + QStringLiteral(" - Рассчитана и сохранена"));
         if (json) {
             const QByteArray line = fider::RegimeJson(job.Fider, run, ident) + '\n';
             std::fwrite(line.constData(), 1, line.size(), stdout);
         }
     };
     events.NotStored = [&](const fider::TFiderJob& job, const QString& reason) {
-        log.Line(fiderTitle(job) + QStringLiteral(" - ") + reason);
+        log.Line(fider::FiderTitle(job) + QStringLiteral(" - ") + reason);
     };
     events.Cancelled = [] { return g_stop.load(); };
     events.StopWaiting = [] { return g_stop.load(); };

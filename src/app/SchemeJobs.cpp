@@ -61,10 +61,10 @@ struct SchemeCommand {
     int node = 0, sample = 0;
     TArgs args;
     std::unique_ptr<TfdbDatabase> database;
-    int Parse(const QStringList& words, const TOptionSpec& spec, const char* usage, bool scheme = true)
+    int Parse(const QStringList& words, const TOptionKinds& kinds, const char* usage, bool scheme = true)
     {
         QString error;
-        if (!args.Parse(words, 2, spec, error) || args.PositionalCount() != 1 || !args.Has(QStringLiteral("--db")))
+        if (!args.Parse(words, 2, kinds, error) || args.PositionalCount() != 1 || !args.Has(QStringLiteral("--db")))
             return Usage(error.isEmpty() && !args.Has(QStringLiteral("--db")) && args.PositionalCount() == 1
                              ? QStringLiteral("Не указана база данных (--db)")
                              : error,

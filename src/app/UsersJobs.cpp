@@ -64,11 +64,11 @@ int Users(const QStringList& args)
     }
     TArgs a;
     QString parseError;
-    const TOptionSpec spec = list ? TOptionSpec{{"--db"}, {}, {}, 0}
-                             : action == QLatin1String("grant")
-                                 ? TOptionSpec{{"--db", "--role", "--password"}, {"--right"}, {}, 1}
-                                 : TOptionSpec{{"--db", "--role"}, {"--right"}, {}, 1};
-    if (!a.Parse(args, list ? 1 : 2, spec, parseError)) {
+    const TOptionKinds kinds = list ? TOptionKinds{{"--db"}, {}, {}, 0}
+                               : action == QLatin1String("grant")
+                                   ? TOptionKinds{{"--db", "--role", "--password"}, {"--right"}, {}, 1}
+                                   : TOptionKinds{{"--db", "--role"}, {"--right"}, {}, 1};
+    if (!a.Parse(args, list ? 1 : 2, kinds, parseError)) {
         err(parseError + QLatin1Char('\n') + QString::fromUtf8(kUsage));
         return 2;
     }

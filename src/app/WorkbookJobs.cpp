@@ -242,10 +242,11 @@ int WorkbookJob(const QStringList& args)
     const bool write = verb == QLatin1String("write");
     TArgs a;
     QString error;
-    const TOptionSpec spec =
-        write ? TOptionSpec{{"--db", "--node", "--sample", "--level"}, {}, {"--consumers", "--tp-only"}, 1}
-              : TOptionSpec{{"--db"}, {}, {"--save", "--overwrite"}, 1};
-    if (!a.Parse(args, 3, spec, error) || !a.OneOf({QStringLiteral("--consumers"), QStringLiteral("--tp-only")}, error))
+    const TOptionKinds kinds =
+        write ? TOptionKinds{{"--db", "--node", "--sample", "--level"}, {}, {"--consumers", "--tp-only"}, 1}
+              : TOptionKinds{{"--db"}, {}, {"--save", "--overwrite"}, 1};
+    if (!a.Parse(args, 3, kinds, error) ||
+        !a.OneOf({QStringLiteral("--consumers"), QStringLiteral("--tp-only")}, error))
         return usage(error);
     if (a.PositionalCount() != 1 || !a.Has(QStringLiteral("--db")))
         return usage(a.PositionalCount() != 1 ? QStringLiteral("Не указан файл книги")

@@ -108,8 +108,9 @@ bool StoredRuns(ToznFDConnection& connection, const std::vector<int>& idents, QS
     return false;
 }
 
-QString Title(const TFiderJob& job) { return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid); }
 }  // namespace
+
+QString FiderTitle(const TFiderJob& job) { return QStringLiteral("%1 (%2)").arg(job.Fider.Name).arg(job.Fider.Guid); }
 
 QString FailureSummary(const TRegimeBatchResult& r)
 {
@@ -191,7 +192,7 @@ TRegimeBatchResult RunRegimeBatch(ToznFDConnection& connection, double defaultKz
                 events.Refused(job, {QStringLiteral("Ошибка записи в базу данных: ") + o.error});
         } else if (stored) {
             ++result.Calculated;
-            result.LastStored = Title(job);
+            result.LastStored = FiderTitle(job);
             if (events.Stored)
                 events.Stored(job, *o.run, o.ident);
         } else {

@@ -52,6 +52,8 @@ struct OZN3HOST_API TRegimeBatchResult {
 // The users' words for a run that a database failure stopped: what is stored, what is not, and the last feeder
 // stored.
 OZN3HOST_API QString FailureSummary(const TRegimeBatchResult& result);
+// "name (GUID)" of a feeder of a run, as the log, the messages and LastStored name it.
+OZN3HOST_API QString FiderTitle(const TFiderJob& job);
 
 // Calculates and stores the feeders for the request on a connection of its own.
 OZN3HOST_API TRegimeBatchResult RunRegimeBatch(TfdbDatabase& database, const QList<int>& fiders,

@@ -233,6 +233,7 @@ TRegimeBatchResult RunProfileBatch(ToznFDConnection& connection, double defaultC
                                             : o.run->Problems);
             } else {
                 ++result.Calculated;
+                result.LastStored = fider::FiderTitle(job);
                 if (events.Stored)
                     events.Stored(job, *o.run, o.ident);
             }
@@ -305,6 +306,13 @@ TRegimeBatchResult RunProfileBatch(ToznFDConnection& connection, double defaultC
             connection.Rollback();
         } catch (const EDatabaseError&) {
         }
+        // The groups committed before the failure stay stored and reported; those after it are lost.
+        for (const Outcome& o : unreported)
+            if (o.run->Ok() && o.error.isEmpty()) {
+                ++result.NotStored;
+                if (events.NotStored)
+                    events.NotStored(jobs[o.job], QStringLiteral("Не сохранена: ") + result.Failure);
+            }
     }
     result.Seconds = timer.elapsed() / 1000.0;
     return result;

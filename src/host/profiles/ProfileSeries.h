@@ -19,7 +19,7 @@ enum class TProfileKind : uint8_t { Consumer = 0, Head = 1, Typical = 2 };
 // profiles are read as the meters keep them.
 using TMinute = int64_t;
 OZN3HOST_API TMinute MinuteOf(const QDateTime& time);  // its date and time as written, whatever its zone
-OZN3HOST_API QDateTime TimeOfMinute(TMinute minute);   // the same wall time (UTC spec)
+OZN3HOST_API QDateTime TimeOfMinute(TMinute minute);   // the same wall time (time zone UTC)
 // "31.12.2025 23:30"
 OZN3HOST_API QString MinuteText(TMinute minute);
 
