@@ -23,6 +23,9 @@ int Regime(const QStringList& args);
 int Results(const QStringList& args);
 // LV schemes and the conductor catalogue in and out of workbooks; a substation to load a scheme into.
 int SchemeJob(const QStringList& args);
+// The drawing of an LV feeder or of a substation's feeders as a picture or a PDF (needs a GUI application object,
+// offscreen is enough).
+int SchemeDraw(const QStringList& args);
 // The measured losses of the LV feeders summed over the hierarchy for a year.
 int Measured(const QStringList& args);
 // The measurement and generalised-data workbooks written and read back without a window.

@@ -26,6 +26,8 @@ const char* const kSubstationUsage = "Использование: ozn3 substatio
 const char* const kUsage = "Использование:\n"
                            "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
                            "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
+                           "  ozn3 scheme draw --db CONNECTION --node GUID [--sample IDENT] [--color voltage|loading|losses] "
+                           "FILE.png|FILE.pdf\n"
                            "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
                            "  ozn3 conductors export FILE --db CONNECTION\n"
                            "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
@@ -210,6 +212,8 @@ int Dispatch(const QStringList& args)
         return SchemeImport(args);
     if (object == QLatin1String("scheme") && action == QLatin1String("export"))
         return SchemeExport(args);
+    if (object == QLatin1String("scheme") && action == QLatin1String("draw"))
+        return SchemeDraw(args);
     if (object == QLatin1String("conductors") && action == QLatin1String("import"))
         return ConductorsImport(args);
     if (object == QLatin1String("conductors") && action == QLatin1String("export"))

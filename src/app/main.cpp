@@ -217,6 +217,13 @@ int runCommand(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::Regime(args);
     }
+    if (command == QLatin1String("scheme") && args.value(1) == QLatin1String("draw")) {
+        // Painting needs the GUI module's fonts, not a screen: offscreen when there is no display.
+        if (!hasDisplay())
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        QGuiApplication app(argc, argv);
+        return cli::SchemeJob(args);
+    }
     if (command == QLatin1String("scheme") || command == QLatin1String("conductors") ||
         command == QLatin1String("substation")) {
         QCoreApplication app(argc, argv);
