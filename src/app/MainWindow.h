@@ -11,6 +11,8 @@ class QComboBox;
 class TSamplesTreeBox;
 class QDockWidget;
 class QAction;
+class QLabel;
+class QTimer;
 
 // The host's main window: the network tree, the period picker and one command per export.
 class MainWindow : public QMainWindow {
@@ -20,6 +22,13 @@ public:
     ~MainWindow() override;
     ToznListItemCommon* SelectedItem() const;
     int SelectedPeriod() const;
+    // The LV feeder the scheme panel shows (0: none), and the panel's frame (null while it shows its hint).
+    int ShownFeeder() const { return shownFeeder_; }
+    QWidget* DetailFrame() const;
+    QDockWidget* DetailDock() const { return detail_; }
+    // Shows the scheme of the LV feeder chosen in the tree (of the one above a chosen item) at once, without
+    // waiting for the tree to settle.
+    void FollowTree();
 
     // The scheme workbook to read (save false) or to write (save true, a name suggested); empty when the
     // user cancels. The host's file dialogs unless replaced.
@@ -53,9 +62,16 @@ private:
     void UpdateStatus();
     void ShowBalance(bool toExport);
 
+    // A double click opens the editor of a substation or LV feeder, and only opens or closes other items.
+    void OnDoubleClick(const QModelIndex& index);
+    // The hint the scheme panel shows while no LV feeder is chosen.
+    void ShowDetailHint();
+
     TfdbDatabase* database_;
     Ozn32Plugin* plugin_;
     QTreeView* tree_;
+    QTimer* follow_;
+    int shownFeeder_ = 0;
     TSamplesTreeBox* periods_;
     QDockWidget* detail_;
     QAction* importScheme_ = nullptr;

@@ -230,8 +230,8 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
     for (const TAbonentNode038& a : f.Consumers)
         consumerAt.insert(a.NodeGuid, &a);
 
-    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0, kOnBalance,
-                       f.Guid);
+    Row head =
+        element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0, kOnBalance, f.Guid);
     head.Values.insert(QStringLiteral("Phases"), QStringLiteral("ABC"));
     voltages(head, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
     nodes.push_back(head);

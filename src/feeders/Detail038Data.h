@@ -36,10 +36,10 @@ const std::vector<Column>& Columns(Table table);
 
 // The values of one stored run of the regime calculation, by element GUID; empty floats where the run has none.
 struct RunValues {
-    int ident = 0, sample = 0;  // "LVResults"."Ident" and its interval; 0 without a run
-    QString sampleName;         // the interval's name
-    int regime = 0;             // 0 mean loads, 1 maximum load
-    std::array<double, 3> centre;  // the supply centre's phase voltages, V
+    int ident = 0, sample = 0;      // "LVResults"."Ident" and its interval; 0 without a run
+    QString sampleName;             // the interval's name
+    int regime = 0;                 // 0 mean loads, 1 maximum load
+    std::array<double, 3> centre;   // the supply centre's phase voltages, V
     std::array<double, 3> lowest3;  // each phase's lowest voltage over the feeder, V
     double centreMean, lowest;
     QHash<int, std::array<double, 5>> nodes;     // U, UA, UB, UC, dU

@@ -75,6 +75,7 @@ QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
     grid->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid->horizontalHeader()->setSectionsMovable(true);
     grid->setItemDelegate(new NumberDelegate(table, grid));
+    grid->verticalHeader()->setDefaultSectionSize(grid->fontMetrics().height() + 6);
     return grid;
 }
 }  // namespace
@@ -117,10 +118,11 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     filterTree_->setHeaderHidden(true);
     QTreeWidgetItem* top = nullptr;
     for (const Filter& f : Filters()) {
+        QTreeWidgetItem* item =
+            f.TopLevel ? new QTreeWidgetItem(filterTree_, {f.Item}) : new QTreeWidgetItem(top, {f.Item});
+        item->setToolTip(0, f.Item);  // a narrow pane cuts the longer names
         if (f.TopLevel)
-            top = new QTreeWidgetItem(filterTree_, {f.Item});
-        else
-            new QTreeWidgetItem(top, {f.Item});
+            top = item;
     }
     filterTree_->expandAll();
     stack_ = new QStackedWidget(bottom_);
@@ -129,8 +131,7 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     stack_->addWidget(grids_[Nodes]);
     stack_->addWidget(grids_[Sections]);
     bottom_->setStretchFactor(1, 1);
-    outer_->setStretchFactor(0, 3);
-    outer_->setStretchFactor(1, 2);
+    layout->addWidget(drawing_->Bar());  // the drawing's controls span the frame
     layout->addWidget(outer_);
 
     if (feeder)
@@ -154,6 +155,19 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
 }
 
 TDetail038Frame::~TDetail038Frame() { SaveSettings(); }
+
+void TDetail038Frame::showEvent(QShowEvent* event)
+{
+    TCommonDetailFrame::showEvent(event);
+    if (placed_)
+        return;
+    placed_ = true;
+    // Until the user draws them otherwise: the drawing the larger part, the filter tree narrow.
+    const int w = std::max(width(), 400), h = std::max(height(), 300);
+    top_->setSizes({w * 62 / 100, w * 38 / 100});
+    bottom_->setSizes({190, w - 190});
+    outer_->setSizes({h * 55 / 100, h * 45 / 100});
+}
 
 void TDetail038Frame::Fill(Table table)
 {
@@ -242,7 +256,8 @@ void TDetail038Frame::OnRowChosen(Table table)
         drawing_->SelectNode(guid);
         profile_->ShowPath(drawing_->Drawing(), drawing_->Drawing().NodeIndex(guid));
     } else if (drawing_->SelectSection(guid)) {
-        profile_->ShowPath(drawing_->Drawing(), drawing_->Drawing().Sections[drawing_->Drawing().SectionIndex(guid)].To);
+        profile_->ShowPath(drawing_->Drawing(),
+                           drawing_->Drawing().Sections[drawing_->Drawing().SectionIndex(guid)].To);
     }
     syncing_ = false;
 }
@@ -351,6 +366,7 @@ void TDetail038Frame::ApplySettings()
     drawing_->SetSectionLabels(init->LoadStrParam(kSettingsName, kSectionLabelsKey) == QLatin1String("1"));
     const QStringList splitters = init->LoadStrParam(kSettingsName, kSplittersKey).split(QLatin1Char(','));
     if (splitters.size() == 3) {
+        placed_ = true;
         outer_->restoreState(QByteArray::fromBase64(splitters[0].toLatin1()));
         top_->restoreState(QByteArray::fromBase64(splitters[1].toLatin1()));
         bottom_->restoreState(QByteArray::fromBase64(splitters[2].toLatin1()));
@@ -397,7 +413,8 @@ void TDetail038Frame::SaveSettings() const
         colours << QString::number(c.rgb() & 0xFFFFFF);
     init->SaveStrParam(kSettingsName, kColoursKey, colours.join(QLatin1Char(',')));
     init->SaveStrParam(kSettingsName, kPresetKey, QString::number(presets_->currentIndex()));
-    init->SaveStrParam(kSettingsName, kHideRepeatedKey, hideRepeated_->isChecked() ? QStringLiteral("1") : QStringLiteral("0"));
+    init->SaveStrParam(kSettingsName, kHideRepeatedKey,
+                       hideRepeated_->isChecked() ? QStringLiteral("1") : QStringLiteral("0"));
     init->SaveStrParam(kSettingsName, kDrawColourKey, QString::number(static_cast<int>(drawing_->Colour())));
     init->SaveStrParam(kSettingsName, kSectionLabelsKey,
                        drawing_->Style().SectionLabels ? QStringLiteral("1") : QStringLiteral("0"));

@@ -50,6 +50,10 @@ public:
     // The feeder shown, its name and substation.
     const Detail038::FeederState& State() const { return scheme_.State; }
 
+protected:
+    // The first time it is shown, the frame gives its parts their shares unless the user's are kept.
+    void showEvent(QShowEvent* event) override;
+
 private:
     void Fill(Detail038::Table table);
     void ApplySettings();
@@ -66,6 +70,7 @@ private:
     QSplitter* top_;
     QSplitter* bottom_;
     bool syncing_ = false;
+    bool placed_ = false;
     std::array<QTableWidget*, 2> grids_;
     QTreeWidget* filterTree_;
     QStackedWidget* stack_;

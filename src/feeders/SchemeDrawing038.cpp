@@ -184,7 +184,7 @@ TSchemeDrawing038 TSchemeDrawing038::Build(const Detail038::FeederState& state, 
     const Detail038::RunValues& run = state.Run;
     d.FeederGuid = state.Guid;
     d.Title = state.SubstationName.isEmpty() ? state.FeederName
-                                              : state.SubstationName + QStringLiteral(", ") + state.FeederName;
+                                             : state.SubstationName + QStringLiteral(", ") + state.FeederName;
     d.HasRun = run.ident > 0;
     d.Equivalent = f.Equivalent;
     d.NominalVoltage = f.NominalPhaseVoltage();
@@ -283,10 +283,10 @@ void TSchemeDrawing038::Recolour(TDrawColour colour)
         }
         for (TDrawSection& s : Sections)
             s.Colour = !s.Energised ? kDeEnergised : VoltageColour(Nodes[s.To].Deviation);
-        Legend.Title = QStringLiteral("Отклонение напряжения %1 от номинального %2 В")
-                           .arg(phase < 0 ? QStringLiteral("худшей фазы")
-                                          : QStringLiteral("фазы ") + QLatin1Char("ABC"[phase]),
-                                FormatFloat(QStringLiteral("0.#"), NominalVoltage));
+        Legend.Title =
+            QStringLiteral("Отклонение напряжения %1 от номинального %2 В")
+                .arg(phase < 0 ? QStringLiteral("худшей фазы") : QStringLiteral("фазы ") + QLatin1Char("ABC"[phase]),
+                     FormatFloat(QStringLiteral("0.#"), NominalVoltage));
         Legend.Low = -1.5 * kGostVoltageLimit;
         Legend.High = 1.5 * kGostVoltageLimit;
         for (double v : {-kGostVoltageLimit, -kGostVoltageLimit / 2, 0.0, kGostVoltageLimit / 2, kGostVoltageLimit})

@@ -62,9 +62,9 @@ struct TDrawNode {
     QString ConsumerName;
     fider::TPhaseSet Phases = fider::PhasesABC;  // the consumer's, else the phases that reach the node
     fider::TBalanceOwner Owner = fider::TBalanceOwner::OnBalance;
-    double Distance = 0;        // km from the supply centre along the scheme
-    std::array<double, 3> U;    // phase-to-neutral voltages of the run, V; empty where absent
-    double Deviation;           // % of the nominal: the phase chosen, else the phase farthest from the nominal
+    double Distance = 0;      // km from the supply centre along the scheme
+    std::array<double, 3> U;  // phase-to-neutral voltages of the run, V; empty where absent
+    double Deviation;         // % of the nominal: the phase chosen, else the phase farthest from the nominal
     TRgb Colour = kNoResult;
     TDrawNode();
     bool OtherOwner() const { return Owner != fider::TBalanceOwner::OnBalance; }

@@ -82,7 +82,8 @@ std::vector<QPointF> RadialTreeLayout(const std::vector<int>& parent, const TRad
             const size_t common = std::min(joined.right.size(), next.left.size());
             double shift = -std::numeric_limits<double>::infinity();
             for (size_t k = 0; k < common; ++k)
-                shift = std::max(shift, joined.right[k] - next.left[k] + separation(depth[v] + 1 + static_cast<int>(k)));
+                shift =
+                    std::max(shift, joined.right[k] - next.left[k] + separation(depth[v] + 1 + static_cast<int>(k)));
             at[j] = shift;
             for (size_t k = 0; k < next.left.size(); ++k) {
                 if (k < joined.right.size()) {

@@ -423,7 +423,8 @@ void PaintPage(QPainter& painter, const QRectF& page, const TSchemeDrawing038& d
         const QRectF note(page.left() + margin + legend.width() + 12 * u, page.bottom() - margin - legend.height(),
                           page.width() - 3 * margin - legend.width(), legend.height());
         painter.drawText(note, Qt::AlignLeft | Qt::AlignBottom | Qt::TextWordWrap,
-                         QStringLiteral("Схема с ошибками, не нарисовано: ") + drawing.Problems.join(QStringLiteral("; ")));
+                         QStringLiteral("Схема с ошибками, не нарисовано: ") +
+                             drawing.Problems.join(QStringLiteral("; ")));
     }
     painter.restore();
 }

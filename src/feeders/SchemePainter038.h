@@ -13,12 +13,12 @@ class QPainter;
 namespace feeders {
 
 struct TPaintStyle {
-    bool NodeLabels = true;     // names of the nodes and consumers
+    bool NodeLabels = true;      // names of the nodes and consumers
     bool SectionLabels = false;  // conductors and lengths of the sections
 };
 
 // Sizes of the drawing, in its units.
-constexpr double kNodeSize = 10;  // a node's symbol
+constexpr double kNodeSize = 10;       // a node's symbol
 constexpr double kLabelSize = 9;       // the height of the letters of a consumer's or an end node's name
 constexpr double kSmallLabelSize = 7;  // of the name of a node on the way
 

@@ -15,6 +15,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
 
 #include "host/Dialogs.h"
@@ -37,8 +38,8 @@ QString nodeTip(const TSchemeDrawing038& d, const TDrawNode& n)
     QStringList lines{QStringLiteral("<b>%1</b>").arg(n.Name.toHtmlEscaped()),
                       fider::NodeKindText(n.Kind) + (n.Open ? QStringLiteral(", отключен") : QString())};
     if (n.Consumer)
-        lines << QStringLiteral("Абонент: %1, фазы %2")
-                     .arg(n.ConsumerName.toHtmlEscaped(), fider::PhasesText(n.Phases));
+        lines
+            << QStringLiteral("Абонент: %1, фазы %2").arg(n.ConsumerName.toHtmlEscaped(), fider::PhasesText(n.Phases));
     if (n.OtherOwner())
         lines << fider::OwnerText(n.Owner);
     if (!n.Energised)
@@ -59,8 +60,7 @@ QString sectionTip(const TSchemeDrawing038& d, const TDrawSection& s)
         lines << fider::OwnerText(s.Owner);
     if (d.HasRun && s.Energised)
         lines << QStringLiteral("I: A %1, B %2, C %3, N %4 А")
-                     .arg(number(s.I[0], "0.0"), number(s.I[1], "0.0"), number(s.I[2], "0.0"),
-                          number(s.I[3], "0.0"))
+                     .arg(number(s.I[0], "0.0"), number(s.I[1], "0.0"), number(s.I[2], "0.0"), number(s.I[3], "0.0"))
               << QStringLiteral("Потери мощности %1 кВт").arg(number(s.dP, "0.000"));
     return lines.join(QStringLiteral("<br>"));
 }
@@ -135,8 +135,7 @@ void TDrawSectionItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* 
     PaintSection(*painter, view_.Drawing(), Section(), styleAt(view_.Style(), option, painter), isSelected());
 }
 
-TSchemeGraphicsView::TSchemeGraphicsView(TSchemeView038& owner, QWidget* parent)
-    : QGraphicsView(parent), owner_(owner)
+TSchemeGraphicsView::TSchemeGraphicsView(TSchemeView038& owner, QWidget* parent) : QGraphicsView(parent), owner_(owner)
 {
     setObjectName(QStringLiteral("SchemeGraphicsView"));
     setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
@@ -145,6 +144,9 @@ TSchemeGraphicsView::TSchemeGraphicsView(TSchemeView038& owner, QWidget* parent)
     // The legend stays in its corner, so the whole viewport is painted anew on a scroll.
     setViewportUpdateMode(QGraphicsView::FullViewportUpdate);
     setBackgroundBrush(Qt::white);
+    // A drag pans and the wheel zooms: the scroll bars would only take room from the drawing.
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 }
 
 void TSchemeGraphicsView::wheelEvent(QWheelEvent* event)
@@ -155,21 +157,30 @@ void TSchemeGraphicsView::wheelEvent(QWheelEvent* event)
         return;
     }
     owner_.ZoomBy(std::pow(1.2, steps));
+    AutoFit = false;
     event->accept();
 }
 
 void TSchemeGraphicsView::drawForeground(QPainter* painter, const QRectF&)
 {
+    if (!ShowLegend)
+        return;
+    // The legend in the corner, smaller on a small view.
+    const QSizeF size = LegendSize(owner_.Drawing());
+    const double k = std::clamp(viewport()->width() / (size.width() * 2.2), 0.55, 0.85);
     painter->save();
     painter->resetTransform();
-    const QSizeF size = LegendSize(owner_.Drawing());
-    PaintLegend(*painter, owner_.Drawing(), QPointF(6, viewport()->height() - size.height() - 6));
+    painter->translate(6, viewport()->height() - size.height() * k - 6);
+    painter->scale(k, k);
+    PaintLegend(*painter, owner_.Drawing(), QPointF(0, 0));
     painter->restore();
 }
 
 void TSchemeGraphicsView::resizeEvent(QResizeEvent* event)
 {
     QGraphicsView::resizeEvent(event);
+    if (AutoFit)
+        owner_.FitAll();
     viewport()->update();
 }
 
@@ -178,7 +189,10 @@ TSchemeView038::TSchemeView038(QWidget* parent) : QWidget(parent)
     setObjectName(QStringLiteral("SchemeView038"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto* bar = new QHBoxLayout;
+    bar_ = new QWidget(this);
+    bar_->setObjectName(QStringLiteral("SchemeViewBar"));
+    auto* bar = new QHBoxLayout(bar_);
+    bar->setContentsMargins(0, 0, 0, 0);
     bar->addWidget(new QLabel(QStringLiteral("Раскраска:"), this));
     colours_ = new QComboBox(this);
     colours_->setObjectName(QStringLiteral("cbDrawColour"));
@@ -197,15 +211,31 @@ TSchemeView038::TSchemeView038(QWidget* parent) : QWidget(parent)
         connect(b, &QToolButton::clicked, this, slot);
         return b;
     };
-    button("btnZoomIn", QStringLiteral("+"), QStringLiteral("Крупнее (колесо мыши)"), [this] { ZoomBy(1.25); });
-    button("btnZoomOut", QStringLiteral("−"), QStringLiteral("Мельче (колесо мыши)"), [this] { ZoomBy(0.8); });
-    button("btnFit", QStringLiteral("Вписать"), QStringLiteral("Вся схема в окне"), [this] { FitAll(); });
+    button("btnZoomIn", QStringLiteral("+"), QStringLiteral("Крупнее (колесо мыши)"), [this] {
+        ZoomBy(1.25);
+        view_->AutoFit = false;
+    });
+    button("btnZoomOut", QStringLiteral("−"), QStringLiteral("Мельче (колесо мыши)"), [this] {
+        ZoomBy(0.8);
+        view_->AutoFit = false;
+    });
+    button("btnFit", QStringLiteral("Вписать"), QStringLiteral("Вся схема в окне"), [this] {
+        view_->AutoFit = true;
+        FitAll();
+    });
+    QToolButton* legend =
+        button("btnLegend", QStringLiteral("Легенда"), QStringLiteral("Показать или скрыть легенду"), [this] {
+            view_->ShowLegend = !view_->ShowLegend;
+            view_->viewport()->update();
+        });
+    legend->setCheckable(true);
+    legend->setChecked(true);
     bar->addStretch();
     button("btnDrawingSave", QStringLiteral("Сохранить…"), QStringLiteral("Рисунок PNG или документ PDF"),
            [this] { SaveAs(); });
     button("btnDrawingPrint", QStringLiteral("Печать…"), QStringLiteral("Печать схемы с предварительным просмотром"),
            [this] { Print(); });
-    layout->addLayout(bar);
+    layout->addWidget(bar_);
     scene_ = new QGraphicsScene(this);
     view_ = new TSchemeGraphicsView(*this, this);
     view_->setScene(scene_);
@@ -328,6 +358,11 @@ void TSchemeView038::FitAll()
     if (area.isEmpty())
         return;
     view_->fitInView(area.adjusted(-12, -12, 12, 12), Qt::KeepAspectRatio);
+    // Room below the drawing for the legend, which stands over its lower corner.
+    if (view_->ShowLegend) {
+        const double legend = LegendSize(drawing_).height() * 0.85 / view_->Zoom();
+        view_->fitInView(area.adjusted(-12, -12, 12, 12 + legend), Qt::KeepAspectRatio);
+    }
     // A small feeder is not blown up beyond its symbols' natural size several times over.
     if (view_->Zoom() > 3) {
         view_->resetTransform();

@@ -59,6 +59,9 @@ class TSchemeGraphicsView : public QGraphicsView {
 public:
     TSchemeGraphicsView(TSchemeView038& owner, QWidget* parent);
     double Zoom() const { return transform().m11(); }
+    // Whether the drawing is kept fitted to the window as it changes size (until the user zooms).
+    bool AutoFit = true;
+    bool ShowLegend = true;
 
 protected:
     void wheelEvent(QWheelEvent* event) override;
@@ -94,6 +97,8 @@ public:
     double Zoom() const { return view_->Zoom(); }
     QGraphicsScene* Scene() const { return scene_; }
     TSchemeGraphicsView* View() const { return view_; }
+    // The row of the drawing's controls; an owner may place it elsewhere (above several panes).
+    QWidget* Bar() const { return bar_; }
 
     // Writes the drawing to a PNG picture or a PDF page (by the file's extension); false with the reason.
     bool ExportTo(const QString& file, QString& error) const;
@@ -117,6 +122,7 @@ private:
     TPaintStyle style_;
     QGraphicsScene* scene_;
     TSchemeGraphicsView* view_;
+    QWidget* bar_;
     QComboBox* colours_;
     QCheckBox* sectionLabels_;
     std::vector<TDrawNodeItem*> nodeItems_;

@@ -64,11 +64,13 @@ void TVoltageProfileView::ShowPath(const TSchemeDrawing038& drawing, int node)
                 high = std::max(high, p.U[k]);
                 far = std::max(far, p.Distance);
             }
-    if (points_[0].isEmpty() && points_[1].isEmpty() && points_[2].isEmpty()) {
-        hint_->setText(!drawing.HasRun        ? QStringLiteral("Режим линии не рассчитан: напряжений нет.")
+    if (!target.Energised || (points_[0].isEmpty() && points_[1].isEmpty() && points_[2].isEmpty())) {
+        for (auto& p : points_)
+            p.clear();
+        hint_->setText(!drawing.HasRun ? QStringLiteral("Режим линии не рассчитан: напряжений нет.")
                        : !target.Energised ? QStringLiteral("«%1» без напряжения: за отключенным аппаратом или "
-                                                             "участком.")
-                                                   .arg(target.Name)
+                                                            "участком.")
+                                                 .arg(target.Name)
                                            : QStringLiteral("В расчете нет напряжений «%1».").arg(target.Name));
         stack_->setCurrentWidget(hint_);
         return;
