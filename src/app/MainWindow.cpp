@@ -100,8 +100,6 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     detail_->setObjectName(QStringLiteral("DetailDock"));
     addDockWidget(Qt::RightDockWidgetArea, detail_);
     ShowDetailHint();
-    // Its share of the width once the window has its size.
-    QTimer::singleShot(0, this, &MainWindow::PlaceDetail);
     follow_ = new QTimer(this);
     follow_->setSingleShot(true);
     follow_->setInterval(250);
@@ -280,8 +278,8 @@ void MainWindow::resizeEvent(QResizeEvent* event)
     const int before = event->oldSize().width();
     if (!detail_->isVisible() || detail_->isFloating())
         return;
-    if (before <= 0) {
-        // The window's first size: the scheme takes its share.
+    if (before <= 0 || !detailPlaced_) {
+        // Until the window has been laid out once, the scheme simply takes its share.
         PlaceDetail();
         return;
     }
@@ -290,6 +288,18 @@ void MainWindow::resizeEvent(QResizeEvent* event)
     if (std::abs(detail_->width() - placedDetailWidth_) > 2)
         detailShare_ = static_cast<double>(detail_->width()) / before;
     PlaceDetail();
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    // Its share of the width once the window is laid out; from then on a width it did not get from here is the
+    // user's.
+    if (!detailPlaced_)
+        QTimer::singleShot(0, this, [this] {
+            PlaceDetail();
+            detailPlaced_ = true;
+        });
 }
 
 void MainWindow::PlaceDetail()

@@ -37,6 +37,7 @@ public:
 protected:
     // The scheme beside the tree keeps its share of the window's width as the window changes size.
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void BuildMenu();
@@ -80,4 +81,5 @@ private:
     // The scheme's share of the window's width: the larger part at first, then as the user draws it.
     double detailShare_ = 0.6;
     int placedDetailWidth_ = 0;
+    bool detailPlaced_ = false;
 };
