@@ -22,6 +22,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
 #include "import/ZamerSheets.h"
@@ -47,6 +48,8 @@ bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const Q
                          ToznListItemCommon* item = TreeModel::Item(i);
                          chosen(item ? item->Target()->GetIdent() : 0);
                      });
+    // Names never cut, the search bar, and the element chosen in the main window open in view.
+    host::OpenOnChosen(tree);
     const QSignalBlocker blocker(intervals);
     const std::vector<TSamplePeriodInfo>& periods = db->GetSamplePeriods()->Items();
     intervals->Fill(periods);
@@ -63,11 +66,7 @@ QList<int> periodsWithData(const std::function<QList<int>()>& read)
     }
 }
 
-void selectInTree(QTreeView* tree, int guid)
-{
-    auto* model = static_cast<TreeModel*>(tree->model());
-    tree->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
-}
+void selectInTree(QTreeView* tree, int guid) { host::ShowInTree(tree, guid); }
 
 // Logs how many rows a reading of the workbook changed, or shows why it could not be read (changed < 0).
 bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error, const QStringList& notes)

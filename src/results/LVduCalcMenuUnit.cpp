@@ -22,6 +22,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVMeasuredStore.h"
@@ -140,7 +141,9 @@ bool TfrmLVduCalcMenu::CanOpen()
             if (ToznListItemCommon* item = TreeModel::Item(i))
                 SelectObject(item->Target()->GetIdent());
         });
-        SelectObject(CurrentDatabase()->GetTree()->GetItems(0)->GetIdent());
+        // The element chosen in the main window, else the top of the network.
+        if (!host::OpenOnChosen(hierarchy_))
+            SelectObject(CurrentDatabase()->GetTree()->GetItems(0)->GetIdent());
     }
     return true;
 }
@@ -152,9 +155,8 @@ void TfrmLVduCalcMenu::SelectObject(int guid)
         return;
     object_ = guid;
     {
-        auto* model = static_cast<TreeModel*>(hierarchy_->model());
         const QSignalBlocker blocker(hierarchy_->selectionModel());
-        hierarchy_->setCurrentIndex(model->IndexOf(item));
+        host::ShowInTree(hierarchy_, guid);
     }
     feeders_ = FeedersUnder(item);
     try {
