@@ -76,7 +76,7 @@ void MainWindow::BuildFileMenu(QMenu* file)
 
 void MainWindow::BuildHelpMenu()
 {
-    QMenu* help = menuBar()->addMenu(QStringLiteral("Спр&авка"));
+    QMenu* help = menuBar()->addMenu(QStringLiteral("Спра&вка"));
     QAction* guide = help->addAction(QStringLiteral("&Руководство пользователя"), this, [this] { OpenGuide(this); });
     // F1 itself is caught for every window of the application (TGuideKey); the menu shows the key.
     guide->setShortcut(QKeySequence(Qt::Key_F1));

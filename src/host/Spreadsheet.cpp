@@ -1,8 +1,18 @@
 #include "host/Spreadsheet.h"
 
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTemporaryFile>
+#include <QThread>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include "host/AppLog.h"
 
 namespace host {
 
@@ -26,12 +36,83 @@ QString SpreadsheetProgram()
 
 bool IsSpreadsheetInstalled() { return !SpreadsheetProgram().isEmpty(); }
 
-bool OpenInSpreadsheet(const QString& workbook)
+bool OpenInSpreadsheet(const QString& workbook, QString& error)
 {
     const QString program = SpreadsheetProgram();
-    if (program.isEmpty())
+    if (program.isEmpty()) {
+        error = QStringLiteral("Табличный редактор не найден");
         return false;
-    return QProcess::startDetached(program, {workbook});
+    }
+    // The spreadsheet outlives the program, so it runs detached; what it prints goes to a file read if it ends
+    // at once (no display, a damaged profile, a file it refuses).
+    QTemporaryFile output(QDir::temp().filePath(QStringLiteral("ozn3-spreadsheet-XXXXXX.log")));
+    output.setAutoRemove(true);
+    if (!output.open()) {
+        error = QStringLiteral("Не удалось создать временный файл: %1").arg(output.errorString());
+        return false;
+    }
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments({workbook});
+    process.setStandardOutputFile(output.fileName());
+    process.setStandardErrorFile(output.fileName(), QIODevice::Append);
+    qint64 pid = 0;
+    if (!process.startDetached(&pid)) {
+        error = QStringLiteral("Не удалось запустить %1: %2").arg(program, process.errorString());
+        return false;
+    }
+    // A second and a half is enough to fail; a spreadsheet still running then, or one that handed the workbook
+    // to a running copy without a word, has opened it.
+    const QDeadlineTimer deadline(1500);
+    bool ended = false;
+    while (!deadline.hasExpired()) {
+        // Our own child is reaped here (a zombie would still answer kill); another's is asked by signal 0.
+        int status = 0;
+        const pid_t reaped = ::waitpid(static_cast<pid_t>(pid), &status, WNOHANG);
+        if (reaped == static_cast<pid_t>(pid) || (reaped < 0 && ::kill(static_cast<pid_t>(pid), 0) != 0)) {
+            ended = true;
+            break;
+        }
+        QThread::msleep(50);
+    }
+    const QString printed = QString::fromLocal8Bit(output.readAll()).trimmed();
+    if (!printed.isEmpty())
+        LogLine(QStringLiteral("%1 %2: %3").arg(program, workbook, printed));
+    if (ended && !printed.isEmpty()) {
+        error = QStringLiteral("%1 завершился сразу после запуска:\n%2").arg(QFileInfo(program).fileName(), printed);
+        return false;
+    }
+    return true;
+}
+
+bool OpenInSpreadsheet(const QString& workbook)
+{
+    QString ignored;
+    return OpenInSpreadsheet(workbook, ignored);
+}
+
+QString UserWorkbookFolder()
+{
+    QString documents = qEnvironmentVariable("OZN3_DOCUMENTS");
+    if (documents.isEmpty())
+        documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    if (documents.isEmpty())
+        documents = QDir::homePath();
+    const QString folder = QDir(documents).filePath(QStringLiteral("ОЗН 3"));
+    QDir().mkpath(folder);
+    return folder;
+}
+
+QString UserWorkbookPath(const QString& kind, const QString& object, const QString& interval)
+{
+    QStringList parts;
+    for (const QString& part : {kind, object, interval})
+        if (!part.trimmed().isEmpty())
+            parts << part.simplified();
+    QString name = parts.join(QStringLiteral(" — "));
+    static const QRegularExpression forbidden(QStringLiteral(R"([\\/:*?"<>|\x00-\x1f])"));
+    name.replace(forbidden, QStringLiteral("_"));
+    return QDir(UserWorkbookFolder()).filePath(name + QStringLiteral(".xlsx"));
 }
 
 }  // namespace host

@@ -203,8 +203,9 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
     connect(energies, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::FillEnergies);
     connect(open, &QPushButton::clicked, this, [this] {
         // A workbook the user edited and did not read is read first, so that writing it anew loses nothing.
-        if (ReadIfChanged() && WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
-            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
+        QString error;
+        if (ReadIfChanged() && WriteWorkbook() && !host::OpenInSpreadsheet(Workbook(), error))
+            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(Workbook(), error));
     });
     connect(read_, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::ReadWorkbook);
     connect(save_, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::Save);
@@ -235,8 +236,9 @@ bool TxlsLVZamerSocialForm::CanOpen()
 
 QString TxlsLVZamerSocialForm::Workbook() const
 {
-    return FileName().isEmpty() ? QDir::temp().filePath(QStringLiteral("OZN3_Social_%1.xlsx").arg(object_))
-                                : FileName();
+    return FileName().isEmpty()
+               ? host::UserWorkbookPath(QStringLiteral("Обобщенные данные"), TreeItemName(object_), QString())
+               : FileName();
 }
 
 bool TxlsLVZamerSocialForm::HasUnsavedEdits() const { return rows_.Pending() > 0 || watch_.ChangedOnDisk(); }

@@ -296,9 +296,11 @@ void TfrmLVduCalcMenu::SaveWorkbook()
 
 void TfrmLVduCalcMenu::OpenInSpreadsheet()
 {
-    const QString file = QDir::temp().filePath(QStringLiteral("OZN3_Losses038_%1_%2.xlsx").arg(object_).arg(year_));
-    if (WriteWorkbook(file) && !host::OpenInSpreadsheet(file))
-        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(file));
+    const QString file =
+        host::UserWorkbookPath(QStringLiteral("Потери 0,38 кВ"), TreeItemName(object_), QString::number(year_));
+    QString error;
+    if (WriteWorkbook(file) && !host::OpenInSpreadsheet(file, error))
+        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(file, error));
 }
 
 void TfrmLVduCalcMenu::Outside(const std::function<void()>& run)

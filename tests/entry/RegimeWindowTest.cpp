@@ -223,7 +223,12 @@ TEST_F(RegimeWindow, TheMenusOpenFromTheKeyboardWithFileFirst)
     QStringList menus;
     for (QAction* a : window_->menuBar()->actions())
         menus << a->text();
-    EXPECT_EQ(menus, QStringList({"&Файл", "&Сеть 0,4 кВ", "Спр&авочники"}));
+    EXPECT_EQ(menus, QStringList({"&Файл", "&Сеть 0,4 кВ", "Спр&авочники", "Спра&вка"}));
+    // The menus' own letters differ too.
+    QSet<QChar> menuLetters;
+    for (const QString& menu : menus)
+        menuLetters.insert(menu.at(menu.indexOf('&') + 1).toLower());
+    EXPECT_EQ(menuLetters.size(), menus.size());
     // Within a menu each underlined letter leads to one command; no key stands for two commands.
     QSet<QKeySequence> keys;
     for (QAction* top : window_->menuBar()->actions()) {
