@@ -77,7 +77,7 @@ void TVoltageProfileView::ShowPath(const TSchemeDrawing038& drawing, int node)
     }
     far = std::max(far, 0.001);
     auto* axisX = new QValueAxis;
-    axisX->setTitleText(QStringLiteral("Расстояние от центра питания, км"));
+    axisX->setTitleText(QStringLiteral("От центра питания, км"));
     axisX->setRange(0, far);
     axisX->setLabelFormat(QStringLiteral("%.2f"));
     auto* axisY = new QValueAxis;
@@ -94,13 +94,14 @@ void TVoltageProfileView::ShowPath(const TSchemeDrawing038& drawing, int node)
     };
     for (double bound : {u * (1 - limit), u * (1 + limit)}) {
         auto* line = new QLineSeries;
-        line->setName(QStringLiteral("ГОСТ 32144: ±10 %"));
+        line->setName(QStringLiteral("ГОСТ ±10 %"));
         line->append(0, bound);
         line->append(far, bound);
         line->setPen(QPen(QColor(120, 120, 120), 1.5, Qt::DashLine));
         add(line);
     }
-    const char* const names[3] = {"Фаза A", "Фаза B", "Фаза C"};
+    // Short names: the legend shares the narrow panel's width with four entries.
+    const char* const names[3] = {"A", "B", "C"};
     const fider::TPhaseSet phases[3] = {fider::PhaseA, fider::PhaseB, fider::PhaseC};
     for (int k = 0; k < 3; ++k) {
         if (points_[k].isEmpty())

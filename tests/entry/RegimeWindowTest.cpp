@@ -7,11 +7,14 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDockWidget>
+#include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSet>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
@@ -40,6 +43,8 @@ QAction* action(QMainWindow& window, const QString& text)
 // other (the feeder's balance) closed after noting its name.
 struct DialogAnswers {
     QStringList seen;
+    QStringList pages;  // of the feeder's balance window
+    int drawn = 0;      // items of the drawing on its page
     QTimer timer;
     DialogAnswers()
     {
@@ -49,6 +54,11 @@ struct DialogAnswers {
             if (!dialog || !dialog->isVisible() || dialog->inherits("QProgressDialog"))
                 return;
             seen << dialog->objectName();
+            if (auto* tabs = dialog->findChild<QTabWidget*>("PagesResults"))
+                for (int t = 0; t < tabs->count(); ++t)
+                    pages << tabs->tabText(t);
+            if (auto* view = dialog->findChild<QGraphicsView*>())
+                drawn = static_cast<int>(view->scene()->items().size());
             if (auto* mode = dialog->findChild<QComboBox*>("ComboSampleType")) {
                 mode->setCurrentIndex(1);
                 dialog->done(1);
@@ -104,6 +114,9 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     ASSERT_NE(middle, nullptr);
     middle->trigger();
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
+    // The feeder's report shows its drawing beside the balance: at least a symbol per section of the scheme.
+    EXPECT_EQ(answers.pages, QStringList({"Баланс", "Схема линии"}));
+    EXPECT_GE(answers.drawn, IntScalar(c, Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", feeder)));
 
     // One run by the given loads for the chosen period, with its elements.
     const QString run = Fmt(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, period);
