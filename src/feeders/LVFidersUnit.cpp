@@ -405,6 +405,7 @@ void TLVFidersForm::SetupConstraints()
     connect(constraints_, &TEditConstraints::ErrorsChanged, this, [this] {
         // The user can try to save and be told why not; the button says it too.
         SetSaveEnabled(save_->isEnabled() || !constraints_->GetEnabled());
+        ShowResults();
     });
 }
 
@@ -657,6 +658,16 @@ void TLVFidersForm::ShowResults()
     results_[QStringLiteral("lblDWpct")]->setText(done ? fixed(result_.DWpct, 3) : QString());
     results_[QStringLiteral("lblTau")]->setText(done ? fixed(result_.Tau, 2) : QString());
     results_[QStringLiteral("lblKdp")]->setText(done ? fixed(result_.Kdp, 3) : QString());
+    // Values that do not follow from what the fields show (a field empty or refused) are the last calculation's:
+    // they are greyed and say so, not shown as if they answered the typed values.
+    const bool current = done && constraints_->Errors().isEmpty();
+    const QString stale = current ? QString()
+                                  : QStringLiteral("Значение последнего расчета: по введенным данным замер не "
+                                                   "рассчитан (поле пустое или значение не принято)");
+    for (QLabel* label : results_) {
+        label->setEnabled(current);
+        label->setToolTip(stale);
+    }
 }
 
 void TLVFidersForm::ToggleMain()

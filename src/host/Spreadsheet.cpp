@@ -36,6 +36,27 @@ QString SpreadsheetProgram()
 
 bool IsSpreadsheetInstalled() { return !SpreadsheetProgram().isEmpty(); }
 
+namespace {
+// Whether a started program has ended: our own child is reaped here; another's (the detached start hands it to
+// whoever reaps orphans, who may be slow to) is gone or a zombie in /proc.
+bool processEnded(pid_t pid)
+{
+    int status = 0;
+    const pid_t reaped = ::waitpid(pid, &status, WNOHANG);
+    if (reaped == pid)
+        return true;
+    if (reaped == 0)
+        return false;
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return ::kill(pid, 0) != 0;
+    // "pid (name) state …": the state follows the name's closing parenthesis.
+    const QByteArray line = stat.readAll();
+    const qsizetype close = line.lastIndexOf(')');
+    return close >= 0 && close + 2 < line.size() && (line.at(close + 2) == 'Z' || line.at(close + 2) == 'X');
+}
+}  // namespace
+
 bool OpenInSpreadsheet(const QString& workbook, QString& error)
 {
     const QString program = SpreadsheetProgram();
@@ -66,10 +87,7 @@ bool OpenInSpreadsheet(const QString& workbook, QString& error)
     const QDeadlineTimer deadline(1500);
     bool ended = false;
     while (!deadline.hasExpired()) {
-        // Our own child is reaped here (a zombie would still answer kill); another's is asked by signal 0.
-        int status = 0;
-        const pid_t reaped = ::waitpid(static_cast<pid_t>(pid), &status, WNOHANG);
-        if (reaped == static_cast<pid_t>(pid) || (reaped < 0 && ::kill(static_cast<pid_t>(pid), 0) != 0)) {
+        if (processEnded(static_cast<pid_t>(pid))) {
             ended = true;
             break;
         }

@@ -566,11 +566,16 @@ TEST_F(Editor, ANewSampleProposesADayOfTheChosenIntervalAndSaveSaysWhyItIsGrey)
     EXPECT_FALSE(Button("btnSave")->isEnabled());
     EXPECT_TRUE(Button("btnSave")->toolTip().startsWith("Сохранять нечего"))
         << Button("btnSave")->toolTip().toStdString();
+    auto* loss = form_->findChild<QLabel*>("lblDP");
+    EXPECT_TRUE(loss->isEnabled());
     type(Box("EditIA"), "abc");
     emit Box("EditIA")->editingFinished();
     EXPECT_TRUE(Button("btnSave")->isEnabled());
     EXPECT_TRUE(Button("btnSave")->toolTip().contains("«I, А, фаза А»: «abc»"))
         << Button("btnSave")->toolTip().toStdString();
+    // The results beside a refused text are the last calculation's: grey, and they say so.
+    EXPECT_FALSE(loss->isEnabled());
+    EXPECT_TRUE(loss->toolTip().startsWith("Значение последнего расчета"));
     Button("btnCancel")->click();
 
     // The earliest year of the database chosen in the main window: the calendar opens on its first day.
