@@ -21,6 +21,7 @@
 
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/Spreadsheet.h"
 
 namespace feeders {
 
@@ -410,9 +411,9 @@ QString TSchemeView038::SuggestedFileName(const QString& extension) const
 
 void TSchemeView038::SaveAs()
 {
-    const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранение схемы линии"),
-                                                      QStringLiteral("Рисунок PNG|*.png|Документ PDF|*.pdf"),
-                                                      QStringLiteral("png"), SuggestedFileName(QStringLiteral("png")));
+    const QString file = host::dialogs().SaveFileName(
+        QStringLiteral("Сохранение схемы линии"), QStringLiteral("Рисунок PNG|*.png|Документ PDF|*.pdf"),
+        QStringLiteral("png"), host::ProposedSavePath(SuggestedFileName(QStringLiteral("png"))));
     if (file.isEmpty())
         return;
     QString error;

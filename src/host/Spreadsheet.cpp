@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 
 #include "host/AppLog.h"
+#include "host/Dialogs.h"
 
 namespace host {
 
@@ -121,16 +122,38 @@ QString UserWorkbookFolder()
     return folder;
 }
 
+namespace {
+QString fitForFile(QString name)
+{
+    static const QRegularExpression forbidden(QStringLiteral(R"([\\/:*?"<>|\x00-\x1f])"));
+    return name.simplified().replace(forbidden, QStringLiteral("_"));
+}
+}  // namespace
+
 QString UserWorkbookPath(const QString& kind, const QString& object, const QString& interval)
 {
     QStringList parts;
     for (const QString& part : {kind, object, interval})
         if (!part.trimmed().isEmpty())
             parts << part.simplified();
-    QString name = parts.join(QStringLiteral(" — "));
-    static const QRegularExpression forbidden(QStringLiteral(R"([\\/:*?"<>|\x00-\x1f])"));
-    name.replace(forbidden, QStringLiteral("_"));
-    return QDir(UserWorkbookFolder()).filePath(name + QStringLiteral(".xlsx"));
+    return QDir(UserWorkbookFolder()).filePath(fitForFile(parts.join(QStringLiteral(" — "))) + QStringLiteral(".xlsx"));
+}
+
+QString ProposedSavePath(const QString& fileName)
+{
+    if (QFileInfo(fileName).isAbsolute())
+        return fileName;
+    return QDir(UserWorkbookFolder()).filePath(fitForFile(fileName));
+}
+
+void ReportSaved(const QString& file)
+{
+    const QString path = QFileInfo(file).absoluteFilePath();
+    const QString suffix = QFileInfo(file).suffix().toLower();
+    ShowInformation((suffix == QLatin1String("xlsx") || suffix == QLatin1String("xls")
+                         ? QStringLiteral("Книга записана: %1")
+                         : QStringLiteral("Файл записан: %1"))
+                        .arg(path));
 }
 
 }  // namespace host

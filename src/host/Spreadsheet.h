@@ -20,4 +20,9 @@ OZN3HOST_API QString UserWorkbookFolder();
 // A workbook there named for what it holds: "kind — object — interval.xlsx" (the parts that are empty left out,
 // characters a file name cannot hold replaced).
 OZN3HOST_API QString UserWorkbookPath(const QString& kind, const QString& object, const QString& interval);
+// The file a save dialog proposes for a name: that name (made fit for a file) in the same folder; a path given
+// whole is kept.
+OZN3HOST_API QString ProposedSavePath(const QString& fileName);
+// Tells the user where a finished save went ("Книга записана: …" for a workbook, "Файл записан: …" else).
+OZN3HOST_API void ReportSaved(const QString& file);
 }  // namespace host

@@ -15,6 +15,7 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/OutputFiles.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 
 TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(owner)
@@ -124,9 +125,9 @@ void TLVNormativMethodCalcForm::Finished(int, const QString& error)
 
 void TLVNormativMethodCalcForm::SaveLog()
 {
-    const QString file =
-        host::dialogs().SaveFileName(QStringLiteral("Сохранить список на диск"),
-                                     QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"), QString());
+    const QString file = host::dialogs().SaveFileName(
+        QStringLiteral("Сохранить список на диск"), QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"),
+        host::ProposedSavePath(QStringLiteral("Журнал расчета нормативным методом.txt")));
     if (file.isEmpty())
         return;
     QString error;

@@ -287,11 +287,11 @@ bool TfrmLVduCalcMenu::WriteWorkbook(const QString& file)
 
 void TfrmLVduCalcMenu::SaveWorkbook()
 {
-    const QString file =
-        host::dialogs().SaveFileName(QStringLiteral("Записать потери в книгу"), QStringLiteral("Книга Excel|*.xlsx"),
-                                     QStringLiteral("xlsx"), QStringLiteral("Потери 0,38 кВ %1.xlsx").arg(year_));
+    const QString file = host::dialogs().SaveFileName(
+        QStringLiteral("Записать потери в книгу"), QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+        host::UserWorkbookPath(QStringLiteral("Потери 0,38 кВ"), TreeItemName(object_), QString::number(year_)));
     if (!file.isEmpty() && WriteWorkbook(file))
-        host::ShowInformation(QStringLiteral("Книга записана: %1").arg(file));
+        host::ReportSaved(file);
 }
 
 void TfrmLVduCalcMenu::OpenInSpreadsheet()

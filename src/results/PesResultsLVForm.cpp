@@ -14,6 +14,7 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
+#include "host/Spreadsheet.h"
 #include "results/PesResultsLVUnit.h"
 #include "results/ProfileResultsView.h"
 
@@ -82,12 +83,16 @@ int TLVResultBalancesFider::ShowModal()
     save->setObjectName(QStringLiteral("btnSaveExcel"));
     save->setEnabled(loaded);
     QObject::connect(save, &QPushButton::clicked, &dialog, [this] {
-        const QString file =
-            host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
-                                         QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), title_);
+        const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                                          QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+                                                          host::ProposedSavePath(title_ + QStringLiteral(".xlsx")));
+        if (file.isEmpty())
+            return;
         QString error;
-        if (!file.isEmpty() && !SaveWorkbook(file, error))
+        if (!SaveWorkbook(file, error))
             host::ShowWarning(error);
+        else
+            host::ReportSaved(file);
     });
     layout->addWidget(buttons);
     return dialog.exec();
