@@ -462,35 +462,6 @@ TEST_F(Editor, ExitAsksTheSaveQuestionAsClosingDoes)
     EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), typed);
 }
 
-TEST_F(Editor, OfTwoUsersSavingOneSampleTheSecondIsRefusedAndNothingIsOverwritten)
-{
-    // A second user opens the same substation on a connection of their own, before the first one saves.
-    auto other = db_->NewConnection();
-    other->StartTransaction(false);
-    TLVFidersForm second(nullptr, *other);
-    second.SetRepData(new TRep_Data(&second, *other));
-    second.SetNode(node_);
-    second.OpenFiders();
-    ASSERT_EQ(second.LVFider(), form_->LVFider());
-    ASSERT_EQ(second.CurrentDate(), form_->CurrentDate());
-    const QString stored = Fmt("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'",
-                               form_->LVFider(), form_->CurrentDate().toString(Qt::ISODate));
-
-    type(Box("EditIA"), "111");
-    Button("btnSave")->click();
-    EXPECT_DOUBLE_EQ(Db(stored), 111);
-
-    type(second.Edit("EditIA"), "222");
-    dialogs_.Clear();
-    second.findChild<QPushButton*>("btnSave")->click();
-    ASSERT_EQ(dialogs_.Texts().size(), 1);
-    EXPECT_TRUE(dialogs_.Texts()[0].startsWith("Данные линии изменил другой пользователь"))
-        << dialogs_.Texts()[0].toStdString();
-    EXPECT_TRUE(second.findChild<QPushButton*>("btnSave")->isEnabled());  // the edit stays to be redone
-    EXPECT_DOUBLE_EQ(Db(stored), 111);
-    other->Rollback();
-}
-
 TEST_F(Editor, RefusedTextsAreNeverStoredByClosingOrSwitching)
 {
     const int lv = form_->LVFider();
