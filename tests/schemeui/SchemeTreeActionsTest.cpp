@@ -18,6 +18,7 @@
 #include "host/TreeModel.h"
 #include "host/scheme/SchemeBookFile.h"
 #include "schemeui/SchemeUiFixture.h"
+#include "support/MainWindowFixture.h"
 #include "support/TestWidgets.h"
 
 using namespace schemeui;
@@ -55,13 +56,7 @@ protected:
         window_.reset();
         SchemeUiTest::TearDown();
     }
-    QAction* Action(const QString& text)
-    {
-        for (QAction* a : window_->menuBar()->findChildren<QAction*>())
-            if (QString(a->text()).remove(QLatin1Char('&')) == text)
-                return a;
-        return nullptr;
-    }
+    QAction* Action(const QString& text) { return testing_support::MenuAction(*window_, text); }
     void Trigger(const QString& text)
     {
         QAction* a = Action(text);
