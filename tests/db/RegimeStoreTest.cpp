@@ -2,7 +2,6 @@
 // every demo feeder, and the upgrade of a database of the former version.
 #include <gtest/gtest.h>
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -17,7 +16,6 @@
 #include "host/SchemaUpgrade.h"
 #include "host/Tree.h"
 #include "host/fider/RegimeBatch.h"
-#include "host/fider/RegimeWriter.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -340,39 +338,6 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
                          "coalesce(\"CalcType\", 0)=0",
                          guid, year_)),
                   s.ident);
-}
-
-TEST_F(Regime, AFeederWhoseRunAnotherUserHoldsIsReportedAndTheOthersAreStored)
-{
-    const int feeder = SchemeFeeder();
-    const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
-    const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
-    ASSERT_GE(all.size(), 2);
-    ASSERT_EQ(Run(all, Request(TLoadMode::Loads)).Failure, QString());
-    // Another user changes the feeder's run and keeps the transaction open.
-    auto other = db_->NewConnection();
-    other->StartTransaction();
-    auto hold = other->NewQuery();
-    hold->SetSQLText(Fmt("update \"LVResults\" set \"T\"=\"T\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_));
-    hold->ExecSQL();
-    ASSERT_EQ(hold->RowsAffected(), 1);
-
-    QElapsedTimer timer;
-    timer.start();
-    QStringList problems;
-    std::map<int, Stored> stored;
-    const TRegimeBatchResult result = Run(all, Request(TLoadMode::Loads), &stored, &problems);
-    // The group waits once, the feeder a few times more on its own (each time after the first in a fresh
-    // transaction): then it is reported, not waited for forever.
-    EXPECT_GE(timer.elapsed(), (1 + TRegimeWriter::kWriteAttempts) * kRegimeLockTimeoutMs - 500);
-    EXPECT_LT(timer.elapsed(), (2 + TRegimeWriter::kWriteAttempts) * kRegimeLockTimeoutMs);
-    EXPECT_TRUE(result.Failure.isEmpty()) << result.Failure.toStdString();
-    EXPECT_EQ(result.Refused, 1);
-    EXPECT_EQ(result.Calculated, all.size() - 1);
-    ASSERT_EQ(problems.size(), 1);
-    EXPECT_TRUE(problems[0].contains("Данные заняты другим пользователем")) << problems[0].toStdString();
-    EXPECT_FALSE(stored.count(feeder));
-    other->Rollback();
 }
 
 TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheEnd)

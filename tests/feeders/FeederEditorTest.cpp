@@ -15,7 +15,6 @@
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersUnit.h"
-#include "feeders/ReportHTMLForm.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/EditConstraints.h"
@@ -266,21 +265,6 @@ TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
     form_->close();
     EXPECT_EQ(dialogs_.Calls().last().text, "Сохранить изменения за \"" + day + "\"?");
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
-}
-
-TEST_F(Editor, ReportsOfTheLineAndTheSubstation)
-{
-    const QString line = LineReportHtml(*form_->Rep_Data(), form_->LVFider());
-    EXPECT_TRUE(line.contains(form_->findChild<QListWidget*>("FidersList")->currentItem()->text().toHtmlEscaped()));
-    EXPECT_TRUE(line.contains(form_->CurrentDate().toString("dd.MM.yyyy")));
-    const QString tp = SubstationReportHtml(*form_->Rep_Data(), form_->windowTitle());
-    EXPECT_GE(tp.count("<table"), 3);
-    TfrmReportHTML viewer(nullptr, "OZN3_Report_Ln", line);
-    const QString pdf = folder_.Path("отчет.pdf");
-    ASSERT_TRUE(viewer.SavePdf(pdf));
-    QFile file(pdf);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(file.read(5) == "%PDF-");
 }
 
 TEST_F(Editor, DoubleClickOnThePowerFactorEditsTheLoadKinds)

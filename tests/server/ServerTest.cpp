@@ -271,12 +271,13 @@ TEST_F(OnServer, ABatchGivesUpOnAFeederAnotherUserHoldsAndCtrlCEndsTheWait)
     const qint64 waited = timer.elapsed();
     EXPECT_EQ(second.code, 0) << second.err.toStdString();
     EXPECT_TRUE(second.out.contains(Fmt("отказано: 1 из %1", feeders))) << second.out.toStdString();
-    EXPECT_GE(waited,
-              (1 + fider::TRegimeWriter::kWriteAttempts) * 5000 - 1000);  // the group's wait, then the feeder's own
-    EXPECT_LT(waited, 60000);
+    // The group waits once, the feeder a few times more on its own: then it is reported, not waited for forever.
+    EXPECT_GE(waited, (1 + fider::TRegimeWriter::kWriteAttempts) * 5000 - 1000);
+    EXPECT_LT(waited, (2 + fider::TRegimeWriter::kWriteAttempts) * 5000);
     const QStringList lines = Lines(log);
     EXPECT_EQ(lines.size(), feeders);
-    EXPECT_EQ(lines.filter(Fmt("(%1) - Ошибка записи в базу данных", held)).size(), 1)
+    EXPECT_EQ(lines.filter(Fmt("(%1) - Ошибка записи в базу данных: Данные заняты другим пользователем", held)).size(),
+              1)
         << lines.join('\n').toStdString();
     EXPECT_EQ(lines.filter(" - Рассчитана и сохранена").size(), feeders - 1);
     // The held feeder keeps its former run; the others have new ones, one each.
@@ -593,14 +594,8 @@ TEST_F(OnServer, OnlyAdministratorsGiveAndTakeRightsAndTheOwnersStayTheirs)
 
 TEST_F(OnServer, DemoDbFillsAnExistingEmptyServerDatabaseAndRefusesAForeignOne)
 {
-    // Made by init-db: it takes the demo network.
-    const QString initialised = server_->Address(folder_.Path("init.fdb"));
-    ASSERT_EQ(Ozn3({"init-db", initialised}, admin_).code, 0);
-    const Outcome filled = Ozn3({"demo-db", initialised}, admin_);
-    EXPECT_EQ(filled.code, 0) << filled.err.toStdString();
-    EXPECT_TRUE(Ozn3({"stats", "--db", initialised}, admin_).out.contains("6 ТП: 192"));
     // Made by the engine's own tool: a bare one is given the tables and filled, one with tables of another
-    // application is left alone.
+    // application is left alone. (One made by init-db is filled as on a file of the user's own: tests/entry.)
     const QString bare = folder_.Path("bare.fdb"), foreign = folder_.Path("foreign.fdb");
     for (const QString& path : {bare, foreign}) {
         QProcess isql;
