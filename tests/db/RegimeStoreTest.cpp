@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <cmath>
 #include <map>
 
@@ -265,13 +264,12 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
     const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     db_.reset();
     const QString log = folder_.Path("regime.log");
-    QProcess app;
-    app.start(AppPath(), {"regime", "--db", folder_.Path("demo.fdb"), "--node", QString::number(tp), "--sample",
-                          QString::number(year_), "--middle", "--mode", "loads", "--json", "--log", log});
-    ASSERT_TRUE(app.waitForFinished(60000));
-    EXPECT_EQ(app.exitCode(), 0) << app.readAllStandardError().toStdString();
+    const AppOutcome app =
+        RunApp({"regime", "--db", folder_.Path("demo.fdb"), "--node", QString::number(tp), "--sample",
+                QString::number(year_), "--middle", "--mode", "loads", "--json", "--log", log});
+    EXPECT_EQ(app.code, 0) << app.err.toStdString();
     int lines = 0;
-    for (const QByteArray& line : app.readAllStandardOutput().split('\n')) {
+    for (const QByteArray& line : app.out.toUtf8().split('\n')) {
         if (line.isEmpty())
             continue;
         ++lines;
@@ -293,12 +291,10 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
                                              Fmt("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1", tp))));
     EXPECT_TRUE(QFile::exists(log));
 
-    QProcess bad;
-    bad.start(AppPath(), {"regime", "--db", folder_.Path("demo.fdb"), "--node", "1", "--sample", QString::number(year_),
-                          "--max", "--mode", "energy"});
-    ASSERT_TRUE(bad.waitForFinished(30000));
-    EXPECT_EQ(bad.exitCode(), 2);
-    EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("только в режиме средних нагрузок"));
+    const AppOutcome bad = RunApp({"regime", "--db", folder_.Path("demo.fdb"), "--node", "1", "--sample",
+                                   QString::number(year_), "--max", "--mode", "energy"});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_TRUE(bad.err.contains("только в режиме средних нагрузок"));
 }
 
 TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
