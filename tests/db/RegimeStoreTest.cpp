@@ -2,12 +2,10 @@
 // every demo feeder, and the upgrade of a database of the former version.
 #include <gtest/gtest.h>
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <cmath>
 #include <map>
 
@@ -17,7 +15,6 @@
 #include "host/SchemaUpgrade.h"
 #include "host/Tree.h"
 #include "host/fider/RegimeBatch.h"
-#include "host/fider/RegimeWriter.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
@@ -267,13 +264,12 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
     const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
     db_.reset();
     const QString log = folder_.Path("regime.log");
-    QProcess app;
-    app.start(AppPath(), {"regime", "--db", folder_.Path("demo.fdb"), "--node", QString::number(tp), "--sample",
-                          QString::number(year_), "--middle", "--mode", "loads", "--json", "--log", log});
-    ASSERT_TRUE(app.waitForFinished(60000));
-    EXPECT_EQ(app.exitCode(), 0) << app.readAllStandardError().toStdString();
+    const AppOutcome app =
+        RunApp({"regime", "--db", folder_.Path("demo.fdb"), "--node", QString::number(tp), "--sample",
+                QString::number(year_), "--middle", "--mode", "loads", "--json", "--log", log});
+    EXPECT_EQ(app.code, 0) << app.err.toStdString();
     int lines = 0;
-    for (const QByteArray& line : app.readAllStandardOutput().split('\n')) {
+    for (const QByteArray& line : app.out.toUtf8().split('\n')) {
         if (line.isEmpty())
             continue;
         ++lines;
@@ -295,12 +291,10 @@ TEST_F(Regime, CommandLinePrintsASnapshotThatClosesAndLogsRefusals)
                                              Fmt("select count(*) from \"LVFiders\" where \"OwnerGUID\"=%1", tp))));
     EXPECT_TRUE(QFile::exists(log));
 
-    QProcess bad;
-    bad.start(AppPath(), {"regime", "--db", folder_.Path("demo.fdb"), "--node", "1", "--sample", QString::number(year_),
-                          "--max", "--mode", "energy"});
-    ASSERT_TRUE(bad.waitForFinished(30000));
-    EXPECT_EQ(bad.exitCode(), 2);
-    EXPECT_TRUE(QString::fromUtf8(bad.readAllStandardError()).contains("только в режиме средних нагрузок"));
+    const AppOutcome bad = RunApp({"regime", "--db", folder_.Path("demo.fdb"), "--node", "1", "--sample",
+                                   QString::number(year_), "--max", "--mode", "energy"});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_TRUE(bad.err.contains("только в режиме средних нагрузок"));
 }
 
 TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
@@ -340,39 +334,6 @@ TEST_F(Regime, AWriteTheDatabaseRefusesKeepsThatFeedersRunAndStoresTheOthers)
                          "coalesce(\"CalcType\", 0)=0",
                          guid, year_)),
                   s.ident);
-}
-
-TEST_F(Regime, AFeederWhoseRunAnotherUserHoldsIsReportedAndTheOthersAreStored)
-{
-    const int feeder = SchemeFeeder();
-    const int tp = static_cast<int>(Db(Fmt("select \"OwnerGUID\" from \"LVFiders\" where guid=%1", feeder)));
-    const QList<int> all = LVFidersUnder(*db_->GetTree(), tp);
-    ASSERT_GE(all.size(), 2);
-    ASSERT_EQ(Run(all, Request(TLoadMode::Loads)).Failure, QString());
-    // Another user changes the feeder's run and keeps the transaction open.
-    auto other = db_->NewConnection();
-    other->StartTransaction();
-    auto hold = other->NewQuery();
-    hold->SetSQLText(Fmt("update \"LVResults\" set \"T\"=\"T\" where guid=%1 and \"SampleIdent\"=%2", feeder, year_));
-    hold->ExecSQL();
-    ASSERT_EQ(hold->RowsAffected(), 1);
-
-    QElapsedTimer timer;
-    timer.start();
-    QStringList problems;
-    std::map<int, Stored> stored;
-    const TRegimeBatchResult result = Run(all, Request(TLoadMode::Loads), &stored, &problems);
-    // The group waits once, the feeder a few times more on its own (each time after the first in a fresh
-    // transaction): then it is reported, not waited for forever.
-    EXPECT_GE(timer.elapsed(), (1 + TRegimeWriter::kWriteAttempts) * kRegimeLockTimeoutMs - 500);
-    EXPECT_LT(timer.elapsed(), (2 + TRegimeWriter::kWriteAttempts) * kRegimeLockTimeoutMs);
-    EXPECT_TRUE(result.Failure.isEmpty()) << result.Failure.toStdString();
-    EXPECT_EQ(result.Refused, 1);
-    EXPECT_EQ(result.Calculated, all.size() - 1);
-    ASSERT_EQ(problems.size(), 1);
-    EXPECT_TRUE(problems[0].contains("Данные заняты другим пользователем")) << problems[0].toStdString();
-    EXPECT_FALSE(stored.count(feeder));
-    other->Rollback();
 }
 
 TEST_F(Regime, AFeederWithoutASchemeIsOneSectionOfItsParametersWithItsLoadAtTheEnd)

@@ -28,6 +28,7 @@
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "host/TreeSearch.h"
+#include "support/MainWindowFixture.h"
 #include "support/TestSupport.h"
 #include "support/TestWidgets.h"
 
@@ -59,44 +60,22 @@ void doubleClick(QTreeView* view, const QModelIndex& index)
     }
 }
 
-QAction* command(QMainWindow& window, const QString& text)
-{
-    for (QAction* a : window.menuBar()->findChildren<QAction*>())
-        if (QString(a->text()).remove(QLatin1Char('&')).section(QLatin1Char('\t'), 0, 0) == text)
-            return a;
-    return nullptr;
-}
-
-class WindowFollows : public ::testing::Test {
+class WindowFollows : public MainWindowTest {
 protected:
     void SetUp() override
     {
-        db_ = OpenDatabase(NewDemoDatabase(folder_));
-        c_ = db_->GetDefaultConnection();
-        SetCurrentDatabase(db_.get());
-        QString error;
-        ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
         // A first start: no element chosen in an earlier session.
         Init(true)->SaveIntParam(QStringLiteral("MainWindow"), QStringLiteral("Chosen"), 0);
-        window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
+        MainWindowTest::SetUp();
         window_->resize(1366, 740);
-        window_->show();
         window_->activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get()));
         tree_ = window_->findChild<QTreeView*>("NetworkTree");
         // A substation with two LV feeders at least.
-        substation_ = static_cast<int>(Scalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by "
-                                                   "\"OwnerGUID\" having count(*) >= 2 order by 1"));
-        first_ = static_cast<int>(
-            Scalar(*c_, QStringLiteral("select min(guid) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(substation_)));
-        second_ = static_cast<int>(
-            Scalar(*c_, QStringLiteral("select max(guid) from \"LVFiders\" where \"OwnerGUID\"=%1").arg(substation_)));
-    }
-    void TearDown() override
-    {
-        window_.reset();
-        plugin_.Unload();
-        SetCurrentDatabase(nullptr);
+        substation_ = IntScalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" group by \"OwnerGUID\" "
+                                     "having count(*) >= 2 order by 1");
+        first_ = IntScalar(*c_, Fmt("select min(guid) from \"LVFiders\" where \"OwnerGUID\"=%1", substation_));
+        second_ = IntScalar(*c_, Fmt("select max(guid) from \"LVFiders\" where \"OwnerGUID\"=%1", substation_));
     }
     QModelIndex IndexOf(int guid) const
     {
@@ -109,13 +88,6 @@ protected:
         QTest::qWait(400);
     }
     QString Name(int guid) const { return db_->GetTree()->Find(guid)->GetText(); }
-    TempFolder folder_;
-    std::unique_ptr<TfdbDatabase> db_;
-    ToznFDConnection* c_ = nullptr;
-    host::ScriptedDialogs dialogs_;
-    host::ScopedDialogs scoped_{&dialogs_};
-    Ozn32Plugin plugin_;
-    std::unique_ptr<MainWindow> window_;
     QTreeView* tree_ = nullptr;
     int substation_ = 0, first_ = 0, second_ = 0;
 };
@@ -196,9 +168,9 @@ TEST_F(WindowFollows, TheSearchFindsACollapsedLineAndStepsThroughTheMatches)
     const QString name = Name(first_);
     const QString part = name.mid(name.indexOf(QLatin1Char(' ')) + 1, 6);
     ASSERT_GE(part.size(), 4);
-    const int expected = static_cast<int>(
-        Scalar(*c_, QStringLiteral("select count(*) from \"LVFiders\" where \"Name\" containing '%1'").arg(part)) +
-        Scalar(*c_, QStringLiteral("select count(*) from \"Nodes\" where \"Info\" containing '%1'").arg(part)));
+    const int expected =
+        static_cast<int>(Scalar(*c_, Fmt("select count(*) from \"LVFiders\" where \"Name\" containing '%1'", part)) +
+                         Scalar(*c_, Fmt("select count(*) from \"Nodes\" where \"Info\" containing '%1'", part)));
     ASSERT_GE(expected, 1);
 
     QTest::keyClick(tree_, Qt::Key_F, Qt::ControlModifier);
@@ -257,7 +229,7 @@ TEST_F(WindowFollows, FormsOpenOnTheElementChosenInTheMainWindow)
                 parentOpen = view->isExpanded(view->currentIndex().parent());
             }
         });
-        QAction* action = command(*window_, caption);
+        QAction* action = MenuAction(*window_, caption);
         ASSERT_NE(action, nullptr) << caption;
         action->trigger();
         EXPECT_EQ(current, substation_) << caption;
@@ -274,7 +246,7 @@ TEST_F(WindowFollows, FileOpensAnotherDatabaseAndTellsThePropertiesAndF1OpensThe
         for (int r = 0; r < grid->rowCount(); ++r)
             facts[grid->item(r, 0)->text()] = grid->item(r, 1)->text();
     });
-    command(*window_, "Свойства базы данных…")->trigger();
+    MenuAction(*window_, "Свойства базы данных…")->trigger();
     EXPECT_EQ(facts["7 Линии 0,4 кВ"], QString::number(IntScalar(*c_, "select count(*) from \"LVFiders\"")));
     EXPECT_EQ(facts["Расчетов режима"], QString::number(IntScalar(*c_, "select count(*) from \"LVResults\"")));
     EXPECT_EQ(facts["База данных"], db_->ConnectionString());
@@ -295,7 +267,7 @@ TEST_F(WindowFollows, FileOpensAnotherDatabaseAndTellsThePropertiesAndF1OpensThe
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));  // it is opened only by the window's entry, after the close
     file.close();
     window_->ChooseDatabaseFile = [&] { return other; };
-    command(*window_, "Открыть базу данных…")->trigger();
+    MenuAction(*window_, "Открыть базу данных…")->trigger();
     EXPECT_FALSE(window_->isVisible());
     EXPECT_EQ(window_->NextDatabase(), other);
 
@@ -319,6 +291,6 @@ TEST_F(WindowFollows, FileOpensAnotherDatabaseAndTellsThePropertiesAndF1OpensThe
         editorPart = partShown(d);
     });
     Choose(substation_);
-    command(*window_, "Линии 0,38 кВ ТП...")->trigger();
+    MenuAction(*window_, "Линии 0,38 кВ ТП...")->trigger();
     EXPECT_TRUE(editorPart.startsWith("2. ")) << editorPart.toStdString();
 }

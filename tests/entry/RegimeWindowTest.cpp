@@ -26,77 +26,15 @@
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "support/MainWindowFixture.h"
 #include "support/TestWidgets.h"
 
 using namespace testing_support;
 
 namespace {
-QAction* action(QMainWindow& window, const QString& text)
-{
-    for (QAction* a : window.menuBar()->findChildren<QAction*>())
-        if (QString(a->text()).remove(QLatin1Char('&')) == text)
-            return a;
-    return nullptr;
-}
-
-// Answers the modal dialogs as they come: the regime dialog with "По заданным нагрузкам" and OK, any
-// other (the feeder's balance) closed after noting its name.
-struct DialogAnswers {
-    QStringList seen;
-    QStringList pages;  // of the feeder's balance window
-    int drawn = 0;      // items of the drawing on its page
-    QTimer timer;
-    DialogAnswers()
-    {
-        timer.setInterval(10);
-        QObject::connect(&timer, &QTimer::timeout, [this] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!dialog || !dialog->isVisible() || dialog->inherits("QProgressDialog"))
-                return;
-            seen << dialog->objectName();
-            if (auto* tabs = dialog->findChild<QTabWidget*>("PagesResults"))
-                for (int t = 0; t < tabs->count(); ++t)
-                    pages << tabs->tabText(t);
-            if (auto* view = dialog->findChild<QGraphicsView*>())
-                drawn = static_cast<int>(view->scene()->items().size());
-            if (auto* mode = dialog->findChild<QComboBox*>("ComboSampleType")) {
-                mode->setCurrentIndex(1);
-                dialog->done(1);
-            } else {
-                dialog->done(2);
-            }
-        });
-        timer.start();
-    }
-};
-// The main window on a fresh demo database, with the plug-in loaded and the dialogs scripted.
-class RegimeWindow : public DatabaseTest {
-protected:
-    void SetUp() override
-    {
-        OpenNew(true);
-        SetCurrentDatabase(db_.get());
-        QString error;
-        ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
-        window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
-        window_->show();
-    }
-    void TearDown() override
-    {
-        window_.reset();
-        plugin_.Unload();
-        SetCurrentDatabase(nullptr);
-    }
-    void Select(int ident)
-    {
-        auto* view = window_->findChild<QTreeView*>("NetworkTree");
-        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
-    }
-    host::ScriptedDialogs dialogs_;
-    host::ScopedDialogs scoped_{&dialogs_};
-    Ozn32Plugin plugin_;
-    std::unique_ptr<MainWindow> window_;
-};
+// The regime dialog answered with "По заданным нагрузкам".
+constexpr int kGivenLoads = 1;
+class RegimeWindow : public MainWindowTest {};
 }  // namespace
 
 TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheDetail)
@@ -109,14 +47,23 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     Exec(c, Fmt("delete from \"LVResults\" where guid=%1", feeder));
     Select(feeder);
 
-    DialogAnswers answers;
-    QAction* middle = action(window, "Расчет режима средних нагрузок...");
+    ModalAnswers answers(kGivenLoads);
+    QStringList pages;  // of the feeder's balance window
+    int symbols = 0;    // items of the drawing on its page
+    answers.inspect = [&](QDialog* dialog) {
+        if (auto* tabs = dialog->findChild<QTabWidget*>("PagesResults"))
+            for (int t = 0; t < tabs->count(); ++t)
+                pages << tabs->tabText(t);
+        if (auto* view = dialog->findChild<QGraphicsView*>())
+            symbols = static_cast<int>(view->scene()->items().size());
+    };
+    QAction* middle = MenuAction(window, "Расчет режима средних нагрузок...");
     ASSERT_NE(middle, nullptr);
     middle->trigger();
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
     // The feeder's report shows its drawing beside the balance: at least a symbol per section of the scheme.
-    EXPECT_EQ(answers.pages, QStringList({"Баланс", "Схема линии"}));
-    EXPECT_GE(answers.drawn, IntScalar(c, Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", feeder)));
+    EXPECT_EQ(pages, QStringList({"Баланс", "Схема линии"}));
+    EXPECT_GE(symbols, IntScalar(c, Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", feeder)));
 
     // One run by the given loads for the chosen period, with its elements.
     const QString run = Fmt(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, period);
@@ -179,8 +126,8 @@ TEST_F(RegimeWindow, ANodeAboveTheFeedersCalculatesEachOfThemAndReportsTheRefuse
     Exec(c, "delete from \"LVResults\"");
     Select(tp);
 
-    DialogAnswers answers;
-    action(window, "Расчет режима средних нагрузок...")->trigger();
+    ModalAnswers answers(kGivenLoads);
+    MenuAction(window, "Расчет режима средних нагрузок...")->trigger();
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle"})) << "no feeder's balance after a group";
     ASSERT_EQ(dialogs.Calls().size(), 1);
     const QString text = dialogs.Calls()[0].text;
@@ -198,7 +145,7 @@ TEST_F(RegimeWindow, TheFeederBalanceGoesToAnExportTableThatIsShownAndSaved)
     ToznFDConnection& c = *db_->GetDefaultConnection();
     const int feeder = IntScalar(c, "select first 1 guid from \"LVResults\" order by guid");
     Select(feeder);
-    QAction* toExport = action(*window_, "Баланс линии в таблицу экспорта");
+    QAction* toExport = MenuAction(*window_, "Баланс линии в таблицу экспорта");
     ASSERT_NE(toExport, nullptr);
     int rows = 0;
     QString first, received;
@@ -261,7 +208,7 @@ TEST_F(RegimeWindow, TheMenusOpenFromTheKeyboardWithFileFirst)
             }
         }
     }
-    EXPECT_EQ(action(*window_, "Выход")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
-    EXPECT_EQ(action(*window_, "Расчет режима средних нагрузок...")->shortcut(), QKeySequence(Qt::Key_F5));
+    EXPECT_EQ(MenuAction(*window_, "Выход")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    EXPECT_EQ(MenuAction(*window_, "Расчет режима средних нагрузок...")->shortcut(), QKeySequence(Qt::Key_F5));
     EXPECT_GE(keys.size(), 8);
 }

@@ -17,7 +17,6 @@
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersUnit.h"
-#include "feeders/ReportHTMLForm.h"
 #include "host/Database.h"
 #include "host/DesktopDialogs.h"
 #include "host/Dialogs.h"
@@ -272,21 +271,6 @@ TEST_F(Editor, LoadKindConductorsAndTheCloseQuestion)
     EXPECT_EQ(dialogs_.Calls().last().icon, host::Icon::Question);
 }
 
-TEST_F(Editor, ReportsOfTheLineAndTheSubstation)
-{
-    const QString line = LineReportHtml(*form_->Rep_Data(), form_->LVFider());
-    EXPECT_TRUE(line.contains(form_->findChild<QListWidget*>("FidersList")->currentItem()->text().toHtmlEscaped()));
-    EXPECT_TRUE(line.contains(form_->CurrentDate().toString("dd.MM.yyyy")));
-    const QString tp = SubstationReportHtml(*form_->Rep_Data(), form_->windowTitle());
-    EXPECT_GE(tp.count("<table"), 3);
-    TfrmReportHTML viewer(nullptr, "OZN3_Report_Ln", line);
-    const QString pdf = folder_.Path("отчет.pdf");
-    ASSERT_TRUE(viewer.SavePdf(pdf));
-    QFile file(pdf);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(file.read(5) == "%PDF-");
-}
-
 TEST_F(Editor, DoubleClickOnThePowerFactorEditsTheLoadKinds)
 {
     QLineEdit* cos = Box("EditCosFi");
@@ -486,35 +470,6 @@ TEST_F(Editor, ExitAsksTheSaveQuestionAsClosingDoes)
     EXPECT_FALSE(form_->Rep_Data()->Modified());
     c_->Rollback();  // whatever the host would drop: the save is committed already
     EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), typed);
-}
-
-TEST_F(Editor, OfTwoUsersSavingOneSampleTheSecondIsRefusedAndNothingIsOverwritten)
-{
-    // A second user opens the same substation on a connection of their own, before the first one saves.
-    auto other = db_->NewConnection();
-    other->StartTransaction(false);
-    TLVFidersForm second(nullptr, *other);
-    second.SetRepData(new TRep_Data(&second, *other));
-    second.SetNode(node_);
-    second.OpenFiders();
-    ASSERT_EQ(second.LVFider(), form_->LVFider());
-    ASSERT_EQ(second.CurrentDate(), form_->CurrentDate());
-    const QString stored = Fmt("select \"IA\" from \"LVPResultsA\" where GUID=%1 and \"SampleDate\"='%2'",
-                               form_->LVFider(), form_->CurrentDate().toString(Qt::ISODate));
-
-    type(Box("EditIA"), "111");
-    Button("btnSave")->click();
-    EXPECT_DOUBLE_EQ(Db(stored), 111);
-
-    type(second.Edit("EditIA"), "222");
-    dialogs_.Clear();
-    second.findChild<QPushButton*>("btnSave")->click();
-    ASSERT_EQ(dialogs_.Texts().size(), 1);
-    EXPECT_TRUE(dialogs_.Texts()[0].startsWith("Данные линии изменил другой пользователь"))
-        << dialogs_.Texts()[0].toStdString();
-    EXPECT_TRUE(second.findChild<QPushButton*>("btnSave")->isEnabled());  // the edit stays to be redone
-    EXPECT_DOUBLE_EQ(Db(stored), 111);
-    other->Rollback();
 }
 
 TEST_F(Editor, RefusedTextsAreNeverStoredByClosingOrSwitching)

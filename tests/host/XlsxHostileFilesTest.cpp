@@ -22,12 +22,12 @@ constexpr qint64 kRefusalMs = 10'000;
 const QByteArray kMain = R"(xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main")";
 const QByteArray kWorkbook = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><workbook )" + kMain +
                              R"( xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships">)"
-                             R"(<sheets><sheet name="Лист1" sheetId="1" r:id="rId1"/></sheets></workbook>)";
+                             R"(<sheets><sheet name="Лист1" sheetId="1" r:id="rId7"/></sheets></workbook>)";
 const QByteArray kRels =
     R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)"
     R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
-    R"(<Relationship Id="rId1" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet" )"
-    R"(Target="worksheets/sheet1.xml"/></Relationships>)";
+    R"(<Relationship Id="rId7" Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet" )"
+    R"(Target="worksheets/data.xml"/></Relationships>)";
 const QByteArray kSheetHead = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><worksheet )" + kMain +
                               R"(><sheetData><row r="1"><c r="A1"><v>1</v></c></row>)";
 const QByteArray kSheetTail = "</sheetData></worksheet>";
@@ -67,7 +67,7 @@ QString BookWithSheet(const TempFolder& folder, const QString& name, const QByte
                       const QByteArray& shared = {})
 {
     std::vector<Part> parts{
-        {"xl/workbook.xml", kWorkbook}, {"xl/_rels/workbook.xml.rels", kRels}, {"xl/worksheets/sheet1.xml", sheet}};
+        {"xl/workbook.xml", kWorkbook}, {"xl/_rels/workbook.xml.rels", kRels}, {"xl/worksheets/data.xml", sheet}};
     if (!shared.isNull())
         parts.push_back({"xl/sharedStrings.xml", shared});
     return Book(folder.Path(name), parts);
@@ -249,7 +249,7 @@ TEST(XlsxHostileFiles, AZipBombIsRefusedUnderTheUsualLimitsWithoutUnpackingItInt
     TempFolder folder;
     const std::vector<Part> parts{{"xl/workbook.xml", kWorkbook}, {"xl/_rels/workbook.xml.rels", kRels}};
     Generated bomb = BombSheet(1024);
-    const QString path = BookWithGeneratedPart(folder.Path("bomb.xlsx"), parts, "xl/worksheets/sheet1.xml", bomb);
+    const QString path = BookWithGeneratedPart(folder.Path("bomb.xlsx"), parts, "xl/worksheets/data.xml", bomb);
     // deflate packs a run of one byte about a thousand to one: a file of about a megabyte
     const qint64 packed = QFileInfo(path).size();
     ASSERT_GT(packed, 0);
@@ -260,7 +260,7 @@ TEST(XlsxHostileFiles, AZipBombIsRefusedUnderTheUsualLimitsWithoutUnpackingItInt
         zip_t* zip = zip_open(path.toLocal8Bit().constData(), ZIP_RDONLY, &error);
         ASSERT_NE(zip, nullptr);
         zip_stat_t stat;
-        EXPECT_EQ(zip_stat(zip, "xl/worksheets/sheet1.xml", 0, &stat), 0);
+        EXPECT_EQ(zip_stat(zip, "xl/worksheets/data.xml", 0, &stat), 0);
         EXPECT_GT(static_cast<qint64>(stat.size), 1000 * kMB);
         zip_discard(zip);
     }
@@ -269,20 +269,28 @@ TEST(XlsxHostileFiles, AZipBombIsRefusedUnderTheUsualLimitsWithoutUnpackingItInt
         Generated small = BombSheet(8);
         TXlsxWorkbook book;
         QString error;
-        ASSERT_TRUE(book.Open(
-            BookWithGeneratedPart(folder.Path("small.xlsx"), parts, "xl/worksheets/sheet1.xml", small), error))
+        ASSERT_TRUE(
+            book.Open(BookWithGeneratedPart(folder.Path("small.xlsx"), parts, "xl/worksheets/data.xml", small), error))
             << error.toStdString();
         EXPECT_EQ(book.RowNumbers(0), QList<int>{1});
         EXPECT_EQ(book.Cell(0, 1, 1).toDouble(), 1.0);
+        // under tighter limits of one part or of the whole it is refused all the same
+        TXlsxLimits limits;
+        limits.PartBytes = 4 * kMB;
+        EXPECT_TRUE(Refusal(folder.Path("small.xlsx"), nullptr, limits)
+                        .endsWith("часть xl/worksheets/data.xml больше допустимого (4 МБ в распакованном виде)"));
+        limits.PartBytes = 128 * kMB;
+        limits.TotalBytes = 8 * kMB;
+        EXPECT_TRUE(Refusal(folder.Path("small.xlsx"), nullptr, limits).endsWith("(8 МБ в распакованном виде)"));
     }
 
-    const QString tooLarge = Fmt("часть xl/worksheets/sheet1.xml больше допустимого (%1 МБ в распакованном виде)",
+    const QString tooLarge = Fmt("часть xl/worksheets/data.xml больше допустимого (%1 МБ в распакованном виде)",
                                  TXlsxLimits().PartBytes / kMB);
     ExpectRefusedAtABoundedCost(path, tooLarge);
 
     // The same bomb stating that its sheet unpacks to a kilobyte: what it states is not what is counted.
     ASSERT_TRUE(QFile::copy(path, folder.Path("liar.xlsx")));
-    ASSERT_TRUE(SetStatedSize(folder.Path("liar.xlsx"), "xl/worksheets/sheet1.xml", 1024));
+    ASSERT_TRUE(SetStatedSize(folder.Path("liar.xlsx"), "xl/worksheets/data.xml", 1024));
     ExpectRefusedAtABoundedCost(folder.Path("liar.xlsx"), tooLarge);
 }
 
@@ -293,10 +301,10 @@ TEST(XlsxHostileFiles, AWorkbookOfCountlessSheetsIsRefusedWithoutReadingThem)
     const QByteArray head =
         R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><workbook )" + kMain +
         R"( xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets>)";
-    const QByteArray sheet = R"(<sheet name="Лист" sheetId="1" r:id="rId1"/>)";
+    const QByteArray sheet = R"(<sheet name="Лист" sheetId="1" r:id="rId7"/>)";
     Generated workbook{head, sheet.repeated(1000), "</sheets></workbook>", 2000};
     const std::vector<Part> parts{{"xl/_rels/workbook.xml.rels", kRels},
-                                  {"xl/worksheets/sheet1.xml", Sheet(1, R"(<c r="A1"><v>1</v></c>)")}};
+                                  {"xl/worksheets/data.xml", Sheet(1, R"(<c r="A1"><v>1</v></c>)")}};
     const QString path = BookWithGeneratedPart(folder.Path("sheets.xlsx"), parts, "xl/workbook.xml", workbook);
     ASSERT_LT(QFileInfo(path).size(), 2 * kMB);
     ExpectRefusedAtABoundedCost(path, Fmt("в xl/workbook.xml больше %1 листов", TXlsxLimits().Sheets));
@@ -324,11 +332,11 @@ TEST(XlsxHostileFiles, APartThatDoesNotMatchItsChecksumIsRefusedAsDamaged)
     const QByteArray strings = SharedStrings("<si><t>ТП-7</t></si>");
     const std::vector<Part> parts{{"xl/workbook.xml", kWorkbook},
                                   {"xl/_rels/workbook.xml.rels", kRels},
-                                  {"xl/worksheets/sheet1.xml", sheet},
+                                  {"xl/worksheets/data.xml", sheet},
                                   {"xl/sharedStrings.xml", strings}};
     const std::pair<QByteArray, QByteArray> changes[] = {
         {"<v>1234</v>", "<v>9234</v>"}, {R"(sheetId="1")", R"(sheetId="2")"}, {"ТП-7", "ТП-8"}};
-    const char* damaged[] = {"xl/worksheets/sheet1.xml", "xl/workbook.xml", "xl/sharedStrings.xml"};
+    const char* damaged[] = {"xl/worksheets/data.xml", "xl/workbook.xml", "xl/sharedStrings.xml"};
     TXlsxWorkbook book;
     QString error;
     ASSERT_TRUE(book.Open(Book(folder.Path("stored.xlsx"), parts, ZIP_CM_STORE), error)) << error.toStdString();
@@ -360,6 +368,10 @@ TEST(XlsxHostileFiles, RowsAndColumnsPastTheFormatsSheetAreRefusedWithTheirCell)
         {Sheet(1, R"(<c r="A4294967297"><v>1</v></c>)"), "лист «Лист1»: ссылка на ячейку «A4294967297» вне листа"},
         {Sheet(1, R"(<c r="A0"><v>1</v></c>)"), "лист «Лист1»: ссылка на ячейку «A0» вне листа"},
         {Sheet(1, R"(<c r="A-1"><v>1</v></c>)"), "лист «Лист1»: ссылка на ячейку «A-1» вне листа"},
+        {Sheet(1, R"(<c r="A2147483647"><v>1</v></c>)"), "лист «Лист1»: ссылка на ячейку «A2147483647» вне листа"},
+        {Sheet(1, R"(<c r="XFE1"><v>1</v></c>)"), "лист «Лист1»: ссылка на ячейку «XFE1» вне листа"},
+        // a shared string the workbook does not have
+        {Sheet(5, R"(<c r="E5" t="s"><v>7</v></c>)"), "лист «Лист1», ячейка E5: нет общей строки 7"},
     };
     int n = 0;
     for (const auto& [sheet, expected] : cases) {
@@ -374,6 +386,7 @@ TEST(XlsxHostileFiles, RowsAndColumnsPastTheFormatsSheetAreRefusedWithTheirCell)
         R"(><sheetData><row r="3"><c r="B3"><v>2</v></c></row><row r="1048576"><c r="A1048576"><v>3</v></c>)"
         R"(<c r="XFD1048576"><v>4</v></c></row></sheetData></worksheet>)";
     ASSERT_TRUE(book.Open(BookWithSheet(folder, "corner.xlsx", corner), error)) << error.toStdString();
+    EXPECT_EQ(book.SheetNames(), QStringList{"Лист1"});
     EXPECT_EQ(book.RowNumbers(0), (QList<int>{3, 1048576}));
     EXPECT_EQ(book.Cell(0, 1048576, 16384).toDouble(), 4.0);
     // and asking past them finds nothing, not a cell of another row
@@ -390,7 +403,7 @@ TEST(XlsxHostileFiles, MalformedXmlOfTheWorkbookAndOfTheSharedStringsNamesThePar
     const auto book = [&](const QString& name, const QByteArray& workbook, const QByteArray& shared) {
         return Book(folder.Path(name), {{"xl/workbook.xml", workbook},
                                         {"xl/_rels/workbook.xml.rels", kRels},
-                                        {"xl/worksheets/sheet1.xml", sheet},
+                                        {"xl/worksheets/data.xml", sheet},
                                         {"xl/sharedStrings.xml", shared}});
     };
     const QByteArray strings = SharedStrings("<si><t>Ф1</t></si>");
@@ -406,7 +419,7 @@ TEST(XlsxHostileFiles, MalformedXmlOfTheWorkbookAndOfTheSharedStringsNamesThePar
         {"workbook-cut.xlsx", kWorkbook.left(kWorkbook.size() / 2), strings, "xl/workbook.xml: "},
         // a prefix never declared
         {"workbook-prefix.xlsx",
-         "<workbook " + kMain + R"(><sheets><sheet name="Лист1" sheetId="1" x:id="rId1"/></sheets></workbook>)",
+         "<workbook " + kMain + R"(><sheets><sheet name="Лист1" sheetId="1" x:id="rId7"/></sheets></workbook>)",
          strings, "xl/workbook.xml: "},
         // not XML at all
         {"workbook-binary.xlsx", QByteArray("\x00\x01\x02\xff\xfe", 5), strings, "xl/workbook.xml: "},
@@ -420,11 +433,17 @@ TEST(XlsxHostileFiles, MalformedXmlOfTheWorkbookAndOfTheSharedStringsNamesThePar
             << c.file.toStdString() << ": " << error.toStdString();
         EXPECT_TRUE(error.contains(QStringLiteral("(строка "))) << error.toStdString();
     }
+    // a sheet cut short is named with its sheet and part
+    const QString cut = Refusal(BookWithSheet(folder, "sheet-tags.xlsx", Sheet(1, R"(<c r="A1"><v>1</v></c)")));
+    EXPECT_TRUE(cut.contains("не читается: лист «Лист1» (xl/worksheets/data.xml): ")) << cut.toStdString();
     // the same parts, well formed, make a workbook
     TXlsxWorkbook good;
     QString error;
     ASSERT_TRUE(good.Open(book("good.xlsx", kWorkbook, strings), error)) << error.toStdString();
     EXPECT_EQ(good.Cell(0, 1, 1).toString(), QStringLiteral("Ф1"));
+    // and a file that is not there is not opened
+    EXPECT_FALSE(good.Open(folder.Path("missing.xlsx"), error));
+    EXPECT_TRUE(error.startsWith("Не удалось открыть книгу")) << error.toStdString();
 }
 
 TEST(XlsxHostileFiles, EntitiesThatExpandWithoutEndAreRefusedQuickly)
@@ -447,7 +466,8 @@ TEST(XlsxHostileFiles, EntitiesThatExpandWithoutEndAreRefusedQuickly)
 TEST(XlsxHostileFiles, NumbersThatAreNotFiniteAreRefusedWithTheirCell)
 {
     TempFolder folder;
-    const char* values[] = {"NaN", "nan", "inf", "-inf", "INF", "Infinity", "-1e999", "1e309", "1.8e308"};
+    const char* values[] = {"NaN",    "nan",   "inf",   "-inf",    "INF",  "Infinity",
+                            "-1e999", "1e999", "1e309", "1.8e308", "12abc"};
     int n = 0;
     for (const char* value : values) {
         for (const QByteArray& type : {QByteArray(), QByteArray(R"( t="n")")}) {

@@ -1,6 +1,7 @@
-// What a workbook read back may change in the database: only what the user changed in it, never a value
-// someone stored after the workbook was written unless the user says so, and nothing at all when a row of it
-// cannot be tied to its object. Every caption the sheets show reads back as written.
+// The workbook commands as a script of the department runs them, and what a workbook read back may change in the
+// database: only what the user changed in it, never a value someone stored after the workbook was written unless
+// the user says so, and nothing at all when a row of it cannot be tied to its object. Every caption the sheets show
+// reads back as written.
 #include <gtest/gtest.h>
 
 #include "host/Database.h"
@@ -36,6 +37,7 @@ protected:
             if (r.TypeRec == TLVZamerRecord::Line)
                 feeders_ << r.Guid;
         tpName_ = data.Records()[0].Name;
+        firstFeeder_ = data.Records().at(1);
     }
     double Stored(const char* table, const char* column, int guid)
     {
@@ -67,9 +69,62 @@ protected:
     QString path_, tpName_;
     int sample_ = 0, tp_ = 0;
     QList<int> feeders_;
+    TLVZamerRecord firstFeeder_;
 };
 const int kRow = TLVZamerData::FirstRow;  // the substation's row; its feeders follow
 }  // namespace
+
+TEST_F(Trust, TheCommandPrintsEachChangeAndStoresOnlyWhenAskedAndAllowed)
+{
+    const QString book = Write("w.xlsx");
+    // Unchanged, the workbook reads back with nothing to store.
+    AppOutcome read = Read(book, {});
+    EXPECT_EQ(read.code, 0) << read.err.toStdString();
+    EXPECT_EQ(read.out.trimmed(), "Изменено строк: 0 (не сохранено: нужен --save)");
+
+    // The user changes a feeder's energy: the row is printed with the old and new value, stored only with --save.
+    const TLVZamerRecord& feeder = firstFeeder_;
+    ASSERT_EQ(feeder.TypeRec, TLVZamerRecord::Line);
+    TypeTextIntoCell(book, 1, GetNameCell(5, kRow + 1), "77.5");
+    read = Read(book, {});
+    EXPECT_EQ(read.code, 0);
+    const QString was = isEmptyFloat(feeder.W_sum) ? QStringLiteral("пусто") : QString::number(feeder.W_sum, 'g', 15);
+    EXPECT_TRUE(read.out.contains(Fmt("%1 (%2): W, тыс. кВт·ч: %3 → 77.5", feeder.Name, feeder.Guid, was)))
+        << read.out.toStdString();
+    EXPECT_NE(Stored("LVWSamples", "Wa", feeder.Guid), 77.5);
+    // Without the right of the measurement form nothing is stored.
+    Update("update \"UserRights\" set \"Granted\"=0 where \"UserRight\"=12");
+    read = Read(book);
+    EXPECT_EQ(read.code, 1);
+    EXPECT_TRUE(read.err.contains("Нет права на загрузку этой книги (право 12)")) << read.err.toStdString();
+    EXPECT_NE(Stored("LVWSamples", "Wa", feeder.Guid), 77.5);
+    Update("update \"UserRights\" set \"Granted\"=1 where \"UserRight\"=12");
+    read = Read(book);
+    EXPECT_EQ(read.code, 0) << read.err.toStdString();
+    EXPECT_TRUE(read.out.contains("Сохранено строк: 1")) << read.out.toStdString();
+    EXPECT_DOUBLE_EQ(Stored("LVWSamples", "Wa", feeder.Guid), 77.5);
+
+    // A wrong cell: every problem with its cell on standard error, exit 1, nothing stored.
+    const QString wrong = Write("wrong.xlsx");
+    TypeTextIntoCell(wrong, 1, GetNameCell(5, kRow + 1), "много");
+    read = Read(wrong);
+    EXPECT_EQ(read.code, 1);
+    EXPECT_TRUE(read.err.contains(Fmt("ячейка E%1: «много» — W, тыс. кВт·ч: число не меньше 0", kRow + 1)))
+        << read.err.toStdString();
+    EXPECT_DOUBLE_EQ(Stored("LVWSamples", "Wa", feeder.Guid), 77.5);
+
+    // The generalised data goes the same way; a workbook of another kind is refused.
+    const QString social = folder_.Path("social.xlsx");
+    const AppOutcome s = RunApp({"workbook", "write", "social", "--db", path_, "--node", QString::number(tp_),
+                                 "--sample", QString::number(sample_), "--level", "5", social});
+    ASSERT_EQ(s.code, 0) << s.err.toStdString();
+    EXPECT_EQ(RunApp({"workbook", "read", "social", "--db", path_, social}).code, 0);
+    const AppOutcome wrongKind = RunApp({"workbook", "read", "tmax", "--db", path_, social});
+    EXPECT_EQ(wrongKind.code, 1);
+    EXPECT_TRUE(wrongKind.err.contains("— книга обобщенных данных нормативного метода, а не книга замеров Tmax"))
+        << wrongKind.err.toStdString();
+    EXPECT_EQ(RunApp({"workbook", "read", "w", "--db", path_}).code, 2);  // no file: the usage
+}
 
 TEST_F(Trust, AStaleWorkbookNeverOverwritesWhatWasStoredAfterItWasWritten)
 {

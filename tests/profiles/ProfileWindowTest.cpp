@@ -33,74 +33,17 @@
 #include "host/Tree.h"
 #include "host/TreeModel.h"
 #include "results/PesResultsLVUnit.h"
+#include "support/MainWindowFixture.h"
 #include "support/TestSupport.h"
 
 using namespace testing_support;
 
 namespace {
-QAction* action(QMainWindow& window, const QString& text)
-{
-    for (QAction* a : window.menuBar()->findChildren<QAction*>())
-        if (QString(a->text()).remove(QLatin1Char('&')) == text)
-            return a;
-    return nullptr;
-}
-
-// Answers the modal windows as they come: the regime dialog with a mode and OK, every other window looked at by
-// `inspect` (with its name) and closed.
-struct WindowAnswers {
-    QStringList seen;
-    int mode = 2;
-    std::function<void(QDialog*)> inspect;
-    QTimer timer;
-    WindowAnswers()
-    {
-        timer.setInterval(10);
-        QObject::connect(&timer, &QTimer::timeout, [this] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!dialog || !dialog->isVisible() || dialog->inherits("QProgressDialog"))
-                return;
-            seen << dialog->objectName();
-            if (auto* combo = dialog->findChild<QComboBox*>("ComboSampleType")) {
-                combo->setCurrentIndex(mode);
-                dialog->done(1);
-                return;
-            }
-            if (inspect)
-                inspect(dialog);
-            dialog->done(2);
-        });
-        timer.start();
-    }
-};
-
-class ProfileWindow : public DatabaseTest {
+// The regime dialog answered with "По графикам нагрузки".
+constexpr int kByProfiles = 2;
+class ProfileWindow : public MainWindowTest {
 protected:
-    void SetUp() override
-    {
-        OpenNew(true);
-        SetCurrentDatabase(db_.get());
-        QString error;
-        ASSERT_TRUE(plugin_.Load(PluginPath(), error)) << error.toStdString();
-        window_ = std::make_unique<MainWindow>(db_.get(), &plugin_);
-        window_->show();
-    }
-    void TearDown() override
-    {
-        window_.reset();
-        plugin_.Unload();
-        SetCurrentDatabase(nullptr);
-    }
-    void Select(int ident)
-    {
-        auto* view = window_->findChild<QTreeView*>("NetworkTree");
-        view->setCurrentIndex(qobject_cast<TreeModel*>(view->model())->IndexOf(db_->GetTree()->Find(ident)));
-    }
     ToznFDConnection& C() { return *db_->GetDefaultConnection(); }
-    host::ScriptedDialogs dialogs_;
-    host::ScopedDialogs scoped_{&dialogs_};
-    Ozn32Plugin plugin_;
-    std::unique_ptr<MainWindow> window_;
 };
 
 // A year of 2025 by hours for two meters: "M-1" steady 1 kWh, "M-2" 3 kWh from 18:00 to 22:00, else 0.5 kWh.
@@ -143,7 +86,7 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
 
     // From the substation's menu; the demo's own profiles of these consumers, if any, are replaced on yes.
     Select(substation);
-    QAction* load = action(*window_, "Загрузить графики нагрузки…");
+    QAction* load = MenuAction(*window_, "Загрузить графики нагрузки…");
     ASSERT_NE(load, nullptr);
     dialogs_.AnswerMessage(host::mrYes);
     load->trigger();
@@ -157,7 +100,7 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
 
     // The feeder by profiles from the regime dialog: stored as a run of its own mode, then its window.
     Select(feeder);
-    auto answers = std::make_unique<WindowAnswers>();
+    auto answers = std::make_unique<ModalAnswers>(kByProfiles);
     int points = 0, tabs = 0;
     double peakY = 0, largestY = 0;
     QString methodsText;
@@ -183,7 +126,7 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
         if (auto* methods = dialog->findChild<QTableWidget*>("GridMethods"))
             methodsText = methods->item(0, 1)->text();
     };
-    QAction* middle = action(*window_, "Расчет режима средних нагрузок...");
+    QAction* middle = MenuAction(*window_, "Расчет режима средних нагрузок...");
     ASSERT_NE(middle, nullptr);
     middle->trigger();
     EXPECT_TRUE(answers->seen.contains("frmCalcParamsMiddle"));
@@ -217,7 +160,7 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
 
     // The substation by profiles: its feeders' comparison over the tree comes up as a table.
     Select(substation);
-    WindowAnswers group;
+    ModalAnswers group(kByProfiles);
     QString firstRow;
     group.inspect = [&](QDialog* dialog) {
         if (dialog->objectName() != "ComparisonTable")

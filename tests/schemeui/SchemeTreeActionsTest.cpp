@@ -18,6 +18,7 @@
 #include "host/TreeModel.h"
 #include "host/scheme/SchemeBookFile.h"
 #include "schemeui/SchemeUiFixture.h"
+#include "support/MainWindowFixture.h"
 #include "support/TestWidgets.h"
 
 using namespace schemeui;
@@ -55,13 +56,7 @@ protected:
         window_.reset();
         SchemeUiTest::TearDown();
     }
-    QAction* Action(const QString& text)
-    {
-        for (QAction* a : window_->menuBar()->findChildren<QAction*>())
-            if (QString(a->text()).remove(QLatin1Char('&')) == text)
-                return a;
-        return nullptr;
-    }
+    QAction* Action(const QString& text) { return testing_support::MenuAction(*window_, text); }
     void Trigger(const QString& text)
     {
         QAction* a = Action(text);
@@ -108,7 +103,7 @@ protected:
 };
 }  // namespace
 
-TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsInTheTree)
+TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationItsFeederAppearsInTheTreeAndIsReplacedOnlyWhenAgreed)
 {
     Write(NewFeederBook("0.05"));
     Select(kTp);
@@ -119,8 +114,7 @@ TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsI
     ASSERT_EQ(window_->SelectedPeriod(), kPeriod);
     ASSERT_EQ(Db("select count(*) from \"LVFiders\" where \"Name\"='Л-5 Новая' and \"OwnerGUID\"=200"), 1);
     const int fider = NewFeeder();
-    EXPECT_EQ(Db(Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", fider)), 2);
-    EXPECT_EQ(Db(Fmt("select count(*) from \"LVNodes\" where \"OwnerGUID\"=%1", fider)), 2);
+    EXPECT_EQ(Stored(fider), "2 nodes, 2 lines, 0.07 km");
     EXPECT_EQ(Db(Fmt("select l.\"ProvodPhase\" from \"LVLines\" l join \"LVNodes\" n on n.\"GUID\"=l.\"Node2\" "
                      "where n.\"OwnerGUID\"=%1 and n.\"Name\"='Ввод'",
                      fider)),
@@ -145,27 +139,15 @@ TEST_F(SchemeTreeActions, AWorkbookLoadsIntoTheSubstationAndItsNewFeederAppearsI
     const QStringList children = ChildrenOfCurrent();
     EXPECT_TRUE(children.contains("Л-5 Новая")) << children.join(", ").toStdString();
     EXPECT_TRUE(children.contains("Л-1"));
-}
-
-TEST_F(SchemeTreeActions, AStoredSchemeIsReplacedOnlyWhenTheUserAgrees)
-{
-    Write(NewFeederBook("0.05"));
-    Select(kTp);
-    Trigger("Загрузить схему 0,4 кВ из книги…");
-    const int fider = NewFeeder();
-    ASSERT_GT(fider, 0);
-    const QString first = Stored(fider);
-    EXPECT_EQ(first, "2 nodes, 2 lines, 0.07 km");
 
     // The same feeder again with a longer first section: refused.
     Write(NewFeederBook("0.08"));
     dialogs_.Clear();
     dialogs_.AnswerMessage(host::mrNo);
-    Select(kTp);
     Trigger("Загрузить схему 0,4 кВ из книги…");
     ASSERT_EQ(dialogs_.Calls().size(), 1);
     EXPECT_EQ(dialogs_.Calls()[0].text, "Схемы линий «Л-5 Новая» уже есть в базе. Заменить их?");
-    EXPECT_EQ(Stored(fider), first);
+    EXPECT_EQ(Stored(fider), "2 nodes, 2 lines, 0.07 km");
 
     // Agreed: the same feeder, its scheme replaced.
     dialogs_.Clear();
