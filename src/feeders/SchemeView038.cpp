@@ -77,7 +77,7 @@ TPaintStyle styleAt(const TPaintStyle& style, const QStyleOptionGraphicsItem* op
 }
 }  // namespace
 
-TDrawNodeItem::TDrawNodeItem(TSchemeView038& view, int index) : view_(view), index_(index)
+TDrawNodeItem::TDrawNodeItem(TSchemeView038& view, int index) : TDrawItem(view, index)
 {
     setFlag(ItemIsSelectable);
     setZValue(2);
@@ -106,7 +106,7 @@ void TDrawNodeItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opt
     PaintNode(*painter, view_.Drawing(), Node(), styleAt(view_.Style(), option, painter), isSelected());
 }
 
-TDrawSectionItem::TDrawSectionItem(TSchemeView038& view, int index) : view_(view), index_(index)
+TDrawSectionItem::TDrawSectionItem(TSchemeView038& view, int index) : TDrawItem(view, index)
 {
     setFlag(ItemIsSelectable);
     setZValue(1);

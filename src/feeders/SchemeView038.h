@@ -19,37 +19,38 @@ namespace feeders {
 
 class TSchemeView038;
 
-// The items of the scene; their type tells nodes from sections.
-class TDrawNodeItem : public QGraphicsItem {
+// An element of the drawing in the scene: the view that draws it and its place in the drawing's list.
+class TDrawItem : public QGraphicsItem {
 public:
-    enum { Type = UserType + 38 };
-    TDrawNodeItem(TSchemeView038& view, int index);
-    int type() const override { return Type; }
+    TDrawItem(TSchemeView038& view, int index) : view_(view), index_(index) {}
     int Index() const { return index_; }
-    const TDrawNode& Node() const;
-    QRectF boundingRect() const override;
-    QPainterPath shape() const override;
-    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
 
-private:
+protected:
     TSchemeView038& view_;
     int index_;
 };
 
-class TDrawSectionItem : public QGraphicsItem {
+// The items of the scene; their type tells nodes from sections.
+class TDrawNodeItem : public TDrawItem {
+public:
+    enum { Type = UserType + 38 };
+    TDrawNodeItem(TSchemeView038& view, int index);
+    int type() const override { return Type; }
+    const TDrawNode& Node() const;
+    QRectF boundingRect() const override;
+    QPainterPath shape() const override;
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
+};
+
+class TDrawSectionItem : public TDrawItem {
 public:
     enum { Type = UserType + 39 };
     TDrawSectionItem(TSchemeView038& view, int index);
     int type() const override { return Type; }
-    int Index() const { return index_; }
     const TDrawSection& Section() const;
     QRectF boundingRect() const override;
     QPainterPath shape() const override;
     void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
-
-private:
-    TSchemeView038& view_;
-    int index_;
 };
 
 // The graphics view itself: wheel zooms around the pointer, a drag on the background pans, the legend stays in
