@@ -12,6 +12,7 @@
 #include "feeders/StoredSamples.h"
 #include "host/Connection.h"
 #include "host/Database.h"
+#include "host/DatabaseSummary.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
 #include "host/Tree.h"
@@ -110,6 +111,15 @@ QString HelpText()
                "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
                "                                  writes the same workbook from the database for a substation or\n"
                "                                  one LV feeder, with the consumers' energies of the interval\n"
+               "  ozn3 scheme draw --db CONNECTION --node GUID [--sample IDENT]\n"
+               "               [--color voltage|voltage-a|voltage-b|voltage-c|loading|losses] FILE.png|FILE.pdf\n"
+               "                                  the drawing of an LV feeder (or of every LV feeder of a\n"
+               "                                  substation: one PDF page, or one picture \"FILE — feeder.png\",\n"
+               "                                  per feeder) coloured by a result of its latest regime run (of\n"
+               "                                  the interval given): the voltage's deviation from the nominal\n"
+               "                                  (the worst phase, or one phase) with the ±10 % of GOST 32144,\n"
+               "                                  the sections' largest phase current or their power losses.\n"
+               "                                  Needs no display.\n"
                "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
                "  ozn3 conductors export FILE --db CONNECTION\n"
                "                                  the conductor catalogue as one sheet: \"Марка\", \"Сечение, мм²\",\n"
@@ -384,18 +394,8 @@ int Stats(const QString& connection)
         err(error);
         return 1;
     }
-    TfdbTree* tree = database->GetTree();
-    const std::pair<int, const char*> levels[] = {{NodeType::AOEnergo, "0 АО энерго"},
-                                                  {NodeType::PES, "1 ПЭС"},
-                                                  {NodeType::RES, "2 РЭС"},
-                                                  {NodeType::Centers, "3 ЦП"},
-                                                  {NodeType::Sections, "4 Секции"},
-                                                  {NodeType::Fiders, "5 Фидеры"},
-                                                  {NodeType::Nodes, "6 ТП"},
-                                                  {NodeType::LVFiders, "7 Линии 0,4 кВ"}};
-    out(QStringLiteral("База данных: %1").arg(connection));
-    for (const auto& [type, name] : levels)
-        out(QStringLiteral("%1: %2").arg(QString::fromUtf8(name)).arg(tree->CountOfType(type)));
+    for (const host::TDatabaseFact& fact : host::DatabaseSummary(*database))
+        out(QStringLiteral("%1: %2").arg(fact.Caption, fact.Value));
     return 0;
 }
 

@@ -25,6 +25,9 @@ int Results(const QStringList& args);
 int SchemeJob(const QStringList& args);
 // Metering profiles of consumers and head meters imported into a substation.
 int ProfilesJob(const QStringList& args);
+// The drawing of an LV feeder or of a substation's feeders as a picture or a PDF: the words checked here, the
+// painting done by the drawing library (Qt Gui, offscreen without a display).
+int SchemeDraw(int argc, char** argv, const QStringList& args);
 // The measured losses of the LV feeders summed over the hierarchy for a year.
 int Measured(const QStringList& args);
 // The measurement and generalised-data workbooks written and read back without a window.

@@ -14,6 +14,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QTabBar>
+#include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
 #include <functional>
@@ -309,6 +310,16 @@ TGuideShots TakeGuideShots(MainWindow& window, const QString& folder)
     select(example.Feeder);
     taker.Run(window, QStringLiteral("Расчет режима средних нагрузок..."),
               {E{QStringLiteral("06-regime-parameters.png"), true}, E{QStringLiteral("07-balance.png")}});
+    // The drawing beside the tree coloured by the voltages of that run, with the voltage along the line to the
+    // last node of the scheme.
+    select(example.Feeder);
+    window.FollowTree();
+    pause(kSettleMs);
+    if (QWidget* frame = window.DetailFrame())
+        if (auto* nodes = frame->findChild<QTableWidget*>(QStringLiteral("GridNodes")); nodes && nodes->rowCount() > 0)
+            nodes->setCurrentCell(nodes->rowCount() - 1, 0);
+    pause(kSettleMs);
+    taker.Picture(&window, QStringLiteral("14-drawing.png"));
     select(example.District);
     taker.Run(window, QStringLiteral("Таблица результатов 0,4 кВ..."), {E{QStringLiteral("08-results-grid.png")}});
     taker.Run(window, QStringLiteral("Результаты по электрическим сетям..."),

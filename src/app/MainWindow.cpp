@@ -10,6 +10,7 @@
 #include <QRegularExpression>
 #include <QResizeEvent>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
 #include <algorithm>
@@ -26,10 +27,12 @@
 #include "host/FiderHHCalcParams.h"
 #include "host/HostCommands.h"
 #include "host/HostObjects.h"
+#include "host/InitOZN.h"
 #include "host/SamplePeriods.h"
 #include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "host/WindowService.h"
 #include "host/fider/RegimeBatch.h"
@@ -62,6 +65,7 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
         if (ToznListItemCommon* item = database_->GetTree()->Find(guid))
             RunRegime(maximum, item);
     });
+    setObjectName(QStringLiteral("MainWindow"));
     setWindowTitle(QStringLiteral("ОЗН 3 — %1").arg(database->ConnectionString()));
     KeepWindowPlace(*this, QStringLiteral("MainWindow"), QSize(1280, 800));
     tree_ = new QTreeView(this);
@@ -69,8 +73,10 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     tree_->setModel(new TreeModel(database->GetTree(), tree_));
     tree_->expandToDepth(1);
     tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    tree_->setExpandsOnDoubleClick(false);
     connect(tree_, &QTreeView::customContextMenuRequested, this, &MainWindow::ShowTreeMenu);
     setCentralWidget(tree_);
+    host::TTreeSearch::Attach(tree_);
     ChooseBookFile = [](bool save, const QString& suggested) {
         const QString filter = QString::fromUtf8(kBookFilter);
         return save ? host::dialogs().SaveFileName(QStringLiteral("Выгрузка схемы 0,4 кВ в книгу"), filter,
@@ -78,6 +84,10 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
                     : host::dialogs().OpenFileName(QStringLiteral("Загрузка схемы 0,4 кВ из книги"), filter);
     };
 
+    ChooseDatabaseFile = [] {
+        return host::dialogs().OpenFileName(QStringLiteral("Открыть базу данных"),
+                                            QStringLiteral("Базы данных Firebird|*.fdb *.FDB|Все файлы|*"));
+    };
     ChooseProfileFile = [] {
         return host::dialogs().OpenFileName(QStringLiteral("Загрузка графиков нагрузки"),
                                             QStringLiteral("Графики нагрузки|*.csv *.txt *.xlsx|Все файлы|*"));
@@ -95,26 +105,83 @@ MainWindow::MainWindow(TfdbDatabase* database, Ozn32Plugin* plugin) : database_(
     periods_->Fill(all);
     periods_->SetCurrentIdent(DefaultPeriod(years.empty() ? all : years, {}));
     toolbar->addWidget(periods_);
+    // The plug-in's forms start on the interval chosen here (a new sample of the feeder editor falls in it).
+    host::SetChosenPeriod(periods_->CurrentIdent());
+    connect(periods_, &TSamplesTreeBox::CurrentIdentChanged, this, [](int ident) { host::SetChosenPeriod(ident); });
 
+    // The scheme panel is there from the start and follows the tree: the LV feeder chosen, or the one above the
+    // item chosen, a moment after the choice settles (arrowing through the tree builds no frame per step).
     detail_ = new QDockWidget(QStringLiteral("Схема 0,38 кВ"), this);
     detail_->setObjectName(QStringLiteral("DetailDock"));
     addDockWidget(Qt::RightDockWidgetArea, detail_);
-    detail_->hide();
+    ShowDetailHint();
+    follow_ = new QTimer(this);
+    follow_->setSingleShot(true);
+    follow_->setInterval(250);
+    connect(follow_, &QTimer::timeout, this, &MainWindow::FollowTree);
+    connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this] {
+        ToznListItemCommon* item = SelectedItem();
+        host::SetChosenElement(item ? item->GetIdent() : 0);
+        if (item)
+            Init(true)->SaveIntParam(QStringLiteral("MainWindow"), QStringLiteral("Chosen"), item->GetIdent());
+        follow_->start();
+    });
 
     BuildMenu();
-    // A double click on a substation or an LV feeder opens the feeder editor there.
-    connect(tree_, &QTreeView::doubleClicked, this, [this] {
-        ToznListItemCommon* item = SelectedItem();
-        if (!item || (item->GetNodeType() != NodeType::Nodes && item->GetNodeType() != NodeType::LVFiders))
-            return;
-        int32_t lv = item->GetNodeType() == NodeType::LVFiders ? item->GetIdent() : 0;
-        plugin_->ShowLVFiders(lv ? 0 : item->GetIdent(), &lv);
-    });
+    connect(tree_, &QTreeView::doubleClicked, this, &MainWindow::OnDoubleClick);
+    // The window opens where the user left it: the element chosen last, with its scheme.
+    if (host::ShowInTree(tree_, Init(true)->LoadIntParam(QStringLiteral("MainWindow"), QStringLiteral("Chosen"))))
+        FollowTree();
     UpdateStatus();
     host::windows().SetMainWindow(this);
 }
 
-MainWindow::~MainWindow() { host::SetRegimeCommand({}); }
+MainWindow::~MainWindow()
+{
+    host::SetRegimeCommand({});
+    host::SetChosenPeriod(0);
+}
+
+void MainWindow::OnDoubleClick(const QModelIndex& index)
+{
+    ToznListItemCommon* item = SelectedItem();
+    if (!item || (item->GetNodeType() != NodeType::Nodes && item->GetNodeType() != NodeType::LVFiders)) {
+        tree_->setExpanded(index, !tree_->isExpanded(index));
+        return;
+    }
+    int32_t lv = item->GetNodeType() == NodeType::LVFiders ? item->GetIdent() : 0;
+    plugin_->ShowLVFiders(lv ? 0 : item->GetIdent(), &lv);
+}
+
+void MainWindow::ShowDetailHint()
+{
+    auto* hint = new QLabel(QStringLiteral("Выберите линию 0,4 кВ в дереве сети: здесь будут ее схема с "
+                                           "результатами расчета, узлы и участки."),
+                            detail_);
+    hint->setObjectName(QStringLiteral("DetailHint"));
+    hint->setWordWrap(true);
+    hint->setAlignment(Qt::AlignCenter);
+    hint->setMargin(24);
+    QWidget* old = detail_->widget();
+    detail_->setWidget(hint);
+    delete old;
+    detail_->setWindowTitle(QStringLiteral("Схема 0,38 кВ"));
+    shownFeeder_ = 0;
+}
+
+QWidget* MainWindow::DetailFrame() const
+{
+    QWidget* w = detail_->widget();
+    return w && w->objectName() != QLatin1String("DetailHint") ? w : nullptr;
+}
+
+void MainWindow::FollowTree()
+{
+    follow_->stop();
+    ToznListItemCommon* lv = SelectedOfType(NodeType::LVFiders);
+    if (lv && lv->GetIdent() != shownFeeder_)
+        ShowDetailOf(lv, 0);
+}
 
 ToznListItemCommon* MainWindow::SelectedItem() const
 {
@@ -138,6 +205,7 @@ void MainWindow::BuildMenu()
 {
     // Every menu opens with Alt and its underlined letter; the everyday commands have keys of their own.
     QMenu* file = menuBar()->addMenu(QStringLiteral("&Файл"));
+    BuildFileMenu(file);
     QAction* quit = file->addAction(QStringLiteral("&Выход"), this, &QWidget::close);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     QMenu* menu = menuBar()->addMenu(QStringLiteral("&Сеть 0,4 кВ"));
@@ -151,6 +219,7 @@ void MainWindow::BuildMenu()
     });
     key(lines, QKeySequence(Qt::CTRL | Qt::Key_L));
     menu->addAction(QStringLiteral("С&хема 0,38 кВ линии"), this, &MainWindow::ShowDetail);
+    menu->addAction(QStringLiteral("Найти в дереве…\tCtrl+F"), this, [this] { host::TTreeSearch::Of(tree_)->Open(); });
     menu->addSeparator();
     importScheme_ =
         menu->addAction(QStringLiteral("Загрузить схему 0,4 кВ из книги…"), this, &MainWindow::ImportScheme);
@@ -197,6 +266,7 @@ void MainWindow::BuildMenu()
         RightsDialog dialog(*database_->GetDefaultConnection(), this);
         dialog.exec();
     });
+    BuildHelpMenu();
 }
 
 void MainWindow::ShowDetail()
@@ -211,31 +281,48 @@ void MainWindow::ShowDetail()
 
 void MainWindow::ShowDetailOf(ToznListItemCommon* lv, int runIdent)
 {
-    QWidget* old = detail_->widget();
+    // The frame shown goes first and keeps its settings (preset, columns, colouring) for the next one to take.
+    ShowDetailHint();
     // The frame is created on the dock and owned by it.
     QWidget* frame = plugin_->DetailFrameCreate(detail_, lv, runIdent);
-    if (frame) {
-        detail_->setWidget(frame);
-        delete old;
-        // Shown first, the scheme takes the larger part of the window: its table has many columns.
-        if (detail_->isHidden()) {
-            detail_->show();
-            PlaceDetail();
-        }
-    }
+    if (!frame)
+        return;
+    QWidget* hint = detail_->widget();
+    detail_->setWidget(frame);
+    delete hint;
+    shownFeeder_ = lv->GetIdent();
+    const QString substation = lv->Parent() ? lv->Parent()->GetText() + QStringLiteral(", ") : QString();
+    detail_->setWindowTitle(QStringLiteral("Схема 0,38 кВ: %1%2").arg(substation, lv->GetText()));
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event)
 {
     QMainWindow::resizeEvent(event);
     const int before = event->oldSize().width();
-    if (before <= 0 || !detail_->isVisible() || detail_->isFloating())
+    if (!detail_->isVisible() || detail_->isFloating())
         return;
+    if (before <= 0 || !detailPlaced_) {
+        // Until the window has been laid out once, the scheme simply takes its share.
+        PlaceDetail();
+        return;
+    }
     // A width the dock did not get from here was drawn by the user: that share is kept from now on. The
     // layout may round the placed width by a pixel or two.
     if (std::abs(detail_->width() - placedDetailWidth_) > 2)
         detailShare_ = static_cast<double>(detail_->width()) / before;
     PlaceDetail();
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    // Its share of the width once the window is laid out; from then on a width it did not get from here is the
+    // user's.
+    if (!detailPlaced_)
+        QTimer::singleShot(0, this, [this] {
+            PlaceDetail();
+            detailPlaced_ = true;
+        });
 }
 
 void MainWindow::PlaceDetail()

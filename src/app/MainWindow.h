@@ -12,6 +12,9 @@ class QComboBox;
 class TSamplesTreeBox;
 class QDockWidget;
 class QAction;
+class QLabel;
+class QMenu;
+class QTimer;
 
 // The host's main window: the network tree, the period picker and one command per export.
 class MainWindow : public QMainWindow {
@@ -21,19 +24,39 @@ public:
     ~MainWindow() override;
     ToznListItemCommon* SelectedItem() const;
     int SelectedPeriod() const;
+    // The LV feeder the scheme panel shows (0: none), and the panel's frame (null while it shows its hint).
+    int ShownFeeder() const { return shownFeeder_; }
+    QWidget* DetailFrame() const;
+    QDockWidget* DetailDock() const { return detail_; }
+    // Shows the scheme of the LV feeder chosen in the tree (of the one above a chosen item) at once, without
+    // waiting for the tree to settle.
+    void FollowTree();
 
     // The scheme workbook to read (save false) or to write (save true, a name suggested); empty when the
     // user cancels. The host's file dialogs unless replaced.
     std::function<QString(bool save, const QString& suggested)> ChooseBookFile;
     // The file of metering profiles to load; empty when the user cancels.
     std::function<QString()> ChooseProfileFile;
+    // A database file to open instead of this one; empty when the user cancels.
+    std::function<QString()> ChooseDatabaseFile;
+
+    // Closes the window so that its entry opens another database (a file or host[/port]:path) in a new one.
+    void SwitchTo(const QString& connection);
+    // The database the window closed for; empty when it closed to end the program.
+    QString NextDatabase() const { return nextDatabase_; }
+    // The databases opened last, the latest first.
+    static QStringList RecentDatabases();
 
 protected:
     // The scheme beside the tree keeps its share of the window's width as the window changes size.
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void BuildMenu();
+    void BuildFileMenu(QMenu* file);
+    void BuildHelpMenu();
+    void ShowDatabaseProperties();
     // The selected item of the given node type, or its nearest owner of that type.
     ToznListItemCommon* SelectedOfType(int nodeType) const;
     void ShowDetail();
@@ -60,9 +83,16 @@ private:
     void UpdateStatus();
     void ShowBalance(bool toExport);
 
+    // A double click opens the editor of a substation or LV feeder, and only opens or closes other items.
+    void OnDoubleClick(const QModelIndex& index);
+    // The hint the scheme panel shows while no LV feeder is chosen.
+    void ShowDetailHint();
+
     TfdbDatabase* database_;
     Ozn32Plugin* plugin_;
     QTreeView* tree_;
+    QTimer* follow_;
+    int shownFeeder_ = 0;
     TSamplesTreeBox* periods_;
     QDockWidget* detail_;
     QAction* importScheme_ = nullptr;
@@ -72,4 +102,7 @@ private:
     // The scheme's share of the window's width: the larger part at first, then as the user draws it.
     double detailShare_ = 0.6;
     int placedDetailWidth_ = 0;
+    bool detailPlaced_ = false;
+    QString nextDatabase_;
+    QObject* guideKey_ = nullptr;
 };

@@ -23,12 +23,15 @@ const char* const kExportUsage = "Использование: ozn3 scheme export
 const char* const kConductorsUsage =
     "Использование: ozn3 conductors import FILE --db CONNECTION [--overwrite] | conductors export FILE --db CONNECTION";
 const char* const kSubstationUsage = "Использование: ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
-const char* const kUsage = "Использование:\n"
-                           "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
-                           "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
-                           "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
-                           "  ozn3 conductors export FILE --db CONNECTION\n"
-                           "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
+const char* const kUsage =
+    "Использование:\n"
+    "  ozn3 scheme import FILE --db CONNECTION --node IDENT [--sample IDENT] [--replace]\n"
+    "  ozn3 scheme export --db CONNECTION --node IDENT FILE [--sample IDENT]\n"
+    "  ozn3 scheme draw --db CONNECTION --node GUID [--sample IDENT] [--color voltage|loading|losses] "
+    "FILE.png|FILE.pdf\n"
+    "  ozn3 conductors import FILE --db CONNECTION [--overwrite]\n"
+    "  ozn3 conductors export FILE --db CONNECTION\n"
+    "  ozn3 substation add --db CONNECTION --name NAME [--owner GUID]";
 
 // A refusal of the command's words: the reason, then the usage of that command.
 int Usage(const QString& error, const char* usage)

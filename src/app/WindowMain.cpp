@@ -63,48 +63,73 @@ public:
     }
 };
 
-int runWindow(int argc, char** argv, const QString& connection)
+// Opens a database for the window, asking a server's login when none is known; null with the reason.
+std::unique_ptr<TfdbDatabase> openForWindow(const QString& connection, QString& error)
+{
+    DatabaseAddress address;
+    if (DatabaseAddress::parse(connection, address, error) && address.isServer() && !HasServerCredentials() &&
+        !askCredentials(address.host)) {
+        error = QStringLiteral("Вход на сервер %1 отменен").arg(address.host);
+        return nullptr;
+    }
+    try {
+        return TfdbDatabase::Open(connection, error);
+    } catch (const std::exception& e) {
+        error = QString::fromUtf8(e.what());
+    }
+    return nullptr;
+}
+
+int runWindow(int argc, char** argv, const QString& first)
 {
     BlockStopSignals();
     Application app(argc, argv);
     UseRussianLanguage();
-    QString error;
-    DatabaseAddress address;
-    if (DatabaseAddress::parse(connection, address, error) && address.isServer() && !HasServerCredentials() &&
-        !askCredentials(address.host))
-        return 1;
-    std::unique_ptr<TfdbDatabase> database;
-    try {
-        database = TfdbDatabase::Open(connection, error);
-    } catch (const std::exception& e) {
-        error = QString::fromUtf8(e.what());
-    }
-    if (!database) {
-        reportFailure(error);
-        return 1;
-    }
-    SetCurrentDatabase(database.get());
     Ozn32Plugin plugin;
-    if (!plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
-        reportFailure(error);
-        return 1;
-    }
     host::GuiProgress progress;
-    host::SetProgress(&progress);
-    std::unique_ptr<MainWindow> window;
-    try {
-        window = std::make_unique<MainWindow>(database.get(), &plugin);
-    } catch (const std::exception& e) {
-        host::SetProgress(nullptr);
-        reportFailure(QString::fromUtf8(e.what()));
-        return 1;
-    }
-    window->show();
     QuitOnSignals(app);
-    const int code = app.exec();
-    window.reset();
-    host::SetProgress(nullptr);
-    return code;
+    // "Файл → Открыть базу данных" closes the window and opens it again on the other database; a database that
+    // does not open sends the user back to the one that was open.
+    QString connection = first, previous;
+    int code = 0;
+    for (;;) {
+        QString error;
+        std::unique_ptr<TfdbDatabase> database = openForWindow(connection, error);
+        if (!database) {
+            reportFailure(error);
+            if (previous.isEmpty())
+                return 1;
+            connection = previous;
+            previous.clear();
+            continue;
+        }
+        SetCurrentDatabase(database.get());
+        if (!plugin.handle && !plugin.Load(Ozn32Plugin::DefaultPath(), error)) {
+            SetCurrentDatabase(nullptr);
+            reportFailure(error);
+            return 1;
+        }
+        host::SetProgress(&progress);
+        std::unique_ptr<MainWindow> window;
+        try {
+            window = std::make_unique<MainWindow>(database.get(), &plugin);
+        } catch (const std::exception& e) {
+            host::SetProgress(nullptr);
+            SetCurrentDatabase(nullptr);
+            reportFailure(QString::fromUtf8(e.what()));
+            return 1;
+        }
+        window->show();
+        code = app.exec();
+        const QString next = window->NextDatabase();
+        window.reset();
+        host::SetProgress(nullptr);
+        SetCurrentDatabase(nullptr);
+        if (next.isEmpty())
+            return code;
+        previous = connection;
+        connection = next;
+    }
 }
 }  // namespace
 

@@ -1,61 +1,21 @@
 // The host application: a command-line job, or the main window on a database. The jobs need no display and load
 // no Gui or Widgets; the windows are a library of their own loaded only when one is asked for.
-#include <dlfcn.h>
-
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <cstdio>
 
 #include "app/CliArgs.h"
 #include "app/CliJobs.h"
+#include "app/RuntimeLibraries.h"
 #include "feeders/SampleCalcJson.h"
 #include "host/Database.h"
 #include "normative/NormativeJson.h"
 
 namespace {
-bool hasDisplay()
-{
-    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM").section(QLatin1Char(':'), 0, 0);
-    if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
-        return true;
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        return true;
-    // An empty DISPLAY, or a local one whose server is not there, would stop the toolkit outright.
-    const QString display = qEnvironmentVariable("DISPLAY");
-    if (display.isEmpty())
-        return false;
-    if (!display.startsWith(QLatin1Char(':')))
-        return true;  // a remote display is tried as it is
-    const QString number = display.mid(1).section(QLatin1Char('.'), 0, 0);
-    return QFileInfo::exists(QStringLiteral("/tmp/.X11-unix/X") + number);
-}
-
-// The windows live in a library of their own, loaded only for a window (the jobs need no Gui and no Widgets).
-QString WindowLibraryPath()
-{
-    const QString named = qEnvironmentVariable("OZN3_WINDOWS");
-    if (!named.isEmpty())
-        return named;
-    // Beside the application, as the plug-in is; found from the running binary before any Qt application exists.
-    const QString binary = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
-    return QDir(QFileInfo(binary).absolutePath()).absoluteFilePath(QStringLiteral("../lib/libozn3app.so"));
-}
+using cli::HasDisplay;
 
 template <class F> F WindowEntry(const char* name, QString& error)
 {
-    const QString path = WindowLibraryPath();
-    void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_GLOBAL);
-    if (!library) {
-        error =
-            QStringLiteral("Не удалось загрузить окна программы %1: %2").arg(path, QString::fromLocal8Bit(dlerror()));
-        return nullptr;
-    }
-    auto entry = reinterpret_cast<F>(dlsym(library, name));
-    if (!entry)
-        error = QStringLiteral("В библиотеке окон %1 нет функции %2").arg(path, QString::fromLatin1(name));
-    return entry;
+    return cli::LibraryEntry<F>("libozn3app.so", "OZN3_WINDOWS", name, error);
 }
 
 using WindowMain = int (*)(int, char**, const char*);
@@ -70,7 +30,7 @@ int runGuideShots(int argc, char** argv, const QStringList& args)
         std::fprintf(stderr, "%s\nУкажите --db и --out\n", parseError.toUtf8().constData());
         return 2;
     }
-    if (!hasDisplay()) {
+    if (!HasDisplay()) {
         std::fprintf(stderr, "Нет дисплея: задайте QT_QPA_PLATFORM=offscreen\n");
         return 2;
     }
@@ -132,6 +92,9 @@ int runCommand(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return cli::Regime(args);
     }
+    // The drawing paints with the GUI module: the drawing library is loaded for it, still without widgets.
+    if (command == QLatin1String("scheme") && args.value(1) == QLatin1String("draw"))
+        return cli::SchemeDraw(argc, argv, args);
     if (command == QLatin1String("scheme") || command == QLatin1String("conductors") ||
         command == QLatin1String("substation")) {
         QCoreApplication app(argc, argv);
@@ -178,7 +141,7 @@ int runCommand(int argc, char** argv)
     }
     const QString connection =
         window.Has(QStringLiteral("--db")) ? window.Value(QStringLiteral("--db")) : DefaultDatabasePath();
-    if (!hasDisplay()) {
+    if (!HasDisplay()) {
         std::fprintf(stderr, "Нет дисплея: главное окно не открыть. Сводка по базе данных:\n");
         QCoreApplication app(argc, argv);
         return cli::Stats(connection);

@@ -45,10 +45,12 @@ QString fromHost(const char16_t* text) { return text ? QString::fromUtf16(text) 
 host::WindowHandle mainWindow() { return host::windows().MainHandle(); }
 
 // Hides the host's main window while a form runs beside the spreadsheet application.
-void hideMainBesideExcel(const TxlsCustomMenuForm& form)
+void hideMainBesideExcel(TxlsCustomMenuForm& form)
 {
-    if (form.isBesideExcel())
+    if (form.isBesideExcel()) {
         host::windows().SetWindowPos(mainWindow(), Top, NoSize | NoMove | NoActivate | Hide);
+        form.NoteMainWindowHidden();
+    }
 }
 
 // Hands the screen back after a template form: the spreadsheet stays in front when the user

@@ -12,6 +12,11 @@ namespace Detail038 {
 
 const QString kSettingsName = QStringLiteral("Detail038SettingsV2");
 const QString kColoursKey = QStringLiteral("\\DetailColors");
+const QString kPresetKey = QStringLiteral("\\Preset");
+const QString kHideRepeatedKey = QStringLiteral("\\HideRepeated");
+const QString kDrawColourKey = QStringLiteral("\\DrawColour");
+const QString kSectionLabelsKey = QStringLiteral("\\SectionLabels");
+const QString kSplittersKey = QStringLiteral("\\Splitters");
 
 namespace {
 const QString kOn = QStringLiteral("Включен");
@@ -31,9 +36,9 @@ QString fieldValue(const Row& row, const QString& field)
 }
 
 Row element(const QString& className, const QString& devType, const QString& name, int sortIndex,
-            const QString& owner = kOnBalance)
+            const QString& owner = kOnBalance, int guid = 0)
 {
-    Row r{className, devType, kOn, owner, {}};
+    Row r{className, devType, kOn, owner, {}, guid};
     r.Values.insert(QStringLiteral("Name"), name);
     r.Values.insert(QStringLiteral("SortIndex"), sortIndex);
     return r;
@@ -52,7 +57,7 @@ QVariant Row::Value(const QString& field) const
 
 const std::vector<Column>& Columns(Table table)
 {
-    //                                   Field, Caption, Default, Profi, power losses, energy losses
+    //                      Field, Caption, Default, Profi, power losses, energy losses, decimals
     static const std::vector<Column> nodes = {
         {"Name", "Наименование", true, true, true, true},
         {"DevType", "Тип устройства", true, true, false, false},
@@ -62,11 +67,11 @@ const std::vector<Column>& Columns(Table table)
         {"ConsumerName", "Абонент", true, true, false, false},
         {"Phases", "Фазы", true, true, false, false},
         {"MeterNumber", "Номер счетчика", false, true, false, false},
-        {"U", "Напряжение, В", true, true, true, false},
-        {"UA", "Напряжение фазы A, В", false, true, true, false},
-        {"UB", "Напряжение фазы B, В", false, true, true, false},
-        {"UC", "Напряжение фазы C, В", false, true, true, false},
-        {"dU", "Отклонение напряжения от центра питания, %", false, true, true, false},
+        {"U", "Напряжение, В", true, true, true, false, 1},
+        {"UA", "Напряжение фазы A, В", false, true, true, false, 1},
+        {"UB", "Напряжение фазы B, В", false, true, true, false, 1},
+        {"UC", "Напряжение фазы C, В", false, true, true, false, 1},
+        {"dU", "Отклонение напряжения от центра питания, %", false, true, true, false, 2},
         {"SortIndex", "Порядок", false, true, false, false},
     };
     static const std::vector<Column> sections = {
@@ -81,19 +86,27 @@ const std::vector<Column>& Columns(Table table)
         {"MarkaN", "Марка нулевого провода", false, true, false, false},
         {"Cable", "Кабель", false, true, false, false},
         {"Phases", "Фазы", true, true, false, false},
-        {"Length", "Длина, км", true, true, true, true},
-        {"I", "Ток, А", true, true, true, true},
-        {"IA", "Ток фазы A, А", false, true, true, false},
-        {"IB", "Ток фазы B, А", false, true, true, false},
-        {"IC", "Ток фазы C, А", false, true, true, false},
-        {"IN", "Ток нулевого провода, А", false, true, true, false},
-        {"dU", "Потери напряжения, %", false, true, true, false},
-        {"dP", "Потери мощности, кВт", true, true, true, true},
-        {"dQ", "Потери реактивной мощности, квар", false, true, true, false},
+        {"Length", "Длина, км", true, true, true, true, 3},
+        {"I", "Ток, А", true, true, true, true, 1},
+        {"IA", "Ток фазы A, А", false, true, true, false, 1},
+        {"IB", "Ток фазы B, А", false, true, true, false, 1},
+        {"IC", "Ток фазы C, А", false, true, true, false, 1},
+        {"IN", "Ток нулевого провода, А", false, true, true, false, 1},
+        {"dU", "Потери напряжения, %", false, true, true, false, 2},
+        {"dP", "Потери мощности, кВт", true, true, true, true, 3},
+        {"dQ", "Потери реактивной мощности, квар", false, true, true, false, 3},
         {"SortIndexN", "Порядок начала", false, true, false, false},
         {"SortIndexK", "Порядок конца", false, true, false, false},
     };
     return table == Nodes ? nodes : sections;
+}
+
+QString CellText(double value, int decimals)
+{
+    if (decimals < 0)
+        return FormatFloat(QStringLiteral("0.###"), value);
+    return FormatFloat(decimals == 0 ? QStringLiteral("0") : QStringLiteral("0.") + QString(decimals, QLatin1Char('0')),
+                       value);
 }
 
 QVariant NumberCell(double value)
@@ -104,28 +117,25 @@ QVariant NumberCell(double value)
 }
 
 namespace {
-// Values of the chosen run, by element.
-struct RunValues {
-    int ident = 0, sample = 0;
-    std::array<double, 3> centre{EmptyFloat(), EmptyFloat(), EmptyFloat()};
-    double centreMean = EmptyFloat(), lowest = EmptyFloat();
-    QHash<int, std::array<double, 5>> nodes;     // U, UA, UB, UC, dU
-    QHash<int, std::array<double, 8>> sections;  // I, dU, dP, IA, IB, IC, IN, dQ
-};
-
-RunValues readRun(ToznFDConnection& connection, int feederGuid, int runIdent)
+RunValues readRun(ToznFDConnection& connection, int feederGuid, int runIdent, int sampleIdent)
 {
     RunValues run;
     auto q = connection.NewQuery();
-    q->SetSQLText(QString::fromUtf8(runIdent > 0 ? FeedersSql::kDetailRun : FeedersSql::kDetailLatestResult));
+    q->SetSQLText(QString::fromUtf8(runIdent > 0      ? FeedersSql::kDetailRun
+                                    : sampleIdent > 0 ? FeedersSql::kDetailLatestOfSample
+                                                      : FeedersSql::kDetailLatestResult));
     q->ParamByName(QStringLiteral("GUID"), feederGuid);
     if (runIdent > 0)
         q->ParamByName(QStringLiteral("Ident"), runIdent);
+    else if (sampleIdent > 0)
+        q->ParamByName(QStringLiteral("SampleIdent"), sampleIdent);
     q->Open();
     if (q->Eof())
         return run;
     run.ident = q->Int(QStringLiteral("Ident"));
     run.sample = q->Int(QStringLiteral("SampleIdent"));
+    run.sampleName = q->Str(QStringLiteral("SampleName")).trimmed();
+    run.regime = q->Int(QStringLiteral("Regime"));
     double sum = 0, lowest = EmptyFloat();
     int n = 0;
     for (int k = 0; k < 3; ++k) {
@@ -135,6 +145,7 @@ RunValues readRun(ToznFDConnection& connection, int feederGuid, int runIdent)
             ++n;
         }
         const double u2 = q->Float(QStringLiteral("U2") + QLatin1Char("ABC"[k]));
+        run.lowest3[k] = u2;
         if (!isEmptyFloat(u2) && (isEmptyFloat(lowest) || u2 < lowest))
             lowest = u2;
     }
@@ -175,10 +186,11 @@ const std::array<double, 5> kNoVoltage{EmptyFloat(), EmptyFloat(), EmptyFloat(),
 // A feeder without a scheme of its own: the centre, its switching device and its load as the feeder
 // editor keeps them; the load's voltage is the run's lowest.
 void equivalentRows(Scheme& scheme, const QString& centreName, const QString& switchGear, const QString& consumer,
-                    const RunValues& run)
+                    const RunValues& run, int feederGuid)
 {
     std::vector<Row>& nodes = scheme.Rows[Nodes];
-    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0);
+    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0, kOnBalance,
+                       feederGuid);
     voltages(head, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
     nodes.push_back(head);
     int order = 0;
@@ -189,8 +201,9 @@ void equivalentRows(Scheme& scheme, const QString& centreName, const QString& sw
         nodes.push_back(gear);
     }
     if (!consumer.isEmpty()) {
+        // The load is the end node of the equivalent scheme the calculation makes (GUID -1).
         Row load = element(QStringLiteral("TAbonentNode038"), QStringLiteral("Абонент"), consumer, ++order,
-                           QStringLiteral("Потребителя"));
+                           QStringLiteral("Потребителя"), -1);
         load.Values.insert(QStringLiteral("ConsumerName"), consumer);
         voltages(load, {run.lowest, EmptyFloat(), EmptyFloat(), EmptyFloat(), EmptyFloat()}, run.centreMean);
         nodes.push_back(load);
@@ -217,7 +230,8 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
     for (const TAbonentNode038& a : f.Consumers)
         consumerAt.insert(a.NodeGuid, &a);
 
-    Row head = element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0);
+    Row head =
+        element(QStringLiteral("TSourceNode038"), QStringLiteral("Центр питания"), centreName, 0, kOnBalance, f.Guid);
     head.Values.insert(QStringLiteral("Phases"), QStringLiteral("ABC"));
     voltages(head, {run.centreMean, run.centre[0], run.centre[1], run.centre[2], EmptyFloat()}, run.centreMean);
     nodes.push_back(head);
@@ -234,7 +248,7 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
         if (consumer && consumer->Owner)
             owner = *consumer->Owner;
         const QString devType = n.Kind == TNodeKind::Plain ? QStringLiteral("Опора") : NodeKindText(n.Kind);
-        Row r = element(n.ClassName(), devType, n.Name, ++order, OwnerText(owner));
+        Row r = element(n.ClassName(), devType, n.Name, ++order, OwnerText(owner), n.Guid);
         if (n.Kind == TNodeKind::SwitchGear && !n.SwitchedOn)
             r.State = QStringLiteral("Отключен");
         if (consumer)
@@ -247,7 +261,7 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
         nodes.push_back(r);
     }
     for (const TLine038& l : f.Lines) {
-        Row s = element(l.ClassName(), SectionKindText(l.Kind), l.Name, 0, OwnerText(l.Owner));
+        Row s = element(l.ClassName(), SectionKindText(l.Kind), l.Name, 0, OwnerText(l.Owner), l.Guid);
         s.Values.remove(QStringLiteral("SortIndex"));
         if (!l.SwitchedOn)
             s.State = QStringLiteral("Отключен");
@@ -271,12 +285,17 @@ void schemeRows(Scheme& scheme, const fider::TFiderHHInfo& f, const QString& cen
 }
 }  // namespace
 
-Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent)
+RunValues::RunValues()
+    : centre{EmptyFloat(), EmptyFloat(), EmptyFloat()}, lowest3{EmptyFloat(), EmptyFloat(), EmptyFloat()},
+      centreMean(EmptyFloat()), lowest(EmptyFloat())
 {
-    Scheme scheme;
-    QString centreName, switchGear, consumer;
-    RunValues run;
-    const bool found = GuardedRead(connection, [&] {
+}
+
+FeederState Read(ToznFDConnection& connection, int feederGuid, int runIdent, int sampleIdent)
+{
+    FeederState state;
+    state.Guid = feederGuid;
+    state.Found = GuardedRead(connection, [&] {
         auto q = connection.NewQuery();
         q->SetSQLText(QString::fromUtf8(FeedersSql::kDetailFeeder));
         q->ParamByName(QStringLiteral("GUID"), feederGuid);
@@ -284,24 +303,45 @@ Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent)
         if (q->Eof())
             return false;
         // The feeder's own end is its substation's bus: the supply centre of the scheme.
-        centreName =
+        state.FeederName = q->Str(QStringLiteral("Name")).trimmed();
+        state.SubstationName = q->Str(QStringLiteral("TPInfo")).trimmed();
+        state.CentreName =
             QStringLiteral("ТП: ") + q->Str(QStringLiteral("TPInfo")) + QStringLiteral(" Линия ") + q->Str("Name");
-        switchGear = q->Str(QStringLiteral("SwitchGName")).trimmed();
-        consumer = q->Str(QStringLiteral("ConsumerName")).trimmed();
-        run = readRun(connection, feederGuid, runIdent);
+        state.SwitchGear = q->Str(QStringLiteral("SwitchGName")).trimmed();
+        state.Consumer = q->Str(QStringLiteral("ConsumerName")).trimmed();
+        state.Run = readRun(connection, feederGuid, runIdent, sampleIdent);
         return true;
     });
-    if (!found)
-        return scheme;
+    if (!state.Found)
+        return state;
     // The scheme as the calculation reads it; its settings are not shown, so their defaults do not matter.
     fider::TRegimeRequest request;
-    request.SampleIdent = run.sample;
+    request.SampleIdent = state.Run.sample;
     std::vector<fider::TFiderJob> jobs = fider::TRegimeReader(connection, 0.5, 0.9).Read({feederGuid}, request);
-    if (jobs.empty() || jobs.front().Fider.Equivalent)
-        equivalentRows(scheme, centreName, switchGear, consumer, run);
+    if (!jobs.empty())
+        state.Fider = std::move(jobs.front().Fider);
     else
-        schemeRows(scheme, jobs.front().Fider, centreName, run);
+        state.Fider.Equivalent = true;
+    state.Fider.Guid = feederGuid;
+    return state;
+}
+
+Scheme Rows(FeederState state)
+{
+    Scheme scheme;
+    if (state.Found) {
+        if (state.Fider.Equivalent)
+            equivalentRows(scheme, state.CentreName, state.SwitchGear, state.Consumer, state.Run, state.Guid);
+        else
+            schemeRows(scheme, state.Fider, state.CentreName, state.Run);
+    }
+    scheme.State = std::move(state);
     return scheme;
+}
+
+Scheme Load(ToznFDConnection& connection, int feederGuid, int runIdent)
+{
+    return Rows(Read(connection, feederGuid, runIdent));
 }
 
 const std::vector<Filter>& Filters()

@@ -13,6 +13,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "feeders/SchemeView038.h"
+#include "feeders/VoltageProfileView.h"
 #include "host/ColourLegend.h"
 #include "host/Connection.h"
 #include "host/InitOZN.h"
@@ -27,16 +29,38 @@ namespace {
 const QRgb kDefaultColours[ColourCount] = {0x000000, 0x0000C0, 0x007000, 0x800080, 0x804000, 0x808080};
 const char* const kColourNames[ColourCount] = {"На балансе", "Не на балансе", "Потребителя", "ССО", "ССП", "Отключен"};
 
-// Numbers as the users write them (decimal comma), while the cells keep numbers for sorting.
+// Numbers as the users write them (decimal comma), every number of a column with the same decimals, while the
+// cells keep numbers for sorting.
 class NumberDelegate : public QStyledItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    NumberDelegate(Table table, QObject* parent) : QStyledItemDelegate(parent), table_(table) {}
     QString displayText(const QVariant& value, const QLocale& locale) const override
     {
         if (value.typeId() == QMetaType::Double)
             return FormatFloat(QStringLiteral("0.###"), value.toDouble());
         return QStyledItemDelegate::displayText(value, locale);
     }
+    // The text a cell shows.
+    QString TextOf(const QModelIndex& index) const
+    {
+        const QVariant value = index.data(Qt::DisplayRole);
+        if (value.typeId() != QMetaType::Double)
+            return displayText(value, QLocale());
+        const std::vector<Column>& columns = Columns(table_);
+        const int decimals = index.column() < static_cast<int>(columns.size()) ? columns[index.column()].Decimals : -1;
+        return CellText(value.toDouble(), decimals);
+    }
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        if (index.data(Qt::DisplayRole).typeId() != QMetaType::Double)
+            return;
+        option->text = TextOf(index);
+        option->displayAlignment = Qt::AlignRight | Qt::AlignVCenter;
+    }
+
+private:
+    Table table_;
 };
 
 QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
@@ -50,7 +74,8 @@ QTableWidget* makeGrid(QWidget* parent, const QString& name, Table table)
     grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
     grid->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid->horizontalHeader()->setSectionsMovable(true);
-    grid->setItemDelegate(new NumberDelegate(grid));
+    grid->setItemDelegate(new NumberDelegate(table, grid));
+    grid->verticalHeader()->setDefaultSectionSize(grid->fontMetrics().height() + 6);
     return grid;
 }
 }  // namespace
@@ -77,31 +102,44 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     bar->addStretch();
     layout->addLayout(bar);
 
-    auto* splitter = new QSplitter(this);
-    filterTree_ = new QTreeWidget(splitter);
+    // The drawing with the voltage along the line above, the tables below.
+    outer_ = new QSplitter(Qt::Vertical, this);
+    outer_->setObjectName(QStringLiteral("SplitterDetail"));
+    top_ = new QSplitter(outer_);
+    top_->setObjectName(QStringLiteral("SplitterDrawing"));
+    drawing_ = new feeders::TSchemeView038(top_);
+    profile_ = new feeders::TVoltageProfileView(top_);
+    top_->setStretchFactor(0, 3);
+    top_->setStretchFactor(1, 1);
+    bottom_ = new QSplitter(outer_);
+    bottom_->setObjectName(QStringLiteral("SplitterTables"));
+    filterTree_ = new QTreeWidget(bottom_);
     filterTree_->setObjectName(QStringLiteral("TreeFilter"));
     filterTree_->setHeaderHidden(true);
     QTreeWidgetItem* top = nullptr;
     for (const Filter& f : Filters()) {
+        QTreeWidgetItem* item =
+            f.TopLevel ? new QTreeWidgetItem(filterTree_, {f.Item}) : new QTreeWidgetItem(top, {f.Item});
+        item->setToolTip(0, f.Item);  // a narrow pane cuts the longer names
         if (f.TopLevel)
-            top = new QTreeWidgetItem(filterTree_, {f.Item});
-        else
-            new QTreeWidgetItem(top, {f.Item});
+            top = item;
     }
     filterTree_->expandAll();
-    stack_ = new QStackedWidget(splitter);
+    stack_ = new QStackedWidget(bottom_);
     grids_[Nodes] = makeGrid(stack_, QStringLiteral("GridNodes"), Nodes);
     grids_[Sections] = makeGrid(stack_, QStringLiteral("GridSections"), Sections);
     stack_->addWidget(grids_[Nodes]);
     stack_->addWidget(grids_[Sections]);
-    splitter->setStretchFactor(1, 1);
-    layout->addWidget(splitter);
+    bottom_->setStretchFactor(1, 1);
+    layout->addWidget(drawing_->Bar());  // the drawing's controls span the frame
+    layout->addWidget(outer_);
 
     if (feeder)
-        scheme_ = Load(connection, feeder->GetIdent(), ident);
+        scheme_ = Rows(Read(connection, feeder->GetIdent(), ident));
     Fill(Nodes);
     Fill(Sections);
     ApplySettings();
+    drawing_->SetDrawing(feeders::TSchemeDrawing038::Build(scheme_.State, drawing_->Colour()));
 
     connect(filterTree_, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* item) { SelectFilter(item ? item->text(0) : QString()); });
@@ -110,9 +148,26 @@ TDetail038Frame::TDetail038Frame(QWidget* owner, ToznFDConnection& connection, T
     connect(hideRepeated_, &QCheckBox::toggled, this,
             [this](bool on) { ApplyPreset(static_cast<Preset>(presets_->currentIndex()), on); });
     connect(colours, &QPushButton::clicked, this, &TDetail038Frame::EditColours);
+    connect(drawing_, &feeders::TSchemeView038::NodeChosen, this, &TDetail038Frame::OnDrawingNode);
+    connect(drawing_, &feeders::TSchemeView038::SectionChosen, this, &TDetail038Frame::OnDrawingSection);
+    for (Table t : {Nodes, Sections})
+        connect(grids_[t], &QTableWidget::itemSelectionChanged, this, [this, t] { OnRowChosen(t); });
 }
 
 TDetail038Frame::~TDetail038Frame() { SaveSettings(); }
+
+void TDetail038Frame::showEvent(QShowEvent* event)
+{
+    TCommonDetailFrame::showEvent(event);
+    if (placed_)
+        return;
+    placed_ = true;
+    // Until the user draws them otherwise: the drawing the larger part, the filter tree narrow.
+    const int w = std::max(width(), 400), h = std::max(height(), 300);
+    top_->setSizes({w * 62 / 100, w * 38 / 100});
+    bottom_->setSizes({190, w - 190});
+    outer_->setSizes({h * 55 / 100, h * 45 / 100});
+}
 
 void TDetail038Frame::Fill(Table table)
 {
@@ -129,11 +184,91 @@ void TDetail038Frame::Fill(Table table)
             const QVariant value = rows[r].Value(columns[c].Field);
             if (value.toString() != QLatin1String("+NAN"))
                 item->setData(Qt::DisplayRole, value);
+            if (c == 0)
+                item->setData(Qt::UserRole, rows[r].Guid);
             grid->setItem(r, c, item);
         }
     grid->setSortingEnabled(true);
     grid->sortByColumn(static_cast<int>(columns.size()) - (table == Nodes ? 1 : 2), Qt::AscendingOrder);
 }
+
+int TDetail038Frame::ChosenGuid(Table table) const
+{
+    const QList<QTableWidgetItem*> chosen = grids_[table]->selectedItems();
+    for (QTableWidgetItem* item : chosen)
+        if (QTableWidgetItem* first = grids_[table]->item(item->row(), 0))
+            return first->data(Qt::UserRole).toInt();
+    return 0;
+}
+
+bool TDetail038Frame::ChooseRow(Table table, int guid)
+{
+    QTableWidget* grid = grids_[table];
+    for (int r = 0; r < grid->rowCount(); ++r) {
+        if (grid->item(r, 0)->data(Qt::UserRole).toInt() != guid || guid == 0)
+            continue;
+        // A row the filter hides is shown with the whole table.
+        if (grid->isRowHidden(r) || stack_->currentWidget() != grid) {
+            const QString all = TableName(table);
+            const QList<QTreeWidgetItem*> items = filterTree_->findItems(all, Qt::MatchExactly);
+            if (grid->isRowHidden(r) && !items.isEmpty())
+                filterTree_->setCurrentItem(items.front());
+            stack_->setCurrentWidget(grid);
+        }
+        grid->selectRow(r);
+        grid->scrollToItem(grid->item(r, 0));
+        return true;
+    }
+    return false;
+}
+
+void TDetail038Frame::OnDrawingNode(int guid)
+{
+    if (syncing_)
+        return;
+    syncing_ = true;
+    ChooseRow(Nodes, guid);
+    profile_->ShowPath(drawing_->Drawing(), drawing_->Drawing().NodeIndex(guid));
+    syncing_ = false;
+}
+
+void TDetail038Frame::OnDrawingSection(int guid)
+{
+    if (syncing_)
+        return;
+    syncing_ = true;
+    ChooseRow(Sections, guid);
+    const int section = drawing_->Drawing().SectionIndex(guid);
+    if (section >= 0)
+        profile_->ShowPath(drawing_->Drawing(), drawing_->Drawing().Sections[section].To);
+    syncing_ = false;
+}
+
+void TDetail038Frame::OnRowChosen(Table table)
+{
+    if (syncing_)
+        return;
+    const int guid = ChosenGuid(table);
+    if (guid == 0)
+        return;
+    syncing_ = true;
+    if (table == Nodes) {
+        drawing_->SelectNode(guid);
+        profile_->ShowPath(drawing_->Drawing(), drawing_->Drawing().NodeIndex(guid));
+    } else if (drawing_->SelectSection(guid)) {
+        profile_->ShowPath(drawing_->Drawing(),
+                           drawing_->Drawing().Sections[drawing_->Drawing().SectionIndex(guid)].To);
+    }
+    syncing_ = false;
+}
+
+QString TDetail038Frame::ShownText(Table table, int row, int column) const
+{
+    auto* delegate = static_cast<NumberDelegate*>(grids_[table]->itemDelegate());
+    return delegate->TextOf(grids_[table]->model()->index(row, column));
+}
+
+Preset TDetail038Frame::CurrentPreset() const { return static_cast<Preset>(presets_->currentIndex()); }
 
 int TDetail038Frame::NodeCount() const { return grids_[Nodes]->rowCount(); }
 int TDetail038Frame::SectionCount() const { return grids_[Sections]->rowCount(); }
@@ -184,7 +319,11 @@ void TDetail038Frame::ApplySettings()
     TInitOZN* init = ::Init(true);
     progress.SetText(QStringLiteral("Формирование дерева настройки столбцов..."));
     progress.SetText(QStringLiteral("Применение настроек видимости столбцов..."));
-    ApplyPreset(PresetDefault, false);
+    // The preset last chosen, then the columns the user showed or hid by hand.
+    const int preset = init->LoadStrParam(kSettingsName, kPresetKey).toInt();
+    const bool hideRepeated = init->LoadStrParam(kSettingsName, kHideRepeatedKey) == QLatin1String("1");
+    hideRepeated_->setChecked(hideRepeated);
+    ApplyPreset(preset >= 0 && preset < PresetCount ? static_cast<Preset>(preset) : PresetDefault, hideRepeated);
     for (Table t : {Nodes, Sections})
         for (size_t c = 0; c < Columns(t).size(); ++c) {
             const QString saved = init->LoadStrParam(kSettingsName, ColumnKey(t, Columns(t)[c].Field, "Visibility"));
@@ -220,6 +359,18 @@ void TDetail038Frame::ApplySettings()
         for (int c = 0; c < ColourCount; ++c)
             colours_[c] = QColor::fromRgb(static_cast<QRgb>(saved[c].toUInt()));
     ApplyColours();
+    bool known = false;
+    const int colour = init->LoadStrParam(kSettingsName, kDrawColourKey).toInt(&known);
+    if (known && colour >= 0 && colour < feeders::kDrawColourCount)
+        drawing_->SetColour(static_cast<feeders::TDrawColour>(colour));
+    drawing_->SetSectionLabels(init->LoadStrParam(kSettingsName, kSectionLabelsKey) == QLatin1String("1"));
+    const QStringList splitters = init->LoadStrParam(kSettingsName, kSplittersKey).split(QLatin1Char(','));
+    if (splitters.size() == 3) {
+        placed_ = true;
+        outer_->restoreState(QByteArray::fromBase64(splitters[0].toLatin1()));
+        top_->restoreState(QByteArray::fromBase64(splitters[1].toLatin1()));
+        bottom_->restoreState(QByteArray::fromBase64(splitters[2].toLatin1()));
+    }
 }
 
 void TDetail038Frame::ApplyColours()
@@ -261,6 +412,17 @@ void TDetail038Frame::SaveSettings() const
     for (const QColor& c : colours_)
         colours << QString::number(c.rgb() & 0xFFFFFF);
     init->SaveStrParam(kSettingsName, kColoursKey, colours.join(QLatin1Char(',')));
+    init->SaveStrParam(kSettingsName, kPresetKey, QString::number(presets_->currentIndex()));
+    init->SaveStrParam(kSettingsName, kHideRepeatedKey,
+                       hideRepeated_->isChecked() ? QStringLiteral("1") : QStringLiteral("0"));
+    init->SaveStrParam(kSettingsName, kDrawColourKey, QString::number(static_cast<int>(drawing_->Colour())));
+    init->SaveStrParam(kSettingsName, kSectionLabelsKey,
+                       drawing_->Style().SectionLabels ? QStringLiteral("1") : QStringLiteral("0"));
+    init->SaveStrParam(kSettingsName, kSplittersKey,
+                       QStringList{QString::fromLatin1(outer_->saveState().toBase64()),
+                                   QString::fromLatin1(top_->saveState().toBase64()),
+                                   QString::fromLatin1(bottom_->saveState().toBase64())}
+                           .join(QLatin1Char(',')));
 }
 
 void TDetail038Frame::EditColours()

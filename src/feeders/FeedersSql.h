@@ -49,12 +49,20 @@ inline constexpr const char* kDetailFeeder =
     R"(select lf."Name", nod."Info" as "TPInfo", a."SwitchGName", a."ConsumerName" from "LVFiders" lf
     join "Nodes" nod on nod.guid=lf."OwnerGUID" left join "LVFidersA" a on a.guid=lf.guid where lf.guid=:GUID)";
 inline constexpr const char* kDetailLatestResult =
-    R"(select first 1 mv."Ident", mv."SampleIdent", mv."UA", mv."UB", mv."UC", mv."U2A", mv."U2B", mv."U2C"
+    R"(select first 1 mv."Ident", mv."SampleIdent", sd."Name" as "SampleName", mv."Regime", mv."UA", mv."UB", mv."UC",
+    mv."U2A", mv."U2B", mv."U2C"
     from "LVResults" mv join "SamplesDates" sd on sd."Ident"=mv."SampleIdent"
     where mv.guid=:GUID and coalesce(mv."CalcType", 0)=0 order by sd."SampleDate2" desc, mv."Ident" desc)";
+inline constexpr const char* kDetailLatestOfSample =
+    R"(select first 1 mv."Ident", mv."SampleIdent", sd."Name" as "SampleName", mv."Regime", mv."UA", mv."UB", mv."UC",
+    mv."U2A", mv."U2B", mv."U2C"
+    from "LVResults" mv join "SamplesDates" sd on sd."Ident"=mv."SampleIdent"
+    where mv.guid=:GUID and mv."SampleIdent"=:SampleIdent and coalesce(mv."CalcType", 0)=0 order by mv."Ident" desc)";
 inline constexpr const char* kDetailRun =
-    R"(select mv."Ident", mv."SampleIdent", mv."UA", mv."UB", mv."UC", mv."U2A", mv."U2B", mv."U2C"
-    from "LVResults" mv where mv."Ident"=:Ident and mv.guid=:GUID)";
+    R"(select mv."Ident", mv."SampleIdent", sd."Name" as "SampleName", mv."Regime", mv."UA", mv."UB", mv."UC",
+    mv."U2A", mv."U2B", mv."U2C"
+    from "LVResults" mv left join "SamplesDates" sd on sd."Ident"=mv."SampleIdent"
+    where mv."Ident"=:Ident and mv.guid=:GUID)";
 inline constexpr const char* kDetailNodeResults =
     R"(select guid, "U", "UA", "UB", "UC", "dU" from "LVPResultsN" where "Ident"=:Ident)";
 inline constexpr const char* kDetailLineResults =

@@ -22,9 +22,11 @@
 #include "host/Database.h"
 #include "host/DesktopDialogs.h"
 #include "host/EditConstraints.h"
+#include "host/HostCommands.h"
 #include "host/InputRanges.h"
 #include "host/LoadTypesEditor.h"
 #include "host/NumericHelpers.h"
+#include "host/SamplePeriods.h"
 #include "host/Tree.h"
 #include "host/WindowPlace.h"
 #include "normative/KrazvRefUnit.h"
@@ -110,7 +112,7 @@ TLVFidersForm::TLVFidersForm(QWidget* owner, ToznFDConnection& connection)
     cancel_ = button(QStringLiteral("btnCancel"), QStringLiteral("Отмена"), bottom, &TLVFidersForm::CancelChanges);
     button(QStringLiteral("btnExit"), QStringLiteral("Выход"), bottom, &TLVFidersForm::Exit);
     layout->addLayout(bottom);
-    save_->setEnabled(false);
+    SetSaveEnabled(false);
 
     connect(fiders_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item, QListWidgetItem* previous) {
         if (!item || busy_)
@@ -261,7 +263,7 @@ void TLVFidersForm::BuildMainTab(QWidget* page)
                 return;
             apply(*a, Edit(box)->text());
             a->state = a->state == TRep_Data::RowState::New ? a->state : TRep_Data::RowState::Changed;
-            save_->setEnabled(true);
+            SetSaveEnabled(true);
         });
     };
     attributeText(QStringLiteral("EditSwitch"), [](TRep_Data::FiderA& a, const QString& t) { a.SwitchGName = t; });
@@ -401,8 +403,9 @@ void TLVFidersForm::SetupConstraints()
                     constraints_->CheckControl(box, value);
             });
     connect(constraints_, &TEditConstraints::ErrorsChanged, this, [this] {
-        if (!constraints_->GetEnabled())
-            save_->setEnabled(true);  // the user can try to save and be told why not
+        // The user can try to save and be told why not; the button says it too.
+        SetSaveEnabled(save_->isEnabled() || !constraints_->GetEnabled());
+        ShowResults();
     });
 }
 
@@ -623,7 +626,7 @@ void TLVFidersForm::Recalculate(bool apply)
     if (done && apply) {
         flags_ = flags;
         ApplySampleResult(*sample_, result_);
-        save_->setEnabled(true);
+        SetSaveEnabled(true);
         busy_ = true;
         auto update = [this](const QString& box, double v, const QString& pattern) {
             if (!Edit(box)->hasFocus() && !constraints_->isContraint(Edit(box)))
@@ -655,6 +658,16 @@ void TLVFidersForm::ShowResults()
     results_[QStringLiteral("lblDWpct")]->setText(done ? fixed(result_.DWpct, 3) : QString());
     results_[QStringLiteral("lblTau")]->setText(done ? fixed(result_.Tau, 2) : QString());
     results_[QStringLiteral("lblKdp")]->setText(done ? fixed(result_.Kdp, 3) : QString());
+    // Values that do not follow from what the fields show (a field empty or refused) are the last calculation's:
+    // they are greyed and say so, not shown as if they answered the typed values.
+    const bool current = done && constraints_->Errors().isEmpty();
+    const QString stale = current ? QString()
+                                  : QStringLiteral("Значение последнего расчета: по введенным данным замер не "
+                                                   "рассчитан (поле пустое или значение не принято)");
+    for (QLabel* label : results_) {
+        label->setEnabled(current);
+        label->setToolTip(stale);
+    }
 }
 
 void TLVFidersForm::ToggleMain()
@@ -682,7 +695,7 @@ void TLVFidersForm::ToggleMain()
     sample_->state = sample_->state == TRep_Data::RowState::New ? sample_->state : TRep_Data::RowState::Changed;
     main_->setChecked(sample_->IsMain == 1);
     MarkMainDate();
-    save_->setEnabled(true);
+    SetSaveEnabled(true);
 }
 
 namespace {
@@ -737,7 +750,7 @@ bool TLVFidersForm::SaveChanges()
                 : QString::fromUtf8(e.what()));
         return false;
     }
-    save_->setEnabled(false);
+    SetSaveEnabled(false);
     return true;
 }
 
@@ -758,7 +771,7 @@ void TLVFidersForm::CancelChanges()
     lvFider_ = guid;
     OpenFiders();  // reads every dataset again
     SelectDate(date);
-    save_->setEnabled(false);
+    SetSaveEnabled(false);
 }
 
 bool TLVFidersForm::AskToSave()
@@ -766,12 +779,13 @@ bool TLVFidersForm::AskToSave()
     // A refused text in a field is an edit too: it is not given up without the question.
     if (!repData_ || (!repData_->Modified() && constraints_->CheckConstraint()))
         return true;
+    // "Отмена" (and Escape) keeps the form open with everything typed.
     const QString question = QStringLiteral("Сохранить изменения за \"%1\"?").arg(dateText(CurrentDate()));
-    if (host::dialogs().Message(host::AppCaption(), question, host::Icon::Question, host::Buttons::YesNo) ==
-        host::mrYes)
-        return SaveChanges();
-    CancelChanges();
-    return true;
+    switch (host::dialogs().Message(host::AppCaption(), question, host::Icon::Question, host::Buttons::YesNoCancel)) {
+    case host::mrYes: return SaveChanges();
+    case host::mrNo: CancelChanges(); return true;
+    default: return false;
+    }
 }
 
 void TLVFidersForm::Exit()
@@ -812,6 +826,34 @@ void TLVFidersForm::closeEvent(QCloseEvent* event)
         return;
     }
     QDialog::closeEvent(event);
+}
+
+void TLVFidersForm::SetSaveEnabled(bool enabled)
+{
+    save_->setEnabled(enabled);
+    // Why the button is grey, or what stops the save, where the user looks: on the button.
+    const QStringList refused = constraints_->Errors();
+    if (!enabled)
+        save_->setToolTip(QStringLiteral("Сохранять нечего: с последнего сохранения ничего не изменено"));
+    else if (!refused.isEmpty())
+        save_->setToolTip(QStringLiteral("Не сохранится, пока не исправлены значения:\n") +
+                          refused.join(QLatin1Char('\n')));
+    else
+        save_->setToolTip(QStringLiteral("Сохранить изменения в базе данных"));
+}
+
+QDate TLVFidersForm::ProposedSampleDate()
+{
+    const QDate today = QDate::currentDate();
+    TCurrentDatabase* db = CurrentDatabase();
+    const TSamplePeriodInfo* period = db && host::ChosenPeriod()
+                                          ? db->GetSamplePeriods()->GetPSamplePeriodInfoByIdent(host::ChosenPeriod())
+                                          : nullptr;
+    if (!period)
+        return today;
+    // The interval ends where the next begins ("01.01." of the next year for a year).
+    const QDate first = period->SampleDate1.date(), next = period->SampleDate2.date();
+    return today >= first && (!next.isValid() || today < next) ? today : first;
 }
 
 QDate TLVFidersForm::PickDate(const QDate& start)
@@ -881,7 +923,7 @@ void TLVFidersForm::RenameLine()
     fider->Name = name.trimmed();
     fider->state = fider->state == TRep_Data::RowState::New ? fider->state : TRep_Data::RowState::Changed;
     fiders_->currentItem()->setText(fider->Name);
-    save_->setEnabled(true);
+    SetSaveEnabled(true);
 }
 
 void TLVFidersForm::DeleteLine()
@@ -899,7 +941,7 @@ void TLVFidersForm::AddSample()
 {
     if (!Fider())
         return;
-    const QDate date = PickDate(QDate::currentDate());
+    const QDate date = PickDate(ProposedSampleDate());
     if (!date.isValid())
         return;
     if (repData_->FindSample(lvFider_, date) &&
@@ -909,7 +951,7 @@ void TLVFidersForm::AddSample()
     s.Krazv = 0.8;
     ShowFider(lvFider_);
     SelectDate(date);
-    save_->setEnabled(true);
+    SetSaveEnabled(true);
 }
 
 void TLVFidersForm::DeleteSamples()
@@ -919,7 +961,7 @@ void TLVFidersForm::DeleteSamples()
     repData_->DeleteSample(*sample_);
     sample_ = nullptr;
     ShowFider(lvFider_);
-    save_->setEnabled(true);
+    SetSaveEnabled(true);
 }
 
 void TLVFidersForm::CopySample()

@@ -84,6 +84,11 @@ private:
     // Rolls the editor's transaction back to its last commit.
     void RollbackToSaved();
     // Asks for a date on a calendar; an invalid date when cancelled.
+    // The date a new sample proposes: today when it falls in the interval chosen in the main window, else the
+    // first day of that interval.
+    static QDate ProposedSampleDate();
+    // "Сохранить" on or off, with the reason on its tip.
+    void SetSaveEnabled(bool enabled);
     QDate PickDate(const QDate& start);
     TRep_Data::Fider* Fider() const;
     TRep_Data::FiderA* Attributes() const;

@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "host/Dialogs.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 
 int OpenLineReport(QWidget* owner, TRep_Data& data, int guid)
@@ -65,9 +66,13 @@ TfrmReportHTML::TfrmReportHTML(QWidget* owner, const QString& reportName, const 
     connect(pdf, &QPushButton::clicked, this, [this] {
         const QString file =
             host::dialogs().SaveFileName(QStringLiteral("Сохранить отчет"), QStringLiteral("Документ PDF|*.pdf"),
-                                         QStringLiteral("pdf"), name_ + QStringLiteral(".pdf"));
-        if (!file.isEmpty() && !SavePdf(file))
+                                         QStringLiteral("pdf"), host::ProposedSavePath(name_ + QStringLiteral(".pdf")));
+        if (file.isEmpty())
+            return;
+        if (!SavePdf(file))
             host::ShowWarning(QStringLiteral("Не удалось записать файл %1").arg(file));
+        else
+            host::ReportSaved(file);
     });
     layout->addWidget(buttons);
 }

@@ -70,7 +70,7 @@ void ScriptedDialogs::Clear()
 
 int ScriptedDialogs::Message(const QString& caption, const QString& text, Icon icon, Buttons buttons)
 {
-    calls_.append({QStringLiteral("message"), caption, text, icon, buttons});
+    calls_.append({QStringLiteral("message"), caption, text, icon, buttons, QString()});
     if (!messageAnswers_.empty()) {
         const int answer = messageAnswers_.front();
         messageAnswers_.pop_front();
@@ -81,7 +81,7 @@ int ScriptedDialogs::Message(const QString& caption, const QString& text, Icon i
 
 bool ScriptedDialogs::InputQuery(const QString& caption, const QString& prompt, QString& value)
 {
-    calls_.append({QStringLiteral("input"), caption, prompt});
+    calls_.append({QStringLiteral("input"), caption, prompt, Icon::None, Buttons::Ok, QString()});
     if (inputAnswers_.empty())
         return false;
     const auto [text, accepted] = inputAnswers_.front();
@@ -94,7 +94,7 @@ bool ScriptedDialogs::InputQuery(const QString& caption, const QString& prompt, 
 QString ScriptedDialogs::SaveFileName(const QString& caption, const QString& filter, const QString& defaultExt,
                                       const QString& initial)
 {
-    calls_.append({QStringLiteral("save"), caption, filter});
+    calls_.append({QStringLiteral("save"), caption, filter, Icon::None, Buttons::Ok, initial});
     if (fileAnswers_.empty())
         return {};
     const QString path = fileAnswers_.front();
@@ -104,7 +104,7 @@ QString ScriptedDialogs::SaveFileName(const QString& caption, const QString& fil
 
 QString ScriptedDialogs::OpenFileName(const QString& caption, const QString& filter)
 {
-    calls_.append({QStringLiteral("open"), caption, filter});
+    calls_.append({QStringLiteral("open"), caption, filter, Icon::None, Buttons::Ok, QString()});
     if (fileAnswers_.empty())
         return {};
     const QString path = fileAnswers_.front();

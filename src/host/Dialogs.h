@@ -55,6 +55,7 @@ public:
         QString text;
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
+        QString initial;  // the file name a save dialog proposed
     };
     void AnswerMessage(int modalResult) { messageAnswers_.push_back(modalResult); }
     void AnswerInput(const QString& text, bool accepted = true) { inputAnswers_.push_back({text, accepted}); }

@@ -15,6 +15,7 @@
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
 #include "host/NumericHelpers.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 #include "host/XlsxFile.h"
 
@@ -97,12 +98,14 @@ QString TExportTableDialog::Text() const
 
 void TExportTableDialog::Save()
 {
-    const QString file =
-        host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
-                                     QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), table_.Title());
+    const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                                      QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+                                                      host::ProposedSavePath(table_.Title() + QStringLiteral(".xlsx")));
     if (file.isEmpty())
         return;
     QString error;
     if (!WriteExportTable(table_, file, error))
         host::ShowWarning(error);
+    else
+        host::ReportSaved(file);
 }

@@ -7,6 +7,7 @@ TRegimeCommand& regime()
     static TRegimeCommand command;
     return command;
 }
+int g_chosenPeriod = 0;
 }  // namespace
 
 void SetRegimeCommand(TRegimeCommand command) { regime() = std::move(command); }
@@ -20,4 +21,8 @@ bool RunRegimeCommand(int guid, bool maximum)
     regime()(guid, maximum);
     return true;
 }
+
+void SetChosenPeriod(int sampleIdent) { g_chosenPeriod = sampleIdent; }
+
+int ChosenPeriod() { return g_chosenPeriod; }
 }  // namespace host

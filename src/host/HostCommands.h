@@ -12,4 +12,9 @@ OZN3HOST_API void SetRegimeCommand(TRegimeCommand command);
 OZN3HOST_API bool HasRegimeCommand();
 // Runs the host's command; false when the host has none.
 OZN3HOST_API bool RunRegimeCommand(int guid, bool maximum);
+
+// The interval chosen in the host's main window (its period picker), so that the plug-in's forms start on it;
+// 0 when there is no window or nothing is chosen.
+OZN3HOST_API void SetChosenPeriod(int sampleIdent);
+OZN3HOST_API int ChosenPeriod();
 }  // namespace host

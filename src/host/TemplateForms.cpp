@@ -2,10 +2,13 @@
 
 #include <QDialogButtonBox>
 #include <QFileInfo>
+#include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QVBoxLayout>
 
+#include "host/AppLog.h"
 #include "host/Database.h"
 #include "host/DesktopDialogs.h"
 #include "host/Spreadsheet.h"
@@ -57,12 +60,30 @@ TxlsCustomMenuForm::TxlsCustomMenuForm(QWidget* owner) : QDialog(owner), besideE
 
 bool TxlsCustomMenuForm::CanOpen() { return SetDataBaseName(); }
 
+void TxlsCustomMenuForm::NoteMainWindowHidden()
+{
+    if (!status_) {
+        status_ = new QLabel(this);
+        status_->setObjectName(QStringLiteral("lblMainWindowHidden"));
+        status_->setWordWrap(true);
+        body_->insertWidget(body_->indexOf(buttons_), status_);
+    }
+    status_->setText(QStringLiteral("Главное окно программы скрыто, пока открыта эта форма, чтобы не заслонять "
+                                    "книгу Excel; оно вернется, когда форма закроется."));
+}
+
 TxlsZamerShablonForm::TxlsZamerShablonForm(QWidget* owner) : TxlsCustomMenuForm(owner)
 {
     logView_ = new QPlainTextEdit(this);
     logView_->setObjectName(QStringLiteral("memoLog"));
     logView_->setReadOnly(true);
     Body()->insertWidget(0, logView_);
+}
+
+bool TxlsZamerShablonForm::IsTraceLine(const QString& text)
+{
+    static const QRegularExpression step(QStringLiteral("^step\\d+[a-z]?\\."));
+    return step.match(text).hasMatch();
 }
 
 QList<TxlsZamerShablonForm::LogLine>& TxlsZamerShablonForm::Trace()
@@ -75,5 +96,8 @@ void TxlsZamerShablonForm::AddLog(const QString& text, int kind, int value)
 {
     log_.append({text, kind, value});
     Trace().append({text, kind, value});
-    logView_->appendPlainText(QStringLiteral("%1\t%2\t%3").arg(text).arg(kind).arg(value));
+    if (IsTraceLine(text))
+        host::LogLine(QStringLiteral("%1 %2 %3").arg(text).arg(kind).arg(value));
+    else
+        logView_->appendPlainText(text);
 }

@@ -8,6 +8,7 @@
 #include "host/WindowService.h"
 #include "host/XlsxFile.h"
 
+class QLabel;
 class QPlainTextEdit;
 class QVBoxLayout;
 class QDialogButtonBox;
@@ -38,6 +39,8 @@ public:
 
     // Whether the form has what it needs to be shown.
     virtual bool CanOpen();
+    // Said in the form's status line when the main window is hidden while the form runs beside the spreadsheet.
+    void NoteMainWindowHidden();
     int ShowModal() { return exec(); }
 
 protected:
@@ -53,6 +56,7 @@ private:
     host::WindowHandle excelHandle_ = 0;
     QVBoxLayout* body_;
     QDialogButtonBox* buttons_;
+    QLabel* status_ = nullptr;
 };
 
 // A measurement template form: adds the log of what the form did.
@@ -65,7 +69,10 @@ public:
         int value;
     };
     explicit TxlsZamerShablonForm(QWidget* owner = nullptr);
+    // A line of what the form did. The frame's trace lines ("step1.…", "step2.…") go to the application's log,
+    // the others to the log pane the user reads.
     void AddLog(const QString& text, int kind, int value);
+    static bool IsTraceLine(const QString& text);
     const QList<LogLine>& Log() const { return log_; }
     // Every line logged by any template form of the session, kept after the forms are gone.
     static QList<LogLine>& Trace();

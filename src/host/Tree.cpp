@@ -3,6 +3,7 @@
 #include <QSet>
 
 #include "host/Connection.h"
+#include "host/Database.h"
 #include "host/NumericHelpers.h"
 
 namespace {
@@ -155,4 +156,11 @@ void TfdbTree::Unwatch(TTreeWatcher* watcher)
     std::erase(watchers_, watcher);
     if (watcher->watched_ == this)
         watcher->watched_ = nullptr;
+}
+
+QString TreeItemName(int guid)
+{
+    TCurrentDatabase* db = CurrentDatabase();
+    ToznListItemCommon* item = db && guid ? db->GetTree()->Find(guid) : nullptr;
+    return item ? item->GetText() : QString();
 }

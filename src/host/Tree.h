@@ -110,3 +110,6 @@ private:
     std::vector<ToznListItemCommon*> roots_;
     QHash<int, ToznListItemCommon*> byIdent_;
 };
+
+// The name of an element of the current database's network tree; empty when there is none.
+OZN3HOST_API QString TreeItemName(int guid);

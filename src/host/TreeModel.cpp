@@ -48,7 +48,8 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const
     if (!index.isValid())
         return {};
     const ToznListItemCommon* item = Item(index);
-    if (role == Qt::DisplayRole)
+    // The name in full as a tip too: a narrow pane cuts it short.
+    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
         return item->isLink() ? QStringLiteral("→ %1").arg(item->GetText()) : item->GetText();
     if (role == Qt::ForegroundRole && item->GetNodeType() == NodeType::LVFiders && !item->isEnabled())
         return QBrush(Qt::gray);

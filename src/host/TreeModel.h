@@ -16,6 +16,7 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     static ToznListItemCommon* Item(const QModelIndex& index);
+    TfdbTree* Tree() const { return tree_; }
     // The index of an item of the tree.
     QModelIndex IndexOf(ToznListItemCommon* item) const;
     // Places a new LV feeder under its substation, in the tree and in the views; the items already

@@ -14,6 +14,7 @@
 
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 #include "host/XlsxFile.h"
 
@@ -138,10 +139,13 @@ bool TfrmMVUndersupplyCommon::CreateReportXLX(const QString& file, QString& erro
 void TfrmMVUndersupplyCommon::MakeReport()
 {
     const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить отчет"),
-                                                      QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), {});
+                                                      QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+                                                      host::ProposedSavePath(windowTitle() + QStringLiteral(".xlsx")));
     if (file.isEmpty())
         return;
     QString error;
     if (!CreateReportXLX(file, error))
         host::ShowWarning(error);
+    else
+        host::ReportSaved(file);
 }

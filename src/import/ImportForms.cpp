@@ -22,6 +22,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "import/WorkbookForms.h"
 #include "import/ZamerSheets.h"
@@ -47,6 +48,8 @@ bool attachTreeAndIntervals(QTreeView* tree, TSamplesTreeBox* intervals, const Q
                          ToznListItemCommon* item = TreeModel::Item(i);
                          chosen(item ? item->Target()->GetIdent() : 0);
                      });
+    // Names never cut, the search bar, and the element chosen in the main window open in view.
+    host::OpenOnChosen(tree);
     const QSignalBlocker blocker(intervals);
     const std::vector<TSamplePeriodInfo>& periods = db->GetSamplePeriods()->Items();
     intervals->Fill(periods);
@@ -63,11 +66,7 @@ QList<int> periodsWithData(const std::function<QList<int>()>& read)
     }
 }
 
-void selectInTree(QTreeView* tree, int guid)
-{
-    auto* model = static_cast<TreeModel*>(tree->model());
-    tree->setCurrentIndex(model->IndexOf(CurrentDatabase()->GetTree()->Find(guid)));
-}
+void selectInTree(QTreeView* tree, int guid) { host::ShowInTree(tree, guid); }
 
 // Logs how many rows a reading of the workbook changed, or shows why it could not be read (changed < 0).
 bool reportReadBack(TxlsZamerShablonForm& form, int changed, const QString& error, const QStringList& notes)
@@ -204,8 +203,9 @@ TxlsLVZamerSocialForm::TxlsLVZamerSocialForm(QWidget* owner) : TxlsZamerShablonF
     connect(energies, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::FillEnergies);
     connect(open, &QPushButton::clicked, this, [this] {
         // A workbook the user edited and did not read is read first, so that writing it anew loses nothing.
-        if (ReadIfChanged() && WriteWorkbook() && !host::OpenInSpreadsheet(Workbook()))
-            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
+        QString error;
+        if (ReadIfChanged() && WriteWorkbook() && !host::OpenInSpreadsheet(Workbook(), error))
+            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(Workbook(), error));
     });
     connect(read_, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::ReadWorkbook);
     connect(save_, &QPushButton::clicked, this, &TxlsLVZamerSocialForm::Save);
@@ -236,8 +236,9 @@ bool TxlsLVZamerSocialForm::CanOpen()
 
 QString TxlsLVZamerSocialForm::Workbook() const
 {
-    return FileName().isEmpty() ? QDir::temp().filePath(QStringLiteral("OZN3_Social_%1.xlsx").arg(object_))
-                                : FileName();
+    return FileName().isEmpty()
+               ? host::UserWorkbookPath(QStringLiteral("Обобщенные данные"), TreeItemName(object_), QString())
+               : FileName();
 }
 
 bool TxlsLVZamerSocialForm::HasUnsavedEdits() const { return rows_.Pending() > 0 || watch_.ChangedOnDisk(); }

@@ -95,9 +95,10 @@ TxlsLVZamerForm::TxlsLVZamerForm(QWidget* owner, TLVZamerKind kind) : TxlsZamerS
         // A workbook the user edited and did not read is read first, so that writing it anew loses nothing.
         if (!ReadIfChanged() || !WriteWorkbook())
             return;
-        openInSpreadsheet_ = host::OpenInSpreadsheet(Workbook());
+        QString error;
+        openInSpreadsheet_ = host::OpenInSpreadsheet(Workbook(), error);
         if (!openInSpreadsheet_)
-            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(Workbook()));
+            host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(Workbook(), error));
     });
     connect(read_, &QPushButton::clicked, this, &TxlsLVZamerForm::ReadWorkbook);
     connect(save_, &QPushButton::clicked, this, &TxlsLVZamerForm::Save);
@@ -138,10 +139,9 @@ bool TxlsLVZamerForm::CanOpen()
 QString TxlsLVZamerForm::Workbook() const
 {
     return FileName().isEmpty()
-               ? QDir::temp().filePath(
-                     QStringLiteral("OZN3_Zamer%1_%2.xlsx")
-                         .arg(data_.Kind() == TLVZamerKind::W ? QStringLiteral("W") : QStringLiteral("Tmax"))
-                         .arg(object_))
+               ? host::UserWorkbookPath(data_.Kind() == TLVZamerKind::W ? QStringLiteral("Замеры W")
+                                                                        : QStringLiteral("Замеры Tmax"),
+                                        TreeItemName(object_), QString())
                : FileName();
 }
 

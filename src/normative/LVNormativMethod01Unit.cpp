@@ -14,6 +14,7 @@
 #include "host/SamplesTreeBox.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "normative/LVNormativInputPage.h"
 
@@ -90,6 +91,8 @@ TLVNormativMethodForm1::TLVNormativMethodForm1(QWidget* owner, TfdbDatabase* dat
     connect(input_, &TLVNormativInputPage::StoredDataChanged, this, [this] { emit SelectionChanged(); });
     shownPeriod_ = periods_->CurrentIdent();
 }
+
+void TLVNormativMethodForm1::OpenOnChosen() { host::OpenOnChosen(tree_); }
 
 void TLVNormativMethodForm1::reject()
 {

@@ -23,6 +23,7 @@ public:
     {
         auto* form = new Form(owner, database);
         form->Created();
+        form->OpenOnChosen();
         return form;
     }
 
@@ -50,6 +51,8 @@ public:
     void SetSumming(SumMode mode);
     TSummaryScope SummaryScope() const;
     TLVNormativInputPage* InputPage() const { return input_; }
+    // Opens the tree on the element chosen in the main window, once every layer of the form listens to it.
+    void OpenOnChosen();
     // Completes the form once it is built (each layer adds its own part).
     virtual void Created() {}
     // Shows or hides what only editing offers.

@@ -13,6 +13,7 @@
 
 #include "host/Database.h"
 #include "host/Dialogs.h"
+#include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "normative/LVNormativReports.h"
 
@@ -45,14 +46,16 @@ void TLVNormativMethodForm3::Created()
         ToznListItemCommon* item = SelectedItem();
         if (!item)
             return;
-        const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить отчет"),
-                                                          QStringLiteral("Книга Excel|*.xls"), QStringLiteral("xls"),
-                                                          NormativeReportFileName(item->GetText(), Period().Name));
+        const QString file = host::dialogs().SaveFileName(
+            QStringLiteral("Сохранить отчет"), QStringLiteral("Книга Excel|*.xls"), QStringLiteral("xls"),
+            host::ProposedSavePath(NormativeReportFileName(item->GetText(), Period().Name)));
         if (file.isEmpty())
             return;
         QFile out(file);
         if (!out.open(QIODevice::WriteOnly) || out.write(ReportHtml().toUtf8()) < 0)
             host::ShowWarning(QStringLiteral("Не удалось записать файл %1").arg(file));
+        else
+            host::ReportSaved(file);
     });
     // The report follows the chosen element and period while its page is shown.
     connect(this, &TLVNormativMethodForm1::SelectionChanged, this, [this] {

@@ -15,6 +15,7 @@
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/OutputFiles.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 
 TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(owner)
@@ -35,6 +36,9 @@ TLVNormativMethodCalcForm::TLVNormativMethodCalcForm(QWidget* owner) : QDialog(o
     log_->setHorizontalHeaderLabels({QStringLiteral("GUID: Наименование элемента сети"),
                                      QStringLiteral("Результат обработки данных для элемента сети")});
     log_->horizontalHeader()->setStretchLastSection(true);
+    // Names of elements run long ("12345: ТП-221 мкр. Северный"): their column is wide, and a cell cut short has
+    // its text as a tip.
+    log_->setColumnWidth(0, 340);
     log_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     layout->addWidget(log_);
     auto* buttons = new QHBoxLayout;
@@ -70,8 +74,11 @@ void TLVNormativMethodCalcForm::Start(TfdbDatabase* database, int startIdent, in
     events.Log = [this](const QString& element, const QString& message) {
         const int row = log_->rowCount();
         log_->insertRow(row);
-        log_->setItem(row, 0, new QTableWidgetItem(element));
-        log_->setItem(row, 1, new QTableWidgetItem(message));
+        for (const auto& [column, text] : {std::pair{0, element}, std::pair{1, message}}) {
+            auto* item = new QTableWidgetItem(text);
+            item->setToolTip(text);
+            log_->setItem(row, column, item);
+        }
         bar_->setValue(row + 1);
         status_->setText(element);
     };
@@ -118,9 +125,9 @@ void TLVNormativMethodCalcForm::Finished(int, const QString& error)
 
 void TLVNormativMethodCalcForm::SaveLog()
 {
-    const QString file =
-        host::dialogs().SaveFileName(QStringLiteral("Сохранить список на диск"),
-                                     QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"), QString());
+    const QString file = host::dialogs().SaveFileName(
+        QStringLiteral("Сохранить список на диск"), QStringLiteral("Текстовый документ|*.txt"), QStringLiteral("txt"),
+        host::ProposedSavePath(QStringLiteral("Журнал расчета нормативным методом.txt")));
     if (file.isEmpty())
         return;
     QString error;

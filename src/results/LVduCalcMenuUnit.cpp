@@ -22,6 +22,7 @@
 #include "host/Spreadsheet.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
+#include "host/TreeSearch.h"
 #include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVMeasuredStore.h"
@@ -140,7 +141,9 @@ bool TfrmLVduCalcMenu::CanOpen()
             if (ToznListItemCommon* item = TreeModel::Item(i))
                 SelectObject(item->Target()->GetIdent());
         });
-        SelectObject(CurrentDatabase()->GetTree()->GetItems(0)->GetIdent());
+        // The element chosen in the main window, else the top of the network.
+        if (!host::OpenOnChosen(hierarchy_))
+            SelectObject(CurrentDatabase()->GetTree()->GetItems(0)->GetIdent());
     }
     return true;
 }
@@ -152,9 +155,8 @@ void TfrmLVduCalcMenu::SelectObject(int guid)
         return;
     object_ = guid;
     {
-        auto* model = static_cast<TreeModel*>(hierarchy_->model());
         const QSignalBlocker blocker(hierarchy_->selectionModel());
-        hierarchy_->setCurrentIndex(model->IndexOf(item));
+        host::ShowInTree(hierarchy_, guid);
     }
     feeders_ = FeedersUnder(item);
     try {
@@ -285,18 +287,20 @@ bool TfrmLVduCalcMenu::WriteWorkbook(const QString& file)
 
 void TfrmLVduCalcMenu::SaveWorkbook()
 {
-    const QString file =
-        host::dialogs().SaveFileName(QStringLiteral("Записать потери в книгу"), QStringLiteral("Книга Excel|*.xlsx"),
-                                     QStringLiteral("xlsx"), QStringLiteral("Потери 0,38 кВ %1.xlsx").arg(year_));
+    const QString file = host::dialogs().SaveFileName(
+        QStringLiteral("Записать потери в книгу"), QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+        host::UserWorkbookPath(QStringLiteral("Потери 0,38 кВ"), TreeItemName(object_), QString::number(year_)));
     if (!file.isEmpty() && WriteWorkbook(file))
-        host::ShowInformation(QStringLiteral("Книга записана: %1").arg(file));
+        host::ReportSaved(file);
 }
 
 void TfrmLVduCalcMenu::OpenInSpreadsheet()
 {
-    const QString file = QDir::temp().filePath(QStringLiteral("OZN3_Losses038_%1_%2.xlsx").arg(object_).arg(year_));
-    if (WriteWorkbook(file) && !host::OpenInSpreadsheet(file))
-        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(file));
+    const QString file =
+        host::UserWorkbookPath(QStringLiteral("Потери 0,38 кВ"), TreeItemName(object_), QString::number(year_));
+    QString error;
+    if (WriteWorkbook(file) && !host::OpenInSpreadsheet(file, error))
+        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(file, error));
 }
 
 void TfrmLVduCalcMenu::Outside(const std::function<void()>& run)

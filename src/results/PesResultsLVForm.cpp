@@ -8,11 +8,27 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "feeders/Detail038Data.h"
+#include "feeders/SchemeView038.h"
+#include "host/Connection.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/HostObjects.h"
+#include "host/Spreadsheet.h"
 #include "results/PesResultsLVUnit.h"
 #include "results/ProfileResultsView.h"
+
+namespace {
+// The feeder's drawing with the run of the interval shown, its colours by the run's voltages.
+QWidget* drawingPage(ToznFDConnection& connection, int feeder, int sample, QWidget* parent)
+{
+    auto* view = new feeders::TSchemeView038(parent);
+    const Detail038::FeederState state = Detail038::Read(connection, feeder, 0, sample);
+    if (state.Found)
+        view->SetDrawing(feeders::TSchemeDrawing038::Build(state));
+    return view;
+}
+}  // namespace
 
 int TLVResultBalancesFider::ShowModal()
 {
@@ -33,11 +49,15 @@ int TLVResultBalancesFider::ShowModal()
         for (int c = 0; c < rows_[r].size(); ++c)
             table->setItem(r, c, new QTableWidgetItem(rows_[r][c]));
     table->resizeColumnToContents(0);
+    // The balance, the drawing of the line coloured by the run's voltages, and for a run by metering profiles its
+    // steps over the interval and the methods beside it, each on a page.
+    auto* pages = new QTabWidget(&dialog);
+    pages->setObjectName(QStringLiteral("PagesResults"));
+    pages->addTab(table, QStringLiteral("Баланс"));
+    if (loaded)
+        pages->addTab(drawingPage(*db->GetDefaultConnection(), fider_->GetGUID(), loadedSample_, pages),
+                      QStringLiteral("Схема линии"));
     if (profileRun_) {
-        // A run by metering profiles: its steps over the interval and the methods beside it, each on a page.
-        auto* pages = new QTabWidget(&dialog);
-        pages->setObjectName(QStringLiteral("PagesResults"));
-        pages->addTab(table, QStringLiteral("Баланс"));
         const profiles::TProfileStepSeries* steps = nullptr;
         QString note;
         ProfileSteps(steps, note);
@@ -53,11 +73,9 @@ int TLVResultBalancesFider::ShowModal()
             chartLayout->addWidget(new TProfileChart(*steps, steps->Nominal, chartPage), 1);
         pages->addTab(chartPage, QStringLiteral("График нагрузки"));
         pages->addTab(CreateProfileComparison(*profileRun_, pages), QStringLiteral("Сравнение методов"));
-        layout->addWidget(pages);
         dialog.resize(1000, 760);
-    } else {
-        layout->addWidget(table);
     }
+    layout->addWidget(pages);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     QPushButton* save =
@@ -65,12 +83,16 @@ int TLVResultBalancesFider::ShowModal()
     save->setObjectName(QStringLiteral("btnSaveExcel"));
     save->setEnabled(loaded);
     QObject::connect(save, &QPushButton::clicked, &dialog, [this] {
-        const QString file =
-            host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
-                                         QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), title_);
+        const QString file = host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
+                                                          QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"),
+                                                          host::ProposedSavePath(title_ + QStringLiteral(".xlsx")));
+        if (file.isEmpty())
+            return;
         QString error;
-        if (!file.isEmpty() && !SaveWorkbook(file, error))
+        if (!SaveWorkbook(file, error))
             host::ShowWarning(error);
+        else
+            host::ReportSaved(file);
     });
     layout->addWidget(buttons);
     return dialog.exec();

@@ -8,9 +8,13 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
+#include <QPrintPreviewDialog>
+#include <QPrinter>
+#include <QTextDocument>
 #include <QToolButton>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <functional>
 
 #include "feeders/ReportHTMLForm.h"
 #include "host/ColourLegend.h"
@@ -20,6 +24,7 @@
 #include "host/NumericHelpers.h"
 #include "host/Progress.h"
 #include "host/SamplePeriods.h"
+#include "host/Spreadsheet.h"
 #include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
@@ -87,6 +92,7 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
                                                            {"btnRows", "Настроить строки"},
                                                            {"btnColumns", "Настроить столбцы"},
                                                            {"btnExcel", "Сохранить в формате Microsoft Excel"},
+                                                           {"btnPrint", "Печать…"},
                                                            {"btnLegend", "Легенда цветов"},
                                                            {"btnExit", "Выход"}};
     std::vector<QToolButton*> buttons;
@@ -103,8 +109,9 @@ TfrmLVResultsGrid::TfrmLVResultsGrid(QWidget* owner) : QDialog(owner)
     connect(buttons[4], &QToolButton::clicked, this, &TfrmLVResultsGrid::SetUpRows);
     connect(buttons[5], &QToolButton::clicked, this, &TfrmLVResultsGrid::SetUpColumns);
     connect(buttons[6], &QToolButton::clicked, this, &TfrmLVResultsGrid::SaveToExcel);
-    connect(buttons[7], &QToolButton::clicked, this, &TfrmLVResultsGrid::ColorLegend);
-    connect(buttons[8], &QToolButton::clicked, this, &QDialog::accept);
+    connect(buttons[7], &QToolButton::clicked, this, &TfrmLVResultsGrid::Print);
+    connect(buttons[8], &QToolButton::clicked, this, &TfrmLVResultsGrid::ColorLegend);
+    connect(buttons[9], &QToolButton::clicked, this, &QDialog::accept);
 
     view_ = new QTreeView(this);
     view_->setObjectName(QStringLiteral("Grid"));
@@ -335,14 +342,70 @@ bool TfrmLVResultsGrid::SaveXlsx(const QString& file, QString& error)
 
 void TfrmLVResultsGrid::SaveToExcel()
 {
+    // A name that says what the workbook holds, in the user's documents; where it went is said when it is done.
+    const QString proposed = host::UserWorkbookPath(QStringLiteral("Сводные результаты"),
+                                                    tree_ ? tree_->Text() : QString(), samples_->currentText());
     const QString file =
         host::dialogs().SaveFileName(QStringLiteral("Сохранить в формате Microsoft Excel"),
-                                     QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), QString());
+                                     QStringLiteral("Книга Excel|*.xlsx"), QStringLiteral("xlsx"), proposed);
     if (file.isEmpty())
         return;
     QString error;
     if (!SaveXlsx(file, error))
         host::ShowWarning(error);
+    else
+        host::ShowInformation(QStringLiteral("Книга записана: %1").arg(file));
+}
+
+QString TfrmLVResultsGrid::PrintableHtml() const
+{
+    // The rows as the grid shows them (the open branches, the visible columns), as one table.
+    const QAbstractItemModel* model = view_->model();
+    QList<int> columns;
+    for (int c = 0; c < model->columnCount(); ++c)
+        if (!view_->isColumnHidden(c))
+            columns << c;
+    QString html =
+        QStringLiteral("<html><body><h3>%1</h3><p>%2</p><table border='1' cellspacing='0' "
+                       "cellpadding='2' width='100%'><tr>")
+            .arg((tree_ ? tree_->Text() : QString()).toHtmlEscaped(), samples_->currentText().toHtmlEscaped());
+    for (int c : columns)
+        html += QStringLiteral("<th>%1</th>").arg(model->headerData(c, Qt::Horizontal).toString().toHtmlEscaped());
+    html += QStringLiteral("</tr>");
+    std::function<void(const QModelIndex&, int)> rows = [&](const QModelIndex& parent, int depth) {
+        for (int r = 0; r < model->rowCount(parent); ++r) {
+            html += QStringLiteral("<tr>");
+            for (int c : columns) {
+                QString text = model->index(r, c, parent).data().toString().toHtmlEscaped();
+                if (c == columns.value(0))
+                    text = QString(depth * 3, QChar(0x00a0)) + text;
+                html += QStringLiteral("<td>%1</td>").arg(text);
+            }
+            html += QStringLiteral("</tr>");
+            const QModelIndex row = model->index(r, 0, parent);
+            if (view_->isExpanded(row))
+                rows(row, depth + 1);
+        }
+    };
+    rows(QModelIndex(), 0);
+    return html + QStringLiteral("</table></body></html>");
+}
+
+void TfrmLVResultsGrid::Print()
+{
+    // A preview first; the table fits the page's width, landscape.
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setPageOrientation(QPageLayout::Landscape);
+    QPrintPreviewDialog preview(&printer, this);
+    preview.setObjectName(QStringLiteral("PrintPreview"));
+    preview.setWindowTitle(QStringLiteral("Печать сводных результатов"));
+    connect(&preview, &QPrintPreviewDialog::paintRequested, this, [this](QPrinter* target) {
+        QTextDocument document;
+        document.setHtml(PrintableHtml());
+        document.setPageSize(target->pageRect(QPrinter::Point).size());
+        document.print(target);
+    });
+    preview.exec();
 }
 
 void TfrmLVResultsGrid::ShowRowReport()

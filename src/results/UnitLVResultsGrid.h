@@ -20,6 +20,10 @@ struct TLVResultColumn;
 class TfrmLVResultsGrid : public QDialog {
     Q_OBJECT
 public:
+    // The grid as it is shown (open branches, visible columns) as one table, for printing; and the print itself
+    // with its preview.
+    QString PrintableHtml() const;
+    void Print();
     explicit TfrmLVResultsGrid(QWidget* owner = nullptr);
     ~TfrmLVResultsGrid() override;
     // Finds the object among the stored results and fills the grid; false (with a message) when there are none.

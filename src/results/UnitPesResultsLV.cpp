@@ -13,6 +13,7 @@
 #include "host/Dialogs.h"
 #include "host/NumericHelpers.h"
 #include "host/Spreadsheet.h"
+#include "host/Tree.h"
 #include "host/WindowPlace.h"
 #include "results/ColorsLVResult.h"
 #include "results/LVResultsColumns.h"
@@ -143,15 +144,15 @@ bool TfrmPesResultsLV::WriteWorkbook(const QString& file, int page, QString& err
 
 void TfrmPesResultsLV::OpenInSpreadsheet()
 {
-    const QString file =
-        QDir::temp().filePath(QStringLiteral("OZN3_PesResults_%1.xlsx").arg(tree_ ? tree_->GUID() : 0));
+    const QString file = host::UserWorkbookPath(QStringLiteral("Результаты 0,38 кВ"),
+                                                tree_ ? TreeItemName(tree_->GUID()) : QString(), pages_->currentText());
     QString error;
     if (!WriteWorkbook(file, pages_->currentIndex(), error)) {
         host::ShowWarning(error);
         return;
     }
-    if (!host::OpenInSpreadsheet(file))
-        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе").arg(file));
+    if (!host::OpenInSpreadsheet(file, error))
+        host::ShowWarning(QStringLiteral("Не удалось открыть %1 в табличном редакторе: %2").arg(file, error));
 }
 
 TfrmPesResultsLV32::TfrmPesResultsLV32(QWidget* owner) : TfrmPesResultsLV(owner, std::make_unique<TNodeLV32>())

@@ -4,8 +4,11 @@
 
 #include <QComboBox>
 #include <QDialog>
+#include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
@@ -15,6 +18,7 @@
 #include <cmath>
 
 #include "entry/ozn32lib.h"
+#include "host/AppLog.h"
 #include "host/Database.h"
 #include "host/Dialogs.h"
 #include "host/FiderHHCalcParams.h"
@@ -109,9 +113,20 @@ TEST_F(Frames, ImportLeftOpenInTheSpreadsheetKeepsItInFront)
 {
     auto show = plugin().get<ozn32::ShowSamplesWInput_t>("ShowSamplesWInput");
     bool readOnly = true;
-    CloseNextModal(host::mrNo, [&](QDialog* d) { readOnly = qobject_cast<TxlsCustomMenuForm*>(d)->ReadOnly(); });
+    QString pane, status;
+    CloseNextModal(host::mrNo, [&](QDialog* d) {
+        readOnly = qobject_cast<TxlsCustomMenuForm*>(d)->ReadOnly();
+        pane = d->findChild<QPlainTextEdit*>("memoLog")->toPlainText();
+        status = d->findChild<QLabel*>("lblMainWindowHidden")->text();
+    });
     show(u"", 77);
     EXPECT_FALSE(readOnly);  // the demo user holds right 12
+    // The frame's trace is the application's; the user reads why the main window is gone and when it returns.
+    EXPECT_FALSE(pane.contains("step")) << pane.toStdString();
+    EXPECT_TRUE(status.contains("Главное окно") && status.contains("вернется")) << status.toStdString();
+    QFile log(host::ApplicationLogPath());
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(QString::fromUtf8(log.readAll()).contains("step1.ShowLVSamplesWInput -1 -1"));
     EXPECT_EQ(trace(), QStringList({"step1.ShowLVSamplesWInput|-1|-1", "step1a.AFileName=|-1|-1",
                                     "step2.CanOpenTreeView|1|1", "step3.ShowModal|4|7"}));
     EXPECT_EQ(host::windows().History(), QStringList({"SetWindowPos(main,top,0x93)", "SetWindowPos(main,bottom,0x53)",

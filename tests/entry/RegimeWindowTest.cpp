@@ -7,11 +7,14 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDockWidget>
+#include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSet>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
@@ -45,10 +48,22 @@ TEST_F(RegimeWindow, AcceptedRegimeDialogStoresTheRunShowsTheBalanceAndFillsTheD
     Select(feeder);
 
     ModalAnswers answers(kGivenLoads);
+    QStringList pages;  // of the feeder's balance window
+    int symbols = 0;    // items of the drawing on its page
+    answers.inspect = [&](QDialog* dialog) {
+        if (auto* tabs = dialog->findChild<QTabWidget*>("PagesResults"))
+            for (int t = 0; t < tabs->count(); ++t)
+                pages << tabs->tabText(t);
+        if (auto* view = dialog->findChild<QGraphicsView*>())
+            symbols = static_cast<int>(view->scene()->items().size());
+    };
     QAction* middle = MenuAction(window, "Расчет режима средних нагрузок...");
     ASSERT_NE(middle, nullptr);
     middle->trigger();
     EXPECT_EQ(answers.seen, QStringList({"frmCalcParamsMiddle", "LVResultBalancesFider"}));
+    // The feeder's report shows its drawing beside the balance: at least a symbol per section of the scheme.
+    EXPECT_EQ(pages, QStringList({"Баланс", "Схема линии"}));
+    EXPECT_GE(symbols, IntScalar(c, Fmt("select count(*) from \"LVLines\" where \"OwnerGUID\"=%1", feeder)));
 
     // One run by the given loads for the chosen period, with its elements.
     const QString run = Fmt(" from \"LVResults\" where guid=%1 and \"SampleIdent\"=%2", feeder, period);
@@ -168,7 +183,12 @@ TEST_F(RegimeWindow, TheMenusOpenFromTheKeyboardWithFileFirst)
     QStringList menus;
     for (QAction* a : window_->menuBar()->actions())
         menus << a->text();
-    EXPECT_EQ(menus, QStringList({"&Файл", "&Сеть 0,4 кВ", "Спр&авочники"}));
+    EXPECT_EQ(menus, QStringList({"&Файл", "&Сеть 0,4 кВ", "Спр&авочники", "Спра&вка"}));
+    // The menus' own letters differ too.
+    QSet<QChar> menuLetters;
+    for (const QString& menu : menus)
+        menuLetters.insert(menu.at(menu.indexOf('&') + 1).toLower());
+    EXPECT_EQ(menuLetters.size(), menus.size());
     // Within a menu each underlined letter leads to one command; no key stands for two commands.
     QSet<QKeySequence> keys;
     for (QAction* top : window_->menuBar()->actions()) {

@@ -4,8 +4,11 @@
 #include <QComboBox>
 #include <QStyledItemDelegate>
 #include <QTableWidget>
+#include <cmath>
+#include <map>
 
 #include "feeders/Detail038Data.h"
+#include "feeders/DetailFixture.h"
 #include "feeders/DetailFrame038Unit.h"
 #include "host/Database.h"
 #include "host/InitOZN.h"
@@ -19,64 +22,6 @@ using namespace testing_support;
 using namespace Detail038;
 
 namespace {
-// A feeder of the test's own under a demo substation, calculated and stored:
-//   centre -Пролет 1- Опора 1 (tap) -перемычка- Рубильник (off) -Пролет 2- Опора 2 -кабель- Ввод 2 (three-phase)
-//                      Опора 1 -Ввод 1 (phase B, the consumer's own)- Ввод 1
-class Detail : public DatabaseTest {
-protected:
-    void SetUp() override
-    {
-        OpenNew(true);
-        year_ = IntScalar(*c_, "select min(\"Ident\") from \"SamplesDates\" where \"Period\"=1");
-        const int tp = IntScalar(*c_, "select first 1 \"OwnerGUID\" from \"LVFiders\" order by guid");
-        const QStringList sql = {
-            Fmt("insert into \"LVFiders\" (guid, \"Name\", \"OwnerGUID\", \"TypeLoad\", \"Unom\") values "
-                "(%1, 'Л-9 Опытная', %2, 1, 0.38)",
-                kFeeder, tp),
-            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\") values "
-            "(900001, 'Опора 1', 900000, 1, 1)",
-            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"State\") values "
-            "(900002, 'Рубильник', 900000, 2, 3, 0)",
-            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\") values (900003, 'Опора 2', 900000, "
-            "3)",
-            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"Phases\", "
-            "\"ConsumerName\") values (900004, 'Ввод 1', 900000, 4, 2, 'B', 'Иванов')",
-            "insert into \"LVNodes\" (guid, \"Name\", \"OwnerGUID\", \"TabOrder\", \"Kind\", \"ConsumerName\") "
-            "values (900005, 'Ввод 2', 900000, 5, 2, 'Мастерская')",
-            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-            "\"ProvodPhase\", \"TabOrder\") values (900011, 900000, 900000, 900001, 'Пролет 1', 0.04, 644, 1)",
-            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-            "\"ProvodPhase\", \"TabOrder\") values (900012, 900000, 900001, 900002, 'Перемычка', 0, 0, 2)",
-            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-            "\"ProvodPhase\", \"TabOrder\") values (900013, 900000, 900002, 900003, 'Пролет 2', 0.04, 644, 3)",
-            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-            "\"ProvodPhase\", \"TabOrder\", \"Phases\", \"Owner\") values "
-            "(900014, 900000, 900001, 900004, 'Ввод 1', 0.02, 640, 4, 'B', 2)",
-            "insert into \"LVLines\" (guid, \"OwnerGUID\", \"Node1\", \"Node2\", \"Info\", \"LineLength\", "
-            "\"ProvodPhase\", \"ProvodNull\", \"TabOrder\") values "
-            "(900015, 900000, 900003, 900005, 'Кабель', 0.02, 660, 661, 5)",
-            Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900004, 4)", year_),
-            Fmt("insert into \"LVWLoads\" (\"SampleIdent\", guid, \"Wa\") values (%1, 900005, 20)", year_),
-        };
-        for (const QString& statement : sql)
-            Exec(*c_, statement);
-        db_->GetTree()->CreateFiderHH(tp, kFeeder, 0, "Л-9 Опытная", unom_);
-        fider::TRegimeRequest request;
-        request.SampleIdent = year_;
-        request.Mode = fider::TLoadMode::Loads;
-        fider::TRegimeBatchEvents events;
-        events.Stored = [this](const fider::TFiderJob&, const fider::TCalcWInfoHHCommon& run, int ident) {
-            run_ = run;
-            ident_ = ident;
-        };
-        ASSERT_EQ(fider::RunRegimeBatch(*db_, {kFeeder}, request, events).Calculated, 1);
-    }
-    static constexpr int kFeeder = 900000;
-    int year_ = 0, ident_ = 0;
-    double unom_ = 0.38;
-    fider::TCalcWInfoHHCommon run_;
-};
-
 int count(const std::vector<Row>& rows, const QString& expression)
 {
     int n = 0;
@@ -200,18 +145,37 @@ TEST_F(Detail, FrameFiltersColoursAndKeepsItsSettings)
     EXPECT_EQ(progress.texts, steps);
 
     EXPECT_EQ(frame->NodeCount(), 6);
-    // Numbers show with the decimal comma and still sort as numbers.
+    // Numbers show with the decimal comma, every number of a column with as many decimals, and still sort as
+    // numbers.
     QTableWidget* sections = frame->Grid(Sections);
     int length = 0;
     while (length < sections->columnCount() && sections->horizontalHeaderItem(length)->text() != "Длина, км")
         ++length;
     ASSERT_LT(length, sections->columnCount());
     const QModelIndex cell = sections->model()->index(0, length);
-    auto* delegate = qobject_cast<QStyledItemDelegate*>(sections->itemDelegate());
-    ASSERT_NE(delegate, nullptr);
-    EXPECT_EQ(delegate->displayText(cell.data(), QLocale()), FormatFloat("0.###", cell.data().toDouble()));
-    EXPECT_TRUE(delegate->displayText(cell.data(), QLocale()).contains(','));
     EXPECT_EQ(cell.data().typeId(), QMetaType::Double);
+    const std::map<QString, QString> lengths = {
+        {"Пролет 1", "0,040"}, {"Перемычка", "0,000"}, {"Пролет 2", "0,040"}, {"Ввод 1", "0,020"}, {"Кабель", "0,020"}};
+    for (int r = 0; r < sections->rowCount(); ++r)
+        EXPECT_EQ(frame->ShownText(Sections, r, length), lengths.at(sections->item(r, 0)->text()))
+            << sections->item(r, 0)->text().toStdString();
+    // A voltage column shows one decimal in every row that has a value.
+    QTableWidget* nodeGrid = frame->Grid(Nodes);
+    int u = 0;
+    while (u < nodeGrid->columnCount() && nodeGrid->horizontalHeaderItem(u)->text() != "Напряжение, В")
+        ++u;
+    ASSERT_LT(u, nodeGrid->columnCount());
+    int voltages = 0;
+    for (int r = 0; r < nodeGrid->rowCount(); ++r) {
+        const QString text = frame->ShownText(Nodes, r, u);
+        if (text.isEmpty())
+            continue;
+        ++voltages;
+        EXPECT_EQ(text.size() - text.indexOf(QLatin1Char(0x2c)), 2) << text.toStdString();
+        EXPECT_NEAR(QString(text).replace(',', '.').toDouble(), nodeGrid->item(r, u)->data(Qt::DisplayRole).toDouble(),
+                    0.05 + 1e-9);
+    }
+    EXPECT_EQ(voltages, 4) << "the centre, the tap, the switch and the consumer fed from the tap";
     EXPECT_EQ(frame->SectionCount(), 5);
     const std::pair<const char*, int> filters[] = {{"Узлы", 6},
                                                    {"Центр питания", 1},

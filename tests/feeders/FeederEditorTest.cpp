@@ -7,17 +7,21 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
+#include <QTimer>
 #include <QTreeView>
 #include <tuple>
 
 #include "feeders/DataMod.h"
 #include "feeders/LVFidersUnit.h"
 #include "host/Database.h"
+#include "host/DesktopDialogs.h"
 #include "host/Dialogs.h"
 #include "host/EditConstraints.h"
+#include "host/HostCommands.h"
 #include "host/NumericHelpers.h"
 #include "host/Tree.h"
 #include "host/TreeModel.h"
@@ -428,18 +432,40 @@ TEST_F(Editor, ExitAsksTheSaveQuestionAsClosingDoes)
     ASSERT_EQ(dialogs_.Calls().size(), 1);
     EXPECT_EQ(dialogs_.Calls()[0].text, question);
     EXPECT_EQ(dialogs_.Calls()[0].icon, host::Icon::Question);
-    EXPECT_EQ(dialogs_.Calls()[0].buttons, host::Buttons::YesNo);
+    EXPECT_EQ(dialogs_.Calls()[0].buttons, host::Buttons::YesNoCancel);
     EXPECT_EQ(form_->result(), QDialog::Accepted);
     EXPECT_FALSE(form_->Rep_Data()->Modified());
     EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), stored);
 
-    // "Yes": the edit is saved and committed.
+    // "Отмена", and Escape in the desktop's own question box, keep the form open with the typed value.
     form_->setResult(QDialog::Rejected);
     type(Box("EditIA"), QString::number(typed));
+    dialogs_.AnswerMessage(host::mrCancel);
+    Button("btnExit")->click();
+    EXPECT_EQ(form_->result(), QDialog::Rejected);
+    host::QtDialogs desktop;
+    host::SetDialogs(&desktop);
+    QString asked;
+    auto* escape = new QTimer(form_.get());
+    QObject::connect(escape, &QTimer::timeout, escape, [&asked, escape] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            escape->stop();
+            asked = box->text();
+            QTest::keyClick(box, Qt::Key_Escape);
+        }
+    });
+    escape->start(10);
+    EXPECT_FALSE(form_->close());
+    host::SetDialogs(&dialogs_);
+    EXPECT_EQ(asked, question);
+    EXPECT_TRUE(form_->Rep_Data()->Modified());
+    EXPECT_EQ(Box("EditIA")->text(), QString::number(typed));
+    EXPECT_DOUBLE_EQ(Db(sampleAt(lv, date, "\"IA\"")), stored);
+
+    // "Yes": the edit is saved and committed.
     dialogs_.AnswerMessage(host::mrYes);
     Button("btnExit")->click();
-    ASSERT_EQ(dialogs_.Calls().size(), 2);
-    EXPECT_EQ(dialogs_.Calls()[1].text, question);
+    EXPECT_EQ(dialogs_.Calls().last().text, question);
     EXPECT_EQ(form_->result(), QDialog::Accepted);
     EXPECT_FALSE(form_->Rep_Data()->Modified());
     c_->Rollback();  // whatever the host would drop: the save is committed already
@@ -487,4 +513,43 @@ TEST_F(Editor, RefusedTextsAreNeverStoredByClosingOrSwitching)
     Button("btnCancel")->click();
     EXPECT_FALSE(form_->Constraints().isContraint(Box("EditIA")));
     EXPECT_EQ(Box("EditIA")->text(), FormatFloat("0.##", ia));
+}
+
+TEST_F(Editor, ANewSampleProposesADayOfTheChosenIntervalAndSaveSaysWhyItIsGrey)
+{
+    // Nothing typed: the button is grey and says so; a refused text makes it say what stops the save.
+    EXPECT_FALSE(Button("btnSave")->isEnabled());
+    EXPECT_TRUE(Button("btnSave")->toolTip().startsWith("Сохранять нечего"))
+        << Button("btnSave")->toolTip().toStdString();
+    auto* loss = form_->findChild<QLabel*>("lblDP");
+    EXPECT_TRUE(loss->isEnabled());
+    type(Box("EditIA"), "abc");
+    emit Box("EditIA")->editingFinished();
+    EXPECT_TRUE(Button("btnSave")->isEnabled());
+    EXPECT_TRUE(Button("btnSave")->toolTip().contains("«I, А, фаза А»: «abc»"))
+        << Button("btnSave")->toolTip().toStdString();
+    // The results beside a refused text are the last calculation's: grey, and they say so.
+    EXPECT_FALSE(loss->isEnabled());
+    EXPECT_TRUE(loss->toolTip().startsWith("Значение последнего расчета"));
+    Button("btnCancel")->click();
+
+    // The earliest year of the database chosen in the main window: the calendar opens on its first day.
+    auto q = c_->NewQuery();
+    q->SetSQLText("select first 1 \"Ident\", \"SampleDate1\" from \"SamplesDates\" where \"Period\"=1 and "
+                  "\"SampleDate2\" <= current_date order by \"SampleDate1\"");
+    q->Open();
+    ASSERT_FALSE(q->Eof());
+    const int year = q->Int("Ident");
+    const QDate first = q->Value("SampleDate1").toDate();
+    QDate proposed;
+    auto calendar = [&proposed](QDialog* d) { proposed = d->findChild<QCalendarWidget*>("Calendar")->selectedDate(); };
+    host::SetChosenPeriod(year);
+    CloseNextModal(QDialog::Rejected, calendar);
+    form_->AddSample();
+    EXPECT_EQ(proposed, first);
+    // No interval chosen (no main window): today.
+    host::SetChosenPeriod(0);
+    CloseNextModal(QDialog::Rejected, calendar);
+    form_->AddSample();
+    EXPECT_EQ(proposed, QDate::currentDate());
 }

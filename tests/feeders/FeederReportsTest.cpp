@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTimer>
@@ -369,11 +370,15 @@ TEST_F(Reports, TheViewersAreTitledInRussianAndSaveTheReportAsPdf)
     EXPECT_TRUE(shown.contains("нет замера"));
     EXPECT_GT(size, 0);
     EXPECT_EQ(start, "%PDF-");
-    // The file was asked for once, and no warning of a file not written followed.
-    ASSERT_EQ(dialogs_.Calls().size(), 2);
-    EXPECT_EQ(dialogs_.Calls()[0].kind, "save");
-    EXPECT_EQ(dialogs_.Calls()[0].caption, "Сохранить отчет");
-    EXPECT_EQ(dialogs_.Calls()[1].kind, "save");
+    // Each report's file was asked for once, proposed by the report's name, and where it went was told.
+    ASSERT_EQ(dialogs_.Calls().size(), 4);
+    for (int report = 0; report < 2; ++report) {
+        const auto& asked = dialogs_.Calls()[2 * report];
+        EXPECT_EQ(asked.kind, "save");
+        EXPECT_EQ(asked.caption, "Сохранить отчет");
+        EXPECT_EQ(QFileInfo(asked.initial).fileName(), report == 0 ? "OZN3_Report_Ln.pdf" : "OZN3_Report_TP.pdf");
+        EXPECT_TRUE(dialogs_.Calls()[2 * report + 1].text.startsWith("Файл записан: "));
+    }
     c_->Rollback();
 
     // From a connection alone, as the calculation menu opens them.

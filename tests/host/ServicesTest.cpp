@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QWidget>
 #include <cstdio>
 
@@ -93,7 +96,38 @@ TEST(Spreadsheet, ProgramNamedByTheEnvironmentOrNone)
     EXPECT_TRUE(host::SpreadsheetProgram().endsWith("/true"));
     qputenv("OZN3_SPREADSHEET", "no-such-program-here");
     EXPECT_FALSE(host::IsSpreadsheetInstalled());
+
+    // A spreadsheet that ends at once printing an error is a failure with what it printed; one that keeps
+    // running, or hands the workbook over silently, has opened it.
+    QTemporaryDir folder;
+    auto script = [&](const char* name, const QByteArray& body) {
+        const QString path = folder.filePath(QString::fromLatin1(name));
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\n" + body + "\n");
+        file.close();
+        file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+        return path;
+    };
+    QString error;
+    qputenv("OZN3_SPREADSHEET", script("broken", "echo 'не удалось открыть дисплей' >&2; exit 1").toLocal8Bit());
+    EXPECT_FALSE(host::OpenInSpreadsheet("/tmp/x.xlsx", error));
+    EXPECT_TRUE(error.contains("не удалось открыть дисплей")) << error.toStdString();
+    EXPECT_TRUE(error.contains("broken"));
+    for (const char* quiet : {"exit 0", "sleep 3"}) {
+        error.clear();
+        qputenv("OZN3_SPREADSHEET", script("quiet", quiet).toLocal8Bit());
+        EXPECT_TRUE(host::OpenInSpreadsheet("/tmp/x.xlsx", error)) << quiet << error.toStdString();
+    }
     qunsetenv("OZN3_SPREADSHEET");
+
+    // The workbooks opened there are named for what they hold, in the user's documents.
+    const QString path = host::UserWorkbookPath("Замеры W", "ТП-221 мкр. \"Северный\"", "2026");
+    EXPECT_EQ(QFileInfo(path).fileName(), "Замеры W — ТП-221 мкр. _Северный_ — 2026.xlsx");
+    EXPECT_EQ(QFileInfo(path).dir().dirName(), "ОЗН 3");
+    EXPECT_TRUE(QFileInfo(path).dir().exists());
+    EXPECT_EQ(QFileInfo(host::UserWorkbookPath("Обобщенные данные", "ТП/5", "")).fileName(),
+              "Обобщенные данные — ТП_5.xlsx");
 }
 
 TEST(TemplateForms, SenderFileAndLog)

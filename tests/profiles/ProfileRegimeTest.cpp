@@ -212,6 +212,14 @@ TEST(ProfileRegime, ASinglePhaseLoadMovingBetweenPhasesLosesWhatEachPhaseAloneLo
     EXPECT_GT(run.Profile->ErrorMiddle(), -80);
 }
 
+TEST(ProfileRegime, TheHoursOfTheGreatestLoadCountTheStepsLength)
+{
+    // Half-hour steps of 1, 2, 3 and 2 kW·h: 8 kW·h at most 3 kW·h a half hour, 6 kW: Tmax = 8 / 6 h. Hourly steps
+    // of the same energies: the greatest load 3 kW, Tmax = 8 / 3 h.
+    EXPECT_NEAR(HoursOfGreatestLoad({1, 2, 3, 2}, 0.5), 8.0 / 6, 1e-15);
+    EXPECT_NEAR(HoursOfGreatestLoad({1, 2, 3, 2}, 1.0), 8.0 / 3, 1e-15);
+}
+
 TEST(ProfileRegime, TheMethodsOfOneCurveAgainstHandValuesForTwoConsumersOfDifferentCurves)
 {
     // Two three-phase consumers at the end of the section: one steady 6 kW, one 2 kW for 12 h and 10 kW for

@@ -139,7 +139,7 @@ TEST_F(ProfileWindow, ProfilesFromTheSubstationMenuThenTheFeederByProfilesWithIt
     const double stored = Scalar(C(), Fmt(R"(select p."dWa" from "LVProfileRuns" p join "LVResults" r on
         r."Ident"=p."Ident" where r."GUID"=%1 and r."SampleIdent"=%2)",
                                           feeder, sample));
-    EXPECT_EQ(tabs, 3);
+    EXPECT_EQ(tabs, 4);  // the balance, the drawing, the load curve, the methods
     EXPECT_EQ(points, 8760);
     EXPECT_GT(largestY, 0);
     EXPECT_FLOAT_EQ(peakY, largestY);  // the marked step is the one of greatest head power

@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QListWidget>
 #include <QRegularExpression>
@@ -217,4 +219,36 @@ TEST_F(Grid, DeletingARowAndClearingTheTable)
     TfrmLVResultsGrid none;
     EXPECT_FALSE(none.Init(db_.get(), 987654));
     EXPECT_EQ(dialogs_.Calls().last().text, "Не найден GUID");
+}
+
+TEST_F(Grid, TheWorkbookIsProposedByWhatItHoldsItsPlaceIsToldAndTheGridPrintsAsShown)
+{
+    TfrmLVResultsGrid grid;
+    ASSERT_TRUE(grid.Init(db_.get(), root_));
+    const QString sample = grid.Samples()->currentText();
+    dialogs_.AnswerFile(QString());  // the user looks at the proposal and cancels
+    grid.findChild<QToolButton*>("btnExcel")->click();
+    ASSERT_EQ(dialogs_.Calls().size(), 1);
+    const QFileInfo proposed(dialogs_.Calls()[0].initial);
+    EXPECT_EQ(proposed.fileName(), "Сводные результаты — АО «Облэнерго» — " + sample + ".xlsx");
+    EXPECT_EQ(proposed.dir().dirName(), "ОЗН 3");
+    const QString file = folder_.Path("итоги.xlsx");
+    dialogs_.AnswerFile(file);
+    grid.findChild<QToolButton*>("btnExcel")->click();
+    EXPECT_TRUE(QFileInfo::exists(file));
+    EXPECT_EQ(dialogs_.Texts().last(), "Книга записана: " + file);
+
+    // The printed table: the visible columns' captions and a row per row the grid shows.
+    QTreeView* view = grid.findChild<QTreeView*>("Grid");
+    view->expand(grid.Model()->index(0, 0));
+    const QString html = grid.PrintableHtml();
+    int visible = 0;
+    for (int c = 0; c < grid.Model()->columnCount(); ++c)
+        visible += view->isColumnHidden(c) ? 0 : 1;
+    EXPECT_EQ(html.count("<th>"), visible);
+    int shown = 0;  // the rows the view shows, walked as the keyboard walks them
+    for (QModelIndex i = grid.Model()->index(0, 0); i.isValid(); i = view->indexBelow(i))
+        ++shown;
+    EXPECT_EQ(html.count("<tr>"), 1 + shown);
+    EXPECT_TRUE(html.contains(QString("АО «Облэнерго»").toHtmlEscaped()));
 }
