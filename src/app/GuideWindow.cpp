@@ -8,8 +8,14 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextBrowser>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextFragment>
+#include <QTextImageFormat>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "host/Dialogs.h"
 #include "host/WindowPlace.h"
@@ -63,6 +69,63 @@ bool TGuideWindow::Load(const QString& file)
     }
     // Pictures are found beside the guide (img/…).
     browser_->setSource(QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath()), QTextDocument::MarkdownResource);
+    layout()->activate();  // the text's width is known before the window is shown
+    FitPictures();
+    return true;
+}
+
+void TGuideWindow::resizeEvent(QResizeEvent* event)
+{
+    // The text at the top stays at the top while the pictures change their size.
+    const QTextBlock top = browser_->cursorForPosition(QPoint(0, 0)).block();
+    const bool scrolled = browser_->verticalScrollBar()->value() > 0;
+    QDialog::resizeEvent(event);
+    if (FitPictures() && scrolled && top.isValid())
+        ScrollTo(top);
+}
+
+void TGuideWindow::ScrollTo(const QTextBlock& block)
+{
+    // The layout runs on in the background: the block's place and the scroll bar's range are final only once it
+    // has run, so the place is asked for again when the events of the change are done.
+    const int position = block.position();
+    auto scroll = [this, position] {
+        QAbstractTextDocumentLayout* layout = browser_->document()->documentLayout();
+        layout->documentSize();
+        const QTextBlock at = browser_->document()->findBlock(position);
+        browser_->verticalScrollBar()->setValue(static_cast<int>(layout->blockBoundingRect(at).top()));
+    };
+    scroll();
+    QTimer::singleShot(0, this, scroll);
+}
+
+bool TGuideWindow::FitPictures()
+{
+    QTextDocument* document = browser_->document();
+    const int room = std::max(200, browser_->viewport()->width() - 2 * static_cast<int>(document->documentMargin()));
+    if (room == fittedTo_)
+        return false;
+    fittedTo_ = room;
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextFragment fragment = it.fragment();
+            QTextImageFormat image = fragment.charFormat().toImageFormat();
+            if (!image.isValid())
+                continue;
+            const QImage picture = document->resource(QTextDocument::ImageResource, QUrl(image.name())).value<QImage>();
+            if (picture.isNull())
+                continue;
+            const int width = std::min(picture.width(), room);
+            if (qRound(image.width()) == width)
+                continue;
+            image.setWidth(width);
+            image.setHeight(static_cast<double>(picture.height()) * width / picture.width());
+            QTextCursor cursor(document);
+            cursor.setPosition(fragment.position());
+            cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
+            cursor.setCharFormat(image);
+        }
+    }
     return true;
 }
 
@@ -78,9 +141,7 @@ bool TGuideWindow::ShowPart(int part)
             continue;
         // The heading at the top of the view.
         browser_->setTextCursor(QTextCursor(block));
-        browser_->document()->adjustSize();
-        const int top = static_cast<int>(browser_->document()->documentLayout()->blockBoundingRect(block).top());
-        browser_->verticalScrollBar()->setValue(top);
+        ScrollTo(block);
         return true;
     }
     return false;

@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QString>
 
+class QTextBlock;
 class QTextBrowser;
 
 // Where the guide is: $OZN3_GUIDE, else share/ozn3/guide.md beside the application, else the sources' docs/.
@@ -22,8 +23,17 @@ public:
     bool ShowPart(int part);
     QTextBrowser* Browser() const { return browser_; }
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    // The pictures as wide as the text at most (they are taken on a whole screen).
+    // False when they already fit this width.
+    bool FitPictures();
+    // Puts a block at the top of the view.
+    void ScrollTo(const QTextBlock& block);
     QTextBrowser* browser_;
+    int fittedTo_ = 0;
 };
 
 // F1 anywhere in the application: the guide on the part of the window in front. Installed on the application
