@@ -158,6 +158,21 @@ void TfdbTree::Unwatch(TTreeWatcher* watcher)
         watcher->watched_ = nullptr;
 }
 
+int HierarchyLevel(int nodeType)
+{
+    switch (nodeType) {
+    case NodeType::AOEnergo: return 0;
+    case NodeType::PES: return 1;
+    case NodeType::RES: return 2;
+    case NodeType::Centers: return 3;
+    case NodeType::Sections: return 4;
+    case NodeType::Fiders: return 5;
+    case NodeType::Nodes: return 6;
+    case NodeType::LVFiders: return 7;
+    default: return -1;
+    }
+}
+
 QString TreeItemName(int guid)
 {
     TCurrentDatabase* db = CurrentDatabase();

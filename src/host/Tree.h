@@ -111,5 +111,9 @@ private:
     QHash<int, ToznListItemCommon*> byIdent_;
 };
 
+// The level of a node type in the network's hierarchy: 0 "AOEnergo", 1 PES, 2 RES, 3 centres, 4 sections,
+// 5 feeders, 6 substations, 7 LV feeders; -1 for another type.
+OZN3HOST_API int HierarchyLevel(int nodeType);
+
 // The name of an element of the current database's network tree; empty when there is none.
 OZN3HOST_API QString TreeItemName(int guid);

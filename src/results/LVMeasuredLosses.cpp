@@ -97,21 +97,6 @@ TMeasuredTotals TMeasuredAccumulator::Totals() const
     return t;
 }
 
-int MeasuredLevel(int nodeType)
-{
-    switch (nodeType) {
-    case NodeType::AOEnergo: return 0;
-    case NodeType::PES: return 1;
-    case NodeType::RES: return 2;
-    case NodeType::Centers: return 3;
-    case NodeType::Sections: return 4;
-    case NodeType::Fiders: return 5;
-    case NodeType::Nodes: return 6;
-    case NodeType::LVFiders: return 7;
-    default: return -1;
-    }
-}
-
 std::vector<int> FeedersUnder(ToznListItemCommon* item)
 {
     std::vector<int> feeders;
@@ -139,7 +124,7 @@ std::unique_ptr<TMeasuredNode> BuildMeasuredTree(ToznListItemCommon* item, const
     std::function<std::unique_ptr<TMeasuredNode>(ToznListItemCommon*, TMeasuredNode*, TMeasuredAccumulator&)> build =
         [&](ToznListItemCommon* i, TMeasuredNode* parent, TMeasuredAccumulator& into) {
             auto node = std::make_unique<TMeasuredNode>();
-            node->Level = MeasuredLevel(i->GetNodeType());
+            node->Level = HierarchyLevel(i->GetNodeType());
             node->GUID = i->GetIdent();
             node->Text = i->GetText();
             node->Parent = parent;
@@ -152,7 +137,7 @@ std::unique_ptr<TMeasuredNode> BuildMeasuredTree(ToznListItemCommon* item, const
             }
             for (int c = 0; c < i->GetCount(); ++c) {
                 ToznListItemCommon* child = i->GetItems(c);
-                if (!child->isLink() && MeasuredLevel(child->GetNodeType()) >= 0)
+                if (!child->isLink() && HierarchyLevel(child->GetNodeType()) >= 0)
                     node->Children.push_back(build(child, node.get(), own));
             }
             node->Totals = own.Totals();

@@ -72,8 +72,6 @@ struct TMeasuredNode {
     }
 };
 
-// The level of a node type of the host's tree (3 "AOEnergo" … 11 "LVFiders"); -1 for another type.
-int MeasuredLevel(int nodeType);
 // The LV feeders under an item of the host's tree (links left out: a substation shown twice counts once).
 std::vector<int> FeedersUnder(ToznListItemCommon* item);
 // The tree of an item with the totals of every node from the samples of its feeders (one per feeder; a

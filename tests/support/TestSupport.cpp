@@ -17,6 +17,17 @@
 
 namespace testing_support {
 
+void UseTestEnvironment(const QTemporaryDir& folder)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("OZN3_CONFIG_DIR", folder.path().toLocal8Bit());
+    // Workbooks written to be opened in the spreadsheet stay with the test run too.
+    qputenv("OZN3_DOCUMENTS", folder.path().toLocal8Bit());
+    // The application's log of the tests and of the programs they start stays with the test run.
+    if (qEnvironmentVariableIsEmpty("OZN3_LOG_FILE"))
+        qputenv("OZN3_LOG_FILE", (folder.path() + QStringLiteral("/ozn3.log")).toLocal8Bit());
+}
+
 namespace {
 // Templates live for the whole run of one test program.
 QTemporaryDir& templates()

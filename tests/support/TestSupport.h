@@ -21,6 +21,10 @@ inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.
 
 namespace testing_support {
 
+// The environment of a test program: offscreen, the configuration, the documents the program writes and the
+// application's log in a folder of the run (the log's place kept when the caller named one).
+void UseTestEnvironment(const QTemporaryDir& folder);
+
 // A fresh folder for one test, removed afterwards.
 class TempFolder {
 public:

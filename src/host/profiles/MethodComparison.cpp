@@ -19,20 +19,6 @@ constexpr const char* kRuns =
     R"(select r."GUID", p."dWa", p."dWaMiddle", p."dWaMax" from "LVResults" r join "LVProfileRuns" p on p."Ident"=r."Ident"
     where r."SampleIdent"=:SampleIdent and coalesce(r."CalcType", 0)=:CalcType and r."LoadMode"=3 and r."Regime"=:Regime)";
 
-int levelOf(int nodeType)
-{
-    switch (nodeType) {
-    case NodeType::AOEnergo: return 0;
-    case NodeType::PES: return 1;
-    case NodeType::RES: return 2;
-    case NodeType::Centers: return 3;
-    case NodeType::Sections: return 4;
-    case NodeType::Fiders: return 5;
-    case NodeType::Nodes: return 6;
-    default: return 7;
-    }
-}
-
 // Adds the rows of an item and those under it; returns the item's row index, -1 when no feeder counts under it.
 int collect(const ToznListItemCommon* item, int parent, const QHash<int, TFeederComparison>& feeders,
             std::vector<TComparisonRow>& rows)
@@ -41,7 +27,8 @@ int collect(const ToznListItemCommon* item, int parent, const QHash<int, TFeeder
         return -1;
     const size_t index = rows.size();
     TComparisonRow row;
-    row.Level = levelOf(item->GetNodeType());
+    // A type outside the hierarchy's eight levels stands with the feeders.
+    row.Level = HierarchyLevel(item->GetNodeType()) >= 0 ? HierarchyLevel(item->GetNodeType()) : 7;
     row.Guid = item->GetIdent();
     row.Parent = parent;
     row.Name = item->GetText();
